@@ -1,0 +1,61 @@
+#include "common/object-identity.h"
+
+#include <larder/records.h>
+
+#include <cstddef>
+#include <cstring>
+#include <stdexcept>
+
+#include "platform/utf.h"
+
+namespace larder::feed {
+namespace {
+
+template <typename Value>
+Value ReadAt(const void* source, std::size_t offset) noexcept {
+  Value value;
+  std::memcpy(&value, static_cast<const unsigned char*>(source) + offset, sizeof value);
+  return value;
+}
+
+WideString ReadPath(const void* descriptor) {
+  WideString path;
+  std::size_t offset = offsetof(FileObjectDescriptor, filePath);
+  while (const auto unit = ReadAt<LarderWideChar>(descriptor, offset)) {
+    path.push_back(unit);
+    offset += sizeof unit;
+  }
+  return path;
+}
+
+class Fnv1a {
+ public:
+  void Add(std::uint64_t value, int bytes) noexcept {
+    for (int i = 0; i < bytes; ++i) {
+      hash = (hash ^ (value & 0xFF)) * 0x100000001B3u;
+      value >>= 8;
+    }
+  }
+  std::uint64_t hash = 0xCBF29CE484222325u;
+};
+
+}  // namespace
+
+ObjectIdentity ReadDescriptor(const void* descriptor) {
+  const std::uint64_t low = ReadAt<std::uint32_t>(descriptor, 0);
+  const std::uint64_t high = ReadAt<std::uint32_t>(descriptor, 4);
+  ObjectIdentity identity{high << 32 | low, ReadPath(descriptor)};
+  if (identity.path.empty()) throw std::invalid_argument("The descriptor's path is empty");
+  return identity;
+}
+
+std::uint64_t KeyOf(const ObjectIdentity& identity) noexcept {
+  Fnv1a fnv;
+  fnv.Add(identity.lastModified, 8);
+  for (const LarderWideChar unit : identity.path) fnv.Add(unit, 2);
+  return fnv.hash;
+}
+
+std::string Quoted(WideView path) { return '"' + platform::Utf8FromWide(path) + '"'; }
+
+}  // namespace larder::feed

@@ -1,0 +1,110 @@
+#include "feed-file/file-facts.h"
+
+#include <larder/larder.h>
+
+#include <memory>
+#include <stdexcept>
+#include <string>
+
+#include "common/result-error.h"
+#include "platform/message.h"
+#include "platform/utf.h"
+
+namespace larder::feed {
+namespace {
+
+constexpr std::size_t kPieceSize = 0x10000;
+
+class OpenFile {
+ public:
+  OpenFile() = default;
+  ~OpenFile() { platform::CloseObject(handle); }
+  OpenFile(const OpenFile&) = delete;
+  OpenFile& operator=(const OpenFile&) = delete;
+
+  platform::Handle handle = platform::InvalidHandle();
+};
+
+// What one reading gave; steady if the file stood still meanwhile.
+struct Reading {
+  FileFacts facts;
+  std::uint64_t bytesRead = 0;
+  platform::FileInfo after;
+
+  bool IsSteady() const {
+    return bytesRead == facts.info.size && after.size == facts.info.size &&
+           after.lastModified == facts.info.lastModified;
+  }
+};
+
+std::string Reason(platform::Code code) {
+  std::string text = platform::Utf8FromWide(platform::SystemMessage(code));
+  text.erase(text.find_last_not_of("\r\n") + 1);
+  if (text.empty()) text = "unknown reason";
+  return text + " (code " + std::to_string(code) + ')';
+}
+
+[[noreturn]] void Fail(const ObjectIdentity& wanted, const std::string& reason) {
+  throw std::runtime_error("Can't read " + Quoted(wanted.path) + ": " + reason);
+}
+
+void Check(const ObjectIdentity& wanted, platform::Code code) {
+  if (code != platform::kSuccess) Fail(wanted, Reason(code));
+}
+
+// False if there is no such file.
+bool Open(const ObjectIdentity& wanted, OpenFile& file) {
+  platform::FileKind kind = platform::FileKind::kRegular;
+  const platform::Code code = platform::OpenFileToRead(wanted.path, file.handle, kind);
+  if (code == platform::kFileNotFound || code == platform::kPathNotFound) return false;
+  Check(wanted, code);
+  if (kind == platform::FileKind::kDirectory) Fail(wanted, "it is a directory");
+  if (kind != platform::FileKind::kRegular) Fail(wanted, "it isn't a regular file");
+  return true;
+}
+
+void CheckTime(const ObjectIdentity& wanted, const platform::FileInfo& info) {
+  if (wanted.lastModified == 0 || wanted.lastModified == info.lastModified) return;
+  throw ResultError(LARDER_E_FILE_ID_MISMATCH, Quoted(wanted.path) + " was last modified at " +
+                                                   std::to_string(info.lastModified) + ", not at " +
+                                                   std::to_string(wanted.lastModified));
+}
+
+Reading Read(const ObjectIdentity& wanted, platform::Handle file) {
+  Reading reading;
+  Check(wanted, platform::QueryFileInfo(file, reading.facts.info));
+  CheckTime(wanted, reading.facts.info);
+  DigestSet digests;
+  const auto piece = std::make_unique<unsigned char[]>(kPieceSize);
+  std::size_t got = 0;
+  // A file that grows as fast as it is read has an end all the same.
+  while (reading.bytesRead <= reading.facts.info.size) {
+    Check(wanted, platform::ReadOn(file, piece.get(), kPieceSize, got));
+    if (got == 0) break;
+    digests.Add(piece.get(), got);
+    reading.bytesRead += got;
+  }
+  reading.facts.digests = digests.Finish();
+  Check(wanted, platform::QueryFileInfo(file, reading.after));
+  return reading;
+}
+
+[[noreturn]] void FailUnsteady(const ObjectIdentity& wanted, const Reading& reading) {
+  Fail(wanted, "it changed while it was read, twice: " + std::to_string(reading.facts.info.size) +
+                   " bytes before, " + std::to_string(reading.after.size) + " after, " +
+                   std::to_string(reading.bytesRead) + " read");
+}
+
+}  // namespace
+
+std::optional<FileFacts> ReadFileFacts(const ObjectIdentity& wanted) {
+  for (bool again = false;; again = true) {
+    OpenFile file;
+    if (!Open(wanted, file)) return std::nullopt;
+    const Reading reading = Read(wanted, file.handle);
+    if (reading.IsSteady()) return reading.facts;
+    if (again) FailUnsteady(wanted, reading);
+  }
+}
+
+}  // namespace larder::feed

@@ -1,0 +1,23 @@
+// What is known about a file, read from the file itself.
+#pragma once
+
+#include <optional>
+
+#include "common/object-identity.h"
+#include "feed-file/digest-set.h"
+#include "platform/file.h"
+
+namespace larder::feed {
+
+struct FileFacts {
+  platform::FileInfo info;
+  Digests digests;
+};
+
+// Reads the whole file; links are followed. Nothing if there is no such file.
+// Throws std::system_error with LARDER_E_FILE_ID_MISMATCH if wanted.lastModified isn't 0 and isn't
+// the file's, and std::runtime_error, with the path and the reason, if the file isn't a regular
+// one, can't be read, or changed while it was read and did so again in a second reading.
+std::optional<FileFacts> ReadFileFacts(const ObjectIdentity& wanted);
+
+}  // namespace larder::feed

@@ -1,0 +1,37 @@
+// The one handle of the process: the root of everything that lives from the first LarderInit to the
+// last LarderRelease.
+#pragma once
+
+#include <larder/larder.h>
+
+#include <atomic>
+#include <cstdint>
+#include <mutex>
+
+#include "providers/data-provider-mgr.h"
+
+namespace larder {
+
+// Members are constructed in their order and destroyed in the reverse one.
+class IntLarderHandle {
+ public:
+  // Throws whatever keeps a member from being built.
+  explicit IntLarderHandle(LarderNotifyCallback clientCallback);
+  ~IntLarderHandle();
+  IntLarderHandle(const IntLarderHandle&) = delete;
+  IntLarderHandle& operator=(const IntLarderHandle&) = delete;
+
+  std::int32_t refCount = 1;  // guarded by HandleLock
+  std::int64_t reserved = -1;
+  LarderNotifyCallback callback;  // of the LarderInit that built the handle; never null
+  DataProviderManager dataProviderManager;
+};
+
+// The handle, or null. Written with HandleLock held, read by the working exports without it.
+extern std::atomic<IntLarderHandle*> CurrentHandle;
+
+// Held over the whole of LarderInit and LarderRelease, and so over the loading of modules. A
+// provider that calls one of the two from its entry point or its destructor enters it again.
+extern std::recursive_mutex HandleLock;
+
+}  // namespace larder

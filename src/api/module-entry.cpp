@@ -1,0 +1,39 @@
+// What happens when the library is loaded and unloaded.
+#include <exception>
+
+#include "diag/log-statement.h"
+#include "platform/entry.h"
+
+namespace larder {
+
+namespace {
+
+// Stored for whoever debugs a host; nothing reads it.
+[[maybe_unused]] void* ModuleInstance = nullptr;
+
+// Runs one of the two steps with the handlers that both share.
+template <typename Step>
+bool GuardedStep(Step step) noexcept {
+  try {
+    step();
+    return true;
+  } catch (const std::exception& error) {
+    LogError("Fatal error in DllMain ", error.what());
+  } catch (...) {
+    LogError("Fatal error in DllMain.");
+  }
+  return false;
+}
+
+}  // namespace
+
+bool platform::OnModuleAttach(void* moduleInstance) noexcept {
+  return GuardedStep([&] { ModuleInstance = moduleInstance; });
+}
+
+// A handle that wasn't released stays as it is, with its modules.
+bool platform::OnModuleDetach() noexcept {
+  return GuardedStep([] {});
+}
+
+}  // namespace larder

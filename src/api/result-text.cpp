@@ -1,0 +1,35 @@
+#include "api/result-text.h"
+
+namespace larder {
+
+namespace {
+
+// From LARDER_E_FILE_ID_MISMATCH up to LARDER_OK.
+constexpr WideView kTexts[] = {
+    LARDER_WIDE("File ID mismatch"),
+    LARDER_WIDE("Wrong version of Larder"),
+    LARDER_WIDE("No data available"),
+    LARDER_WIDE("An install of Larder is in progress"),
+    LARDER_WIDE("Larder is already initialized"),
+    LARDER_WIDE("Parameter 5 is invalid"),
+    LARDER_WIDE("Parameter 4 is invalid"),
+    LARDER_WIDE("Parameter 3 is invalid"),
+    LARDER_WIDE("Parameter 2 is invalid"),
+    LARDER_WIDE("Parameter 1 is invalid"),
+    LARDER_WIDE("Invalid handle passed to Larder function"),
+    LARDER_WIDE("Generic error"),
+    LARDER_WIDE("Failed to open the Larder DB"),
+    LARDER_WIDE("Larder registry key not found"),
+    LARDER_WIDE("Larder DLL not found"),
+    LARDER_WIDE("Success"),
+};
+constexpr std::uint32_t kTextCount = sizeof kTexts / sizeof kTexts[0];
+
+}  // namespace
+
+WideView ResultText(std::int32_t code) noexcept {
+  const std::uint32_t row = static_cast<std::uint32_t>(code) + (kTextCount - 1);
+  return row < kTextCount ? kTexts[row] : WideView();
+}
+
+}  // namespace larder

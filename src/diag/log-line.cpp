@@ -1,0 +1,64 @@
+#include "diag/log-line.h"
+
+#include <algorithm>
+
+#include "support/text.h"
+
+namespace larder {
+
+const char* LogLine::ForTrace(const char* word) noexcept {
+  std::memcpy(text + kWordStart, word, kWordSize);
+  text[size] = '\0';
+  return text + kWordStart;
+}
+
+const char* LogLine::ForDisk(const char* stamp, const char* word) {
+  std::memcpy(text, stamp, kStampSize);
+  std::memcpy(text + kStampSize, ": ", 2);
+  std::memcpy(text + kWordStart, word, kWordSize);
+  Append("\r\n", 2);
+  text[size] = '\0';
+  return text;
+}
+
+void LogLine::InsertText(const char* bytes) {
+  if (bytes == nullptr) {
+    ended = true;
+    return;
+  }
+  Append(bytes, std::strlen(bytes));
+}
+
+void LogLine::InsertWideText(const LarderWideChar* units) {
+  if (units == nullptr) throw std::logic_error("null wide text");
+  InsertWide(units);
+}
+
+void LogLine::InsertWide(WideView units) {
+  const std::string bytes = WideToUtf8(units);
+  Append(bytes.data(), bytes.size());
+}
+
+void LogLine::InsertPointer(const void* pointer) {
+  char digits[kPointerDigits];
+  WritePointerDigits(pointer, digits);
+  Append(digits, sizeof digits);
+}
+
+void LogLine::Append(const char* bytes, std::size_t count) {
+  if (ended) return;
+  if (count >= capacity - size) Grow(size + count + 1);  // room for the final NUL stays
+  std::memcpy(text + size, bytes, count);
+  size += count;
+}
+
+void LogLine::Grow(std::size_t needed) {
+  const std::size_t newCapacity = std::max(needed, capacity * 2);
+  char* const larger = new char[newCapacity];
+  std::memcpy(larger, text, size);
+  if (text != room) delete[] text;
+  text = larger;
+  capacity = newCapacity;
+}
+
+}  // namespace larder

@@ -1,0 +1,111 @@
+#include "diag/log-listener-list.h"
+
+#include <algorithm>
+#include <new>
+#include <utility>
+
+namespace larder {
+
+constinit std::atomic<bool> DiskLogEnabled{false};
+
+// Counts this thread as a reader while it lives.
+class LRLogListenerList::Reading {
+ public:
+  explicit Reading(LRLogListenerList& owner) noexcept : list(owner) {
+    for (;;) {
+      const std::uint32_t now = list.period.load();
+      mine = now & 1;
+      list.readers[mine].fetch_add(1);
+      // Still the same period: a change from here on finds this reader in the count.
+      if (list.period.load() == now) return;
+      Leave();
+    }
+  }
+  ~Reading() { Leave(); }
+  Reading(const Reading&) = delete;
+  Reading& operator=(const Reading&) = delete;
+
+ private:
+  void Leave() noexcept {
+    if (list.readers[mine].fetch_sub(1) != 1 || !list.isRemovalWaiting.load()) return;
+    const std::lock_guard lock(list.mutex);
+    list.readersGone.notify_all();
+  }
+
+  LRLogListenerList& list;
+  std::uint32_t mine = 0;
+};
+
+LRLogListenerList& LRLogListenerList::Instance() {
+  static LRLogListenerList list;
+  return list;
+}
+
+// Runs at process exit, when threads may still be making statements: they find an empty list.
+// Nothing waits here; an array that a thread is reading is left to the system.
+LRLogListenerList::~LRLogListenerList() {
+  Array* const last = current.exchange(nullptr);
+  if (readers[0].load() == 0 && readers[1].load() == 0) FreeArrays(last);
+}
+
+LRLogListenerList::Array* LRLogListenerList::MakeArray(std::size_t room) {
+  const std::size_t extra = (room - 1) * sizeof(std::atomic<LRLogListener*>);
+  auto* const array = new (::operator new(sizeof(Array) + extra)) Array{0, nullptr, {nullptr}};
+  for (std::size_t i = 1; i < room; ++i)
+    new (&array->entries[i]) std::atomic<LRLogListener*>(nullptr);
+  return array;
+}
+
+void LRLogListenerList::FreeArrays(Array* array) noexcept {
+  while (array != nullptr) ::operator delete(std::exchange(array, array->retired));
+}
+
+std::atomic<LRLogListener*>* LRLogListenerList::Find(const LRLogListener* listener) noexcept {
+  Array* const array = current.load();
+  if (array == nullptr) return nullptr;
+  auto* const end = array->entries + array->count;
+  auto* const found = std::find(array->entries, end, listener);
+  return found == end ? nullptr : found;
+}
+
+void LRLogListenerList::WaitForReaders() noexcept {
+  const std::uint32_t old = period.fetch_add(1) & 1;
+  std::unique_lock lock(mutex);
+  isRemovalWaiting = true;
+  readersGone.wait(lock, [&] { return readers[old].load() == 0; });
+  isRemovalWaiting = false;
+}
+
+void LRLogListenerList::AddListener(LRLogListener* listener) {
+  if (Find(listener) == nullptr) {
+    Array* const old = current.load();
+    std::size_t kept = old == nullptr ? 0 : old->count;
+    while (kept > 0 && old->entries[kept - 1] == nullptr) --kept;
+    Array* const grown = MakeArray(kept + 1);
+    for (std::size_t i = 0; i < kept; ++i) grown->entries[i] = old->entries[i].load();
+    grown->entries[kept] = listener;
+    grown->count = kept + 1;
+    grown->retired = old;  // nobody is waited for here: the next removal frees it
+    current.store(grown);
+  }
+  DiskLogEnabled.store(true, std::memory_order_relaxed);
+}
+
+void LRLogListenerList::RemoveListener(LRLogListener* listener) noexcept {
+  auto* const entry = Find(listener);
+  if (entry == nullptr) return;
+  entry->store(nullptr);
+  WaitForReaders();
+  FreeArrays(std::exchange(current.load()->retired, nullptr));
+}
+
+void LRLogListenerList::Log(const char* line) {
+  const Reading reading(*this);
+  for (std::size_t i = 0;; ++i) {
+    const Array* const now = current.load();
+    if (now == nullptr || i >= now->count) return;
+    if (LRLogListener* const entry = now->entries[i].load()) entry->Log(line);
+  }
+}
+
+}  // namespace larder

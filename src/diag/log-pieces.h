@@ -1,0 +1,24 @@
+// The routines that make the pieces of a log line.
+#pragma once
+
+#include <string>
+
+#include "platform/code.h"
+#include "platform/wide.h"
+
+namespace larder {
+
+// The moment in UTC as "%y/%m/%d %H:%M:%S", 17 characters.
+std::string GetTimeStamp();
+// The same, written to 17 characters of the caller's.
+void WriteTimeStamp(char* stamp) noexcept;
+
+// A system code with its text: the number in decimal, a blank, and the system's text in double
+// quotes, without its line end. The text is empty for a code that has none.
+WideString FormatSystemError(platform::Code code);
+
+// Full path of the host process's image, as far as it fits in 520 characters with its terminator;
+// empty, after a WARN line, when the system doesn't tell.
+WideString GetModuleName();
+
+}  // namespace larder

@@ -1,0 +1,24 @@
+#include "diag/log-statement.h"
+
+namespace larder {
+
+void WriteStatement(const char* word, LogBody body) noexcept {
+  try {
+    {
+      LogLine line = body.Build();
+      TraceOut(line.ForTrace(word));
+    }
+    if (!IsDiskLogEnabled()) return;
+    char stamp[LogLine::kStampSize];
+    WriteTimeStamp(stamp);
+    LogLine line = body.Build();
+    LRLogListenerList::Instance().Log(line.ForDisk(stamp, word));
+  } catch (...) {  // NOLINT(bugprone-empty-catch): a statement costs its caller nothing but time
+  }
+}
+
+void ScopeTrace::Write(const char* text) noexcept {
+  WriteStatement(kTraceWord, LogBody([text] { return LogLine(text); }));
+}
+
+}  // namespace larder

@@ -1,0 +1,22 @@
+// What a command-line program needs of its surroundings. All narrow text is UTF-8 on every system.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "platform/code.h"
+#include "platform/wide.h"
+
+namespace larder::platform {
+
+// The program's arguments, the program's own name first. argc and argv are what main was given.
+[[nodiscard]] std::vector<std::string> ProgramArguments(int argc, char** argv);
+
+// Makes standard output and error take UTF-8 bytes as they stand, line ends included.
+void PrepareConsole() noexcept;
+
+// The path as a full one (relative to the current directory otherwise), with backslashes. The file
+// needn't exist, and links aren't followed. kNoUnicodeTranslation for bytes that are no UTF-8.
+[[nodiscard]] Code FullPath(const std::string& utf8Path, WideString& path);
+
+}  // namespace larder::platform

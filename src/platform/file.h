@@ -1,0 +1,32 @@
+// Files that are read: what a path leads to, its identity and times, its bytes.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "platform/code.h"
+#include "platform/handle.h"
+#include "platform/wide.h"
+
+namespace larder::platform {
+
+enum class FileKind { kRegular, kDirectory, kOther };
+
+struct FileInfo {
+  std::uint64_t size = 0;          // bytes
+  std::uint64_t lastModified = 0;  // 100 ns since 1601-01-01 UTC
+  std::uint64_t volume = 0;        // the file system that holds the file...
+  std::uint64_t index = 0;         // ...and the file's number in it
+};
+
+// Opens what a path leads to for reading, links followed, in the way that disturbs other programs
+// least. Never blocks: anything but a regular file is told by kind and not opened (file is then
+// InvalidHandle() and the code kSuccess). On failure file is InvalidHandle().
+[[nodiscard]] Code OpenFileToRead(const WideString& path, Handle& file, FileKind& kind);
+
+[[nodiscard]] Code QueryFileInfo(Handle file, FileInfo& info) noexcept;
+
+// Reads on from where the last read ended; got is 0 at the end of the file.
+[[nodiscard]] Code ReadOn(Handle file, void* buffer, std::size_t size, std::size_t& got) noexcept;
+
+}  // namespace larder::platform

@@ -1,0 +1,55 @@
+#include "platform/console.h"
+
+#include <stdlib.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <memory>
+#include <string_view>
+
+#include "platform/linux/errno-code.h"
+#include "platform/linux/native-path.h"
+
+namespace larder::platform {
+namespace {
+
+struct Free {
+  void operator()(char* text) const noexcept { free(text); }
+};
+
+Code CurrentDirectory(std::string& path) {
+  const std::unique_ptr<char, Free> directory(getcwd(nullptr, 0));
+  if (!directory) return CodeFromErrno(errno);
+  path = directory.get();
+  // The kernel's word for a directory outside of the process's root.
+  return path.front() == '/' ? kSuccess : kPathNotFound;
+}
+
+std::string WithoutIdleParts(std::string_view path) {
+  std::string result;
+  while (!path.empty()) {
+    const std::size_t end = path.find('/');
+    const std::string_view part = path.substr(0, end);
+    if (!part.empty() && part != ".") result.append("/").append(part);
+    path.remove_prefix(end == std::string_view::npos ? path.size() : end + 1);
+  }
+  return result.empty() ? "/" : result;
+}
+
+}  // namespace
+
+std::vector<std::string> ProgramArguments(int argc, char** argv) { return {argv, argv + argc}; }
+
+void PrepareConsole() noexcept {}
+
+Code FullPath(const std::string& utf8Path, WideString& path) {
+  if (utf8Path.empty() || utf8Path.find('\0') != std::string::npos) return kInvalidName;
+  std::string full;
+  if (utf8Path.front() != '/') {
+    if (const Code code = CurrentDirectory(full); code != kSuccess) return code;
+    full += '/';
+  }
+  return WidePath(WithoutIdleParts(full + utf8Path), path);
+}
+
+}  // namespace larder::platform

@@ -1,0 +1,95 @@
+#include "platform/file.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <limits>
+
+#include "platform/linux/errno-code.h"
+#include "platform/linux/file-descriptor.h"
+#include "platform/linux/kernel-object.h"
+#include "platform/linux/native-path.h"
+
+namespace larder::platform {
+namespace {
+
+struct FileObject final : KernelObject {
+  explicit FileObject(FileDescriptor opened) noexcept : descriptor(std::move(opened)) {}
+  FileDescriptor descriptor;
+};
+
+FileKind KindOf(mode_t mode) {
+  if (S_ISREG(mode)) return FileKind::kRegular;
+  return S_ISDIR(mode) ? FileKind::kDirectory : FileKind::kOther;
+}
+
+// 100 ns since 1601 from the system's time since 1970; what doesn't fit is brought to the nearer
+// end.
+std::uint64_t FileTime(const timespec& time) {
+  constexpr std::int64_t kSecondsFrom1601To1970 = 11644473600;
+  constexpr std::int64_t kTicks = 10'000'000;
+  constexpr std::int64_t kLatest =
+      std::numeric_limits<std::int64_t>::max() / kTicks - kSecondsFrom1601To1970 - 1;
+  const std::int64_t seconds =
+      std::clamp<std::int64_t>(time.tv_sec, -kSecondsFrom1601To1970, kLatest);
+  return static_cast<std::uint64_t>((seconds + kSecondsFrom1601To1970) * kTicks +
+                                    time.tv_nsec / 100);
+}
+
+FileDescriptor OpenToRead(const char* path) {
+  int descriptor = -1;
+  do {
+    descriptor = open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
+  } while (descriptor < 0 && errno == EINTR);
+  return FileDescriptor(descriptor);
+}
+
+}  // namespace
+
+Code OpenFileToRead(const WideString& path, Handle& file, FileKind& kind) {
+  file = InvalidHandle();
+  std::string native;
+  if (const Code code = NativePath(path, native); code != kSuccess) return code;
+  struct stat status {};
+  // Looked at before it is opened, since opening a FIFO or a device can have effects of its own.
+  if (stat(native.c_str(), &status) != 0) return CodeFromErrno(errno);
+  kind = KindOf(status.st_mode);
+  if (kind != FileKind::kRegular) return kSuccess;
+  FileDescriptor descriptor = OpenToRead(native.c_str());
+  if (!descriptor.IsOpen() || fstat(descriptor.Get(), &status) != 0) return CodeFromErrno(errno);
+  kind = KindOf(status.st_mode);
+  if (kind != FileKind::kRegular) return kSuccess;
+  static_cast<void>(posix_fadvise(descriptor.Get(), 0, 0, POSIX_FADV_SEQUENTIAL));
+  file = new FileObject(std::move(descriptor));
+  return kSuccess;
+}
+
+Code QueryFileInfo(Handle file, FileInfo& info) noexcept {
+  const auto* object = ObjectOf<FileObject>(file);
+  if (object == nullptr) return kInvalidHandle;
+  struct stat status {};
+  if (fstat(object->descriptor.Get(), &status) != 0) return CodeFromErrno(errno);
+  info.size = static_cast<std::uint64_t>(status.st_size);
+  info.lastModified = FileTime(status.st_mtim);
+  info.volume = status.st_dev;
+  info.index = status.st_ino;
+  return kSuccess;
+}
+
+Code ReadOn(Handle file, void* buffer, std::size_t size, std::size_t& got) noexcept {
+  got = 0;
+  const auto* object = ObjectOf<FileObject>(file);
+  if (object == nullptr) return kInvalidHandle;
+  ssize_t result = -1;
+  do {
+    result = read(object->descriptor.Get(), buffer, size);
+  } while (result < 0 && errno == EINTR);
+  if (result < 0) return CodeFromErrno(errno);
+  got = static_cast<std::size_t>(result);
+  return kSuccess;
+}
+
+}  // namespace larder::platform

@@ -1,0 +1,131 @@
+#include "platform/module.h"
+
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <link.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "platform/linux/errno-code.h"
+#include "platform/linux/file-descriptor.h"
+#include "platform/linux/native-path.h"
+
+// The head of the image that this code is linked into, by the linker.
+extern "C" __attribute__((visibility("hidden"))) const ElfW(Ehdr) __ehdr_start;  // NOLINT
+
+namespace larder::platform {
+namespace {
+
+void* NativeModule(ModuleHandle module) { return reinterpret_cast<void*>(module); }
+
+template <typename Record>
+bool ReadAt(int descriptor, std::uint64_t offset, Record& record) {
+  return pread(descriptor, &record, sizeof(record), static_cast<off_t>(offset)) ==
+         static_cast<ssize_t>(sizeof(record));
+}
+
+bool IsForThisMachine(const ElfW(Ehdr) & header) {
+  const std::string_view magic(ELFMAG, SELFMAG);
+  const auto* ident = reinterpret_cast<const char*>(header.e_ident);
+  return std::string_view(ident, SELFMAG) == magic &&
+         header.e_ident[EI_CLASS] == __ehdr_start.e_ident[EI_CLASS] &&
+         header.e_ident[EI_DATA] == __ehdr_start.e_ident[EI_DATA] &&
+         header.e_machine == __ehdr_start.e_machine && header.e_type == ET_DYN &&
+         header.e_phentsize == sizeof(ElfW(Phdr));
+}
+
+// Whether all that the loader would map is in the file: the loader itself doesn't look, and the
+// process would end at the first touch of a page that isn't there.
+bool IsWhole(int descriptor, const ElfW(Ehdr) & header, std::uint64_t size) {
+  for (std::uint64_t i = 0; i < header.e_phnum; ++i) {
+    ElfW(Phdr) segment{};
+    if (!ReadAt(descriptor, header.e_phoff + i * sizeof(segment), segment)) return false;
+    if (segment.p_type != PT_LOAD) continue;
+    if (segment.p_filesz > size || segment.p_offset > size - segment.p_filesz) return false;
+  }
+  return header.e_phnum > 0;
+}
+
+// Why the file at a path is no image that can be loaded; kSuccess when it looks like one.
+Code ExamineImage(const std::string& path) {
+  struct stat status {};
+  if (stat(path.c_str(), &status) != 0)
+    return errno == ENOENT || errno == ENOTDIR ? kModuleNotFound : CodeFromErrno(errno);
+  if (S_ISDIR(status.st_mode)) return kAccessDenied;
+  if (!S_ISREG(status.st_mode)) return kBadExeFormat;
+  const FileDescriptor file(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY));
+  if (!file.IsOpen() || fstat(file.Get(), &status) != 0) return CodeFromErrno(errno);
+  ElfW(Ehdr) header{};
+  if (!ReadAt(file.Get(), 0, header) || !IsForThisMachine(header)) return kBadExeFormat;
+  const bool whole = IsWhole(file.Get(), header, static_cast<std::uint64_t>(status.st_size));
+  return whole ? kSuccess : kBadExeFormat;
+}
+
+// The loader tells only in words which image it stumbled over and whether a symbol was wanting;
+// these words, unlike its others, are the same in every language. Read after a failed dlopen alone.
+Code ReasonOfFailure(bool examined) {
+  const char* words = dlerror();
+  const std::string_view text = words == nullptr ? "" : words;
+  const auto holds = [text](const char* part) { return text.find(part) != std::string_view::npos; };
+  if (holds(": undefined symbol: ") || holds(": version `")) return kProcedureNotFound;
+  // A bare name was searched for, so the path of what was found stands nowhere else.
+  if (!examined && !text.empty() && text.front() == '/') {
+    const Code code = ExamineImage(std::string(text.substr(0, text.find(": "))));
+    if (code != kSuccess) return code;
+  }
+  return kModuleNotFound;
+}
+
+}  // namespace
+
+Code OpenModule(const WideString& path, ModuleHandle& module) {
+  module = nullptr;
+  std::string native;
+  if (const Code code = NativePath(path, native); code != kSuccess) return code;
+  if (native.empty()) return kModuleNotFound;  // for dlopen it is the program itself
+  const bool isPath = native.find('/') != std::string::npos;
+  if (isPath) {
+    if (const Code code = ExamineImage(native); code != kSuccess) return code;
+  }
+  module = reinterpret_cast<ModuleHandle>(dlopen(native.c_str(), RTLD_NOW | RTLD_LOCAL));
+  return module != nullptr ? kSuccess : ReasonOfFailure(isPath);
+}
+
+Symbol FindSymbol(ModuleHandle module, const char* name) noexcept {
+  if (module == nullptr || name == nullptr) return nullptr;
+  void* symbol = dlsym(NativeModule(module), name);
+  if (symbol == nullptr) return nullptr;
+  // dlsym looks through the module's dependencies as well, whose exports aren't the module's.
+  Dl_info unused{};
+  void* owner = nullptr;
+  void* self = nullptr;
+  if (dladdr1(symbol, &unused, &owner, RTLD_DL_LINKMAP) == 0 ||
+      dlinfo(NativeModule(module), RTLD_DI_LINKMAP, &self) != 0 || owner != self)
+    return nullptr;
+  return reinterpret_cast<Symbol>(symbol);
+}
+
+void CloseModule(ModuleHandle module) noexcept {
+  if (module != nullptr) dlclose(NativeModule(module));
+}
+
+Code HostImagePath(WideString& path) {
+  std::string native(256, '\0');
+  for (;;) {
+    const ssize_t length = readlink("/proc/self/exe", native.data(), native.size());
+    if (length < 0) return CodeFromErrno(errno);
+    if (static_cast<std::size_t>(length) < native.size()) {
+      native.resize(static_cast<std::size_t>(length));
+      return WidePath(native, path);
+    }
+    native.resize(native.size() * 2);
+  }
+}
+
+}  // namespace larder::platform

@@ -1,0 +1,110 @@
+#include "platform/utf.h"
+
+#include <cstddef>
+#include <cstdint>
+
+namespace larder::platform {
+namespace {
+
+constexpr std::uint32_t kHighFirst = 0xD800;
+constexpr std::uint32_t kLowFirst = 0xDC00;
+constexpr std::uint32_t kSurrogateEnd = 0xE000;
+constexpr std::uint32_t kSupplementary = 0x10000;
+constexpr std::uint32_t kCodePointEnd = 0x110000;
+
+bool IsHigh(std::uint32_t unit) { return unit >= kHighFirst && unit < kLowFirst; }
+bool IsLow(std::uint32_t unit) { return unit >= kLowFirst && unit < kSurrogateEnd; }
+
+void AppendUtf8(std::string& out, std::uint32_t point) {
+  const auto put = [&out](std::uint32_t byte) { out.push_back(static_cast<char>(byte)); };
+  if (point < 0x80) return put(point);
+  if (point < 0x800) {
+    put(0xC0 | point >> 6);
+  } else {
+    if (point < kSupplementary) {
+      put(0xE0 | point >> 12);
+    } else {
+      put(0xF0 | point >> 18);
+      put(0x80 | (point >> 12 & 0x3F));
+    }
+    put(0x80 | (point >> 6 & 0x3F));
+  }
+  put(0x80 | (point & 0x3F));
+}
+
+void AppendWide(WideString& out, std::uint32_t point) {
+  if (point < kSupplementary) {
+    out.push_back(static_cast<LarderWideChar>(point));
+    return;
+  }
+  point -= kSupplementary;
+  out.push_back(static_cast<LarderWideChar>(kHighFirst + (point >> 10)));
+  out.push_back(static_cast<LarderWideChar>(kLowFirst + (point & 0x3FF)));
+}
+
+// What a lead byte promises: the length of its sequence, the bits that it gives, and the smallest
+// value that needs this length. Length 0 for a byte that leads nothing.
+struct Lead {
+  std::size_t length;
+  std::uint32_t bits;
+  std::uint32_t smallest;
+};
+
+Lead ReadLead(std::uint8_t byte) {
+  if (byte < 0x80) return {1, byte, 0};
+  if (byte < 0xC0) return {0, 0, 0};
+  if (byte < 0xE0) return {2, byte & 0x1Fu, 0x80};
+  if (byte < 0xF0) return {3, byte & 0x0Fu, 0x800};
+  if (byte < 0xF8) return {4, byte & 0x07u, kSupplementary};
+  return {0, 0, 0};
+}
+
+// Takes one sequence from the front of the text; false, with the text in any state, if there is
+// none.
+bool TakePoint(std::string_view& text, std::uint32_t& point) {
+  const Lead lead = ReadLead(static_cast<std::uint8_t>(text.front()));
+  if (lead.length == 0 || lead.length > text.size()) return false;
+  point = lead.bits;
+  for (std::size_t i = 1; i < lead.length; ++i) {
+    const auto byte = static_cast<std::uint8_t>(text[i]);
+    if ((byte & 0xC0) != 0x80) return false;
+    point = point << 6 | (byte & 0x3Fu);
+  }
+  text.remove_prefix(lead.length);
+  return point >= lead.smallest && point < kCodePointEnd;
+}
+
+}  // namespace
+
+std::string Utf8FromWide(WideView text) {
+  std::string utf8;
+  utf8.reserve(text.size());
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    std::uint32_t point = text[i];
+    if (IsHigh(point) && i + 1 < text.size() && IsLow(text[i + 1])) {
+      const std::uint32_t low = text[++i];
+      point = kSupplementary + ((point - kHighFirst) << 10) + (low - kLowFirst);
+    }
+    AppendUtf8(utf8, point);
+  }
+  return utf8;
+}
+
+bool WideFromUtf8(std::string_view utf8, WideString& wide) {
+  WideString result;
+  result.reserve(utf8.size());
+  std::uint32_t previous = 0;
+  while (!utf8.empty()) {
+    std::uint32_t point = 0;
+    if (!TakePoint(utf8, point)) return false;
+    // A pair in two sequences of three bytes is no lone surrogate: it would come back as one of
+    // four.
+    if (IsLow(point) && IsHigh(previous)) return false;
+    AppendWide(result, point);
+    previous = point;
+  }
+  wide = std::move(result);
+  return true;
+}
+
+}  // namespace larder::platform

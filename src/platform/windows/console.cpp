@@ -1,0 +1,45 @@
+#include "platform/console.h"
+
+#include <windows.h>
+
+#include <fcntl.h>
+#include <io.h>
+#include <shellapi.h>
+#include <stdio.h>
+
+#include <memory>
+
+#include "platform/utf.h"
+#include "platform/windows/native-path.h"
+
+namespace larder::platform {
+namespace {
+
+struct FreeLocal {
+  void operator()(wchar_t** list) const noexcept { LocalFree(list); }
+};
+
+}  // namespace
+
+// What main was given has gone through the code page; the command line has not.
+std::vector<std::string> ProgramArguments(int, char**) {
+  int count = 0;
+  const std::unique_ptr<wchar_t*, FreeLocal> list(CommandLineToArgvW(GetCommandLineW(), &count));
+  std::vector<std::string> arguments;
+  for (int i = 0; list && i < count; ++i) arguments.push_back(Utf8FromWide(list.get()[i]));
+  return arguments;
+}
+
+void PrepareConsole() noexcept {
+  _setmode(_fileno(stdout), _O_BINARY);
+  _setmode(_fileno(stderr), _O_BINARY);
+  SetConsoleOutputCP(CP_UTF8);
+}
+
+Code FullPath(const std::string& utf8Path, WideString& path) {
+  WideString wide;
+  if (!WideFromUtf8(utf8Path, wide)) return kNoUnicodeTranslation;
+  return FullNativePath(wide, path);
+}
+
+}  // namespace larder::platform

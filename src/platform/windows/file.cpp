@@ -1,0 +1,78 @@
+#include "platform/file.h"
+
+#include <windows.h>
+
+#include <algorithm>
+#include <memory>
+
+#include "platform/windows/last-error.h"
+#include "platform/windows/native-path.h"
+
+namespace larder::platform {
+namespace {
+
+HANDLE Native(Handle file) { return reinterpret_cast<HANDLE>(file); }
+
+struct CloseFile {
+  void operator()(Handle file) const noexcept { CloseHandle(Native(file)); }
+};
+
+std::uint64_t Join(DWORD high, DWORD low) { return std::uint64_t{high} << 32 | low; }
+
+// Shares everything, and lets no pipe that bears the name act for this process.
+Handle OpenToRead(const WideString& path) {
+  constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+  constexpr DWORD kFlags = FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_SEQUENTIAL_SCAN |
+                           SECURITY_SQOS_PRESENT | SECURITY_IDENTIFICATION;
+  return reinterpret_cast<Handle>(
+      CreateFileW(path.c_str(), GENERIC_READ, kShareAll, nullptr, OPEN_EXISTING, kFlags, nullptr));
+}
+
+Code KindOf(Handle file, FileKind& kind) {
+  kind = FileKind::kOther;
+  if (GetFileType(Native(file)) != FILE_TYPE_DISK) return kSuccess;
+  BY_HANDLE_FILE_INFORMATION information;
+  if (GetFileInformationByHandle(Native(file), &information) == FALSE) return LastError();
+  const bool isDirectory = (information.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+  kind = isDirectory ? FileKind::kDirectory : FileKind::kRegular;
+  return kSuccess;
+}
+
+}  // namespace
+
+Code OpenFileToRead(const WideString& path, Handle& file, FileKind& kind) {
+  file = InvalidHandle();
+  WideString native;
+  if (const Code code = NativePath(path, native); code != kSuccess) return code;
+  const Handle opened = OpenToRead(native);
+  if (opened == InvalidHandle()) return LastError();
+  std::unique_ptr<KernelObject, CloseFile> owner(opened);
+  const Code code = KindOf(opened, kind);
+  if (code == kSuccess && kind == FileKind::kRegular) file = owner.release();
+  return code;
+}
+
+Code QueryFileInfo(Handle file, FileInfo& info) noexcept {
+  if (file == nullptr || file == InvalidHandle()) return kInvalidHandle;
+  BY_HANDLE_FILE_INFORMATION information;
+  if (GetFileInformationByHandle(Native(file), &information) == FALSE) return LastError();
+  info.size = Join(information.nFileSizeHigh, information.nFileSizeLow);
+  info.lastModified =
+      Join(information.ftLastWriteTime.dwHighDateTime, information.ftLastWriteTime.dwLowDateTime);
+  info.volume = information.dwVolumeSerialNumber;
+  info.index = Join(information.nFileIndexHigh, information.nFileIndexLow);
+  return kSuccess;
+}
+
+Code ReadOn(Handle file, void* buffer, std::size_t size, std::size_t& got) noexcept {
+  got = 0;
+  if (file == nullptr || file == InvalidHandle()) return kInvalidHandle;
+  constexpr std::size_t kMost = 1u << 30;
+  DWORD count = 0;
+  const auto wanted = static_cast<DWORD>(std::min(size, kMost));
+  if (ReadFile(Native(file), buffer, wanted, &count, nullptr) == FALSE) return LastError();
+  got = count;
+  return kSuccess;
+}
+
+}  // namespace larder::platform

@@ -1,0 +1,138 @@
+#include "providers/data-provider-mgr.h"
+
+#include <stdexcept>
+#include <string>
+#include <utility>
+
+#include "diag/log-statement.h"
+#include "providers/provider-discovery.h"
+#include "support/text.h"
+
+namespace larder {
+
+namespace {
+
+constexpr std::int32_t kTypeCount = 6;
+
+std::runtime_error Failure(int number, const std::string& message) {
+  return std::runtime_error(__FILE__ ":" + std::to_string(number) + " " + message);
+}
+
+// Sign-extended to 64 bits and shown without a sign.
+std::string TypeText(std::int32_t type) {
+  return std::to_string(static_cast<std::uint64_t>(static_cast<std::int64_t>(type)));
+}
+
+// Code and data of the module's own exception go with the module, which the unwinding unloads: what
+// travels on must be the library's.
+struct UnknownFailure {};
+
+bool IsInRange(std::int32_t type) { return type >= 0 && type < kTypeCount; }
+
+}  // namespace
+
+DataProviderManager::Provider::Provider() {
+  ScopeTrace scope("Entering DataProviderManager::Provider::Provider()",
+                   "Leaving DataProviderManager::Provider::Provider()");
+}
+
+DataProviderManager::Provider::Provider(AutoModuleHandle&& loadedModule)
+    : module(std::move(loadedModule)) {
+  ScopeTrace scope("Entering DataProviderManager::Provider::Provider()",
+                   "Leaving DataProviderManager::Provider::Provider()");
+  const platform::Symbol symbol = platform::FindSymbol(module.Get(), "GetProvider");
+  if (symbol == nullptr) {
+    throw Failure(30, PointerText(module.Get()) + " does not have GetProvider symbol.");
+  }
+  try {
+    reinterpret_cast<GetProviderFunction>(symbol)(&dataProvider);
+    LogTrace("Got data provider interface ", dataProvider, " from ", module.Get());
+    type = dataProvider->GetType();
+  } catch (const std::exception& error) {
+    throw std::runtime_error(error.what());
+  } catch (...) {
+    throw UnknownFailure();
+  }
+}
+
+DataProviderManager::Provider::Provider(Provider&& other) noexcept {
+  ScopeTrace scope("Entering DataProviderManager::Provider::Provider()",
+                   "Leaving DataProviderManager::Provider::Provider()");
+  Swap(other);
+}
+
+DataProviderManager::Provider& DataProviderManager::Provider::operator=(Provider&& other) noexcept {
+  ScopeTrace scope("Entering DataProviderManager::Provider::operator =()",
+                   "Leaving DataProviderManager::Provider::operator =()");
+  Swap(other);
+  return *this;
+}
+
+DataProviderManager::Provider::~Provider() {
+  ScopeTrace scope("Entering DataProviderManager::Provider::~Provider()",
+                   "Leaving DataProviderManager::Provider::~Provider()");
+  delete dataProvider;
+}
+
+void DataProviderManager::Provider::Swap(Provider& other) noexcept {
+  module.Swap(other.module);
+  std::swap(dataProvider, other.dataProvider);
+  std::swap(type, other.type);
+}
+
+std::int32_t DataProviderManager::Provider::GetType() {
+  ScopeTrace scope("Entering DataProviderManager::Provider::GetType()",
+                   "Leaving DataProviderManager::Provider::GetType()");
+  LogTrace("Returning ", type, " for module ", module.Get());
+  return type;
+}
+
+DataProviderManager::DataProviderManager() : providers(kTypeCount) {
+  ScopeTrace scope("Entering DataProviderManager::DataProviderManager()",
+                   "Leaving DataProviderManager::DataProviderManager()");
+  const std::vector<WideString> paths = GetDataProviderPaths();
+  if (paths.empty()) throw Failure(92, "No data providers found in the registry.");
+  for (const WideString& path : paths) Load(path);
+}
+
+DataProviderManager::~DataProviderManager() {
+  ScopeTrace scope("Entering DataProviderManager::~DataProviderManager()",
+                   "Leaving DataProviderManager::~DataProviderManager()");
+}
+
+void DataProviderManager::Load(const WideString& path) {
+  LogTrace("Loading data provider ", path);
+  AutoModuleHandle module;
+  const platform::Code code = platform::OpenModule(path, module.Out());
+  if (module.IsEmpty()) {
+    throw Failure(
+        123, "Failed to load dll " + WideToUtf8(path) + " " + WideToUtf8(FormatSystemError(code)));
+  }
+  LogTrace("Got HMODULE ", module.Get());
+  Provider provider(std::move(module));
+  const std::int32_t type = provider.GetType();
+  // The two texts show the null handle that the move has left, not the offending module's.
+  if (!IsInRange(type)) {
+    throw Failure(110, "Unexpected data provider type " + TypeText(type) + " in " +
+                           PointerText(module.Get()));  // NOLINT(bugprone-use-after-move)
+  }
+  Provider& slot = providers[static_cast<std::size_t>(type)];
+  if (slot.Get() != nullptr) {
+    throw Failure(115, "Already have a provider for provider type " + TypeText(type) + " in " +
+                           PointerText(module.Get()));  // NOLINT(bugprone-use-after-move)
+  }
+  slot = std::move(provider);
+}
+
+IDataProvider* DataProviderManager::GetDataProvider(std::int32_t type) {
+  ScopeTrace scope("Entering DataProviderManager::GetDataProvider()",
+                   "Leaving DataProviderManager::GetDataProvider()");
+  if (!IsInRange(type)) {
+    throw Failure(144, "Unexpected data provider type " + TypeText(type) + " requested.");
+  }
+  IDataProvider* const provider = providers[static_cast<std::size_t>(type)].Get();
+  if (provider != nullptr) return provider;
+  throw Failure(149, "No provider for provider type " + TypeText(type));
+}
+
+}  // namespace larder

@@ -1,0 +1,36 @@
+// The library's configuration, beneath one fixed key of the machine's registry.
+//
+// Each routine opens the key that it needs, does one thing and closes the key. Failures are told by
+// WARN lines only: a caller can't tell an absent value from an unreadable one. A subkey is relative
+// to LarderRegistryRoot, may hold several levels ("DataProviders\FeedFile") and may not begin with
+// a backslash. Any thread. Nothing is thrown but std::bad_alloc.
+#pragma once
+
+#include <cstdint>
+
+#include "platform/wide.h"
+#include "support/scoped-handles.h"
+
+namespace larder {
+
+// Below the machine hive; a subkey is appended as it stands.
+inline constexpr WideView LarderRegistryRoot = LARDER_WIDE("Software\\Velmor\\Larder\\");
+
+// A value of type REG_SZ with at most 98 characters; empty when there is none, when it is longer,
+// of another type or unreadable.
+WideString GetRegistryString(const WideString& subkey, const WideString& valueName);
+
+// A value of type REG_DWORD. False when it couldn't be read; *value may have changed even then,
+// when a value of 4 bytes has another type.
+bool GetRegistryInt(const WideString& subkey, const WideString& valueName, std::int32_t* value);
+
+// Writes a value of type REG_SZ, making the key and the levels above it where they are missing.
+void SetRegistryString(const WideString& subkey, const WideString& valueName,
+                       const WideString& data);
+
+void DeleteRegistryValue(const WideString& subkey, const WideString& valueName);
+
+// Opens a key for an access mask of platform/registry.h; empty on failure.
+AutoRegKeyHandle OpenRegistrySubkey(const WideString& subkey, std::uint32_t access);
+
+}  // namespace larder

@@ -1,0 +1,82 @@
+#!/usr/bin/env bash
+# The layers check finds what it is there to find: a small tree with one violation in each file.
+# usage: check-layers-test.sh CHECK FOLDER (made anew)
+set -euo pipefail
+check=$1 tree=$2
+rm -rf "$tree"
+mkdir -p "$tree"
+cd "$tree"
+failures=0
+
+fail() {
+  echo "FAILED: $1"
+  failures=$((failures + 1))
+}
+
+file() {  # PATH LINE: a source whose second line is LINE
+  mkdir -p "$(dirname "$1")"
+  printf '// A source.\n%s\n' "$2" >"$1"
+}
+
+refuses() {  # PATH LINE
+  file "$1" "$2"
+  local said
+  if said=$("$check" "$tree"); then
+    fail "accepted in $1: $2"
+  elif [[ $said != "$1:2: "* || $said == *$'\n'* ]]; then
+    fail "expected one line about $1:2, got: $said"
+  fi
+  rm "$1"
+}
+
+accepts() {
+  file "$1" "$2"
+  local said
+  said=$("$check" "$tree") || fail "refused in $1: $2: $said"
+  rm "$1"
+}
+
+accepts src/api/a.cpp '#include "providers/b.h"'
+accepts src/diag/a.cpp '#include "support/b.h"'
+accepts src/support/a.cpp '#include "diag/b.h"'
+refuses src/providers/a.cpp '#include "api/b.h"'
+refuses src/notify/a.cpp '#include "providers/b.h"'
+refuses src/support/a.h '#include "notify/b.h"'
+refuses src/diag/a.cpp '#include "providers/b.h"'
+refuses src/platform/linux/a.cpp '#include "support/b.h"'
+refuses src/api/a.cpp '#include "a.h"'
+refuses src/api/a.cpp '#include "../providers/b.h"'
+refuses include/larder/a.h '#include "larder/b.h"'
+refuses providers/feed/a.cpp '#  include "diag/b.h"'
+refuses tools/larder/a.cpp '#include "api/b.h"'
+
+accepts src/api/a.cpp '#include <cstdint>'
+accepts src/platform/windows/a.cpp '#include <windows.h>'
+accepts src/platform/linux/a.cpp '#include <sys/stat.h>'
+accepts tests/host/linux/a.cpp '#include <unistd.h>'
+accepts providers/feed/a.cpp '#include <gcrypt.h>'
+refuses src/support/a.cpp '#include <windows.h>'
+refuses src/platform/a.h '#include <unistd.h>'
+refuses src/api/a.cpp ' # include <sys/types.h>'
+refuses include/larder/a.h '#include <windows.h>'
+refuses tests/host/a.cpp '#include <dlfcn.h>'
+refuses src/api/a.cpp '#include <gcrypt.h>'
+refuses src/api/a.cpp '#include <gtest/gtest.h>'
+
+accepts include/larder/a.h '#ifdef _WIN32'
+accepts src/platform/a.h '#ifdef _WIN32'
+accepts tests/host/windows/a.cpp '#if defined(_WIN64)'
+refuses include/larder/a.h '#if defined(__linux__)'
+refuses src/api/a.cpp '#ifdef _WIN32'
+refuses src/api/a.cpp '#if 1 && !defined(__linux__)'
+refuses tools/larder/a.cpp '#elif defined _MSC_VER'
+refuses tests/host/a.cpp '#ifndef __unix__'
+
+built=$tree/built
+printf 'text\0/usr%s/a.cpp\0%s-other/a.cpp\0' "$tree" "$tree" >"$built"
+"$check" --no-build-paths "$tree" -- "$built" || fail "a path that only resembles the build's was refused"
+printf 'text\0%s/a.cpp\0' "$tree" >"$built"
+if "$check" --no-build-paths /nowhere "$tree" -- "$built"; then fail "a path of the build was accepted"; fi
+
+if [[ $failures -ne 0 ]]; then exit 1; fi
+echo "all found"

@@ -1,0 +1,158 @@
+// A host that loads the library while it runs, and lets it go again.
+#include <gtest/gtest.h>
+#include <larder/larder.h>
+
+#include <cstdint>
+#include <stdexcept>
+
+#include "abi/process-footprint.h"
+#include "platform/module.h"
+#include "platform/registry.h"
+#include "platform/utf.h"
+#include "testing/test-machine.h"
+
+namespace larder {
+namespace {
+
+constexpr std::int32_t kFeedTestType = 2;
+
+struct Note {
+  DataBlockHeader header = {.dataSize = sizeof(Note), .providerType = kFeedTestType};
+  char text[8] = "kept";
+};
+
+// A FileObjectDescriptor with a longer path.
+struct NamedObject {
+  std::uint32_t lastModified[2] = {0, 0};
+  LarderWideChar filePath[7] = {'o', 'b', 'j', 'e', 'c', 't', 0};
+};
+
+// The tests run in the folder that holds the library and the modules.
+WideString LibraryPath() {
+  WideString name;
+  if (!platform::WideFromUtf8(LARDER_LIBRARY_FILE, name)) throw std::runtime_error("no UTF-8");
+  return LARDER_WIDE(".\\") + name;
+}
+
+void SetString(const WideString& subkey, const WideString& name, const WideString& text) {
+  platform::RegistryKey key = nullptr;
+  const WideString path = LARDER_WIDE("Software\\Velmor\\Larder\\") + subkey;
+  ASSERT_EQ(platform::MakeRegistryKey(path, platform::kKeySetValue, key), platform::kSuccess);
+  const auto size = static_cast<std::uint32_t>((text.size() + 1) * sizeof(LarderWideChar));
+  EXPECT_EQ(platform::SetRegistryValue(key, name, platform::kRegSz, text.c_str(), size),
+            platform::kSuccess);
+  platform::CloseRegistryKey(key);
+}
+
+// The library as a host has it that found its six functions by name.
+class LoadedLibrary {
+ public:
+  LoadedLibrary() {
+    EXPECT_EQ(platform::OpenModule(LibraryPath(), module), platform::kSuccess);
+    Find("LarderInit", init);
+    Find("LarderRelease", release);
+    Find("LarderQuery", query);
+    Find("LarderFreeQuery", freeQuery);
+    Find("LarderWrite", write);
+  }
+  ~LoadedLibrary() { platform::CloseModule(module); }
+  LoadedLibrary(const LoadedLibrary&) = delete;
+  LoadedLibrary& operator=(const LoadedLibrary&) = delete;
+
+  decltype(&LarderInit) init = nullptr;
+  decltype(&LarderRelease) release = nullptr;
+  decltype(&LarderQuery) query = nullptr;
+  decltype(&LarderFreeQuery) freeQuery = nullptr;
+  decltype(&LarderWrite) write = nullptr;
+
+ private:
+  template <typename Function>
+  void Find(const char* name, Function& function) {
+    function = reinterpret_cast<Function>(platform::FindSymbol(module, name));
+    if (function == nullptr) throw std::runtime_error(name);
+  }
+
+  platform::ModuleHandle module = nullptr;
+};
+
+void WriteAndQuery(const LoadedLibrary& library, LarderHandle handle) {
+  const NamedObject object;
+  const Note note;
+  ASSERT_EQ(library.write(handle, &object, kFeedTestType, &note.header), LARDER_OK);
+  DataBlockHeader* data = nullptr;
+  ASSERT_EQ(library.query(handle, &object, kFeedTestType, 0, &data, LARDER_QUERY_VERSION),
+            LARDER_OK);
+  EXPECT_STREQ(reinterpret_cast<const Note*>(data)->text, "kept");
+  EXPECT_EQ(library.freeQuery(handle, data), LARDER_OK);
+}
+
+// Load, use, let go. The library's file is mapped exactly as long as it is loaded, the provider's
+// as long as there is a handle.
+void LiveOnce() {
+  const LoadedLibrary library;
+  EXPECT_TRUE(IsMapped(LARDER_LIBRARY_FILE));
+  LarderHandle handle = nullptr;
+  ASSERT_EQ(library.init([](std::int32_t) {}, &handle), LARDER_OK);
+  EXPECT_TRUE(IsMapped("feed-test.dll"));
+  WriteAndQuery(library, handle);
+  EXPECT_EQ(library.release(), LARDER_OK);
+  EXPECT_FALSE(IsMapped("feed-test.dll"));
+}
+
+void SetLocation() {
+  SetString(LARDER_WIDE("Install"), LARDER_WIDE("szLocation"), LARDER_WIDE(".\\"));
+}
+
+void RegisterFeedTest() {
+  SetString(LARDER_WIDE("DataProviders\\FeedTest"), LARDER_WIDE("szDLL"),
+            LARDER_WIDE("feed-test.dll"));
+}
+
+// The first use of the registry and the first exception of a process: system and C++ runtime may
+// keep handles for these.
+void WarmUp() {
+  SetLocation();
+  try {
+    throw 0;
+  } catch (int) {
+  }
+}
+
+void ExpectNothingLeft(const Footprint& before, int life) {
+  const Footprint after = TakeFootprint();
+  EXPECT_EQ(after.threads, before.threads) << "after life " << life;
+  EXPECT_EQ(after.handles, before.handles) << "after life " << life;
+  EXPECT_FALSE(IsMapped(LARDER_LIBRARY_FILE)) << "after life " << life;
+  EXPECT_FALSE(IsMapped("feed-test.dll")) << "after life " << life;
+}
+
+TEST(Unload, LeavesNoThreadNoHandleAndNoModuleBehind) {
+  const TestMachine machine;
+  WarmUp();
+  RegisterFeedTest();
+  const Footprint before = TakeFootprint();
+  for (int life = 1; life <= 3; ++life) {
+    LiveOnce();
+    ExpectNothingLeft(before, life);
+  }
+}
+
+void FailOnce() {
+  const LoadedLibrary library;
+  LarderHandle handle = nullptr;
+  EXPECT_EQ(library.init([](std::int32_t) {}, &handle), LARDER_E_DB_OPEN_FAILED);
+  EXPECT_EQ(library.release(), LARDER_E_INVALID_HANDLE);
+}
+
+TEST(Unload, LeavesNothingBehindAfterAFailedInitEither) {
+  const TestMachine machine;
+  WarmUp();
+  const Footprint before = TakeFootprint();
+  for (int life = 1; life <= 3; ++life) {
+    FailOnce();
+    ExpectNothingLeft(before, life);
+  }
+}
+
+}  // namespace
+}  // namespace larder

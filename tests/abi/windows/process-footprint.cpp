@@ -1,0 +1,39 @@
+#include "abi/process-footprint.h"
+
+#include <windows.h>
+// Behind windows.h, which it needs.
+#include <tlhelp32.h>
+
+namespace larder {
+namespace {
+
+std::size_t CountThreads() {
+  const HANDLE snapshot = CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0);
+  THREADENTRY32 entry = {};
+  entry.dwSize = sizeof entry;
+  std::size_t count = 0;
+  for (BOOL more = Thread32First(snapshot, &entry); more; more = Thread32Next(snapshot, &entry)) {
+    if (entry.th32OwnerProcessID == GetCurrentProcessId()) ++count;
+  }
+  CloseHandle(snapshot);
+  return count;
+}
+
+// Asks for each value that a handle could have: not every system keeps GetProcessHandleCount.
+std::size_t CountHandles() {
+  constexpr ULONG_PTR kBeyondAnyHandle = 0x2000;
+  std::size_t count = 0;
+  for (ULONG_PTR value = 4; value < kBeyondAnyHandle; value += 4) {
+    DWORD flags = 0;
+    if (GetHandleInformation(reinterpret_cast<HANDLE>(value), &flags)) ++count;
+  }
+  return count;
+}
+
+}  // namespace
+
+Footprint TakeFootprint() { return {.threads = CountThreads(), .handles = CountHandles()}; }
+
+bool IsMapped(const std::string& fileName) { return GetModuleHandleA(fileName.c_str()) != nullptr; }
+
+}  // namespace larder

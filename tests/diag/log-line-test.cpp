@@ -1,0 +1,91 @@
+#include "diag/log-line.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <limits>
+#include <locale>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+
+namespace larder {
+namespace {
+
+template <typename... Pieces>
+std::string Body(const Pieces&... pieces) {
+  LogLine line(pieces...);
+  return line.ForTrace("       ") + LogLine::kWordSize;
+}
+
+template <typename... Pieces>
+std::string StreamBody(const Pieces&... pieces) {
+  std::ostringstream stream;
+  stream.imbue(std::locale::classic());
+  (stream << ... << pieces);
+  return stream.str();
+}
+
+TEST(LogLine, InsertsNarrowPiecesAsAStreamDoes) {
+  enum Plain { kSeven = 7 };
+  const char* const null = nullptr;
+  char array[8] = "ab";
+  const auto check = [](const auto&... pieces) {
+    EXPECT_EQ(Body(pieces...), StreamBody(pieces...));
+  };
+  check("text", std::string("a string"), array, std::string_view("view"));
+  check(std::numeric_limits<std::int64_t>::min(), ' ', std::numeric_limits<std::uint64_t>::max());
+  check(0, " ", -1, " ", 1234567U, " ", short{-3}, " ", static_cast<unsigned short>(65535));
+  check(true, false, kSeven);
+  check('c', static_cast<std::uint8_t>(0x41), static_cast<std::int8_t>(0x7A));
+  check("before", null, "after");  // a null text fails the stream for good
+}
+
+TEST(LogLine, AnEightBitValueIsAByteAndNotANumber) {
+  EXPECT_EQ(Body("v", static_cast<std::uint8_t>(2), "!"), "v\x02!");
+}
+
+TEST(LogLine, WidePiecesAreCutAtTheirNulAndEncodedUnitByUnit) {
+  const WideString cut(LARDER_WIDE("ab\0cd"), 5);
+  EXPECT_EQ(Body(cut, "|", cut.c_str(), "|", WideView(cut)), "ab|ab|ab");
+  EXPECT_EQ(Body(LARDER_WIDE("\x00e4\x20ac")), "\xC3\xA4\xE2\x82\xAC");
+  EXPECT_EQ(Body(LARDER_WIDE("\U0001F600")), "\xED\xA0\xBD\xED\xB8\x80");
+  EXPECT_EQ(Body(WideString(1, static_cast<LarderWideChar>(0xFFFF))), "\xEF\xBF\xBF");
+  const LarderWideChar* const null = nullptr;
+  EXPECT_THROW(Body("x", null), std::logic_error);
+}
+
+TEST(LogLine, PointersAreSixteenUpperCaseDigits) {
+  EXPECT_EQ(Body(reinterpret_cast<const void*>(std::uintptr_t{0xABCDEF012})), "0000000ABCDEF012");
+  EXPECT_EQ(Body(static_cast<const LogLine*>(nullptr)), "0000000000000000");
+  EXPECT_EQ(Body(reinterpret_cast<int*>(~std::uintptr_t{0})), "FFFFFFFFFFFFFFFF");
+}
+
+TEST(LogLine, LinesOfEveryLengthComeOutWhole) {
+  for (std::size_t length = 200; length < 600; ++length) {
+    const std::string text(length, 'x');
+    LogLine line(text, 7, text);
+    const std::string disk = line.ForDisk("24/03/05 17:02:09", " WARN: ");
+    ASSERT_EQ(disk, "24/03/05 17:02:09:  WARN: " + text + "7" + text + "\r\n");
+  }
+}
+
+// Digits grouped, as many countries write them.
+class Grouped : public std::numpunct<char> {
+  char do_thousands_sep() const override { return '.'; }
+  std::string do_grouping() const override { return "\3"; }
+  std::string do_truename() const override { return "ja"; }
+};
+
+TEST(LogLine, AHostsLocaleChangesNothing) {
+  const std::locale before = std::locale::global(std::locale(std::locale(), new Grouped));
+  const std::string body = Body(1234567, " ", -7654321, " ", true);
+  std::ostringstream localized;
+  localized << 1234567;
+  std::locale::global(before);
+  EXPECT_EQ(localized.str(), "1.234.567");
+  EXPECT_EQ(body, "1234567 -7654321 1");
+}
+
+}  // namespace
+}  // namespace larder

@@ -1,0 +1,118 @@
+#include "diag/log-listener-list.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace larder {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+std::vector<std::string> Heard;
+
+class Named : public LRLogListener {
+ public:
+  explicit Named(std::string itsName) : name(std::move(itsName)) {}
+  void Log(const char* line) override { Heard.push_back(name + line); }
+
+ private:
+  std::string name;
+};
+
+TEST(LRLogListenerList, ReachesEachListenerOnceInTheOrderOfAddition) {
+  LRLogListenerList& list = LRLogListenerList::Instance();
+  Named a("a");
+  Named b("b");
+  Named c("c");
+  EXPECT_FALSE(IsDiskLogEnabled());
+  list.Log("0");
+  for (Named* listener : {&a, &b, &a, &c, &b}) list.AddListener(listener);
+  EXPECT_TRUE(IsDiskLogEnabled());
+  list.Log("1");
+  EXPECT_THAT(Heard, ElementsAre("a1", "b1", "c1"));
+
+  Heard.clear();
+  list.RemoveListener(&b);
+  list.RemoveListener(&b);
+  list.Log("2");
+  list.AddListener(&b);
+  list.Log("3");
+  EXPECT_THAT(Heard, ElementsAre("a2", "c2", "a3", "c3", "b3"));
+
+  Heard.clear();
+  for (Named* listener : {&a, &b, &c}) list.RemoveListener(listener);
+  list.Log("4");
+  EXPECT_THAT(Heard, IsEmpty());
+  EXPECT_TRUE(IsDiskLogEnabled()) << "stays true to the end of the process";
+  list.AddListener(&c);
+  list.Log("5");
+  list.RemoveListener(&c);
+  EXPECT_THAT(Heard, ElementsAre("c5"));
+}
+
+TEST(LRLogListenerList, AListenerAddedByAnotherHearsTheSameLine) {
+  static Named late("late");
+  class Adder : public LRLogListener {
+    void Log(const char*) override { LRLogListenerList::Instance().AddListener(&late); }
+  } adder;
+  Heard.clear();
+  LRLogListenerList& list = LRLogListenerList::Instance();
+  list.AddListener(&adder);
+  list.Log("1");
+  EXPECT_THAT(Heard, ElementsAre("late1"));
+  list.RemoveListener(&adder);
+  list.RemoveListener(&late);
+}
+
+// Hears lines until it is removed; using it afterwards is what the sanitizers would see.
+class Counter : public LRLogListener {
+ public:
+  void Log(const char*) override {
+    ++*count;
+    heard.fetch_add(1, std::memory_order_relaxed);
+  }
+  int Heard() const { return heard.load(); }
+
+ private:
+  std::unique_ptr<std::atomic<int>> count = std::make_unique<std::atomic<int>>(0);
+  std::atomic<int> heard{0};
+};
+
+TEST(LRLogListenerList, AListenerMayBeDeletedRightAfterItsRemovalWhileOthersHearEveryLine) {
+  LRLogListenerList& list = LRLogListenerList::Instance();
+  constexpr int kThreads = 4;
+  constexpr int kLines = 3000;
+  Counter early;
+  list.AddListener(&early);
+  std::atomic<int> running{kThreads};
+  std::vector<std::thread> threads;
+  for (int i = 0; i < kThreads; ++i) {
+    threads.emplace_back([&] {
+      for (int line = 0; line < kLines; ++line) list.Log("line");
+      --running;
+    });
+  }
+  int rounds = 0;
+  while (running != 0 || rounds == 0) {
+    auto first = std::make_unique<Counter>();
+    auto second = std::make_unique<Counter>();
+    list.AddListener(first.get());
+    list.AddListener(second.get());
+    list.RemoveListener(first.get());
+    first.reset();
+    list.RemoveListener(second.get());
+    ++rounds;
+  }
+  for (std::thread& thread : threads) thread.join();
+  list.RemoveListener(&early);
+  EXPECT_EQ(early.Heard(), kThreads * kLines);
+}
+
+}  // namespace
+}  // namespace larder

@@ -1,0 +1,76 @@
+#include "host/host-machine.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <regex>
+
+#include "support/registry.h"
+#include "support/text.h"
+#include "testing/environment.h"
+
+namespace larder {
+
+namespace {
+
+constexpr char kEventFile[] = "events.txt";
+
+std::filesystem::path FindModule(const std::string& module) {
+  const std::filesystem::path folder = LARDER_TEST_MODULES;
+  const std::filesystem::path fixture = folder / "fixtures" / module;
+  return std::filesystem::exists(fixture) ? fixture : folder / module;
+}
+
+}  // namespace
+
+HostMachine::HostMachine() {
+  SetEnvironmentText("LARDER_FIXTURE_LOG", (machine.Folder() / kEventFile).string());
+  SetRegistryString(LARDER_WIDE("Install"), LARDER_WIDE("szLocation"), machine.WideFolder());
+  SetRegistryString(LARDER_WIDE("DataProviders"), LARDER_WIDE("szNothing"), {});
+  log.Clear();
+}
+
+void HostMachine::AddProvider(const std::string& key, const std::string& module) {
+  const std::filesystem::path source = FindModule(module);
+  if (std::filesystem::exists(source)) {
+    std::filesystem::copy_file(source, machine.Folder() / module,
+                               std::filesystem::copy_options::skip_existing);
+  }
+  SetRegistryString(LARDER_WIDE("DataProviders\\") + Wide(key), LARDER_WIDE("szDLL"), Wide(module));
+  log.Clear();
+}
+
+void HostMachine::RemoveProvider(const std::string& key) {
+  DeleteRegistryValue(LARDER_WIDE("DataProviders\\") + Wide(key), LARDER_WIDE("szDLL"));
+  log.Clear();
+}
+
+std::vector<std::string> HostMachine::Events() const {
+  std::ifstream file(machine.Folder() / kEventFile);
+  std::vector<std::string> events;
+  for (std::string line; std::getline(file, line);) events.push_back(line);
+  return events;
+}
+
+int HostMachine::Count(const std::string& event) const {
+  const auto events = Events();
+  return static_cast<int>(std::count(events.begin(), events.end(), event));
+}
+
+std::string HostMachine::LogText() const {
+  std::string text = log.Text();
+  const std::string folder = WideToUtf8(machine.WideFolder());
+  for (std::size_t at; (at = text.find(folder)) != std::string::npos;) {
+    text.replace(at, folder.size(), "<folder>\\");
+  }
+  static const std::regex systemText("(: [0-9]+ )\"[^\"\n]*\"\n");
+  return std::regex_replace(text, systemText, "$1\"<text>\"\n");
+}
+
+void UnexpectedCall(std::int32_t message) { ADD_FAILURE() << "called back with " << message; }
+
+WideString Wide(const std::string& ascii) { return WideString(ascii.begin(), ascii.end()); }
+
+}  // namespace larder

@@ -1,0 +1,65 @@
+# See CMakeLists.txt for the variables.
+include(${CMAKE_CURRENT_LIST_DIR}/../abi/machine.cmake)
+
+set(prefix ${FOLDER}/prefix)
+set(consumer ${FOLDER}/consumer)
+
+function(must_run)
+  execute_process(COMMAND ${ARGN} OUTPUT_VARIABLE out ERROR_VARIABLE out RESULT_VARIABLE status)
+  if(NOT status EQUAL 0)
+    list(JOIN ARGN " " command)
+    message(FATAL_ERROR "${command}\nexit status ${status}\n${out}")
+  endif()
+endfunction()
+
+function(build_consumer)
+  set(settings -DCMAKE_BUILD_TYPE=${BUILD_TYPE} -DCMAKE_CXX_COMPILER=${CXX} -DCMAKE_C_COMPILER=${CC}
+    -DCMAKE_PREFIX_PATH=${prefix})
+  if(TOOLCHAIN)  # it looks for packages below its own root alone
+    list(APPEND settings -DCMAKE_TOOLCHAIN_FILE=${TOOLCHAIN} -Dlarder_DIR=${prefix}/${LIBDIR}/cmake/larder)
+  endif()
+  if(SANITIZE)  # the runtime has to be in the program itself
+    list(APPEND settings -DCMAKE_C_FLAGS=-fsanitize=${SANITIZE} -DCMAKE_CXX_FLAGS=-fsanitize=${SANITIZE})
+  endif()
+  must_run(${CMAKE_COMMAND} -G ${GENERATOR} -S ${CONSUMER} -B ${consumer} ${settings})
+  must_run(${CMAKE_COMMAND} --build ${consumer})
+endfunction()
+
+function(expect program expected)
+  machine_run(status out ${consumer}/${program}${EXE})
+  if(NOT status EQUAL 0 OR NOT out STREQUAL "${expected}")
+    message(FATAL_ERROR "${program}: exit status ${status}, printed:\n${out}\nexpected:\n${expected}")
+  endif()
+endfunction()
+
+file(REMOVE_RECURSE ${FOLDER})
+must_run(${CMAKE_COMMAND} --install ${BUILD} --prefix ${prefix})
+foreach(header larder.h provider.h records.h)
+  if(NOT EXISTS ${prefix}/include/larder/${header})
+    message(FATAL_ERROR "${header} isn't installed")
+  endif()
+endforeach()
+build_consumer()
+
+# What is installed is all that runs: programs find the library and the C++ runtime there. The
+# providers' folders are relative to this test's own, because the registry's texts are short.
+set(ENV{WINEPATH} Z:${prefix}/${BINDIR})
+if(NOT DEFINED ENV{WINEPREFIX})  # the consumer's build folder would give its programs a machine of their own
+  set(ENV{WINEPREFIX} ${BUILD}/wine)
+endif()
+set(TOOL ${prefix}/${BINDIR}/larder${EXE})
+machine_make()
+expect(consumer-c-client "init: -3\ninit again: -3\nrelease: -5\nrelease: -5\nrelease: -5\n")
+
+machine_register(".\\installed\\consumer\\" PathLength=path-length.dll)
+expect(consumer-c-client "init: 0\ninit again: -11\nrelease: 0\nrelease: 0\nrelease: -5\n")
+expect(consumer-client "init: 0\nquery 10: 0, length 14, freed: 0\nquery 0: -13\nquery 99: 1234\nwrite: -4\nrelease: 0\n")
+
+machine_make()
+machine_register(".\\installed\\prefix\\${MODULE_FOLDER}\\" FeedFile=feed-file.dll FeedTest=feed-test.dll)
+machine_run(status out ${TOOL} query ${CMAKE_CURRENT_LIST_FILE})
+file(SHA256 ${CMAKE_CURRENT_LIST_FILE} digest)
+if(NOT status EQUAL 0 OR NOT out MATCHES "sha256 +${digest}\n")
+  message(FATAL_ERROR "the installed tool: exit status ${status}, printed:\n${out}")
+endif()
+machine_destroy()

@@ -1,0 +1,39 @@
+#include "platform/linux/child-process.h"
+
+#include <grp.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <exception>
+
+namespace larder {
+
+pid_t StartChild(const std::function<int()>& body) {
+  const pid_t child = fork();
+  if (child != 0) return child;
+  try {
+    _exit(body());
+  } catch (const std::exception&) {
+    _exit(255);
+  }
+}
+
+int WaitForChild(pid_t child) {
+  int status = 0;
+  if (child <= 0 || waitpid(child, &status, 0) != child) return -1;
+  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+int RunInChild(const std::function<int()>& body) { return WaitForChild(StartChild(body)); }
+
+int RunAsNobody(const std::function<int()>& body) {
+  return RunInChild([&body] {
+    constexpr uid_t kNobody = 65534;
+    if (geteuid() == 0 &&
+        (setgroups(0, nullptr) != 0 || setgid(kNobody) != 0 || setuid(kNobody) != 0))
+      return 254;
+    return body();
+  });
+}
+
+}  // namespace larder

@@ -1,0 +1,92 @@
+#include "platform/linux/native-path.h"
+
+#include <gtest/gtest.h>
+#include <stdlib.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <filesystem>
+
+#include "platform/console.h"
+#include "platform/linux/errno-code.h"
+#include "testing/test-machine.h"
+
+namespace larder::platform {
+namespace {
+
+TEST(NativePathTest, BackslashesBecomeSlashesAndComeBack) {
+  std::string native;
+  WideString wide;
+  EXPECT_EQ(NativePath(u"\\usr\\lib\\gr\u00FC\u00DF\U0001F600.dll", native), kSuccess);
+  EXPECT_EQ(native, "/usr/lib/gr\xC3\xBC\xC3\x9F\xF0\x9F\x98\x80.dll");
+  EXPECT_EQ(WidePath(native, wide), kSuccess);
+  EXPECT_EQ(wide, u"\\usr\\lib\\gr\u00FC\u00DF\U0001F600.dll");
+}
+
+TEST(NativePathTest, WhatHasNoWidePathIsRefused) {
+  WideString wide = u"before";
+  EXPECT_EQ(WidePath("/a/b\\c", wide), kInvalidName);
+  EXPECT_EQ(WidePath("/a/\xFF", wide), kNoUnicodeTranslation);
+  EXPECT_EQ(wide, u"before");
+}
+
+TEST(NativePathTest, TheMachineRootHasNoSlashAtItsEnd) {
+  TestMachine machine;
+  const std::string root = MachineRoot();
+  EXPECT_TRUE(std::filesystem::is_empty(root));
+  setenv("LARDER_ROOT", (root + "//").c_str(), 1);
+  EXPECT_EQ(MachineRoot(), root);
+  for (const char* real : {"/", "//", ""}) {
+    setenv("LARDER_ROOT", real, 1);
+    EXPECT_EQ(MachineRoot(), "");
+  }
+  unsetenv("LARDER_ROOT");
+  EXPECT_EQ(MachineRoot(), "");
+}
+
+TEST(NativePathTest, FullPathsAreMadeFromTheTextAlone) {
+  const auto full = [](const std::string& path) {
+    WideString result;
+    EXPECT_EQ(FullPath(path, result), kSuccess);
+    return result;
+  };
+  EXPECT_EQ(full("/"), u"\\");
+  EXPECT_EQ(full("/."), u"\\");
+  EXPECT_EQ(full("//usr//./lib/."), u"\\usr\\lib");
+  EXPECT_EQ(full("/missing/../other"), u"\\missing\\..\\other");
+  EXPECT_EQ(full("/.hidden/..."), u"\\.hidden\\...");
+  WideString result;
+  EXPECT_EQ(FullPath("/a\\b", result), kInvalidName);
+}
+
+TEST(NativePathTest, ARelativePathBelowADirectoryThatIsGoneGivesACode) {
+  const std::filesystem::path former = std::filesystem::current_path();
+  TestMachine machine;
+  std::filesystem::create_directory(machine.Folder() / "gone");
+  std::filesystem::current_path(machine.Folder() / "gone");
+  std::filesystem::remove(machine.Folder() / "gone");
+  WideString result;
+  EXPECT_EQ(FullPath("file", result), kFileNotFound);
+  std::filesystem::current_path(former);
+}
+
+TEST(ErrnoCodeTest, NoErrorIsASuccess) {
+  for (int error = -1; error < 200; ++error) EXPECT_NE(CodeFromErrno(error), kSuccess) << error;
+}
+
+TEST(ErrnoCodeTest, ErrorsHaveTheirCodes) {
+  EXPECT_EQ(CodeFromErrno(ENOENT), 2u);
+  EXPECT_EQ(CodeFromErrno(ENOTDIR), 3u);
+  EXPECT_EQ(CodeFromErrno(EMFILE), 4u);
+  EXPECT_EQ(CodeFromErrno(EROFS), 5u);
+  EXPECT_EQ(CodeFromErrno(EBADF), 6u);
+  EXPECT_EQ(CodeFromErrno(ENOSPC), 112u);
+  EXPECT_EQ(CodeFromErrno(ENOTEMPTY), 145u);
+  EXPECT_EQ(CodeFromErrno(EEXIST), 183u);
+  EXPECT_EQ(CodeFromErrno(ENAMETOOLONG), 206u);
+  EXPECT_EQ(CodeFromErrno(ELOOP), 1921u);
+  EXPECT_EQ(CodeFromErrno(EPIPE), 31u);
+}
+
+}  // namespace
+}  // namespace larder::platform

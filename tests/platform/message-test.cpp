@@ -1,0 +1,39 @@
+#include "platform/message.h"
+
+#include <gtest/gtest.h>
+
+#include "platform/utf.h"
+
+namespace larder::platform {
+namespace {
+
+TEST(MessageTest, EveryCodeOfTheLibraryHasATextThatEndsInALineEnd) {
+  for (const Code code :
+       {kSuccess,           kInvalidFunction,   kFileNotFound,         kPathNotFound,
+        kTooManyOpenFiles,  kAccessDenied,      kInvalidHandle,        kNotEnoughMemory,
+        kInvalidData,       kGeneralFailure,    kSharingViolation,     kNotSupported,
+        kInvalidParameter,  kDiskFull,          kInvalidName,          kModuleNotFound,
+        kProcedureNotFound, kDirectoryNotEmpty, kAlreadyExists,        kBadExeFormat,
+        kNameTooLong,       kMoreData,          kNoMoreItems,          kInvalidDirectory,
+        kRegistryCorrupt,   kKeyDeleted,        kNoUnicodeTranslation, kIoDevice,
+        kCannotResolveName}) {
+    const std::string text = Utf8FromWide(SystemMessage(code));
+    ASSERT_GT(text.size(), 2u) << code;
+    EXPECT_EQ(text.substr(text.size() - 2), "\r\n") << code;
+    EXPECT_EQ(text.find_first_of("\r\n"), text.size() - 2) << code;
+  }
+}
+
+TEST(MessageTest, CodesHaveTextsOfTheirOwn) {
+  EXPECT_NE(SystemMessage(kFileNotFound), SystemMessage(kPathNotFound));
+  EXPECT_NE(SystemMessage(kFileNotFound), SystemMessage(kSuccess));
+}
+
+TEST(MessageTest, InsertsStayAsTheyAre) {
+  EXPECT_NE(SystemMessage(kBadExeFormat).find(LARDER_WIDE("%1")), WideString::npos);
+}
+
+TEST(MessageTest, AnUnknownCodeHasNoText) { EXPECT_EQ(SystemMessage(0x2FFFFFFF), WideString()); }
+
+}  // namespace
+}  // namespace larder::platform

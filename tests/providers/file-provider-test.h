@@ -1,0 +1,40 @@
+// What the tests of the file provider have in common.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <string_view>
+
+#include "platform/utf.h"
+#include "providers/provider-module.h"
+#include "testing/test-machine.h"
+
+namespace larder {
+
+class FileProviderTest : public testing::Test {
+ protected:
+  // A file in the machine's folder; returns its path as a descriptor has it.
+  WideString MakeFile(WideView name, std::string_view bytes) const {
+    WideString path = machine.WideFolder().append(name);
+    std::ofstream(NativePath(path), std::ios::binary).write(bytes.data(), std::ssize(bytes));
+    return path;
+  }
+
+  // The exception's text of a query; "(nothing thrown)" if it ends well.
+  std::string FailureOf(const WideString& path) const {
+    return TextThrownBy([&] { QueryOf(*provider, Descriptor(path)); });
+  }
+
+  // How the provider's texts about a file begin.
+  static std::string CannotRead(const WideString& path) {
+    return "Can't read \"" + platform::Utf8FromWide(path) + "\": ";
+  }
+
+  TestMachine machine;
+  const ProviderModule provider{BesideProgram(LARDER_WIDE("feed-file.dll"))};
+};
+
+}  // namespace larder

@@ -1,0 +1,52 @@
+#include "testing/test-machine.h"
+
+#include <stdlib.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <stdexcept>
+#include <system_error>
+
+#include "platform/utf.h"
+
+namespace larder {
+namespace {
+
+constexpr const char* kRootVariable = "LARDER_ROOT";
+
+std::filesystem::path MakeBase() {
+  std::string pattern = (std::filesystem::temp_directory_path() / "larder-test-XXXXXX").string();
+  if (mkdtemp(pattern.data()) == nullptr)
+    throw std::system_error(errno, std::generic_category(), "mkdtemp " + pattern);
+  // Children that run as another user come in, too.
+  std::filesystem::permissions(pattern, std::filesystem::perms(0755));
+  return std::filesystem::canonical(pattern);
+}
+
+}  // namespace
+
+TestMachine::TestMachine() : base(MakeBase()), folder(base / "folder") {
+  std::filesystem::create_directory(folder);
+  std::filesystem::create_directory(base / "root");
+  if (const char* root = getenv(kRootVariable)) registry = root;
+  setenv(kRootVariable, (base / "root").c_str(), 1);
+}
+
+TestMachine::~TestMachine() {
+  if (registry)
+    setenv(kRootVariable, registry->c_str(), 1);
+  else
+    unsetenv(kRootVariable);
+  std::error_code ignored;
+  std::filesystem::remove_all(base, ignored);
+}
+
+WideString TestMachine::WideFolder() const {
+  WideString wide;
+  if (!platform::WideFromUtf8(folder.string() + '/', wide))
+    throw std::runtime_error("not UTF-8: " + folder.string());
+  std::replace(wide.begin(), wide.end(), u'/', u'\\');
+  return wide;
+}
+
+}  // namespace larder

@@ -1,0 +1,34 @@
+// A listener that keeps the lines of this process while it lives.
+#pragma once
+
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "diag/log-listener-list.h"
+
+namespace larder {
+
+class RecordedLog : public LRLogListener {
+ public:
+  RecordedLog();
+  ~RecordedLog();
+
+  void Log(const char* line) override;
+
+  // The lines as they came, with stamp and line end.
+  std::vector<std::string> WholeLines() const;
+  // The lines without stamp and line end.
+  std::vector<std::string> Lines() const;
+  // The same in one text, one line each, with every handle and pointer value but the empty ones as
+  // "<handle>" and the host's image as "<host>".
+  std::string Text() const;
+  bool Contains(const std::string& part) const;
+  void Clear();
+
+ private:
+  mutable std::mutex mutex;
+  std::vector<std::string> lines;
+};
+
+}  // namespace larder

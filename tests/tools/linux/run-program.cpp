@@ -1,0 +1,82 @@
+#include "tools/run-program.h"
+
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <system_error>
+
+namespace larder {
+namespace {
+
+constexpr int kMode = 0644;
+
+void Require(int error, const std::string& what) {
+  if (error != 0) throw std::system_error(error, std::generic_category(), what);
+}
+
+class FileActions {
+ public:
+  FileActions() { Require(posix_spawn_file_actions_init(&actions), "posix_spawn_file_actions"); }
+  ~FileActions() { posix_spawn_file_actions_destroy(&actions); }
+  FileActions(const FileActions&) = delete;
+  FileActions& operator=(const FileActions&) = delete;
+
+  void Open(int descriptor, const std::filesystem::path& path, int flags) {
+    Require(posix_spawn_file_actions_addopen(&actions, descriptor, path.c_str(), flags, kMode),
+            "open " + path.string());
+  }
+  void Duplicate(int from, int to) {
+    Require(posix_spawn_file_actions_adddup2(&actions, from, to), "dup2");
+  }
+
+  posix_spawn_file_actions_t actions;
+};
+
+void OpenCommon(FileActions& actions, const std::filesystem::path& errors) {
+  actions.Open(STDIN_FILENO, "/dev/null", O_RDONLY);
+  actions.Open(STDERR_FILENO, errors, O_WRONLY | O_CREAT | O_TRUNC);
+}
+
+int StartAndWait(const std::filesystem::path& program, const std::vector<std::string>& arguments,
+                 const FileActions& actions) {
+  std::vector<std::string> texts{program.string()};
+  texts.insert(texts.end(), arguments.begin(), arguments.end());
+  std::vector<char*> pointers;
+  for (std::string& text : texts) pointers.push_back(text.data());
+  pointers.push_back(nullptr);
+  pid_t child = 0;
+  Require(posix_spawn(&child, program.c_str(), &actions.actions, nullptr, pointers.data(), environ),
+          "start " + program.string());
+  int status = 0;
+  while (waitpid(child, &status, 0) < 0) Require(errno == EINTR ? 0 : errno, "waitpid");
+  return WIFSIGNALED(status) ? -WTERMSIG(status) : WEXITSTATUS(status);
+}
+
+}  // namespace
+
+int RunProgram(const std::filesystem::path& program, const std::vector<std::string>& arguments,
+               const std::filesystem::path& output, const std::filesystem::path& errors) {
+  FileActions actions;
+  OpenCommon(actions, errors);
+  actions.Open(STDOUT_FILENO, output, O_WRONLY | O_CREAT | O_TRUNC);
+  return StartAndWait(program, arguments, actions);
+}
+
+int RunProgramIntoClosedPipe(const std::filesystem::path& program,
+                             const std::vector<std::string>& arguments,
+                             const std::filesystem::path& errors) {
+  int ends[2];
+  Require(pipe2(ends, O_CLOEXEC) == 0 ? 0 : errno, "pipe");
+  close(ends[0]);
+  FileActions actions;
+  OpenCommon(actions, errors);
+  actions.Duplicate(ends[1], STDOUT_FILENO);
+  const int status = StartAndWait(program, arguments, actions);
+  close(ends[1]);
+  return status;
+}
+
+}  // namespace larder

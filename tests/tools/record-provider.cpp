@@ -1,0 +1,101 @@
+// A provider whose records are what the object's name asks for. Its type is RECORD_TYPE.
+#include <larder/provider.h>
+
+#include <array>
+#include <cstring>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace {
+
+using Bytes = std::vector<unsigned char>;
+
+// The last part of the path; the names are ASCII.
+std::string NameOf(const void* objectDescriptor) {
+  const auto* units = static_cast<const FileObjectDescriptor*>(objectDescriptor)->filePath;
+  std::string name;
+  for (; *units != 0; ++units) {
+    if (*units == LARDER_WIDE('\\')) {
+      name.clear();
+    } else {
+      name += static_cast<char>(*units);
+    }
+  }
+  return name;
+}
+
+template <typename Record>
+void Append(Bytes& block, const Record& record, std::size_t trailing = 0) {
+  const auto* bytes = reinterpret_cast<const unsigned char*>(&record);
+  block.insert(block.end(), bytes, bytes + sizeof record);
+  block.resize(block.size() + trailing);
+}
+
+FileDataRecord Facts(std::uint32_t option) {
+  FileDataRecord facts{};
+  facts.fileId = option;
+  return facts;
+}
+
+Bytes PlainRecord(std::uint32_t option, std::uint32_t certSize) {
+  Bytes block;
+  Append(block, Facts(option));
+  Append(block, CertChainRecord{0, 0});
+  Append(block, CertDataRecord{0, certSize});
+  return block;
+}
+
+// Two chains; a gap behind the first certificate.
+Bytes SignedRecord(std::uint32_t option) {
+  FileDataRecord facts = Facts(option);
+  std::memset(facts.peMD5, 0x77, sizeof facts.peMD5);
+  Bytes block;
+  Append(block, facts);
+  Append(block, CertChainRecord{8 + 16 + 11, 0});
+  Append(block, CertDataRecord{16, 5}, 8);
+  Append(block, CertDataRecord{0, 3}, 3);
+  Append(block, CertChainRecord{0, 0});
+  Append(block, CertDataRecord{0, 1}, 1);
+  return block;
+}
+
+Bytes Record(const std::string& name, std::uint32_t option) {
+  if (name == "signed") return SignedRecord(option);
+  if (name == "cut") return PlainRecord(option, 1);
+  if (name == "small" || name == "tiny") return Bytes(sizeof(DataBlockHeader));
+  if (name == "dump") return Bytes(100, 0xAA);
+  return PlainRecord(option, 0);
+}
+
+class RecordProvider final : public IDataProvider {
+ public:
+  std::int32_t GetType() override { return RECORD_TYPE; }
+
+  void GetKey(const void*, std::uint64_t*) override {}
+
+  void Query(const void* objectDescriptor, std::uint32_t queryOption, std::uint64_t*,
+             DbBuffer* result) override {
+    const std::string name = NameOf(objectDescriptor);
+    Bytes block = Record(name, queryOption);
+    const DataBlockHeader header{name == "tiny" ? 7U : static_cast<std::uint32_t>(block.size()),
+                                 RECORD_TYPE};
+    std::memcpy(block.data(), &header, sizeof header);
+    result->Copy(block.data(), block.size());
+    keepsNext = name == "kept";
+  }
+
+  void FreeQuery(DbBuffer* data) override {
+    data->Reset();
+    if (keepsNext) throw std::runtime_error("the block is kept");
+  }
+
+  void Write(const void*, std::uint64_t*, DbBuffer*) override {}
+
+ private:
+  bool keepsNext = false;  // the tool queries on one thread
+};
+
+}  // namespace
+
+LARDER_PROVIDER_EXPORT void GetProvider(IDataProvider** out) { *out = new RecordProvider; }

@@ -1,0 +1,28 @@
+// A machine whose registry the child processes of a test see as well. One source for each system.
+#pragma once
+
+#include <filesystem>
+#include <memory>
+
+namespace larder {
+
+// From construction to destruction there is nothing below the library's root in the registry that
+// this process and its children see, but what they put there. On Linux that is a registry of the
+// test's own; on Windows it is the machine's real one, where everything below the library's root is
+// deleted, so that only one test at a time may do this.
+class ToolMachine {
+ public:
+  ToolMachine();
+  ~ToolMachine();
+  ToolMachine(const ToolMachine&) = delete;
+  ToolMachine& operator=(const ToolMachine&) = delete;
+
+  // Empty at first; deleted with the machine.
+  const std::filesystem::path& Folder() const;
+
+ private:
+  struct Parts;
+  std::unique_ptr<Parts> parts;
+};
+
+}  // namespace larder

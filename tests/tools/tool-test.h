@@ -1,0 +1,43 @@
+// The fixture of the tests that drive the built tool.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "tools/tool-machine.h"
+
+namespace larder {
+
+struct ToolRun {
+  int status;
+  std::string output;
+  std::string errors;
+};
+
+class ToolTest : public testing::Test {
+ protected:
+  ToolRun Run(const std::vector<std::string>& arguments);
+  // The same, and a test failure unless it succeeds without a word on standard error. Gives the
+  // output.
+  std::string MustRun(const std::vector<std::string>& arguments);
+
+  // Copies provider modules into the machine and registers them.
+  void RegisterModules(const std::vector<std::string>& names);
+
+  std::filesystem::path MakeFile(const std::string& utf8Name, const std::string& content);
+
+  // Beside this program, where everything that is built lies.
+  static std::filesystem::path BuiltFile(const std::string& name);
+  static std::filesystem::path ToolPath();
+  static std::filesystem::path PathOf(const std::string& utf8);
+  static std::string Utf8Of(const std::filesystem::path& path);
+  static std::vector<std::string> LinesOf(const std::string& text);
+  static std::string ContentOf(const std::filesystem::path& path);
+
+  ToolMachine machine;
+};
+
+}  // namespace larder

@@ -1,0 +1,155 @@
+#!/usr/bin/env bash
+# Checks what no compiler checks; each violation is told as FILE:LINE: RULE, and the exit status is 1.
+#
+#   tools/check-layers.sh [ROOT]
+#       Includes go one way between the rooms, system headers and #if on the system stand in the
+#       platform's own folders only. ROOT: the project's folder, by default the one this is in.
+#   tools/check-layers.sh --no-build-paths FOLDER... -- FILE...
+#       None of the folders of this machine is written into the built files.
+set -euo pipefail
+export LC_ALL=C
+
+check_sources() {
+  cd "$1" || exit 2
+  local folders=() folder
+  for folder in src include providers tools tests samples bench fuzz; do
+    if [[ -d $folder ]]; then folders+=("$folder"); fi
+  done
+  if [[ ${#folders[@]} -eq 0 ]]; then
+    echo "no sources below $PWD" >&2
+    exit 2
+  fi
+  find "${folders[@]}" -type f \( -name '*.h' -o -name '*.c' -o -name '*.cpp' \) -print0 | sort -z |
+    xargs -0 awk "$rules"
+}
+
+# shellcheck disable=SC2016  # awk's own dollar signs
+rules='
+BEGIN {
+  reach["api"] = "api providers notify support platform diag"
+  reach["providers"] = "providers support platform diag"
+  reach["notify"] = "notify support platform diag"
+  reach["diag"] = "diag support platform"
+  reach["support"] = "support platform diag"
+  reach["platform"] = "platform"
+  # Beside the library: what each may take out of src/. A module is built as an outside author
+  # builds one, with the seam for its system calls; the tool is a client that also edits the registry.
+  outside["providers"] = "platform"
+  outside["tools"] = "platform support diag"
+  outside["samples"] = ""
+  outside["include"] = ""
+
+  split("assert complex ctype errno fenv float inttypes iso646 limits locale math setjmp signal " \
+        "stdalign stdarg stdatomic stdbool stddef stdint stdio stdlib stdnoreturn string tgmath " \
+        "threads time uchar wchar wctype", names, " ")
+  for (i in names) standard[names[i] ".h"] = 1
+
+  systems = "(_WIN32|_WIN64|WIN32|WIN64|__WIN32__|_WINDOWS|__MINGW32__|__MINGW64__|__CYGWIN__|" \
+            "_MSC_VER|__linux__|__linux|linux|__gnu_linux__|__unix__|__unix|unix|__APPLE__|" \
+            "__ANDROID__|__FreeBSD__|__NetBSD__|__OpenBSD__)"
+  failed = 0
+}
+
+function report(rule) {
+  printf "%s:%d: %s\n", FILENAME, FNR, rule
+  failed = 1
+}
+
+function has_word(words, word) { return index(" " words " ", " " word " ") > 0 }
+
+function system_folder() {
+  return FILENAME ~ /^src\/platform\/(linux|windows)\// || FILENAME ~ /^tests\/(.*\/)?(linux|windows)\//
+}
+
+# <header>: the standard library anywhere, the rest where it belongs.
+function check_angle(header) {
+  if (header ~ /^larder\// || header in standard || header ~ /^[a-z0-9_]+$/) return
+  if (header ~ /^(gtest|gmock)\//) {
+    if (top != "tests" && top != "bench") report("<" header "> outside tests/")
+    return
+  }
+  if (header ~ /^gcrypt\.h$/ && (top == "providers" || top == "tests")) return
+  if (header ~ /^CLI\// && top == "tools") return
+  if (system_folder()) return
+  report("<" header "> outside src/platform/<system>/: system and foreign headers stay behind the seam")
+}
+
+# "header": the path from src/, as far as the includer may reach.
+function check_quoted(header,    room) {
+  room = header
+  if (!sub(/\/.*/, "", room)) room = ""
+  if (top == "src") {
+    if (!(room in reach)) report("\"" header "\" does not begin with a room of src/")
+    else if (!has_word(reach[part[2]], room)) report("src/" part[2] " includes \"" header "\": " part[2] " may reach " reach[part[2]])
+  } else if (top in outside && room in reach && !has_word(outside[top], room)) {
+    report(top "/ includes \"" header "\": not a part of what it may use")
+  } else if (top == "include") {
+    report("a public header includes \"" header "\": <larder/...> is the form that works installed")
+  }
+}
+
+FNR == 1 {
+  split(FILENAME, part, "/")
+  top = part[1]
+  in_condition = 0
+}
+
+/^[[:space:]]*#[[:space:]]*include[[:space:]]*</ {
+  header = $0
+  sub(/^[^<]*</, "", header)
+  sub(/>.*/, "", header)
+  check_angle(header)
+}
+
+/^[[:space:]]*#[[:space:]]*include[[:space:]]*"/ {
+  header = $0
+  sub(/^[^"]*"/, "", header)
+  sub(/".*/, "", header)
+  check_quoted(header)
+}
+
+/^[[:space:]]*#[[:space:]]*(if|ifdef|ifndef|elif|elifdef|elifndef)[^a-z]/ { in_condition = 1 }
+in_condition {
+  text = " " $0 " "
+  # The public headers need to know one thing: how a system spells its exports and its wide units.
+  if (top == "include") gsub(/[^A-Za-z0-9_]_WIN32[^A-Za-z0-9_]/, " ", text)
+  if (!system_folder() && FILENAME !~ /^src\/platform\// && text ~ ("[^A-Za-z0-9_]" systems "[^A-Za-z0-9_]"))
+    report("#if on the system outside src/platform")
+  if ($0 !~ /\\$/) in_condition = 0
+}
+
+END { exit failed }
+'
+
+check_binaries() {
+  local folders=() failed=0 folder file pattern found
+  while [[ $# -gt 0 && $1 != -- ]]; do
+    folders+=("${1%/}")
+    shift
+  done
+  if [[ $# -lt 2 || ${#folders[@]} -eq 0 ]]; then usage; fi
+  shift
+  for file in "$@"; do
+    for folder in "${folders[@]}"; do
+      # As a whole path: "/src" must not be found in "/usr/src".
+      pattern="(^|[^A-Za-z0-9_./-])${folder//[^A-Za-z0-9_\/-]/.}(/|$)"
+      found=$(grep -azoE "${pattern}[^[:cntrl:]]*" "$file" | tr '\0' '\n' | head -n 1) || true
+      if [[ -n $found ]]; then
+        echo "$file:1: a path of the build machine: $found"
+        failed=1
+      fi
+    done
+  done
+  return $failed
+}
+
+usage() {
+  sed -n '2,9s/^# \{0,1\}//p' "$0" >&2
+  exit 2
+}
+
+case "${1:-}" in
+  --no-build-paths) shift && check_binaries "$@" || exit 1 ;;
+  -*) usage ;;
+  *) check_sources "${1:-$(dirname "$0")/..}" || exit 1 ;;
+esac

@@ -1,0 +1,60 @@
+#include "text.h"
+
+#include <charconv>
+#include <limits>
+
+namespace larder::tool {
+namespace {
+
+// Control characters are ASCII, so no byte of a longer UTF-8 sequence is taken for one.
+std::string Picture(unsigned char control) {
+  const auto last = static_cast<char>(control == 0x7F ? 0xA1 : 0x80 + control);
+  return {'\xE2', '\x90', last};
+}
+
+}  // namespace
+
+std::string Printable(std::string_view text) {
+  std::string result;
+  for (const char c : text) {
+    const auto byte = static_cast<unsigned char>(c);
+    if (byte < 0x20 || byte == 0x7F) {
+      result += Picture(byte);
+    } else {
+      result += c;
+    }
+  }
+  return result;
+}
+
+std::string Hex(std::span<const unsigned char> bytes) {
+  static constexpr std::string_view kDigits = "0123456789abcdef";
+  std::string result;
+  for (const unsigned char byte : bytes) {
+    result += kDigits[byte >> 4];
+    result += kDigits[byte & 15];
+  }
+  return result;
+}
+
+std::optional<std::uint64_t> ParseUnsigned(std::string_view text, std::uint64_t limit) {
+  const bool isHex = text.starts_with("0x") || text.starts_with("0X");
+  if (isHex) text.remove_prefix(2);
+  const char* end = text.data() + text.size();
+  std::uint64_t number = 0;
+  const auto [stop, error] = std::from_chars(text.data(), end, number, isHex ? 16 : 10);
+  if (error != std::errc() || stop != end || number > limit) return std::nullopt;
+  return number;
+}
+
+std::optional<std::int32_t> ParseInt32(std::string_view text) {
+  constexpr std::uint64_t kMax = std::numeric_limits<std::int32_t>::max();
+  const bool isNegative = text.starts_with('-');
+  if (isNegative) text.remove_prefix(1);
+  const auto number = ParseUnsigned(text, isNegative ? kMax + 1 : kMax);
+  if (!number) return std::nullopt;
+  const auto value = static_cast<std::int64_t>(*number);
+  return static_cast<std::int32_t>(isNegative ? -value : value);
+}
+
+}  // namespace larder::tool
