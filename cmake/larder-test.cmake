@@ -23,7 +23,7 @@ function(larder_test name)
   endforeach()
   target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/src ${PROJECT_SOURCE_DIR}/tests)
   target_link_libraries(${name} PRIVATE
-    larder_core ${T_LIBRARIES} larder_testing larder_platform larder_options gmock gtest_main)
+    larder_core larder_base ${T_LIBRARIES} larder_testing larder_platform larder_options gmock gtest_main)
   gtest_discover_tests(${name} NO_PRETTY_VALUES DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 120
     PROPERTIES TIMEOUT 120 ${T_PROPERTIES})
 endfunction()

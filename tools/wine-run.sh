@@ -50,6 +50,8 @@ export HOME="${HOME:-$WINEPREFIX}"
 export WINEDEBUG="${WINEDEBUG:--all}"
 # No desktop entries, no debugger window after a crash, no offers to download anything.
 export WINEDLLOVERRIDES="${WINEDLLOVERRIDES:+$WINEDLLOVERRIDES;}winemenubuilder.exe,winedbg.exe,mscoree,mshtml=d"
+# File names are UTF-8, whatever the caller's locale is.
+export LC_ALL=C.UTF-8
 # A message box would wait for somebody.
 unset DISPLAY WAYLAND_DISPLAY
 

@@ -94,7 +94,8 @@ LARDER_API int32_t LarderQuery(LarderHandle handle, const void* objectDescriptor
 
 /* Gives a block of LarderQuery back to the provider that made it. The pointer is dead afterwards,
  * whatever the result, once it has passed the tests: LARDER_E_INVALID_HANDLE; LARDER_E_PARAMETER_2
- * for a null data. Then LARDER_OK or LARDER_E_GENERIC. Any thread, not only the one that queried. */
+ * for a null data. Then LARDER_OK or LARDER_E_GENERIC. Any thread, not only the one that queried.
+ */
 LARDER_API int32_t LarderFreeQuery(LarderHandle handle, DataBlockHeader* data);
 
 /* Gives a copy of a block of data->dataSize bytes to the provider of a type, to be stored. The

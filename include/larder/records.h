@@ -50,18 +50,18 @@ typedef struct FileObjectDescriptor {
 typedef struct FileDataRecord {
   uint32_t dataSize;
   int32_t providerType;
-  uint64_t fileId;        /* identity of the file in the provider's store */
-  uint8_t fileMD5[16];    /* digests of the file's bytes */
+  uint64_t fileId;     /* identity of the file in the provider's store */
+  uint8_t fileMD5[16]; /* digests of the file's bytes */
   uint8_t fileSHA1[20];
   uint8_t fileSHA256[32];
   uint8_t fileSHA384[48];
   uint8_t fileSHA512[64];
-  uint8_t peMD5[16];      /* digests of the file as an executable image; zero when there are none */
+  uint8_t peMD5[16]; /* digests of the file as an executable image; zero when there are none */
   uint8_t peSHA1[20];
   uint8_t peSHA256[32];
   uint8_t peSHA384[48];
   uint8_t peSHA512[64];
-  uint8_t reserved[8];    /* passed along, not interpreted */
+  uint8_t reserved[8]; /* passed along, not interpreted */
 } FileDataRecord;
 
 /* One certificate chain; its first CertDataRecord follows at offset 8. Links are distances in

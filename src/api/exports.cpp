@@ -8,6 +8,7 @@
 
 #include "api/int-larder-handle.h"
 #include "api/result-text.h"
+#include "diag/log-files.h"
 #include "diag/log-statement.h"
 
 namespace {
@@ -29,7 +30,10 @@ IDataProvider* ProviderOf(std::int32_t type) {
   return CurrentHandle.load(std::memory_order_acquire)->dataProviderManager.GetDataProvider(type);
 }
 
+// The logger comes first, so that the loading of the providers reaches it. A failure later on
+// leaves it in the listener list.
 void BuildHandle(LarderNotifyCallback callback) {
+  CurrentDiskLogger = CreateDiskLogger(LARDER_WIDE("lr_"));
   CurrentHandle.store(new IntLarderHandle(callback), std::memory_order_release);
   LogTrace(GetModuleName(), " created new handle");
 }
@@ -66,6 +70,7 @@ std::int32_t ReleaseLocked() {
   LogTrace("Last ref released, handle destroyed");
   delete current;
   CurrentHandle.store(nullptr, std::memory_order_release);
+  DestroyDiskLogger(CurrentDiskLogger);
   return LARDER_OK;
 }
 

@@ -1,5 +1,8 @@
 #include "api/int-larder-handle.h"
 
+#include <new>
+
+#include "diag/log-files.h"
 #include "diag/log-statement.h"
 
 namespace larder {
@@ -7,7 +10,17 @@ namespace larder {
 constinit std::atomic<IntLarderHandle*> CurrentHandle{nullptr};
 std::recursive_mutex HandleLock;
 
-IntLarderHandle::IntLarderHandle(LarderNotifyCallback clientCallback) : callback(clientCallback) {
+LarderNotifyCallback CallbackOf(const IntLarderHandle& handle) noexcept { return handle.callback; }
+
+void ForgetHandleInForkedChild() {
+  new (&HandleLock) std::recursive_mutex;  // another thread of the parent may have held it
+  CurrentHandle.store(nullptr);
+  CurrentDiskLogger = nullptr;
+  LRLogListenerList::Instance().ForgetInForkedChild();
+}
+
+IntLarderHandle::IntLarderHandle(LarderNotifyCallback clientCallback)
+    : callback(clientCallback), notificationManager(this) {
   ScopeTrace scope("Entering IntLarderHandle::IntLarderHandle()",
                    "Leaving IntLarderHandle::IntLarderHandle()");
 }

@@ -1,8 +1,10 @@
 // What happens when the library is loaded and unloaded.
 #include <exception>
 
+#include "api/int-larder-handle.h"
 #include "diag/log-statement.h"
 #include "platform/entry.h"
+#include "platform/process.h"
 
 namespace larder {
 
@@ -28,7 +30,10 @@ bool GuardedStep(Step step) noexcept {
 }  // namespace
 
 bool platform::OnModuleAttach(void* moduleInstance) noexcept {
-  return GuardedStep([&] { ModuleInstance = moduleInstance; });
+  return GuardedStep([&] {
+    ModuleInstance = moduleInstance;
+    CallInForkedChild(ForgetHandleInForkedChild);
+  });
 }
 
 // A handle that wasn't released stays as it is, with its modules.

@@ -99,6 +99,14 @@ void LRLogListenerList::RemoveListener(LRLogListener* listener) noexcept {
   FreeArrays(std::exchange(current.load()->retired, nullptr));
 }
 
+void LRLogListenerList::ForgetInForkedChild() noexcept {
+  current = nullptr;
+  for (std::atomic<std::uint32_t>& count : readers) count = 0;
+  isRemovalWaiting = false;
+  new (&mutex) std::mutex;
+  new (&readersGone) std::condition_variable;
+}
+
 void LRLogListenerList::Log(const char* line) {
   const Reading reading(*this);
   for (std::size_t i = 0;; ++i) {

@@ -48,6 +48,10 @@ class LRLogListenerList {
   // Calls each listener in order. A listener that is added meanwhile is reached too.
   void Log(const char* line);
 
+  // Empties the list in the child of a fork, where the listeners' threads and the parent's threads
+  // that may have been inside don't exist. What the parent had is left unused.
+  void ForgetInForkedChild() noexcept;
+
   LRLogListenerList(const LRLogListenerList&) = delete;
   LRLogListenerList& operator=(const LRLogListenerList&) = delete;
 

@@ -19,4 +19,7 @@ void PrepareConsole() noexcept;
 // needn't exist, and links aren't followed. kNoUnicodeTranslation for bytes that are no UTF-8.
 [[nodiscard]] Code FullPath(const std::string& utf8Path, WideString& path);
 
+// The path as it is written on this system: with its own separators, in UTF-8.
+[[nodiscard]] std::string PathText(const WideString& path);
+
 }  // namespace larder::platform

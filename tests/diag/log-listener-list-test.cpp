@@ -71,7 +71,7 @@ TEST(LRLogListenerList, AListenerAddedByAnotherHearsTheSameLine) {
 }
 
 // Hears lines until it is removed; using it afterwards is what the sanitizers would see.
-class Counter : public LRLogListener {
+class Counter final : public LRLogListener {
  public:
   void Log(const char*) override {
     ++*count;

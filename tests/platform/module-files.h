@@ -1,4 +1,4 @@
-// The modules that were built for these tests; see fixtures/.
+// This program's file, and the modules that were built for these tests; see fixtures/.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -14,12 +14,16 @@
 
 namespace larder::platform {
 
-inline std::filesystem::path FixtureFolder() {
+inline std::filesystem::path ThisProgram() {
   WideString image;
   EXPECT_EQ(HostImagePath(image), kSuccess);
   std::string path = Utf8FromWide(image);
   std::replace(path.begin(), path.end(), '\\', '/');
-  return std::filesystem::u8path(path).parent_path() / "platform-fixtures";
+  return std::filesystem::u8path(path);
+}
+
+inline std::filesystem::path FixtureFolder() {
+  return ThisProgram().parent_path() / "platform-fixtures";
 }
 
 inline std::string FileContent(const std::filesystem::path& path) {

@@ -1,5 +1,6 @@
 #include "testing/recorded-log.h"
 
+#include <algorithm>
 #include <regex>
 
 #include "diag/log-pieces.h"
@@ -32,7 +33,15 @@ std::string Replaced(std::string text, const std::string& part, const std::strin
   return text;
 }
 
+std::string BodyOf(const std::string& line) {
+  return Replaced(line.substr(kStampAndColon), "\r\n", "");
+}
+
 }  // namespace
+
+std::string WithoutVaryingParts(const std::string& text) {
+  return Replaced(WithoutHandles(text), WideToUtf8(GetModuleName()), "<host>");
+}
 
 RecordedLog::RecordedLog() { LRLogListenerList::Instance().AddListener(this); }
 
@@ -40,26 +49,32 @@ RecordedLog::~RecordedLog() { LRLogListenerList::Instance().RemoveListener(this)
 
 void RecordedLog::Log(const char* line) {
   const std::lock_guard lock(mutex);
-  lines.emplace_back(line);
+  entries.push_back({line, std::this_thread::get_id()});
+  lineCame.notify_all();
 }
 
 std::vector<std::string> RecordedLog::WholeLines() const {
   const std::lock_guard lock(mutex);
+  std::vector<std::string> lines;
+  for (const Entry& entry : entries) lines.push_back(entry.line);
   return lines;
 }
 
 std::vector<std::string> RecordedLog::Lines() const {
   std::vector<std::string> bodies;
-  for (const std::string& line : WholeLines()) {
-    bodies.push_back(Replaced(line.substr(kStampAndColon), "\r\n", ""));
-  }
+  for (const std::string& line : WholeLines()) bodies.push_back(BodyOf(line));
   return bodies;
 }
 
 std::string RecordedLog::Text() const {
   std::string text;
-  for (const std::string& line : Lines()) text += line + "\n";
-  return Replaced(WithoutHandles(text), WideToUtf8(GetModuleName()), "<host>");
+  {
+    const std::lock_guard lock(mutex);
+    for (const Entry& entry : entries) {
+      if (entry.thread == std::this_thread::get_id()) text += BodyOf(entry.line) + "\n";
+    }
+  }
+  return WithoutVaryingParts(text);
 }
 
 bool RecordedLog::Contains(const std::string& part) const {
@@ -69,9 +84,18 @@ bool RecordedLog::Contains(const std::string& part) const {
   return false;
 }
 
+void RecordedLog::WaitFor(const std::string& part) {
+  std::unique_lock lock(mutex);
+  lineCame.wait(lock, [&] {
+    return std::any_of(entries.begin(), entries.end(), [&](const Entry& entry) {
+      return entry.line.find(part) != std::string::npos;
+    });
+  });
+}
+
 void RecordedLog::Clear() {
   const std::lock_guard lock(mutex);
-  lines.clear();
+  entries.clear();
 }
 
 }  // namespace larder

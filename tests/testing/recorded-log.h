@@ -1,13 +1,20 @@
 // A listener that keeps the lines of this process while it lives.
 #pragma once
 
+#include <condition_variable>
 #include <mutex>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "diag/log-listener-list.h"
 
 namespace larder {
+
+// Lines with every handle and pointer value but the empty ones as "<handle>" and the host's image
+// as
+// "<host>".
+std::string WithoutVaryingParts(const std::string& text);
 
 class RecordedLog : public LRLogListener {
  public:
@@ -20,15 +27,22 @@ class RecordedLog : public LRLogListener {
   std::vector<std::string> WholeLines() const;
   // The lines without stamp and line end.
   std::vector<std::string> Lines() const;
-  // The same in one text, one line each, with every handle and pointer value but the empty ones as
-  // "<handle>" and the host's image as "<host>".
+  // Those that this thread has written, in one text, one line each, WithoutVaryingParts.
   std::string Text() const;
   bool Contains(const std::string& part) const;
   void Clear();
+  // Returns when a line that contains the part has come, or was there already.
+  void WaitFor(const std::string& part);
 
  private:
+  struct Entry {
+    std::string line;
+    std::thread::id thread;
+  };
+
   mutable std::mutex mutex;
-  std::vector<std::string> lines;
+  std::condition_variable lineCame;
+  std::vector<Entry> entries;
 };
 
 }  // namespace larder

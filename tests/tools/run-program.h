@@ -1,7 +1,9 @@
-// Starts a program as a user would and waits for its end. One source for each system.
+// Starts a program as a user would. One source for each system, and one for what they share.
 #pragma once
 
 #include <filesystem>
+#include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -18,5 +20,37 @@ int RunProgram(const std::filesystem::path& program, const std::vector<std::stri
 int RunProgramIntoClosedPipe(const std::filesystem::path& program,
                              const std::vector<std::string>& arguments,
                              const std::filesystem::path& errors);
+
+// A program that runs beside the test. Standard error goes to a file, standard input is empty.
+class RunningProgram {
+ public:
+  RunningProgram(const std::filesystem::path& program, const std::vector<std::string>& arguments,
+                 const std::filesystem::path& errors);
+  // Ends the program at once if it still runs.
+  ~RunningProgram();
+  RunningProgram(const RunningProgram&) = delete;
+  RunningProgram& operator=(const RunningProgram&) = delete;
+
+  // The next line of standard output, without its line feed; waits for it. Nothing at the end.
+  std::optional<std::string> ReadLine();
+
+  // Waits for the program's end and gives its exit status as RunProgram does.
+  int Wait();
+
+  // Lets the program end as its user would, and waits for that; gives its exit status. Where a
+  // program without a console can't be asked (Windows), it is ended at once, and there is none.
+  std::optional<int> Stop();
+
+  // For what only one system can do with it.
+  long ProcessId() const;
+
+ private:
+  // 0 at the end.
+  std::size_t ReadSome(char* bytes, std::size_t size);
+
+  struct Parts;
+  std::unique_ptr<Parts> parts;
+  std::string pending;
+};
 
 }  // namespace larder

@@ -20,6 +20,10 @@ class ToolMachine {
   // Empty at first; deleted with the machine.
   const std::filesystem::path& Folder() const;
 
+  // From now on no key can be made below the library's root, not even by an administrator. While
+  // there is nothing below it.
+  void ForbidNewKeys();
+
  private:
   struct Parts;
   std::unique_ptr<Parts> parts;

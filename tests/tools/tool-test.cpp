@@ -25,6 +25,12 @@ std::string ToolTest::MustRun(const std::vector<std::string>& arguments) {
   return run.output;
 }
 
+std::unique_ptr<RunningProgram> ToolTest::Start(const std::vector<std::string>& arguments) {
+  return std::make_unique<RunningProgram>(ToolPath(), arguments, machine.Folder() / "started");
+}
+
+std::string ToolTest::ErrorsOfStarted() const { return ContentOf(machine.Folder() / "started"); }
+
 void ToolTest::RegisterModules(const std::vector<std::string>& names) {
   WideString location;
   ASSERT_EQ(platform::FullPath(Utf8Of(machine.Folder()), location), platform::kSuccess);

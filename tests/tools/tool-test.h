@@ -4,9 +4,11 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <memory>
 #include <string>
 #include <vector>
 
+#include "tools/run-program.h"
 #include "tools/tool-machine.h"
 
 namespace larder {
@@ -23,6 +25,10 @@ class ToolTest : public testing::Test {
   // The same, and a test failure unless it succeeds without a word on standard error. Gives the
   // output.
   std::string MustRun(const std::vector<std::string>& arguments);
+
+  // Starts the tool; its standard error goes to ErrorsOfStarted.
+  std::unique_ptr<RunningProgram> Start(const std::vector<std::string>& arguments);
+  std::string ErrorsOfStarted() const;
 
   // Copies provider modules into the machine and registers them.
   void RegisterModules(const std::vector<std::string>& names);

@@ -14,7 +14,10 @@ using UsageTest = ToolTest;
 TEST_F(UsageTest, TheVersionIsPrinted) { EXPECT_EQ(MustRun({"--version"}), "larder 0.1.0\n"); }
 
 TEST_F(UsageTest, HelpGoesToStandardOutputAndNamesWhatThereIs) {
-  EXPECT_THAT(MustRun({"--help"}), testing::AllOf(HasSubstr("registry"), HasSubstr("query")));
+  EXPECT_THAT(MustRun({"--help"}), testing::AllOf(HasSubstr("registry"), HasSubstr("query"),
+                                                  HasSubstr("notify"), HasSubstr("log")));
+  EXPECT_THAT(MustRun({"notify", "--help"}), HasSubstr("--reset"));
+  EXPECT_THAT(MustRun({"log", "show", "--help"}), HasSubstr("--follow"));
   EXPECT_THAT(MustRun({"query", "--help"}), HasSubstr("--option"));
   EXPECT_THAT(MustRun({"registry", "set", "--help"}), HasSubstr("REG_EXPAND_SZ"));
 }
@@ -55,6 +58,17 @@ TEST_F(UsageTest, EachUsageErrorHasStatusTwoAndNamesItsReason) {
       {{"query", "--option", "-1", "a"}, "-1"},
       {{"query", "--option", "4294967296", "a"}, "4294967296"},
       {{"query", "a", "--loud"}, "--loud"},
+      {{"notify"}, "MESSAGE"},
+      {{"notify", "upgrade", "--reset"}, "MESSAGE"},
+      {{"notify", "upgrade", "--wait"}, "MESSAGE"},
+      {{"notify", "--reset", "--wait"}, "MESSAGE"},
+      {{"notify", "upgrade", "--once"}, "--once"},
+      {{"notify", "--once"}, "MESSAGE"},
+      {{"notify", "upgrade", "uninstall"}, "uninstall"},
+      {{"log"}, "command"},
+      {{"log", "of"}, "of"},
+      {{"log", "on", "--follow"}, "--follow"},
+      {{"log", "show", "one.log", "two.log"}, "two.log"},
   };
   for (const UsageError& error : errors) {
     const ToolRun run = Run(error.arguments);

@@ -35,4 +35,10 @@ std::string ResultReason(int result) {
   return Reason(platform::Utf8FromWide(text), std::to_string(result));
 }
 
+bool Succeeded(const std::string& what, platform::Code code) {
+  if (code == platform::kSuccess) return true;
+  PrintError("cannot " + what + ": " + SystemReason(code));
+  return false;
+}
+
 }  // namespace larder::tool

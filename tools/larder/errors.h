@@ -17,4 +17,7 @@ std::string SystemReason(platform::Code code);
 // A result of the library in the same form.
 std::string ResultReason(int result);
 
+// True for kSuccess; otherwise "cannot <what>: <reason>" has been printed.
+[[nodiscard]] bool Succeeded(const std::string& what, platform::Code code);
+
 }  // namespace larder::tool

@@ -51,7 +51,7 @@ std::string ReadFileRecord(Block block, FileRecord& record) {
     CertChainRecord chain{};
     if (!Take(block, offset, chain)) return Fault("chain", offset, "begins outside the block");
     Offset end = offset + sizeof chain;
-    const std::string fault = ReadChain(block, end, record.chains.emplace_back());
+    std::string fault = ReadChain(block, end, record.chains.emplace_back());
     if (!fault.empty()) return fault;
     if (chain.nextChain == 0) return {};
     if (offset + chain.nextChain < end) return Fault("chain", offset, "overlaps the next one");

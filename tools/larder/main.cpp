@@ -10,6 +10,8 @@
 #include "arguments.h"
 #include "command.h"
 #include "errors.h"
+#include "log-command.h"
+#include "notify-command.h"
 #include "platform/console.h"
 #include "query-command.h"
 #include "registry-command.h"
@@ -38,6 +40,8 @@ int RunCommand(const std::vector<std::string>& arguments, Output& output) {
   Action action;
   AddRegistryCommand(app, action);
   AddQueryCommand(app, action);
+  AddNotifyCommand(app, action);
+  AddLogCommand(app, action);
   if (arguments.empty()) {
     std::fputs(app.help().c_str(), stderr);
     return kExitUsage;

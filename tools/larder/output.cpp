@@ -15,9 +15,13 @@ void Output::Write(std::string_view text) {
   error = errno != 0 ? errno : EIO;
 }
 
-bool Output::Finish() {
+void Output::Flush() {
   errno = 0;
   if (std::fflush(stdout) != 0 && !Failed()) error = errno != 0 ? errno : EIO;
+}
+
+bool Output::Finish() {
+  Flush();
   if (!Failed()) return true;
   PrintError("cannot write to standard output: " + std::generic_category().message(error));
   return false;

@@ -13,7 +13,10 @@ class Output {
   // Whether a write has failed so far: whoever still has much to write may stop.
   [[nodiscard]] bool Failed() const { return error != 0; }
 
-  // Passes on what is still held back. False, with the reason told on standard error, when this or
+  // Passes on what is still held back.
+  void Flush();
+
+  // The same at the end. False, with the reason told on standard error, when this or
   // an earlier write failed.
   [[nodiscard]] bool Finish();
 

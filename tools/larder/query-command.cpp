@@ -7,9 +7,11 @@
 #include <limits>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "arguments.h"
+#include "client.h"
 #include "errors.h"
 #include "file-record.h"
 #include "platform/console.h"
@@ -106,13 +108,15 @@ bool QueryFile(LarderHandle handle, const Query& query, const std::string& file,
 
 bool QueryFiles(LarderHandle handle, const Query& query, Output& output) {
   bool succeeded = true;
-  std::string separator;
+  std::string_view separator;
   for (const std::string& file : query.files) {
     if (output.Failed()) break;
     std::string text;
     if (!QueryFile(handle, query, file, text)) succeeded = false;
     if (text.empty()) continue;
-    output.Write(separator + RecordLine("file", Printable(file)) + text);
+    output.Write(separator);
+    output.Write(RecordLine("file", Printable(file)));
+    output.Write(text);
     separator = "\n";
   }
   return succeeded;
@@ -122,21 +126,9 @@ void IgnoreMessage(std::int32_t) {}
 
 int RunQuery(const Query& query, Output& output) {
   LarderHandle handle = nullptr;
-  const int result = LarderInit(&IgnoreMessage, &handle);
-  if (result != LARDER_OK && result != LARDER_E_ALREADY_INITIALIZED) {
-    PrintError("cannot start the library: " + ResultReason(result));
-    PrintError(
-        "the provider modules must be there and loadable: \"larder registry list\" shows their "
-        "folder (Install, szLocation) and names (below DataProviders, szDLL)");
-    return kExitFailed;
-  }
+  if (!StartLibrary(&IgnoreMessage, handle)) return kExitFailed;
   const bool succeeded = QueryFiles(handle, query, output);
-  const int released = LarderRelease();
-  if (released != LARDER_OK) {
-    PrintError("cannot end the library: " + ResultReason(released));
-    return kExitFailed;
-  }
-  return succeeded ? kExitOk : kExitFailed;
+  return EndLibrary() && succeeded ? kExitOk : kExitFailed;
 }
 
 }  // namespace

@@ -8,7 +8,7 @@
 #include "arguments.h"
 #include "errors.h"
 #include "platform/registry.h"
-#include "platform/utf.h"
+#include "registry-edit.h"
 #include "registry-tree.h"
 #include "registry-value.h"
 
@@ -26,12 +26,6 @@ struct Arguments {
   std::string type = "REG_SZ";
 };
 
-// What there is to do it with.
-struct Target {
-  WideString subkey;
-  WideString name;
-};
-
 // One backslash at the end is let pass. An empty level is refused, because the system ignores it
 // and the key would be another one than the user sees.
 WideString CheckedSubkey(const std::string& argument) {
@@ -44,7 +38,7 @@ WideString CheckedSubkey(const std::string& argument) {
   return subkey;
 }
 
-Target CheckedTarget(const Arguments& arguments) {
+ValueName CheckedTarget(const Arguments& arguments) {
   return {CheckedSubkey(arguments.subkey), WideArgument("NAME", arguments.name)};
 }
 
@@ -62,16 +56,10 @@ RegistryValue CheckedValue(const Arguments& arguments) {
 }
 
 int Finish(const std::string& what, platform::Code code) {
-  if (code == platform::kSuccess) return kExitOk;
-  PrintError("cannot " + what + ": " + SystemReason(code));
-  return kExitFailed;
+  return Succeeded(what, code) ? kExitOk : kExitFailed;
 }
 
-std::string ValueLabel(const Target& target) {
-  return "value \"" + platform::Utf8FromWide(target.name) + "\" of key " + KeyLabel(target.subkey);
-}
-
-int GetValue(const Target& target, Output& output) {
+int GetValue(const ValueName& target, Output& output) {
   platform::RegistryKey opened = nullptr;
   platform::Code code =
       platform::OpenRegistryKey(PathOfSubkey(target.subkey), platform::kKeyRead, opened);
@@ -82,33 +70,10 @@ int GetValue(const Target& target, Output& output) {
   return Finish("read " + ValueLabel(target), code);
 }
 
-int SetValue(const Target& target, const RegistryValue& value) {
-  platform::RegistryKey opened = nullptr;
-  platform::Code code =
-      platform::MakeRegistryKey(PathOfSubkey(target.subkey), platform::kKeySetValue, opened);
-  const OwnedKey key(opened);
-  if (code == platform::kSuccess) {
-    code = platform::SetRegistryValue(opened, target.name, value.type, value.data.data(),
-                                      static_cast<std::uint32_t>(value.data.size()));
-  }
-  return Finish("set " + ValueLabel(target), code);
-}
-
-int DeleteValue(const Target& target) {
-  platform::RegistryKey opened = nullptr;
-  platform::Code code =
-      platform::OpenRegistryKey(PathOfSubkey(target.subkey), platform::kKeySetValue, opened);
-  const OwnedKey key(opened);
-  if (code == platform::kSuccess) code = platform::RemoveRegistryValue(opened, target.name);
-  return Finish("delete " + ValueLabel(target), code);
-}
-
 int DeleteTree(const WideString& subkey) {
   return Finish("delete key " + KeyLabel(subkey),
                 platform::RemoveRegistryTree(PathOfSubkey(subkey)));
 }
-
-using SharedArguments = std::shared_ptr<Arguments>;
 
 void AddList(CLI::App& registry, Action& action) {
   CLI::App* list = registry.add_subcommand("list", "Print all keys and values, one a line");
@@ -140,7 +105,7 @@ void AddSet(CLI::App& registry, Action& action) {
       ->check(CLI::IsMember({"REG_SZ", "REG_EXPAND_SZ", "REG_DWORD"}));
   set->callback([arguments, &action] {
     action = [target = CheckedTarget(*arguments), value = CheckedValue(*arguments)](Output&) {
-      return SetValue(target, value);
+      return Finish("set " + ValueLabel(target), SetValue(target, value));
     };
   });
 }
@@ -153,9 +118,11 @@ void AddDelete(CLI::App& registry, Action& action) {
   const CLI::Option* name =
       remove->add_option("NAME", arguments->name, "Name of the value; none: the whole key");
   remove->callback([arguments, name, &action] {
-    const Target target = CheckedTarget(*arguments);
+    const ValueName target = CheckedTarget(*arguments);
     if (name->count() != 0) {
-      action = [target](Output&) { return DeleteValue(target); };
+      action = [target](Output&) {
+        return Finish("delete " + ValueLabel(target), DeleteValue(target));
+      };
       return;
     }
     if (target.subkey.empty()) {

@@ -1,6 +1,9 @@
 #include "text.h"
 
+#include <array>
 #include <charconv>
+#include <chrono>
+#include <cstdio>
 #include <limits>
 
 namespace larder::tool {
@@ -35,6 +38,24 @@ std::string Hex(std::span<const unsigned char> bytes) {
     result += kDigits[byte & 15];
   }
   return result;
+}
+
+std::string TimeText(std::uint64_t time) {
+  using std::chrono::days;
+  using std::chrono::seconds;
+  using std::chrono::sys_days;
+  constexpr sys_days kStart{std::chrono::year(1601) / 1 / 1};
+  const seconds sinceStart(static_cast<std::int64_t>(time / 10'000'000));
+  const auto day = std::chrono::floor<days>(sinceStart);
+  const std::chrono::year_month_day date(kStart + day);
+  const std::chrono::hh_mm_ss clock(sinceStart - day);
+  std::array<char, 40> text;
+  const int length = std::snprintf(
+      text.data(), text.size(), "%04d-%02u-%02uT%02d:%02d:%02dZ", static_cast<int>(date.year()),
+      static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()),
+      static_cast<int>(clock.hours().count()), static_cast<int>(clock.minutes().count()),
+      static_cast<int>(clock.seconds().count()));
+  return {text.data(), static_cast<std::size_t>(length)};
 }
 
 std::optional<std::uint64_t> ParseUnsigned(std::string_view text, std::uint64_t limit) {

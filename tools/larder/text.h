@@ -16,6 +16,9 @@ std::string Printable(std::string_view text);
 // Two lower-case hexadecimal digits for each byte, nothing between them.
 std::string Hex(std::span<const unsigned char> bytes);
 
+// A moment in UTC as "2024-02-29T23:59:59Z". time: 100 ns since 1601-01-01 UTC.
+std::string TimeText(std::uint64_t time);
+
 // Decimal digits, or hexadecimal ones after 0x. Nothing for any other text (signs and blanks
 // included) and for a number above the limit.
 std::optional<std::uint64_t> ParseUnsigned(std::string_view text, std::uint64_t limit);

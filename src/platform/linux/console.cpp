@@ -3,12 +3,14 @@
 #include <stdlib.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <memory>
 #include <string_view>
 
 #include "platform/linux/errno-code.h"
 #include "platform/linux/native-path.h"
+#include "platform/utf.h"
 
 namespace larder::platform {
 namespace {
@@ -50,6 +52,12 @@ Code FullPath(const std::string& utf8Path, WideString& path) {
     full += '/';
   }
   return WidePath(WithoutIdleParts(full + utf8Path), path);
+}
+
+std::string PathText(const WideString& path) {
+  std::string text = Utf8FromWide(path);
+  std::replace(text.begin(), text.end(), '\\', '/');
+  return text;
 }
 
 }  // namespace larder::platform

@@ -2,10 +2,8 @@
 
 #include <dirent.h>
 #include <fcntl.h>
-#include <locale.h>
 #include <sys/stat.h>
 #include <unistd.h>
-#include <wctype.h>
 
 #include <algorithm>
 #include <array>
@@ -21,6 +19,7 @@
 #include "platform/linux/errno-code.h"
 #include "platform/linux/file-descriptor.h"
 #include "platform/linux/native-path.h"
+#include "platform/linux/upper-case.h"
 #include "platform/utf.h"
 
 // The machine hive is the directory etc/larder/registry below the machine root: a directory for
@@ -50,41 +49,6 @@ constexpr int kPlaceFlags = O_PATH | O_DIRECTORY | O_CLOEXEC;
 enum class EntryKind { kKey, kValue, kOther };
 
 // ---- Names ----
-
-// The name without case. The locale's table is fetched for the first unit that needs it.
-class UpperCase {
- public:
-  UpperCase() = default;
-  ~UpperCase() {
-    if (table != locale_t{}) freelocale(table);
-  }
-  UpperCase(const UpperCase&) = delete;
-  UpperCase& operator=(const UpperCase&) = delete;
-
-  WideString Of(WideView name) {
-    WideString upper(name);
-    for (LarderWideChar& unit : upper) unit = Of(unit);
-    return upper;
-  }
-
- private:
-  LarderWideChar Of(LarderWideChar unit) {
-    if (unit < 0x80) return static_cast<LarderWideChar>(unit - (unit >= u'a' && unit <= u'z') * 32);
-    const bool isSurrogate = unit >= 0xD800 && unit < 0xE000;
-    if (isSurrogate || !FetchTable()) return unit;
-    const wint_t upper = towupper_l(unit, table);
-    return upper > 0xFFFF ? unit : static_cast<LarderWideChar>(upper);
-  }
-
-  bool FetchTable() {
-    if (!tried) table = newlocale(LC_CTYPE_MASK, "C.UTF-8", locale_t{});
-    tried = true;
-    return table != locale_t{};
-  }
-
-  locale_t table{};
-  bool tried = false;
-};
 
 bool NeedsEscape(char character, bool isFirst, EntryKind kind) {
   const auto byte = static_cast<unsigned char>(character);

@@ -42,4 +42,6 @@ Code FullPath(const std::string& utf8Path, WideString& path) {
   return FullNativePath(wide, path);
 }
 
+std::string PathText(const WideString& path) { return Utf8FromWide(path); }
+
 }  // namespace larder::platform

@@ -26,8 +26,8 @@ int WaitForChild(pid_t child) {
 
 int RunInChild(const std::function<int()>& body) { return WaitForChild(StartChild(body)); }
 
-int RunAsNobody(const std::function<int()>& body) {
-  return RunInChild([&body] {
+pid_t StartAsNobody(const std::function<int()>& body) {
+  return StartChild([&body] {
     constexpr uid_t kNobody = 65534;
     if (geteuid() == 0 &&
         (setgroups(0, nullptr) != 0 || setgid(kNobody) != 0 || setuid(kNobody) != 0))
@@ -35,5 +35,7 @@ int RunAsNobody(const std::function<int()>& body) {
     return body();
   });
 }
+
+int RunAsNobody(const std::function<int()>& body) { return WaitForChild(StartAsNobody(body)); }
 
 }  // namespace larder

@@ -15,6 +15,7 @@ int RunInChild(const std::function<int()>& body);
 int RunAsNobody(const std::function<int()>& body);
 
 pid_t StartChild(const std::function<int()>& body);
+pid_t StartAsNobody(const std::function<int()>& body);
 int WaitForChild(pid_t child);
 
 }  // namespace larder

@@ -64,11 +64,25 @@ std::string MakeHive() {
   }
 }
 
+// The system looks its folders up in the machine hive: the test's own hive names folders of its
+// own.
+void NameCommonFolder(const std::wstring& subkey, const wchar_t* value,
+                      const std::filesystem::path& folder) {
+  std::filesystem::create_directory(folder);
+  const std::wstring text = folder.wstring();
+  const std::wstring key = L"Software\\Microsoft\\Windows\\CurrentVersion" + subkey;
+  Require(RegSetKeyValueW(HKEY_LOCAL_MACHINE, key.c_str(), value, REG_SZ, text.c_str(),
+                          static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t))),
+          "RegSetKeyValue");
+}
+
 }  // namespace
 
 TestMachine::TestMachine() : base(MakeBase()), folder(base / "folder") {
   std::filesystem::create_directory(folder);
   registry = MakeHive();
+  NameCommonFolder(L"\\Explorer\\User Shell Folders", L"Common AppData", base / "data");
+  NameCommonFolder(L"", L"CommonFilesDir", base / "program-files");
 }
 
 TestMachine::~TestMachine() {

@@ -1,12 +1,14 @@
 #include "tools/run-program.h"
 
 #include <fcntl.h>
+#include <signal.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <system_error>
+#include <utility>
 
 namespace larder {
 namespace {
@@ -40,8 +42,8 @@ void OpenCommon(FileActions& actions, const std::filesystem::path& errors) {
   actions.Open(STDERR_FILENO, errors, O_WRONLY | O_CREAT | O_TRUNC);
 }
 
-int StartAndWait(const std::filesystem::path& program, const std::vector<std::string>& arguments,
-                 const FileActions& actions) {
+pid_t Start(const std::filesystem::path& program, const std::vector<std::string>& arguments,
+            const FileActions& actions) {
   std::vector<std::string> texts{program.string()};
   texts.insert(texts.end(), arguments.begin(), arguments.end());
   std::vector<char*> pointers;
@@ -50,6 +52,10 @@ int StartAndWait(const std::filesystem::path& program, const std::vector<std::st
   pid_t child = 0;
   Require(posix_spawn(&child, program.c_str(), &actions.actions, nullptr, pointers.data(), environ),
           "start " + program.string());
+  return child;
+}
+
+int WaitFor(pid_t child) {
   int status = 0;
   while (waitpid(child, &status, 0) < 0) Require(errno == EINTR ? 0 : errno, "waitpid");
   return WIFSIGNALED(status) ? -WTERMSIG(status) : WEXITSTATUS(status);
@@ -62,7 +68,7 @@ int RunProgram(const std::filesystem::path& program, const std::vector<std::stri
   FileActions actions;
   OpenCommon(actions, errors);
   actions.Open(STDOUT_FILENO, output, O_WRONLY | O_CREAT | O_TRUNC);
-  return StartAndWait(program, arguments, actions);
+  return WaitFor(Start(program, arguments, actions));
 }
 
 int RunProgramIntoClosedPipe(const std::filesystem::path& program,
@@ -74,9 +80,51 @@ int RunProgramIntoClosedPipe(const std::filesystem::path& program,
   FileActions actions;
   OpenCommon(actions, errors);
   actions.Duplicate(ends[1], STDOUT_FILENO);
-  const int status = StartAndWait(program, arguments, actions);
+  const int status = WaitFor(Start(program, arguments, actions));
   close(ends[1]);
   return status;
+}
+
+struct RunningProgram::Parts {
+  pid_t child = 0;  // 0 once it has been waited for
+  int output = -1;
+};
+
+RunningProgram::RunningProgram(const std::filesystem::path& program,
+                               const std::vector<std::string>& arguments,
+                               const std::filesystem::path& errors)
+    : parts(std::make_unique<Parts>()) {
+  int ends[2];
+  Require(pipe2(ends, O_CLOEXEC) == 0 ? 0 : errno, "pipe");
+  FileActions actions;
+  OpenCommon(actions, errors);
+  actions.Duplicate(ends[1], STDOUT_FILENO);
+  parts->child = Start(program, arguments, actions);
+  parts->output = ends[0];
+  close(ends[1]);
+}
+
+RunningProgram::~RunningProgram() {
+  if (parts->child != 0) {
+    kill(parts->child, SIGKILL);
+    Wait();
+  }
+  close(parts->output);
+}
+
+int RunningProgram::Wait() { return WaitFor(std::exchange(parts->child, 0)); }
+
+std::optional<int> RunningProgram::Stop() {
+  kill(parts->child, SIGINT);
+  return Wait();
+}
+
+long RunningProgram::ProcessId() const { return parts->child; }
+
+std::size_t RunningProgram::ReadSome(char* bytes, std::size_t size) {
+  ssize_t got = -1;
+  while ((got = read(parts->output, bytes, size)) < 0) Require(errno == EINTR ? 0 : errno, "read");
+  return static_cast<std::size_t>(got);
 }
 
 }  // namespace larder

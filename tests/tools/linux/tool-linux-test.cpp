@@ -1,10 +1,13 @@
 // What only a Linux machine has.
 #include <gmock/gmock.h>
+#include <signal.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 
 #include <cstdlib>
 #include <fstream>
 
+#include "tools/log-folder.h"
 #include "tools/run-program.h"
 #include "tools/tool-test.h"
 
@@ -15,7 +18,11 @@ using testing::AllOf;
 using testing::HasSubstr;
 using testing::StartsWith;
 
-using ToolLinuxTest = ToolTest;
+class ToolLinuxTest : public ToolTest {
+ protected:
+  static std::filesystem::path Root() { return std::getenv("LARDER_ROOT"); }
+  static std::filesystem::path LogsPath() { return Root() / "var/lib/Velmor/Larder/logs"; }
+};
 
 TEST_F(ToolLinuxTest, AFullDiskIsAFailureWithAMessage) {
   RegisterModules({"feed-file.dll"});
@@ -54,8 +61,7 @@ TEST_F(ToolLinuxTest, AnArgumentThatIsNoUtf8IsNamed) {
 TEST_F(ToolLinuxTest, ADamagedValueIsToldAndTheRestListed) {
   MustRun({"registry", "set", "Install", "damaged", "1"});
   MustRun({"registry", "set", "Install", "whole", "2"});
-  for (const auto& entry :
-       std::filesystem::recursive_directory_iterator(std::getenv("LARDER_ROOT"))) {
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(Root())) {
     const bool isIt = entry.path().filename().string().find("damaged") != std::string::npos;
     if (isIt) std::ofstream(entry.path(), std::ios::trunc) << "x";
   }
@@ -65,6 +71,120 @@ TEST_F(ToolLinuxTest, ADamagedValueIsToldAndTheRestListed) {
               AllOf(StartsWith("larder: cannot read value \"damaged\" of key \"Install\": "),
                     HasSubstr("(1015)")));
   EXPECT_EQ(run.output, "Install\nInstall\twhole\tREG_SZ\t2\n");
+}
+
+TEST_F(ToolLinuxTest, AWaitingClientEndsWellWhenItIsInterrupted) {
+  RegisterModules({"feed-file.dll"});
+  for (const int number : {SIGINT, SIGTERM}) {
+    const auto client = Start({"notify", "--wait"});
+    EXPECT_EQ(client->ReadLine(), "waiting");
+    kill(static_cast<pid_t>(client->ProcessId()), number);
+    EXPECT_EQ(client->Wait(), 0) << number;
+    EXPECT_EQ(ErrorsOfStarted(), "");
+  }
+}
+
+TEST_F(ToolLinuxTest, AnEventIsAFileThatStaysUntilItIsLowered) {
+  const auto event = Root() / "run/larder/events/InstallerEvent";
+  MustRun({"notify", "upgrade"});
+  EXPECT_TRUE(std::filesystem::exists(event));
+  MustRun({"notify", "upgrade"});
+  EXPECT_TRUE(std::filesystem::exists(event));
+  MustRun({"notify", "--reset"});
+  EXPECT_FALSE(std::filesystem::exists(event));
+}
+
+TEST_F(ToolLinuxTest, AnEventThatCannotBeRaisedIsToldAfterTheMessageWasWritten) {
+  const auto events = Root() / "run/larder/events";
+  std::filesystem::create_directories(events.parent_path());
+  std::filesystem::create_symlink("events", events);  // leads to itself
+  for (const char* argument : {"upgrade", "--reset"}) {
+    const ToolRun run = Run({"notify", argument});
+    EXPECT_EQ(run.status, 1) << argument;
+    EXPECT_THAT(run.errors,
+                AllOf(StartsWith("larder: cannot "), HasSubstr(" event \"InstallerEvent\": ")))
+        << argument;
+  }
+  EXPECT_EQ(MustRun({"registry", "get", "Install", "szMessage"}), "upgrade\n");
+}
+
+TEST_F(ToolLinuxTest, TheLogsPathHasSlashesAndNothingIsMadeThere) {
+  EXPECT_EQ(MustRun({"log", "path"}), LogsPath().string() + "/\n");
+  EXPECT_EQ(MustRun({"log", "list"}), "");
+  const ToolRun run = Run({"log", "show"});
+  EXPECT_EQ(run.status, 1);
+  EXPECT_EQ(run.errors, "larder: there is no log in " + LogsPath().string() + "/\n");
+  EXPECT_FALSE(std::filesystem::exists(Root() / "var/lib/Velmor"));
+}
+
+TEST_F(ToolLinuxTest, AMachineWithoutADataFolderIsTold) {
+  std::ofstream(Root() / "var") << "in the way";
+  for (const char* command : {"path", "list", "show"}) {
+    const ToolRun run = Run({"log", command});
+    EXPECT_EQ(run.status, 1) << command;
+    EXPECT_EQ(run.output, "") << command;
+    EXPECT_THAT(run.errors, StartsWith("larder: cannot find the machine's data folder: "));
+  }
+}
+
+TEST_F(ToolLinuxTest, ALogsFolderThatCannotBeReadIsTold) {
+  std::filesystem::create_directories(LogsPath().parent_path());
+  std::filesystem::create_symlink("logs", LogsPath());  // leads to itself
+  for (const char* command : {"list", "show"}) {
+    const ToolRun run = Run({"log", command});
+    EXPECT_EQ(run.status, 1) << command;
+    EXPECT_THAT(run.errors, StartsWith("larder: cannot list " + LogsPath().string() + "/: "));
+  }
+}
+
+TEST_F(ToolLinuxTest, AGenerationThatCannotBeReadIsToldAndTheOthersPrinted) {
+  LogFolder logs(LogsPath());
+  logs.Write("lr_tool-A.log", {"new"});
+  logs.Write("lr_tool-A.log.2", {"old"});
+  std::filesystem::create_symlink("lr_tool-A.log.1", logs.Path() / "lr_tool-A.log.1");
+  for (const char* command : {"list", "show"}) {
+    std::vector<std::string> arguments{"log", command};
+    if (std::string(command) == "show") arguments.emplace_back("lr_tool-A.log");
+    const ToolRun run = Run(arguments);
+    EXPECT_EQ(run.status, 1) << command;
+    EXPECT_THAT(run.errors,
+                StartsWith("larder: cannot read " + LogsPath().string() + "/lr_tool-A.log.1: "));
+    EXPECT_EQ(LinesOf(run.errors).size(), 1) << run.errors;
+    EXPECT_EQ(LinesOf(run.output).size(), 2) << run.output;
+  }
+}
+
+TEST_F(ToolLinuxTest, FollowingEndsWellWhenItIsInterrupted) {
+  LogFolder logs(LogsPath());
+  logs.WriteBytes("lr_tool-A.log", "line\r\ncut");
+  for (const int number : {SIGINT, SIGTERM}) {
+    const auto program = Start({"log", "show", "--follow"});
+    EXPECT_EQ(program->ReadLine(), "line");
+    kill(static_cast<pid_t>(program->ProcessId()), number);
+    EXPECT_EQ(program->Wait(), 0) << number;
+    EXPECT_EQ(program->ReadLine(), "cut");
+    EXPECT_EQ(program->ReadLine(), std::nullopt);
+  }
+}
+
+TEST_F(ToolLinuxTest, LinesThatWereRotatedAwayUnreadAreToldAsLost) {
+  LogFolder logs(LogsPath());
+  logs.Write("lr_tool-A.log", {"line 0"});
+  const auto program = Start({"log", "show", "--follow"});
+  EXPECT_EQ(program->ReadLine(), "line 0");
+  const auto child = static_cast<pid_t>(program->ProcessId());
+  kill(child, SIGSTOP);
+  siginfo_t stopped;
+  ASSERT_EQ(waitid(P_PID, static_cast<id_t>(child), &stopped, WSTOPPED), 0);
+  logs.Append("lr_tool-A.log", "line 1");  // the file is held open, so this one isn't lost
+  for (int i = 2; i <= 9; ++i) logs.Rotate("lr_tool-A.log", "line " + std::to_string(i));
+  kill(child, SIGCONT);
+  for (const int number : {1, 4, 5, 6, 7, 8, 9}) {
+    EXPECT_EQ(program->ReadLine(), "line " + std::to_string(number));
+  }
+  EXPECT_EQ(program->Stop(), 1);
+  EXPECT_THAT(ErrorsOfStarted(), HasSubstr("lr_tool-A.log was rotated faster than it could be "
+                                           "printed: lines are lost\n"));
 }
 
 }  // namespace

@@ -35,13 +35,23 @@ HANDLE Open(const std::filesystem::path& path, DWORD access, DWORD disposition) 
   return handle;
 }
 
-HANDLE OpenClosedPipe() {
+struct Pipe {
+  HANDLE reading;  // for this process only
+  HANDLE writing;
+};
+
+Pipe MakePipe() {
   SECURITY_ATTRIBUTES attributes = Inheritable();
-  HANDLE reading = nullptr;
-  HANDLE writing = nullptr;
-  Require(CreatePipe(&reading, &writing, &attributes, 0) != 0, "pipe");
-  CloseHandle(reading);
-  return writing;
+  Pipe pipe{};
+  Require(CreatePipe(&pipe.reading, &pipe.writing, &attributes, 0) != 0, "pipe");
+  Require(SetHandleInformation(pipe.reading, HANDLE_FLAG_INHERIT, 0) != 0, "pipe");
+  return pipe;
+}
+
+HANDLE OpenClosedPipe() {
+  const Pipe pipe = MakePipe();
+  CloseHandle(pipe.reading);
+  return pipe.writing;
 }
 
 // In quotation marks; backslashes count double where a quotation mark follows, and only there.
@@ -67,8 +77,9 @@ std::wstring CommandLine(const std::filesystem::path& program,
   return line;
 }
 
-int StartAndWait(const std::filesystem::path& program, const std::vector<std::string>& arguments,
-                 HANDLE output, const std::filesystem::path& errors) {
+// Gives the process, to be closed by the caller.
+HANDLE Start(const std::filesystem::path& program, const std::vector<std::string>& arguments,
+             HANDLE output, const std::filesystem::path& errors) {
   const Inherited in(Open(L"NUL", GENERIC_READ, OPEN_EXISTING));
   const Inherited error(Open(errors, GENERIC_WRITE, CREATE_ALWAYS));
   STARTUPINFOW startup{};
@@ -82,12 +93,21 @@ int StartAndWait(const std::filesystem::path& program, const std::vector<std::st
   Require(CreateProcessW(program.c_str(), line.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr,
                          &startup, &child) != 0,
           "start " + program.string());
-  const Inherited process(child.hProcess);
-  const Inherited thread(child.hThread);
+  CloseHandle(child.hThread);
+  return child.hProcess;
+}
+
+int WaitFor(HANDLE process) {
   DWORD status = 0;
-  Require(WaitForSingleObject(process.handle, INFINITE) == WAIT_OBJECT_0, "wait");
-  Require(GetExitCodeProcess(process.handle, &status) != 0, "exit status");
+  Require(WaitForSingleObject(process, INFINITE) == WAIT_OBJECT_0, "wait");
+  Require(GetExitCodeProcess(process, &status) != 0, "exit status");
   return static_cast<int>(status);
+}
+
+int StartAndWait(const std::filesystem::path& program, const std::vector<std::string>& arguments,
+                 HANDLE output, const std::filesystem::path& errors) {
+  const Inherited process(Start(program, arguments, output, errors));
+  return WaitFor(process.handle);
 }
 
 }  // namespace
@@ -103,6 +123,45 @@ int RunProgramIntoClosedPipe(const std::filesystem::path& program,
                              const std::filesystem::path& errors) {
   const Inherited out(OpenClosedPipe());
   return StartAndWait(program, arguments, out.handle, errors);
+}
+
+struct RunningProgram::Parts {
+  HANDLE process = nullptr;
+  HANDLE output = nullptr;
+};
+
+RunningProgram::RunningProgram(const std::filesystem::path& program,
+                               const std::vector<std::string>& arguments,
+                               const std::filesystem::path& errors)
+    : parts(std::make_unique<Parts>()) {
+  const Pipe pipe = MakePipe();
+  const Inherited out(pipe.writing);
+  parts->output = pipe.reading;
+  parts->process = Start(program, arguments, out.handle, errors);
+}
+
+RunningProgram::~RunningProgram() {
+  Stop();
+  CloseHandle(parts->process);
+  CloseHandle(parts->output);
+}
+
+int RunningProgram::Wait() { return WaitFor(parts->process); }
+
+std::optional<int> RunningProgram::Stop() {
+  TerminateProcess(parts->process, 1);
+  Wait();
+  return std::nullopt;
+}
+
+long RunningProgram::ProcessId() const { return static_cast<long>(GetProcessId(parts->process)); }
+
+std::size_t RunningProgram::ReadSome(char* bytes, std::size_t size) {
+  DWORD got = 0;
+  if (ReadFile(parts->output, bytes, static_cast<DWORD>(size), &got, nullptr) == FALSE) {
+    Require(GetLastError() == ERROR_BROKEN_PIPE, "read");
+  }
+  return got;
 }
 
 }  // namespace larder

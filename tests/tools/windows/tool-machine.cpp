@@ -11,10 +11,11 @@
 namespace larder {
 namespace {
 
-platform::Code RemoveRoot() {
-  return platform::RemoveRegistryTree(
-      WideString(LarderRegistryRoot.substr(0, LarderRegistryRoot.size() - 1)));
+WideString RootPath() {
+  return WideString(LarderRegistryRoot.substr(0, LarderRegistryRoot.size() - 1));
 }
+
+platform::Code RemoveRoot() { return platform::RemoveRegistryTree(RootPath()); }
 
 void ClearRegistry() {
   const platform::Code code = RemoveRoot();
@@ -49,5 +50,17 @@ ToolMachine::~ToolMachine() {
 }
 
 const std::filesystem::path& ToolMachine::Folder() const { return parts->folder; }
+
+// Below a key that ends with the system's session the system makes no lasting ones.
+void ToolMachine::ForbidNewKeys() {
+  HKEY key = nullptr;
+  const LSTATUS status =
+      RegCreateKeyExW(HKEY_LOCAL_MACHINE, RootPath().c_str(), 0, nullptr, REG_OPTION_VOLATILE,
+                      KEY_ALL_ACCESS, nullptr, &key, nullptr);
+  if (status != ERROR_SUCCESS) {
+    throw std::system_error(static_cast<int>(status), std::system_category(), "forbid new keys");
+  }
+  RegCloseKey(key);
+}
 
 }  // namespace larder

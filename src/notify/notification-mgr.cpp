@@ -1,0 +1,74 @@
+#include "notify/notification-mgr.h"
+
+#include "diag/log-statement.h"
+#include "platform/event.h"
+#include "support/registry.h"
+
+namespace larder {
+
+namespace {
+
+constexpr LarderWideChar kEventName[] = LARDER_WIDE("InstallerEvent");
+constexpr LarderWideChar kUpgrade[] = LARDER_WIDE("upgrade");
+constexpr LarderWideChar kUninstall[] = LARDER_WIDE("uninstall");
+constexpr std::int32_t kUpgradeMessage = 0;
+constexpr std::int32_t kUninstallMessage = 1;
+
+}  // namespace
+
+// Neither event is looked at: with a null one the wait fails, which the thread reports.
+NotificationManager::NotificationManager(const IntLarderHandle* handle)
+    : owner(handle),
+      installerEvent(platform::MakeNamedEvent(kEventName)),
+      shutdownEvent(platform::MakeEvent()) {
+  ScopeTrace scope("Entering NotificationManager::NotificationManager()",
+                   "Leaving NotificationManager::NotificationManager()");
+  waitThread = std::thread(&NotificationManager::WaitForNotification, this);
+}
+
+NotificationManager::~NotificationManager() {
+  ScopeTrace scope("Entering NotificationManager::~NotificationManager()",
+                   "Leaving NotificationManager::~NotificationManager()");
+  platform::RaiseEvent(shutdownEvent.Get());
+  waitThread.join();
+}
+
+void NotificationManager::WaitForNotification() noexcept {
+  ScopeTrace scope("Entering NotificationManager::WaitForNotification()",
+                   "Leaving NotificationManager::WaitForNotification()");
+  // When both are raised, the shutdown wins.
+  const platform::Handle events[] = {shutdownEvent.Get(), installerEvent.Get()};
+  std::size_t index = 0;
+  const platform::Code code = platform::WaitForAny(events, std::size(events), index);
+  if (code != platform::kSuccess) {
+    LogError("WAIT_FAILED in NotificationManager::WaitForNotification() ", FormatSystemError(code));
+    return;
+  }
+  if (index == 0) {
+    LogTrace("Shutdown event in NotificationManager::WaitForNotification()");
+    return;
+  }
+  SendNotification();
+}
+
+void NotificationManager::SendNotification() noexcept {
+  ScopeTrace scope("Entering NotificationManager::SendNotification()",
+                   "Leaving NotificationManager::SendNotification()");
+  const WideString message = GetRegistryString(LARDER_WIDE("Install"), LARDER_WIDE("szMessage"));
+  LogTrace("Read \"", message, "\" from registry.");
+  if (message == kUpgrade) {
+    CallBack(kUpgradeMessage);
+  } else if (message == kUninstall) {
+    CallBack(kUninstallMessage);
+    uninstalling.store(true);
+  } else {
+    LogWarn("Unknown installerMessage ", message);
+  }
+}
+
+void NotificationManager::CallBack(std::int32_t message) {
+  LogTrace("Calling callback with ", message);
+  CallbackOf (*owner)(message);
+}
+
+}  // namespace larder

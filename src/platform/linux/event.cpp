@@ -1,0 +1,276 @@
+#include "platform/event.h"
+
+#include <fcntl.h>
+#include <limits.h>
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <sys/inotify.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cerrno>
+#include <cstring>
+#include <memory>
+#include <new>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "platform/linux/errno-code.h"
+#include "platform/linux/file-descriptor.h"
+#include "platform/linux/kernel-object.h"
+#include "platform/linux/native-path.h"
+#include "platform/utf.h"
+
+// A named event is the file run/larder/events/NAME below the machine root: raised while there is
+// anything by that name, lowered while there is nothing. NAME is the event's name in UTF-8, with
+// some bytes as "%" and two hexadecimal digits; see FileNameOf.
+
+namespace larder::platform {
+namespace {
+
+constexpr std::size_t kMostEvents = 64;
+constexpr std::array<std::string_view, 3> kLevels = {"run", "larder", "events"};
+
+struct EventObject : KernelObject {
+  virtual Code Raise() noexcept = 0;
+  virtual Code Lower() noexcept = 0;
+  // Once it has been found lowered, the descriptor becomes readable with the next raise. May change
+  // the descriptor.
+  virtual Code Look(bool& isRaised) noexcept = 0;
+  [[nodiscard]] virtual int Descriptor() const noexcept = 0;
+  // Takes what made the descriptor readable; the event is to be looked at afterwards.
+  virtual void Drain() noexcept = 0;
+};
+
+// The flag is the truth. The descriptor wakes those who sleep; it may be readable while the flag is
+// down, but never stays unreadable while it is up.
+class PrivateEvent final : public EventObject {
+ public:
+  explicit PrivateEvent(FileDescriptor opened) noexcept : descriptor(std::move(opened)) {}
+
+  Code Raise() noexcept override {
+    if (!flag.exchange(true)) Wake();
+    return kSuccess;
+  }
+
+  Code Lower() noexcept override {
+    if (flag.exchange(false)) Drain();
+    return kSuccess;
+  }
+
+  Code Look(bool& isRaised) noexcept override {
+    isRaised = flag.load();
+    return kSuccess;
+  }
+
+  [[nodiscard]] int Descriptor() const noexcept override { return descriptor.Get(); }
+
+  void Drain() noexcept override {
+    eventfd_t count = 0;
+    eventfd_read(descriptor.Get(), &count);
+    // What was read may have been meant for this raise, and others may sleep still.
+    if (flag.load()) Wake();
+  }
+
+ private:
+  void Wake() const noexcept { eventfd_write(descriptor.Get(), 1); }
+
+  FileDescriptor descriptor;
+  std::atomic<bool> flag = false;
+};
+
+std::string FileNameOf(WideView name) {
+  constexpr std::string_view kDigits = "0123456789ABCDEF";
+  std::string fileName;
+  for (const char character : Utf8FromWide(name)) {
+    const auto byte = static_cast<unsigned char>(character);
+    const bool isFirstDot = byte == '.' && fileName.empty();
+    if (byte < 0x20 || byte == 0x7F || byte == '/' || byte == '%' || isFirstDot)
+      fileName.append({'%', kDigits[byte >> 4], kDigits[byte & 0xF]});
+    else
+      fileName += character;
+  }
+  return fileName;
+}
+
+// Whether a change that was watched may have put another directory at one of the levels.
+bool ConcernsLevels(const inotify_event& change, std::string_view name) {
+  constexpr std::uint32_t kOwn =
+      IN_DELETE_SELF | IN_MOVE_SELF | IN_UNMOUNT | IN_IGNORED | IN_Q_OVERFLOW;
+  return (change.mask & kOwn) != 0 ||
+         std::find(kLevels.begin(), kLevels.end(), name) != kLevels.end();
+}
+
+class NamedEvent final : public EventObject {
+ public:
+  NamedEvent(const std::string& root, const std::string& fileName) {
+    directories.front() = root.empty() ? "/" : root;
+    std::string path = root;
+    for (std::size_t level = 0; level < kLevels.size(); ++level)
+      directories[level + 1] = path.append("/").append(kLevels[level]);
+    file = path + '/' + fileName;
+  }
+
+  Code Raise() noexcept override {
+    if (const Code code = MakeFile(); code != kFileNotFound) return code;
+    if (const Code code = MakeDirectories(); code != kSuccess) return code;
+    return MakeFile();
+  }
+
+  Code Lower() noexcept override {
+    return unlink(file.c_str()) == 0 || errno == ENOENT ? kSuccess : CodeFromErrno(errno);
+  }
+
+  Code Look(bool& isRaised) noexcept override {
+    isRaised = false;
+    if (!watch.IsOpen()) {
+      const Code code = Arm();
+      if (!watch.IsOpen()) return code;
+    }
+    struct stat status {};
+    isRaised = lstat(file.c_str(), &status) == 0;
+    return isRaised || CanAppear(errno) ? kSuccess : CodeFromErrno(errno);
+  }
+
+  [[nodiscard]] int Descriptor() const noexcept override { return watch.Get(); }
+
+  void Drain() noexcept override {
+    alignas(inotify_event) std::array<char, 4096> buffer;
+    const ssize_t size = read(watch.Get(), buffer.data(), buffer.size());
+    bool isStale = false;
+    for (ssize_t at = 0; at < size;) {
+      const char* place = buffer.data() + at;
+      inotify_event change{};
+      std::memcpy(&change, place, sizeof(change));
+      const char* name = change.len > 0 ? place + sizeof(change) : "";
+      isStale = isStale || ConcernsLevels(change, name);
+      at += static_cast<ssize_t>(sizeof(change) + change.len);
+    }
+    if (isStale) watch = FileDescriptor();
+  }
+
+  Code MakeDirectories() const noexcept {
+    for (std::size_t level = 1; level < directories.size(); ++level) {
+      const char* path = directories[level].c_str();
+      if (mkdir(path, kDirectoryMode) == 0)
+        static_cast<void>(chmod(path, kDirectoryMode));  // whatever the process's mask is
+      else if (errno != EEXIST)
+        return CodeFromErrno(errno);
+    }
+    return kSuccess;
+  }
+
+  // Watches the levels that are there, each of them before the one below is looked for, so that
+  // none can come unnoticed. With kAccessDenied the watch stands as far as it goes: somebody may
+  // be about to open the level to others. With any other failure there is none.
+  Code Arm() noexcept {
+    watch = FileDescriptor();  // with all that it watched
+    watch = FileDescriptor(inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
+    if (!watch.IsOpen()) return CodeFromErrno(errno);
+    std::size_t watched = 0;
+    while (watched < directories.size() && Watch(watched, kAllChanges)) ++watched;
+    const int reason = watched < directories.size() ? errno : 0;
+    if (watched == 0 || (reason != 0 && !CanAppear(reason))) {
+      watch = FileDescriptor();
+      return CodeFromErrno(reason);
+    }
+    // Further up the system's own directories have much coming and going in them. The one above the
+    // last is needed: a directory that somebody holds open doesn't tell of its own removal.
+    for (std::size_t level = 0; level + 2 < watched; ++level) Watch(level, kOwnChanges);
+    return reason == EACCES ? kAccessDenied : kSuccess;
+  }
+
+ private:
+  static constexpr mode_t kDirectoryMode = 0755;
+  static constexpr std::uint32_t kOwnChanges = IN_ONLYDIR | IN_DELETE_SELF | IN_MOVE_SELF;
+  static constexpr std::uint32_t kAllChanges =
+      kOwnChanges | IN_CREATE | IN_DELETE | IN_MOVED_TO | IN_ATTRIB;
+
+  static bool CanAppear(int error) {
+    return error == ENOENT || error == ENOTDIR || error == EACCES || error == ELOOP;
+  }
+
+  bool Watch(std::size_t level, std::uint32_t changes) const noexcept {
+    return inotify_add_watch(watch.Get(), directories[level].c_str(), changes) >= 0;
+  }
+
+  Code MakeFile() const noexcept {
+    constexpr int kFlags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
+    const FileDescriptor made(open(file.c_str(), kFlags, 0644));
+    return made.IsOpen() || errno == EEXIST ? kSuccess : CodeFromErrno(errno);
+  }
+
+  std::array<std::string, kLevels.size() + 1> directories;  // from the machine root down
+  std::string file;                                         // in the last of them
+  FileDescriptor watch;  // closed when the levels are to be looked for anew
+};
+
+using EventList = std::array<EventObject*, kMostEvents>;
+
+Code FindRaised(const EventList& events, std::size_t count, std::size_t& index, bool& isRaised) {
+  isRaised = false;
+  for (std::size_t i = 0; i < count && !isRaised; ++i) {
+    index = i;
+    if (const Code code = events[i]->Look(isRaised); code != kSuccess) return code;
+  }
+  return kSuccess;
+}
+
+Code SleepUntilAChange(const EventList& events, std::size_t count) {
+  std::array<pollfd, kMostEvents> polled;
+  for (std::size_t i = 0; i < count; ++i) polled[i] = {events[i]->Descriptor(), POLLIN, 0};
+  if (poll(polled.data(), count, -1) < 0) return errno == EINTR ? kSuccess : CodeFromErrno(errno);
+  for (std::size_t i = 0; i < count; ++i) {
+    if ((polled[i].revents & POLLNVAL) != 0) return kInvalidHandle;
+    if (polled[i].revents != 0) events[i]->Drain();
+  }
+  return kSuccess;
+}
+
+}  // namespace
+
+Handle MakeEvent() noexcept {
+  FileDescriptor descriptor(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
+  return descriptor.IsOpen() ? new (std::nothrow) PrivateEvent(std::move(descriptor)) : nullptr;
+}
+
+Handle MakeNamedEvent(const WideString& name) {
+  if (name.find(u'\0') != WideString::npos) return nullptr;
+  const std::string fileName = FileNameOf(name);
+  if (fileName.empty() || fileName.size() > NAME_MAX) return nullptr;
+  auto event = std::make_unique<NamedEvent>(MachineRoot(), fileName);
+  // Whoever may not make them waits for somebody who may.
+  static_cast<void>(event->MakeDirectories());
+  return event->Arm() == kSuccess ? event.release() : nullptr;
+}
+
+Code RaiseEvent(Handle event) noexcept {
+  auto* object = ObjectOf<EventObject>(event);
+  return object != nullptr ? object->Raise() : kInvalidHandle;
+}
+
+Code LowerEvent(Handle event) noexcept {
+  auto* object = ObjectOf<EventObject>(event);
+  return object != nullptr ? object->Lower() : kInvalidHandle;
+}
+
+Code WaitForAny(const Handle* events, std::size_t count, std::size_t& index) noexcept {
+  if (count == 0 || count > kMostEvents) return kInvalidParameter;
+  EventList objects;
+  for (std::size_t i = 0; i < count; ++i) {
+    objects[i] = ObjectOf<EventObject>(events[i]);
+    if (objects[i] == nullptr) return kInvalidHandle;
+  }
+  for (;;) {
+    bool isRaised = false;
+    const Code found = FindRaised(objects, count, index, isRaised);
+    if (found != kSuccess || isRaised) return found;
+    if (const Code code = SleepUntilAChange(objects, count); code != kSuccess) return code;
+  }
+}
+
+}  // namespace larder::platform

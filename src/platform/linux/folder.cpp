@@ -1,0 +1,136 @@
+#include "platform/folder.h"
+
+#include <dirent.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <memory>
+#include <string>
+#include <utility>
+
+#include "platform/linux/errno-code.h"
+#include "platform/linux/native-path.h"
+#include "platform/linux/upper-case.h"
+#include "platform/utf.h"
+
+namespace larder::platform {
+namespace {
+
+constexpr mode_t kFolderMode = 0755;
+constexpr std::uint32_t kAttributeNormal = 0x80;
+
+struct CloseDirectory {
+  void operator()(DIR* stream) const noexcept { closedir(stream); }
+};
+
+Code MakeNativeFolder(const std::string& path) {
+  if (mkdir(path.c_str(), kFolderMode) == 0) return kSuccess;
+  // What is missing is never the folder itself.
+  return errno == ENOENT ? kPathNotFound : CodeFromErrno(errno);
+}
+
+Code CheckFolder(const std::string& path) {
+  struct stat status {};
+  if (stat(path.c_str(), &status) != 0) return CodeFromErrno(errno);
+  return S_ISDIR(status.st_mode) ? kSuccess : kPathNotFound;
+}
+
+// Every system has these folders, but a directory that stands for its root is bare at first.
+Code MakeInMachineRoot(const std::string& root, const char* first, const char* second) {
+  std::string path = root;
+  for (const char* level : {first, second}) {
+    const Code code = MakeNativeFolder(path += level);
+    if (code != kSuccess && code != kAlreadyExists) return code;
+  }
+  return kSuccess;
+}
+
+// Whether the rest of a name matches a pattern; both without case. Goes back to the last '*' alone,
+// so that no pattern takes more than their lengths' product.
+bool Matches(WideView pattern, WideView name) {
+  std::size_t p = 0;
+  std::size_t n = 0;
+  std::size_t star = WideView::npos;
+  std::size_t taken = 0;  // where what the star stands for ends
+  while (n < name.size()) {
+    if (p < pattern.size() && pattern[p] == u'*') {
+      star = p++;
+      taken = n;
+    } else if (p < pattern.size() && (pattern[p] == u'?' || pattern[p] == name[n])) {
+      ++p;
+      ++n;
+    } else if (star != WideView::npos) {
+      p = star + 1;
+      n = ++taken;
+    } else {
+      return false;
+    }
+  }
+  return pattern.find_first_not_of(u'*', p) == WideView::npos;
+}
+
+// False for a name that is no UTF-8, or that would come back as another path.
+bool NameOf(const dirent& entry, WideString& name) {
+  return WideFromUtf8(entry.d_name, name) && name.find(u'\\') == WideString::npos;
+}
+
+Code FindInFolder(const char* folder, WideView pattern, std::vector<WideString>& names) {
+  const std::unique_ptr<DIR, CloseDirectory> stream(opendir(folder));
+  if (!stream) return errno == ENOENT ? kPathNotFound : CodeFromErrno(errno);
+  UpperCase upperCase;
+  const WideString wanted = upperCase.Of(pattern);
+  for (;;) {
+    errno = 0;
+    const dirent* entry = readdir(stream.get());
+    if (entry == nullptr) return errno == 0 ? kSuccess : CodeFromErrno(errno);
+    WideString name;
+    if (NameOf(*entry, name) && Matches(wanted, upperCase.Of(name)))
+      names.push_back(std::move(name));
+  }
+}
+
+}  // namespace
+
+Code CommonFolderPath(CommonFolder folder, WideString& path) {
+  const bool isData = folder == CommonFolder::kData;
+  const std::string root = MachineRoot();
+  const char* first = isData ? "/var" : "/usr";
+  if (!root.empty()) {
+    if (const Code code = MakeInMachineRoot(root, first, "/lib"); code != kSuccess) return code;
+  }
+  const std::string native = root + first + "/lib";
+  if (const Code code = CheckFolder(native); code != kSuccess) return code;
+  return WidePath(native, path);
+}
+
+Code PathAttributes(const WideString& path, std::uint32_t& attributes) {
+  std::string native;
+  if (const Code code = NativePath(path, native); code != kSuccess) return code;
+  struct stat status {};
+  if (stat(native.c_str(), &status) != 0) return CodeFromErrno(errno);
+  attributes = S_ISDIR(status.st_mode) ? kAttributeDirectory : kAttributeNormal;
+  return kSuccess;
+}
+
+Code MakeFolder(const WideString& path) {
+  std::string native;
+  if (const Code code = NativePath(path, native); code != kSuccess) return code;
+  return MakeNativeFolder(native);
+}
+
+Code FindNames(const WideString& pattern, std::vector<WideString>& names) {
+  const std::size_t nameAt = pattern.rfind(u'\\') + 1;  // 0 where there is none
+  std::string folder;
+  if (const Code code = NativePath(pattern, folder); code != kSuccess) return code;
+  if (const Code code = NativePath(WideView(pattern).substr(0, nameAt), folder); code != kSuccess)
+    return code;
+  std::vector<WideString> found;
+  const char* place = folder.empty() ? "." : folder.c_str();
+  const Code code = FindInFolder(place, WideView(pattern).substr(nameAt), found);
+  if (code != kSuccess) return code;
+  if (found.empty()) return kFileNotFound;
+  names = std::move(found);
+  return kSuccess;
+}
+
+}  // namespace larder::platform

@@ -1,0 +1,134 @@
+#include "platform/log-file.h"
+
+#include <fcntl.h>
+#include <stdio.h>
+#include <sys/stat.h>
+#include <time.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <string>
+#include <utility>
+
+#include "platform/linux/errno-code.h"
+#include "platform/linux/file-descriptor.h"
+#include "platform/linux/kernel-object.h"
+#include "platform/linux/native-path.h"
+
+namespace larder::platform {
+namespace {
+
+constexpr mode_t kFileMode = 0644;
+
+struct LogFileObject final : KernelObject {
+  explicit LogFileObject(FileDescriptor opened) noexcept : descriptor(std::move(opened)) {}
+  FileDescriptor descriptor;
+};
+
+bool IsRegular(int descriptor) {
+  struct stat status {};
+  return fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
+}
+
+Code ResultOf(int result) { return result == 0 ? kSuccess : CodeFromErrno(errno); }
+
+// For file systems that can't rename with a condition.
+Code RenameInSteps(const char* from, const char* to) {
+  if (link(from, to) == 0) return ResultOf(unlink(from));
+  if (errno != EPERM && errno != EOPNOTSUPP && errno != ENOSYS) return CodeFromErrno(errno);
+  struct stat status {};
+  if (lstat(to, &status) == 0) return kAlreadyExists;
+  return errno == ENOENT ? ResultOf(rename(from, to)) : CodeFromErrno(errno);
+}
+
+std::string HexOf(unsigned number) {
+  std::array<char, 8> digits;
+  const int length = snprintf(digits.data(), digits.size(), "%X", number);
+  return {digits.data(), static_cast<std::size_t>(length)};
+}
+
+// Where to begin among the numbers 1 to count: somewhere else for each process and each moment.
+unsigned DrawStart(unsigned count) {
+  timespec now{};
+  clock_gettime(CLOCK_REALTIME, &now);
+  const auto ticks = static_cast<unsigned long>(now.tv_sec) * 1'000'000'000ul +
+                     static_cast<unsigned long>(now.tv_nsec);
+  return static_cast<unsigned>((ticks / 1000 + static_cast<unsigned long>(getpid()) * 40503) %
+                               count);
+}
+
+Code MakeNewFile(const std::string& path) {
+  constexpr int kFlags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
+  const FileDescriptor made(open(path.c_str(), kFlags, kFileMode));
+  if (made.IsOpen()) return kSuccess;
+  return errno == ENOENT || errno == ENOTDIR ? kInvalidDirectory : CodeFromErrno(errno);
+}
+
+}  // namespace
+
+Handle OpenFileToWrite(const WideString& path, WriteMode mode) {
+  std::string native;
+  if (NativePath(path, native) != kSuccess) return InvalidHandle();
+  const int access = mode == WriteMode::kReadWrite ? O_RDWR : O_WRONLY;
+  constexpr int kFlags = O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY;
+  FileDescriptor descriptor(open(native.c_str(), access | kFlags, kFileMode));
+  if (!descriptor.IsOpen() || !IsRegular(descriptor.Get())) return InvalidHandle();
+  return new LogFileObject(std::move(descriptor));
+}
+
+Code SeekToEnd(Handle file, std::uint64_t& size) noexcept {
+  const auto* object = ObjectOf<LogFileObject>(file);
+  if (object == nullptr) return kInvalidHandle;
+  const off_t end = lseek(object->descriptor.Get(), 0, SEEK_END);
+  if (end < 0) return CodeFromErrno(errno);
+  size = static_cast<std::uint64_t>(end);
+  return kSuccess;
+}
+
+Code WriteOnce(Handle file, const void* bytes, std::uint32_t size) noexcept {
+  const auto* object = ObjectOf<LogFileObject>(file);
+  if (object == nullptr) return kInvalidHandle;
+  const ssize_t written = write(object->descriptor.Get(), bytes, size);
+  if (written < 0) return CodeFromErrno(errno);
+  return static_cast<std::size_t>(written) == size ? kSuccess : kDiskFull;
+}
+
+Code RemoveFile(const WideString& path) {
+  std::string native;
+  if (const Code code = NativePath(path, native); code != kSuccess) return code;
+  return ResultOf(unlink(native.c_str()));
+}
+
+Code RenameFile(const WideString& from, const WideString& to) {
+  std::string nativeFrom;
+  std::string nativeTo;
+  if (const Code code = NativePath(from, nativeFrom); code != kSuccess) return code;
+  if (const Code code = NativePath(to, nativeTo); code != kSuccess) return code;
+  const char* source = nativeFrom.c_str();
+  const char* target = nativeTo.c_str();
+  if (renameat2(AT_FDCWD, source, AT_FDCWD, target, RENAME_NOREPLACE) == 0) return kSuccess;
+  const bool isUnknown = errno == EINVAL || errno == ENOSYS;
+  return isUnknown ? RenameInSteps(source, target) : CodeFromErrno(errno);
+}
+
+Code MakeTemporaryFile(const WideString& directory, const WideString& prefix, WideString& path) {
+  if (directory.empty()) return kInvalidDirectory;
+  WideString wide = directory;
+  if (wide.back() != u'\\') wide += u'\\';
+  wide.append(prefix, 0, 3);
+  std::string native;
+  if (const Code code = NativePath(wide, native); code != kSuccess) return code;
+  constexpr unsigned kNumbers = 0xFFFF;
+  const unsigned start = DrawStart(kNumbers);
+  for (unsigned i = 0; i < kNumbers; ++i) {
+    const std::string rest = HexOf((start + i) % kNumbers + 1) + ".tmp";
+    const Code code = MakeNewFile(native + rest);
+    if (code == kAlreadyExists) continue;
+    if (code == kSuccess) path = wide.append(rest.begin(), rest.end());
+    return code;
+  }
+  return kAlreadyExists;
+}
+
+}  // namespace larder::platform

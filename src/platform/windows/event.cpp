@@ -1,0 +1,52 @@
+#include "platform/event.h"
+
+#include <windows.h>
+
+#include <algorithm>
+#include <array>
+
+#include "platform/windows/last-error.h"
+
+namespace larder::platform {
+namespace {
+
+HANDLE Native(Handle event) { return reinterpret_cast<HANDLE>(event); }
+
+bool IsNone(Handle event) { return event == nullptr || event == InvalidHandle(); }
+
+Handle MakeManualEvent(const wchar_t* name) {
+  return reinterpret_cast<Handle>(CreateEventW(nullptr, TRUE, FALSE, name));
+}
+
+}  // namespace
+
+Handle MakeEvent() noexcept { return MakeManualEvent(nullptr); }
+
+Handle MakeNamedEvent(const WideString& name) {
+  const bool isName = !name.empty() && name.find(L'\0') == WideString::npos;
+  return isName ? MakeManualEvent(name.c_str()) : nullptr;
+}
+
+Code RaiseEvent(Handle event) noexcept {
+  if (IsNone(event)) return kInvalidHandle;
+  return SetEvent(Native(event)) != FALSE ? kSuccess : LastError();
+}
+
+Code LowerEvent(Handle event) noexcept {
+  if (IsNone(event)) return kInvalidHandle;
+  return ResetEvent(Native(event)) != FALSE ? kSuccess : LastError();
+}
+
+Code WaitForAny(const Handle* events, std::size_t count, std::size_t& index) noexcept {
+  if (count == 0 || count > MAXIMUM_WAIT_OBJECTS) return kInvalidParameter;
+  if (std::any_of(events, events + count, IsNone)) return kInvalidHandle;
+  std::array<HANDLE, MAXIMUM_WAIT_OBJECTS> natives;
+  std::transform(events, events + count, natives.begin(), Native);
+  const DWORD result =
+      WaitForMultipleObjects(static_cast<DWORD>(count), natives.data(), FALSE, INFINITE);
+  if (result >= WAIT_OBJECT_0 + count) return LastError();
+  index = result - WAIT_OBJECT_0;
+  return kSuccess;
+}
+
+}  // namespace larder::platform

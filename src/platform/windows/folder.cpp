@@ -1,0 +1,64 @@
+#include "platform/folder.h"
+
+#include <windows.h>
+
+#include <shlobj.h>
+
+#include <array>
+#include <memory>
+#include <utility>
+
+#include "platform/windows/last-error.h"
+#include "platform/windows/native-path.h"
+
+namespace larder::platform {
+namespace {
+
+struct CloseSearch {
+  void operator()(HANDLE search) const noexcept { FindClose(search); }
+};
+
+}  // namespace
+
+Code CommonFolderPath(CommonFolder folder, WideString& path) {
+  const bool isData = folder == CommonFolder::kData;
+  const int number = isData ? CSIDL_COMMON_APPDATA : CSIDL_PROGRAM_FILES_COMMON;
+  std::array<wchar_t, MAX_PATH> buffer;
+  const HRESULT result = SHGetFolderPathW(nullptr, number, nullptr, 0, buffer.data());
+  if (result != S_OK) return static_cast<Code>(result);
+  path = buffer.data();
+  return kSuccess;
+}
+
+Code PathAttributes(const WideString& path, std::uint32_t& attributes) {
+  WideString native;
+  if (const Code code = NativePath(path, native); code != kSuccess) return code;
+  const DWORD found = GetFileAttributesW(native.c_str());
+  if (found == INVALID_FILE_ATTRIBUTES) return LastError();
+  attributes = found;
+  return kSuccess;
+}
+
+Code MakeFolder(const WideString& path) {
+  WideString native;
+  if (const Code code = NativePath(path, native); code != kSuccess) return code;
+  return CreateDirectoryW(native.c_str(), nullptr) != FALSE ? kSuccess : LastError();
+}
+
+Code FindNames(const WideString& pattern, std::vector<WideString>& names) {
+  WideString native;
+  if (const Code code = NativePath(pattern, native); code != kSuccess) return code;
+  WIN32_FIND_DATAW entry;
+  const HANDLE first = FindFirstFileW(native.c_str(), &entry);
+  if (first == INVALID_HANDLE_VALUE) return LastError();
+  const std::unique_ptr<void, CloseSearch> search(first);
+  std::vector<WideString> found;
+  do {
+    found.emplace_back(entry.cFileName);
+  } while (FindNextFileW(search.get(), &entry) != FALSE);
+  if (const Code code = LastError(); code != ERROR_NO_MORE_FILES) return code;
+  names = std::move(found);
+  return kSuccess;
+}
+
+}  // namespace larder::platform

@@ -1,0 +1,282 @@
+#include "platform/event.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <atomic>
+#include <filesystem>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "platform/console.h"
+#include "platform/module-files.h"
+#include "platform/wide-text.h"
+#include "testing/test-machine.h"
+#include "tools/run-program.h"
+
+namespace larder::platform {
+namespace {
+
+class OwnedEvent {
+ public:
+  explicit OwnedEvent(Handle made) : handle(made) { EXPECT_NE(made, nullptr); }
+  ~OwnedEvent() { CloseObject(handle); }
+  OwnedEvent(const OwnedEvent&) = delete;
+  OwnedEvent& operator=(const OwnedEvent&) = delete;
+  operator Handle() const { return handle; }
+
+ private:
+  Handle handle;
+};
+
+// The index of the lowest raised event; a number that is none if the wait fails.
+std::size_t Wait(const std::vector<Handle>& events) {
+  std::size_t index = 0;
+  const Code code = WaitForAny(events.data(), events.size(), index);
+  EXPECT_EQ(code, kSuccess);
+  return code == kSuccess ? index : events.size();
+}
+
+// Whether an event is raised, by a wait that ends in any case.
+bool IsRaised(Handle event) {
+  const OwnedEvent raised(MakeEvent());
+  RaiseEvent(raised);
+  return Wait({event, raised}) == 0;
+}
+
+TEST(EventTest, AnEventIsLoweredAtFirstAndRaisedUntilItIsLowered) {
+  const OwnedEvent event(MakeEvent());
+  EXPECT_FALSE(IsRaised(event));
+  EXPECT_EQ(RaiseEvent(event), kSuccess);
+  EXPECT_EQ(RaiseEvent(event), kSuccess);
+  EXPECT_TRUE(IsRaised(event));
+  EXPECT_TRUE(IsRaised(event));
+  EXPECT_EQ(LowerEvent(event), kSuccess);
+  EXPECT_FALSE(IsRaised(event));
+  EXPECT_EQ(LowerEvent(event), kSuccess);
+  EXPECT_EQ(RaiseEvent(event), kSuccess);
+  EXPECT_TRUE(IsRaised(event));
+}
+
+TEST(EventTest, OfSeveralRaisedEventsTheLowestIsTold) {
+  const OwnedEvent first(MakeEvent());
+  const OwnedEvent second(MakeEvent());
+  const OwnedEvent third(MakeEvent());
+  RaiseEvent(third);
+  EXPECT_EQ(Wait({first, second, third}), 2u);
+  RaiseEvent(second);
+  EXPECT_EQ(Wait({first, second, third}), 1u);
+  RaiseEvent(first);
+  EXPECT_EQ(Wait({first, second, third}), 0u);
+  EXPECT_EQ(Wait({third, second, first}), 0u);
+}
+
+TEST(EventTest, ARaiseWakesAllWhoWait) {
+  const OwnedEvent never(MakeEvent());
+  const OwnedEvent event(MakeEvent());
+  std::vector<std::thread> waiters;
+  for (int i = 0; i < 4; ++i) waiters.emplace_back([&] { EXPECT_EQ(Wait({never, event}), 1u); });
+  RaiseEvent(event);
+  for (std::thread& waiter : waiters) waiter.join();
+}
+
+TEST(EventTest, ANoHandleFailsAtOnce) {
+  const OwnedEvent event(MakeEvent());
+  RaiseEvent(event);
+  std::size_t index = 0;
+  for (const Handle none : {Handle{nullptr}, InvalidHandle()}) {
+    EXPECT_EQ(RaiseEvent(none), kInvalidHandle);
+    EXPECT_EQ(LowerEvent(none), kInvalidHandle);
+    for (const std::array<Handle, 2>& pair :
+         {std::array<Handle, 2>{event, none}, std::array<Handle, 2>{none, event}})
+      EXPECT_EQ(WaitForAny(pair.data(), pair.size(), index), kInvalidHandle);
+    CloseObject(none);
+  }
+}
+
+TEST(EventTest, OneTo64EventsAreWaitedFor) {
+  const OwnedEvent never(MakeEvent());
+  const OwnedEvent raised(MakeEvent());
+  RaiseEvent(raised);
+  std::vector<Handle> events(63, never);
+  events.push_back(raised);
+  EXPECT_EQ(Wait({raised}), 0u);
+  EXPECT_EQ(Wait(events), 63u);
+  events.push_back(raised);
+  std::size_t index = 0;
+  EXPECT_EQ(WaitForAny(events.data(), events.size(), index), kInvalidParameter);
+  EXPECT_EQ(WaitForAny(events.data(), 0, index), kInvalidParameter);
+}
+
+// Each raiser goes on only after the waiter has seen its raise, so one that is lost stops the test.
+TEST(EventTest, NoRaiseIsLostOnAWaiterThatLowersAndThenLooks) {
+  constexpr int kRaisers = 4;
+  constexpr int kRounds = 2000;
+  const OwnedEvent never(MakeEvent());
+  const OwnedEvent event(MakeEvent());
+  std::atomic<int> made = 0;
+  std::atomic<int> seen = 0;
+  std::vector<std::thread> raisers;
+  for (int i = 0; i < kRaisers; ++i) {
+    raisers.emplace_back([&] {
+      for (int round = 0; round < kRounds; ++round) {
+        const int ticket = made.fetch_add(1, std::memory_order_relaxed) + 1;
+        EXPECT_EQ(RaiseEvent(event), kSuccess);
+        while (seen.load() < ticket) std::this_thread::yield();
+      }
+    });
+  }
+  while (seen.load() < kRaisers * kRounds) {
+    EXPECT_EQ(Wait({never, event}), 1u);
+    LowerEvent(event);
+    seen.store(made.load(std::memory_order_relaxed));
+  }
+  for (std::thread& raiser : raisers) raiser.join();
+}
+
+TEST(EventTest, WhatWasDoneBeforeTheRaiseIsSeenAfterTheWait) {
+  constexpr int kRounds = 2000;
+  const OwnedEvent there(MakeEvent());
+  const OwnedEvent back(MakeEvent());
+  int ball = 0;
+  std::thread other([&] {
+    for (int round = 0; round < kRounds; ++round) {
+      Wait({there});
+      LowerEvent(there);
+      ++ball;
+      RaiseEvent(back);
+    }
+  });
+  for (int round = 0; round < kRounds; ++round) {
+    ++ball;
+    RaiseEvent(there);
+    Wait({back});
+    LowerEvent(back);
+  }
+  other.join();
+  EXPECT_EQ(ball, 2 * kRounds);
+}
+
+class NamedEventTest : public ::testing::Test {
+ protected:
+  // Nobody else's, also where the names aren't the machine folder's.
+  std::string NarrowName() const { return machine.Folder().parent_path().filename().string(); }
+  WideString Name() const { return Wide(NarrowName()); }
+
+  // Runs this program in a second process; see main below.
+  int RunOther(const std::string& action) const {
+    return RunProgram(ThisProgram(), {action, NarrowName()}, machine.Folder() / "output",
+                      machine.Folder() / "errors");
+  }
+
+  TestMachine machine;
+};
+
+TEST_F(NamedEventTest, HandlesOfOneNameAreOneEvent) {
+  const OwnedEvent first(MakeNamedEvent(Name()));
+  const OwnedEvent second(MakeNamedEvent(Name()));
+  EXPECT_FALSE(IsRaised(second));
+  EXPECT_EQ(RaiseEvent(first), kSuccess);
+  EXPECT_TRUE(IsRaised(first));
+  EXPECT_TRUE(IsRaised(second));
+  EXPECT_EQ(RaiseEvent(second), kSuccess);
+  EXPECT_EQ(LowerEvent(second), kSuccess);
+  EXPECT_FALSE(IsRaised(first));
+  EXPECT_EQ(LowerEvent(first), kSuccess);
+  EXPECT_FALSE(IsRaised(second));
+}
+
+TEST_F(NamedEventTest, OneThatIsRaisedAlreadyIsFoundRaised) {
+  const OwnedEvent before(MakeNamedEvent(Name()));
+  RaiseEvent(before);
+  EXPECT_EQ(Wait({OwnedEvent(MakeNamedEvent(Name()))}), 0u);
+  EXPECT_TRUE(IsRaised(OwnedEvent(MakeNamedEvent(Name()))));
+}
+
+TEST_F(NamedEventTest, AnotherNameIsAnotherEvent) {
+  const OwnedEvent event(MakeNamedEvent(Name()));
+  const OwnedEvent longer(MakeNamedEvent(Name() + Wide("2")));
+  const OwnedEvent otherCase(MakeNamedEvent(Name() + Wide("A")));
+  const OwnedEvent lowerCase(MakeNamedEvent(Name() + Wide("a")));
+  RaiseEvent(event);
+  RaiseEvent(otherCase);
+  EXPECT_FALSE(IsRaised(longer));
+  EXPECT_FALSE(IsRaised(lowerCase));
+}
+
+TEST_F(NamedEventTest, ANameThatCanBeNoneGivesNull) {
+  EXPECT_EQ(MakeNamedEvent(WideString()), nullptr);
+  EXPECT_EQ(MakeNamedEvent(Name() + LarderWideChar{0} + Name()), nullptr);
+}
+
+TEST_F(NamedEventTest, ItIsWaitedForTogetherWithPrivateOnes) {
+  const OwnedEvent first(MakeEvent());
+  const OwnedEvent named(MakeNamedEvent(Name()));
+  const OwnedEvent last(MakeEvent());
+  RaiseEvent(last);
+  EXPECT_EQ(Wait({first, named, last}), 2u);
+  RaiseEvent(named);
+  EXPECT_EQ(Wait({first, named, last}), 1u);
+  RaiseEvent(first);
+  EXPECT_EQ(Wait({first, named, last}), 0u);
+  LowerEvent(first);
+  LowerEvent(named);
+  EXPECT_EQ(Wait({first, named, last}), 2u);
+}
+
+TEST_F(NamedEventTest, AnotherThreadEndsTheWaitByEitherEvent) {
+  const OwnedEvent shared(MakeNamedEvent(Name()));
+  for (std::size_t round = 0; round < 200; ++round) {
+    const OwnedEvent stop(MakeEvent());
+    const OwnedEvent named(MakeNamedEvent(Name()));
+    const std::size_t raised = round % 2;
+    std::thread other([&] { RaiseEvent(raised == 0 ? Handle(stop) : Handle(shared)); });
+    EXPECT_EQ(Wait({stop, named}), raised);
+    other.join();
+    LowerEvent(named);
+  }
+}
+
+TEST_F(NamedEventTest, ItIsRaisedAndLoweredByAnotherProcess) {
+  const OwnedEvent stop(MakeEvent());
+  const OwnedEvent event(MakeNamedEvent(Name()));
+  std::thread other([this] { EXPECT_EQ(RunOther("raise"), 0); });
+  EXPECT_EQ(Wait({stop, event}), 1u);
+  other.join();
+  EXPECT_TRUE(IsRaised(event));
+  EXPECT_EQ(RunOther("lower"), 0);
+  EXPECT_FALSE(IsRaised(event));
+}
+
+TEST_F(NamedEventTest, AnotherProcessIsTold) {
+  const OwnedEvent event(MakeNamedEvent(Name()));
+  std::thread other([this] { EXPECT_EQ(RunOther("wait"), 0); });
+  RaiseEvent(event);
+  other.join();
+  EXPECT_TRUE(IsRaised(event));
+}
+
+Code Perform(const std::string& action, Handle event) {
+  if (action == "raise") return RaiseEvent(event);
+  if (action == "lower") return LowerEvent(event);
+  std::size_t index = 0;
+  return action == "wait" ? WaitForAny(&event, 1, index) : kInvalidFunction;
+}
+
+// What the tests' second process does; 0 when it worked.
+int ActOnEvent(const std::string& action, const std::string& name) {
+  const OwnedEvent event(MakeNamedEvent(Wide(name)));
+  return Perform(action, event) == kSuccess ? 0 : 1;
+}
+
+}  // namespace
+}  // namespace larder::platform
+
+// With two arguments: does something with an event: raise|lower|wait NAME.
+int main(int argc, char** argv) {
+  ::testing::InitGoogleTest(&argc, argv);
+  if (argc != 3) return RUN_ALL_TESTS();
+  const std::vector<std::string> arguments = larder::platform::ProgramArguments(argc, argv);
+  return larder::platform::ActOnEvent(arguments[1], arguments[2]);
+}

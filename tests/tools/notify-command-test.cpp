@@ -1,0 +1,156 @@
+#include <gmock/gmock.h>
+
+#include <fstream>
+#include <iterator>
+
+#include "platform/event.h"
+#include "platform/handle.h"
+#include "tools/log-folder.h"
+#include "tools/tool-test.h"
+
+namespace larder {
+namespace {
+
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+// The event as any process sees it. While it is held the event keeps its state, also on a system
+// where it ends with its last holder.
+class InstallerEvent {
+ public:
+  InstallerEvent() : event(platform::MakeNamedEvent(LARDER_WIDE("InstallerEvent"))) { Lower(); }
+  ~InstallerEvent() {
+    Lower();
+    platform::CloseObject(event);
+  }
+  InstallerEvent(const InstallerEvent&) = delete;
+  InstallerEvent& operator=(const InstallerEvent&) = delete;
+
+  bool IsRaised() const {
+    const platform::Handle always = platform::MakeEvent();
+    EXPECT_EQ(platform::RaiseEvent(always), platform::kSuccess);
+    const platform::Handle events[] = {event, always};
+    std::size_t index = 0;
+    EXPECT_EQ(platform::WaitForAny(events, std::size(events), index), platform::kSuccess);
+    platform::CloseObject(always);
+    return index == 0;
+  }
+
+ private:
+  void Lower() { EXPECT_EQ(platform::LowerEvent(event), platform::kSuccess); }
+
+  platform::Handle event;
+};
+
+class NotifyCommandTest : public ToolTest {
+ protected:
+  // A client that waits.
+  std::unique_ptr<RunningProgram> StartClient(const std::vector<std::string>& more = {}) {
+    std::vector<std::string> arguments{"notify", "--wait"};
+    arguments.insert(arguments.end(), more.begin(), more.end());
+    auto client = Start(arguments);
+    EXPECT_EQ(client->ReadLine(), "waiting") << ErrorsOfStarted();
+    return client;
+  }
+
+  std::string Message() { return MustRun({"registry", "get", "Install", "szMessage"}); }
+};
+
+TEST_F(NotifyCommandTest, AnyTextIsWrittenAndTheEventRaised) {
+  for (const std::string text : {"upgrade", "uninstall", "", "Upgrade", "two words", "--reset",
+                                 "gr\xC3\xBC\xC3\x9F", "[a]", "++"}) {
+    const InstallerEvent event;
+    ASSERT_FALSE(event.IsRaised());
+    EXPECT_EQ(MustRun({"notify", "--", text}), "");
+    EXPECT_EQ(Message(), text + "\n");
+    EXPECT_TRUE(event.IsRaised()) << text;
+    EXPECT_EQ(MustRun({"notify", "--reset"}), "");
+    EXPECT_FALSE(event.IsRaised()) << text;
+  }
+}
+
+TEST_F(NotifyCommandTest, LoweringAnEventThatIsLoweredIsFine) {
+  const InstallerEvent event;
+  MustRun({"notify", "--reset"});
+  EXPECT_FALSE(event.IsRaised());
+}
+
+// The message that the client would read too early is the one from the round before.
+TEST_F(NotifyCommandTest, TheMessageIsThereWhenTheEventIsRaised) {
+  RegisterModules({"feed-file.dll"});
+  for (int round = 0; round < 3; ++round) {
+    for (const char* message : {"upgrade", "uninstall"}) {
+      const auto client = StartClient({"--once"});
+      MustRun({"notify", message});
+      EXPECT_EQ(client->ReadLine(), message);
+      EXPECT_EQ(client->ReadLine(), std::nullopt);
+      EXPECT_EQ(client->Wait(), 0);
+      EXPECT_EQ(ErrorsOfStarted(), "");
+      MustRun({"notify", "--reset"});
+    }
+  }
+}
+
+TEST_F(NotifyCommandTest, AClientIsToldOnceAndTheNextOneAnew) {
+  RegisterModules({"feed-file.dll"});
+  const auto first = StartClient();
+  MustRun({"notify", "upgrade"});
+  EXPECT_EQ(first->ReadLine(), "upgrade");
+  MustRun({"notify", "--reset"});
+  const auto second = StartClient({"--once"});
+  MustRun({"notify", "uninstall"});
+  EXPECT_EQ(second->ReadLine(), "uninstall");
+  EXPECT_EQ(second->Wait(), 0);
+  EXPECT_EQ(first->Stop().value_or(0), 0);
+  EXPECT_EQ(first->ReadLine(), std::nullopt);
+}
+
+TEST_F(NotifyCommandTest, AnEventThatIsRaisedAlreadyIsToldAtOnce) {
+  RegisterModules({"feed-file.dll"});
+  const InstallerEvent event;
+  MustRun({"notify", "uninstall"});
+  EXPECT_EQ(MustRun({"notify", "--wait", "--once"}), "waiting\nuninstall\n");
+  EXPECT_TRUE(event.IsRaised());
+}
+
+TEST_F(NotifyCommandTest, AnUnknownMessageIsNotTold) {
+  RegisterModules({"feed-file.dll"});
+  LogFolder logs(PathOf(LinesOf(MustRun({"log", "path"})).front()));
+  MustRun({"log", "on"});
+  const auto client = StartClient();
+  MustRun({"notify", "Upgrade"});
+  logs.WaitForToolLog("Unknown installerMessage Upgrade\r\n");
+  EXPECT_EQ(client->Stop().value_or(0), 0);
+  EXPECT_EQ(client->ReadLine(), std::nullopt);
+}
+
+TEST_F(NotifyCommandTest, AMessageThatCannotBeWrittenIsNotAnnounced) {
+  machine.ForbidNewKeys();
+  const InstallerEvent event;
+  const ToolRun run = Run({"notify", "upgrade"});
+  EXPECT_EQ(run.status, 1);
+  EXPECT_EQ(run.output, "");
+  EXPECT_THAT(run.errors,
+              AllOf(StartsWith("larder: cannot set value \"szMessage\" of key \"Install\": "),
+                    testing::EndsWith(")\n")));
+  EXPECT_FALSE(event.IsRaised());
+}
+
+TEST_F(NotifyCommandTest, AClientThatCannotStartTheLibraryIsAFailure) {
+  const ToolRun run = Run({"notify", "--wait"});
+  EXPECT_EQ(run.status, 1);
+  EXPECT_EQ(run.output, "");
+  EXPECT_THAT(run.errors,
+              StartsWith("larder: cannot start the library: Failed to open the Larder"));
+}
+
+TEST_F(NotifyCommandTest, AClientWithoutAReaderEnds) {
+  RegisterModules({"feed-file.dll"});
+  const auto errors = machine.Folder() / "errors";
+  EXPECT_EQ(RunProgramIntoClosedPipe(ToolPath(), {"notify", "--wait"}, errors), 1);
+  EXPECT_THAT(ContentOf(errors), StartsWith("larder: cannot write to standard output: "));
+}
+
+}  // namespace
+}  // namespace larder

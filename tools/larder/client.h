@@ -1,0 +1,14 @@
+// The library as its clients have it: exports only.
+#pragma once
+
+#include <larder/larder.h>
+
+namespace larder::tool {
+
+// LarderInit. False, with the reason told on standard error, when there is no handle.
+[[nodiscard]] bool StartLibrary(LarderNotifyCallback callback, LarderHandle& handle);
+
+// LarderRelease, once for each good StartLibrary. False, with the reason told, when it fails.
+[[nodiscard]] bool EndLibrary();
+
+}  // namespace larder::tool

@@ -1,0 +1,139 @@
+#include "log-command.h"
+
+#include <chrono>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "arguments.h"
+#include "diag/log-files.h"
+#include "errors.h"
+#include "interrupt.h"
+#include "log-reader.h"
+#include "log-runs.h"
+#include "platform/console.h"
+#include "registry-edit.h"
+#include "support/paths.h"
+#include "text.h"
+
+namespace larder::tool {
+namespace {
+
+constexpr std::chrono::milliseconds kPauseBetweenLooks(20);  // a run keeps few bytes: look often
+
+ValueName Switch() { return {LARDER_WIDE("Logging"), LARDER_WIDE("szEnable")}; }
+
+int SwitchOn() {
+  EnableLogging();
+  if (IsLoggingEnabled()) return kExitOk;
+  // The library keeps the reason to itself; the same once more tells it.
+  const platform::Code code = SetValue(Switch(), TextValue(platform::kRegSz, LARDER_WIDE("true")));
+  if (!Succeeded("set " + ValueLabel(Switch()), code)) return kExitFailed;
+  if (IsLoggingEnabled()) return kExitOk;
+  PrintError("cannot read " + ValueLabel(Switch()) + " back");
+  return kExitFailed;
+}
+
+int SwitchOff() {
+  const platform::Code code = DeleteValue(Switch());
+  if (code == platform::kFileNotFound) return kExitOk;
+  return Succeeded("delete " + ValueLabel(Switch()), code) ? kExitOk : kExitFailed;
+}
+
+int PrintPath(Output& output) {
+  WideString path;
+  if (!FindLogsPath(path)) return kExitFailed;
+  output.Write(platform::PathText(path) + "\n");
+  return kExitOk;
+}
+
+int List(Output& output) {
+  std::vector<LogRun> runs;
+  const bool succeeded = FindLogRuns(runs);
+  for (const LogRun& run : runs) {
+    for (const LogFile& file : run.files) {
+      output.Write(Printable(platform::PathText(GetFileNameInPath(file.path))) + "\t" +
+                   std::to_string(file.info.size) + "\t" + TimeText(file.info.lastModified) + "\n");
+    }
+  }
+  return succeeded ? kExitOk : kExitFailed;
+}
+
+// The provider's logs lie in the same directory, but only the library's are runs of a host.
+bool FindNewestRun(WideString& path) {
+  std::vector<LogRun> runs;
+  if (!FindLogRuns(runs)) return false;
+  for (const LogRun& run : runs) {
+    if (GetFileNameInPath(run.path).starts_with(LARDER_WIDE("lr_"))) path = run.path;
+  }
+  if (!path.empty()) return true;
+  PrintError("there is no log in " + platform::PathText(GetLarderLogPath()));
+  return false;
+}
+
+// A name without a separator is one of the logs directory.
+bool FindRun(const std::string& argument, WideString& path) {
+  if (argument.find_first_of("/\\") != std::string::npos) {
+    return Succeeded("read " + argument, platform::FullPath(argument, path));
+  }
+  if (!FindLogsPath(path)) return false;
+  path += WideArgument("RUN", argument);
+  return true;
+}
+
+int Show(const WideString& run, bool isFollowing, Output& output) {
+  LogReader reader(run, output);
+  if (!reader.PrintAll()) return kExitFailed;
+  if (isFollowing) {
+    const Interrupt interrupt;
+    output.Flush();
+    while (!Interrupt::HasCome() && !output.Failed()) {
+      if (!reader.PrintNews()) std::this_thread::sleep_for(kPauseBetweenLooks);
+    }
+  }
+  return reader.Finish() ? kExitOk : kExitFailed;
+}
+
+void AddSimple(CLI::App& log, const char* name, const char* help, Action& action,
+               const Action& work) {
+  log.add_subcommand(name, help)->callback([work, &action] { action = work; });
+}
+
+struct ShowArguments {
+  std::string run;
+  bool isFollowing = false;
+};
+
+void AddShow(CLI::App& log, Action& action) {
+  const auto arguments = std::make_shared<ShowArguments>();
+  CLI::App* show = log.add_subcommand("show", "Print the lines of a run, the oldest first");
+  const CLI::Option* given = show->add_option(
+      "RUN", arguments->run,
+      "Name of the run's file as \"list\" prints it, or a path; none: the newest run");
+  show->add_flag("--follow", arguments->isFollowing, "Print on as lines come, until interrupted");
+  show->callback([arguments, given, &action] {
+    WideArgument("RUN", arguments->run);
+    action = [arguments, isGiven = given->count() != 0](Output& output) {
+      WideString path;
+      const bool isFound = isGiven ? FindRun(Unshield(arguments->run), path) : FindNewestRun(path);
+      return isFound ? Show(path, arguments->isFollowing, output) : kExitFailed;
+    };
+  });
+}
+
+}  // namespace
+
+void AddLogCommand(CLI::App& app, Action& action) {
+  CLI::App* log = app.add_subcommand("log", "Switch the log on disk on and off, and read it");
+  log->require_subcommand(0, 1);
+  AddSimple(*log, "on", "Let programs that start from now on write a log", action,
+            [](Output&) { return SwitchOn(); });
+  AddSimple(*log, "off", "Let programs that start from now on write none", action,
+            [](Output&) { return SwitchOff(); });
+  AddSimple(*log, "path", "Print the folder of the logs", action, &PrintPath);
+  AddSimple(*log, "list", "Print the files of all runs, the newest run last", action, &List);
+  AddShow(*log, action);
+}
+
+}  // namespace larder::tool
