@@ -111,15 +111,16 @@ void DataProviderManager::Load(const WideString& path) {
   LogTrace("Got HMODULE ", module.Get());
   Provider provider(std::move(module));
   const std::int32_t type = provider.GetType();
-  // The two texts show the null handle that the move has left, not the offending module's.
+  // The module has moved into the provider by now: the two texts name the null handle that is left,
+  // not the offending module's.
   if (!IsInRange(type)) {
-    throw Failure(110, "Unexpected data provider type " + TypeText(type) + " in " +
-                           PointerText(module.Get()));  // NOLINT(bugprone-use-after-move)
+    throw Failure(
+        110, "Unexpected data provider type " + TypeText(type) + " in " + PointerText(nullptr));
   }
   Provider& slot = providers[static_cast<std::size_t>(type)];
   if (slot.Get() != nullptr) {
     throw Failure(115, "Already have a provider for provider type " + TypeText(type) + " in " +
-                           PointerText(module.Get()));  // NOLINT(bugprone-use-after-move)
+                           PointerText(nullptr));
   }
   slot = std::move(provider);
 }

@@ -130,6 +130,7 @@ TEST(Unload, LeavesNoThreadNoHandleAndNoModuleBehind) {
   const TestMachine machine;
   WarmUp();
   RegisterFeedTest();
+  for (int life = 0; life < kLivesUntilSettled; ++life) LiveOnce();
   const Footprint before = TakeFootprint();
   for (int life = 1; life <= 3; ++life) {
     LiveOnce();

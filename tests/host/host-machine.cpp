@@ -26,6 +26,7 @@ std::filesystem::path FindModule(const std::string& module) {
 }  // namespace
 
 HostMachine::HostMachine() {
+  machine.UseOwnCommonFolders();
   SetEnvironmentText("LARDER_FIXTURE_LOG", (machine.Folder() / kEventFile).string());
   SetRegistryString(LARDER_WIDE("Install"), LARDER_WIDE("szLocation"), machine.WideFolder());
   SetRegistryString(LARDER_WIDE("DataProviders"), LARDER_WIDE("szNothing"), {});

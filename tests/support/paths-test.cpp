@@ -20,6 +20,8 @@ using testing::Not;
 
 class Paths : public testing::Test {
  protected:
+  Paths() { machine.UseOwnCommonFolders(); }
+
   void WriteFile(const std::string& name, const std::string& bytes) {
     std::ofstream(machine.Folder() / name, std::ios::binary) << bytes;
   }

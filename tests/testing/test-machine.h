@@ -20,6 +20,10 @@ class TestMachine {
   TestMachine(const TestMachine&) = delete;
   TestMachine& operator=(const TestMachine&) = delete;
 
+  // Gives the machine common folders of its own too. On Linux it has them already; on Windows the
+  // registry isn't empty any more afterwards, for the system looks its folders up there.
+  void UseOwnCommonFolders();
+
   // Empty at first; for whatever files the test makes.
   const std::filesystem::path& Folder() const { return folder; }
   // The same as a full path with backslashes, one at its end.

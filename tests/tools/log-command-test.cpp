@@ -1,8 +1,11 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <condition_variable>
+#include <mutex>
 #include <optional>
 #include <regex>
+#include <thread>
 
 #include "tools/log-folder.h"
 #include "tools/tool-test.h"
@@ -86,6 +89,32 @@ TEST_F(LogCommandTest, ALogIsFollowedWhileItsHostWritesIt) {
   readUpTo("Last ref released, handle destroyed");
   EXPECT_EQ(host->Wait(), 0);
   MustRun({"notify", "--reset"});
+}
+
+TEST_F(LogCommandTest, AStartThatFailsLeavesAWholeLog) {
+  RegisterModules({});
+  MustRun({"registry", "set", "DataProviders\\A", "szDLL", LogFolder::kMissingModule});
+  EXPECT_THAT(Run({"query", "file"}).errors, HasSubstr("\"larder log on\""));
+  MustRun({"log", "on"});
+  for (std::size_t runs = 1; runs <= 3; ++runs) {
+    const ToolRun run = Run({"query", "file"});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_THAT(run.errors, AllOf(StartsWith("larder: cannot start the library: "),
+                                  EndsWith("\"larder log show\" tells more\n")));
+    ASSERT_THAT(logs.ToolLogs(), SizeIs(runs));
+  }
+  for (const auto& log : logs.ToolLogs()) {
+    EXPECT_THAT(ContentOf(log), AllOf(HasSubstr("ERROR: Fatal error in LarderInit "),
+                                      HasSubstr("Failed to load dll"),
+                                      EndsWith("TRACE: Leaving LarderInit()\r\n")));
+  }
+}
+
+TEST_F(LogCommandTest, ThePathIsWrittenAsTheSystemWritesIt) {
+  const std::string path = LinesOf(MustRun({"log", "path"})).front();
+  EXPECT_EQ(path, Utf8Of(PathOf(path).make_preferred()));
+  EXPECT_TRUE(PathOf(path).is_absolute());
+  EXPECT_EQ(PathOf(path), PathOf(path).parent_path() / "");
 }
 
 TEST_F(LogCommandTest, SwitchingTwiceIsFine) {
@@ -219,20 +248,30 @@ TEST_F(LogCommandTest, FollowingGoesOnAcrossRotations) {
   EXPECT_EQ(ErrorsOfStarted(), "");
 }
 
-TEST_F(LogCommandTest, FollowingKeepsUpWithManyRotationsWithoutLossOrRepetition) {
+TEST_F(LogCommandTest, FollowingABusyHostNeitherLosesNorRepeatsALine) {
+  constexpr int kLines = 400;
+  constexpr int kMostUnread = 8;  // in fewer files than are kept
   logs.Write(kRun, {"line 0"});
   const auto program = Start({"log", "show", kRun, "--follow"});
-  int written = 1;
-  int read = 0;
-  const auto text = [](int number) { return "line " + std::to_string(number); };
-  // As many rotations as generations are kept can pass unseen between two looks.
-  for (int burst = 0; burst < 12; ++burst) {
-    for (int i = 0; i < 5; ++i) {
-      logs.Rotate(kRun, text(written++));
-      logs.Append(kRun, text(written++));
+  std::mutex mutex;
+  std::condition_variable wasRead;
+  int nextToRead = 0;
+  std::thread host([&] {
+    for (int i = 1; i < kLines; ++i) {
+      std::unique_lock lock(mutex);
+      wasRead.wait(lock, [&] { return i - nextToRead < kMostUnread; });
+      lock.unlock();
+      const std::string line = "line " + std::to_string(i);
+      i % 2 == 0 ? logs.Rotate(kRun, line) : logs.Append(kRun, line);
     }
-    while (read < written) ASSERT_EQ(program->ReadLine(), text(read++));
+  });
+  for (int i = 0; i < kLines; ++i) {
+    EXPECT_EQ(program->ReadLine(), "line " + std::to_string(i));
+    const std::lock_guard lock(mutex);
+    ++nextToRead;
+    wasRead.notify_one();
   }
+  host.join();
   EXPECT_EQ(program->Stop().value_or(0), 0);
   EXPECT_EQ(program->ReadLine(), std::nullopt);
   EXPECT_EQ(ErrorsOfStarted(), "");
@@ -263,6 +302,8 @@ TEST_F(LogCommandTest, FollowingAFileThatIsDeletedGoesOnWithTheNextOne) {
   std::filesystem::rename(logs.Path() / kRun, logs.Path() / "lr_tool-away");
   logs.Append(kRun, "new");
   EXPECT_EQ(program->ReadLine(), "new");
+  EXPECT_EQ(program->Stop().value_or(0), 0);
+  EXPECT_EQ(ErrorsOfStarted(), "");
 }
 
 TEST_F(LogCommandTest, NothingIsMadeChangedOrDeleted) {

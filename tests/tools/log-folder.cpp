@@ -1,8 +1,13 @@
 #include "tools/log-folder.h"
 
+#include <gtest/gtest.h>
+
 #include <chrono>
 #include <fstream>
 #include <thread>
+
+#include "platform/console.h"
+#include "platform/log-file.h"
 
 namespace larder {
 namespace {
@@ -15,14 +20,23 @@ std::string ContentOf(const std::filesystem::path& path) {
   return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
 }
 
+WideString WideOf(const std::filesystem::path& path) {
+  const std::u8string text = path.u8string();
+  WideString wide;
+  EXPECT_EQ(platform::FullPath(std::string(text.begin(), text.end()), wide), platform::kSuccess);
+  return wide;
+}
+
 bool IsOwn(const std::filesystem::path& file) {
   return file.filename().string().find(kOwnMark) != std::string::npos;
 }
 
-// A whole log of the tool's names its image in the lines of LarderInit.
+// The log of a handle that was built names the tool's image; that of a failure, the test's module.
 bool IsToolLog(const std::filesystem::path& file) {
-  return file.filename().string().starts_with("lr_") &&
-         ContentOf(file).find(LARDER_TOOL_FILE " initialized Larder version") != std::string::npos;
+  if (!file.filename().string().starts_with("lr_")) return false;
+  const std::string content = ContentOf(file);
+  return content.find(LARDER_TOOL_FILE " initialized Larder version") != std::string::npos ||
+         content.find(LogFolder::kMissingModule) != std::string::npos;
 }
 
 }  // namespace
@@ -63,13 +77,11 @@ void LogFolder::Append(const std::string& name, const std::string& line) {
 }
 
 void LogFolder::Rotate(const std::string& name, const std::string& line) {
-  std::error_code ignored;
-  const auto generation = [&](int number) { return path / (name + "." + std::to_string(number)); };
-  std::filesystem::remove(generation(kOldest), ignored);
-  for (int i = kOldest; i > 1; --i) {
-    std::filesystem::rename(generation(i - 1), generation(i), ignored);
-  }
-  std::filesystem::rename(path / name, generation(1));
+  const auto generation = [&](int number) {
+    return WideOf(path / (number == 0 ? name : name + "." + std::to_string(number)));
+  };
+  platform::RemoveFile(generation(kOldest));
+  for (int i = kOldest; i > 0; --i) platform::RenameFile(generation(i - 1), generation(i));
   Append(name, line);
 }
 

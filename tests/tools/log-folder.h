@@ -14,6 +14,8 @@ namespace larder {
 // has.
 class LogFolder {
  public:
+  static constexpr const char* kMissingModule = "missing-tool-module.dll";
+
   explicit LogFolder(const std::filesystem::path& logsPath);
   // Takes away what the test and the tool have made there.
   ~LogFolder();
@@ -27,12 +29,14 @@ class LogFolder {
   // The same with the bytes as they stand.
   void WriteBytes(const std::string& name, const std::string& bytes, int year = 2100);
   void Append(const std::string& name, const std::string& line);
-  // As a logger does with the file of this name, its generations and a line for the next one.
+  // As a logger does with the file of this name and its generations before it writes a line. The
+  // line goes to the old file when another program keeps that from being renamed.
   void Rotate(const std::string& name, const std::string& line);
 
   // The test's own files with their content.
   std::map<std::string, std::string> OwnFiles() const;
-  // Logs that the tool has written since this object was made.
+  // Logs that the tool has written since this object was made. One of a failed start is known by a
+  // module that it couldn't load, kMissingModule.
   std::vector<std::filesystem::path> ToolLogs() const;
   // The same once one of them has this text in it; waits for that.
   std::filesystem::path WaitForToolLog(const std::string& text) const;

@@ -5,7 +5,8 @@
 
 namespace larder::tool {
 
-// LarderInit. False, with the reason told on standard error, when there is no handle.
+// LarderInit. False, with the reason told on standard error, when there is no handle. Then the log
+// of the attempt, if there is one, has been given time to reach the disk.
 [[nodiscard]] bool StartLibrary(LarderNotifyCallback callback, LarderHandle& handle);
 
 // LarderRelease, once for each good StartLibrary. False, with the reason told, when it fails.

@@ -18,13 +18,29 @@ struct CloseSearch {
   void operator()(HANDLE search) const noexcept { FindClose(search); }
 };
 
+struct CloseLibrary {
+  void operator()(HMODULE library) const noexcept { FreeLibrary(library); }
+};
+
+// The shell is loaded for the call only: it brings half of the system with it, and handles and a
+// thread of its own, which a host that never asks for a folder needn't bear.
+HRESULT ShellFolderPath(int number, wchar_t* path) {
+  const std::unique_ptr<HINSTANCE__, CloseLibrary> shell(
+      LoadLibraryExW(L"shell32.dll", nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32));
+  if (!shell) return HRESULT_FROM_WIN32(LastError());
+  const auto function = reinterpret_cast<decltype(&SHGetFolderPathW)>(
+      reinterpret_cast<void (*)()>(GetProcAddress(shell.get(), "SHGetFolderPathW")));
+  if (function == nullptr) return HRESULT_FROM_WIN32(LastError());
+  return function(nullptr, number, nullptr, 0, path);
+}
+
 }  // namespace
 
 Code CommonFolderPath(CommonFolder folder, WideString& path) {
   const bool isData = folder == CommonFolder::kData;
   const int number = isData ? CSIDL_COMMON_APPDATA : CSIDL_PROGRAM_FILES_COMMON;
   std::array<wchar_t, MAX_PATH> buffer;
-  const HRESULT result = SHGetFolderPathW(nullptr, number, nullptr, 0, buffer.data());
+  const HRESULT result = ShellFolderPath(number, buffer.data());
   if (result != S_OK) return static_cast<Code>(result);
   path = buffer.data();
   return kSuccess;

@@ -32,6 +32,8 @@ TestMachine::TestMachine() : base(MakeBase()), folder(base / "folder") {
   setenv(kRootVariable, (base / "root").c_str(), 1);
 }
 
+void TestMachine::UseOwnCommonFolders() {}
+
 TestMachine::~TestMachine() {
   if (registry)
     setenv(kRootVariable, registry->c_str(), 1);

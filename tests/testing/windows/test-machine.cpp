@@ -81,6 +81,9 @@ void NameCommonFolder(const std::wstring& subkey, const wchar_t* value,
 TestMachine::TestMachine() : base(MakeBase()), folder(base / "folder") {
   std::filesystem::create_directory(folder);
   registry = MakeHive();
+}
+
+void TestMachine::UseOwnCommonFolders() {
   NameCommonFolder(L"\\Explorer\\User Shell Folders", L"Common AppData", base / "data");
   NameCommonFolder(L"", L"CommonFilesDir", base / "program-files");
 }
