@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <stdexcept>
+#include <thread>
 
 #include "abi/process-footprint.h"
 #include "platform/module.h"
@@ -118,8 +119,19 @@ void WarmUp() {
   }
 }
 
+// A thread that has been joined may still be on its way out of the system: it is waited for, as
+// long as the test may take.
+Footprint TakeSettledFootprint(const Footprint& before) {
+  Footprint after = TakeFootprint();
+  while (after.threads > before.threads) {
+    std::this_thread::yield();
+    after = TakeFootprint();
+  }
+  return after;
+}
+
 void ExpectNothingLeft(const Footprint& before, int life) {
-  const Footprint after = TakeFootprint();
+  const Footprint after = TakeSettledFootprint(before);
   EXPECT_EQ(after.threads, before.threads) << "after life " << life;
   EXPECT_EQ(after.handles, before.handles) << "after life " << life;
   EXPECT_FALSE(IsMapped(LARDER_LIBRARY_FILE)) << "after life " << life;
