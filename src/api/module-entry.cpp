@@ -3,6 +3,7 @@
 
 #include "api/int-larder-handle.h"
 #include "diag/log-statement.h"
+#include "diag/trace-session.h"
 #include "platform/entry.h"
 #include "platform/process.h"
 
@@ -31,6 +32,7 @@ bool GuardedStep(Step step) noexcept {
 
 bool platform::OnModuleAttach(void* moduleInstance) noexcept {
   return GuardedStep([&] {
+    AttachTrace();
     ModuleInstance = moduleInstance;
     CallInForkedChild(ForgetHandleInForkedChild);
   });
@@ -38,7 +40,7 @@ bool platform::OnModuleAttach(void* moduleInstance) noexcept {
 
 // A handle that wasn't released stays as it is, with its modules.
 bool platform::OnModuleDetach() noexcept {
-  return GuardedStep([] {});
+  return GuardedStep([] { DetachTrace(); });
 }
 
 }  // namespace larder

@@ -35,6 +35,10 @@ extern std::atomic<const TraceControlBlock*> TraceControl;
 inline constexpr std::uint32_t kTraceFlag = 0x2;
 inline constexpr std::uint8_t kTraceLevel = 4;  // information, in the facility's numbering
 
+// The name by which a controller addresses this library.
+inline constexpr platform::Guid kTraceControlGuid = {
+    0x3be0f7d4, 0x8a61, 0x4c0e, {0xb5, 0x27, 0x19, 0x6f, 0xd2, 0x43, 0xa8, 0x7c}};
+
 // Tells the decoder of a session how to format the lines, with kTraceMessageNumber.
 inline constexpr platform::Guid kTraceMessageGuidValue = {
     0x6d1a6c5e, 0x2f0b, 0x4e57, {0x9c, 0x3a, 0x71, 0xe4, 0x0d, 0x58, 0xb2, 0x96}};
@@ -46,6 +50,17 @@ inline bool IsTraceEnabled() noexcept {
   return (block->flags.load(std::memory_order_relaxed) & kTraceFlag) != 0 &&
          block->level.load(std::memory_order_relaxed) >= kTraceLevel;
 }
+
+// Attach and detach of the module. A registration that fails leaves the block at level 0 and flags
+// 0, and everything else works; a second detach does nothing.
+void AttachTrace() noexcept;
+void DetachTrace() noexcept;
+
+// Stores what a controller asks for, or that it asks for nothing any more, in the block that
+// context points to. kInvalidParameter, with nothing stored, for any other request. Never fails
+// otherwise; the facility calls it on a thread of its own.
+platform::Code TraceControlCallback(std::uint32_t requestCode, void* context,
+                                    std::uint32_t* bufferSize, void* buffer) noexcept;
 
 // Sends one line to the session, if there is one that wants it. Null is sent as "NULL".
 void TraceOut(const char* line) noexcept;

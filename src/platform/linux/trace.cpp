@@ -2,7 +2,20 @@
 
 namespace larder::platform {
 
-// The system has no trace facility of this form, so no session is ever open.
+// The system has no trace facility of this form: nobody can be registered with it, and no session
+// is ever open.
+Code RegisterTrace(TraceControlFunction, void*, const Guid&, std::uint64_t&) noexcept {
+  return kNotSupported;
+}
+
+Code UnregisterTrace(std::uint64_t) noexcept { return kNotSupported; }
+
+std::uint64_t TraceSession(void*) noexcept { return 0; }
+
+std::uint8_t TraceSessionLevel(std::uint64_t) noexcept { return 0; }
+
+std::uint32_t TraceSessionFlags(std::uint64_t) noexcept { return 0; }
+
 void EmitTrace(std::uint64_t, std::uint32_t, const Guid&, std::uint16_t, const char*,
                std::size_t) noexcept {}
 
