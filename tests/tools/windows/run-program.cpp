@@ -5,7 +5,7 @@
 #include <stdexcept>
 #include <system_error>
 
-#include "platform/utf.h"
+#include "platform/windows/command-line.h"
 
 namespace larder {
 namespace {
@@ -54,25 +54,11 @@ HANDLE OpenClosedPipe() {
   return pipe.writing;
 }
 
-// In quotation marks; backslashes count double where a quotation mark follows, and only there.
-std::wstring Quoted(const std::wstring& argument) {
-  std::wstring result = L"\"";
-  std::size_t backslashes = 0;
-  for (const wchar_t unit : argument) {
-    if (unit == L'"') result.append(backslashes + 1, L'\\');
-    backslashes = unit == L'\\' ? backslashes + 1 : 0;
-    result += unit;
-  }
-  return result.append(backslashes, L'\\') + L'"';
-}
-
 std::wstring CommandLine(const std::filesystem::path& program,
                          const std::vector<std::string>& arguments) {
-  std::wstring line = Quoted(program.wstring());
-  for (const std::string& argument : arguments) {
-    std::wstring wide;
-    if (!platform::WideFromUtf8(argument, wide)) throw std::runtime_error("not UTF-8: " + argument);
-    line += L' ' + Quoted(wide);
+  std::wstring line;
+  if (platform::CommandLineOf(program.wstring(), arguments, line) != platform::kSuccess) {
+    throw std::runtime_error("an argument isn't UTF-8");
   }
   return line;
 }

@@ -1,0 +1,81 @@
+#include "platform/dependencies.h"
+
+#include <windows.h>
+
+#include <array>
+#include <memory>
+#include <set>
+
+#include "platform/utf.h"
+#include "platform/windows/last-error.h"
+#include "platform/windows/native-path.h"
+
+namespace larder::platform {
+namespace {
+
+struct FreeModule {
+  void operator()(HMODULE module) const noexcept { FreeLibrary(module); }
+};
+using OwnedModule = std::unique_ptr<HINSTANCE__, FreeModule>;
+
+// The names in an image's import table (PE format). module: mapped by the system, which has checked
+// its headers.
+std::vector<std::string> ImportsOf(HMODULE module) {
+  const auto* base = reinterpret_cast<const unsigned char*>(module);
+  const auto* dos = reinterpret_cast<const IMAGE_DOS_HEADER*>(base);
+  const auto* headers = reinterpret_cast<const IMAGE_NT_HEADERS*>(base + dos->e_lfanew);
+  const IMAGE_DATA_DIRECTORY& table =
+      headers->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT];
+  std::vector<std::string> names;
+  if (table.Size == 0) return names;
+  const auto* entry = reinterpret_cast<const IMAGE_IMPORT_DESCRIPTOR*>(base + table.VirtualAddress);
+  for (; entry->Name != 0; ++entry)
+    names.emplace_back(reinterpret_cast<const char*>(base + entry->Name));
+  return names;
+}
+
+WideString FindInSearchPath(const WideString& name) {
+  std::array<wchar_t, MAX_PATH> path{};
+  const DWORD length = SearchPathW(nullptr, name.c_str(), nullptr, static_cast<DWORD>(path.size()),
+                                   path.data(), nullptr);
+  return length < path.size() ? WideString(path.data(), length) : WideString();
+}
+
+class DependencySearch {
+ public:
+  explicit DependencySearch(std::vector<std::string>& target) : missing(target) {}
+
+  Code LookInto(const WideString& path) {
+    // Mapped, with neither its dependencies nor its entry point.
+    const OwnedModule module(LoadLibraryExW(path.c_str(), nullptr, DONT_RESOLVE_DLL_REFERENCES));
+    if (!module) return LastError();
+    for (const std::string& name : ImportsOf(module.get())) LookFor(name);
+    return kSuccess;
+  }
+
+ private:
+  void LookFor(const std::string& name) {
+    WideString wide;
+    if (!WideFromUtf8(name, wide) || !seen.insert(wide).second) return;
+    if (const OwnedModule found(LoadLibraryW(wide.c_str())); found) return;
+    const WideString path = FindInSearchPath(wide);
+    // One that is there but can't be loaded either lacks something itself, or is no module.
+    const std::size_t before = missing.size();
+    if (path.empty() || LookInto(path) != kSuccess || missing.size() == before) {
+      missing.push_back(name);
+    }
+  }
+
+  std::vector<std::string>& missing;
+  std::set<WideString> seen;
+};
+
+}  // namespace
+
+Code FindMissingDependencies(const WideString& path, std::vector<std::string>& names) {
+  WideString native;
+  if (const Code code = NativePath(path, native); code != kSuccess) return code;
+  return DependencySearch(names).LookInto(native);
+}
+
+}  // namespace larder::platform
