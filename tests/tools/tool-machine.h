@@ -3,6 +3,7 @@
 
 #include <filesystem>
 #include <memory>
+#include <string>
 
 namespace larder {
 
@@ -23,6 +24,9 @@ class ToolMachine {
   // From now on no key can be made below the library's root, not even by an administrator. While
   // there is nothing below it.
   void ForbidNewKeys();
+
+  // From now on a key below the library's root, which is there already, can't be opened.
+  void ForbidKey(const std::string& name);
 
  private:
   struct Parts;

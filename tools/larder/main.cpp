@@ -13,8 +13,10 @@
 #include "log-command.h"
 #include "notify-command.h"
 #include "platform/console.h"
+#include "provider-probe.h"
 #include "query-command.h"
 #include "registry-command.h"
+#include "status-command.h"
 
 namespace larder::tool {
 namespace {
@@ -42,6 +44,8 @@ int RunCommand(const std::vector<std::string>& arguments, Output& output) {
   AddQueryCommand(app, action);
   AddNotifyCommand(app, action);
   AddLogCommand(app, action);
+  AddStatusCommand(app, action);
+  AddProbeCommand(app, action);
   if (arguments.empty()) {
     std::fputs(app.help().c_str(), stderr);
     return kExitUsage;

@@ -16,12 +16,26 @@ ToolMachine::~ToolMachine() = default;
 
 const std::filesystem::path& ToolMachine::Folder() const { return parts->machine.Folder(); }
 
+namespace {
+
+std::filesystem::path MakerKey() {
+  const std::filesystem::path root = std::getenv("LARDER_ROOT");
+  return root / "etc/larder/registry/Software/Velmor";
+}
+
+}  // namespace
+
 // A file takes the place of the root's directory.
 void ToolMachine::ForbidNewKeys() {
-  const std::filesystem::path root = std::getenv("LARDER_ROOT");
-  const auto maker = root / "etc/larder/registry/Software/Velmor";
-  std::filesystem::create_directories(maker);
-  std::ofstream(maker / "Larder") << "in the way";
+  std::filesystem::create_directories(MakerKey());
+  std::ofstream(MakerKey() / "Larder") << "in the way";
+}
+
+// A link that leads to itself takes the key's place: that stops root, too.
+void ToolMachine::ForbidKey(const std::string& name) {
+  const auto key = MakerKey() / "Larder" / name;
+  std::filesystem::remove_all(key);
+  std::filesystem::create_symlink(key, key);
 }
 
 }  // namespace larder

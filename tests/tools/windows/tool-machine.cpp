@@ -2,8 +2,11 @@
 
 #include <windows.h>
 
+#include <sddl.h>
+
 #include <string>
 #include <system_error>
+#include <vector>
 
 #include "platform/registry.h"
 #include "support/registry.h"
@@ -32,10 +35,30 @@ std::filesystem::path MakeFolder() {
   }
 }
 
+// access: in the system's language for security descriptors.
+void SetAccess(const std::wstring& path, const wchar_t* access) {
+  PSECURITY_DESCRIPTOR descriptor = nullptr;
+  HKEY key = nullptr;
+  LSTATUS status = ERROR_INVALID_PARAMETER;
+  if (ConvertStringSecurityDescriptorToSecurityDescriptorW(access, SDDL_REVISION_1, &descriptor,
+                                                           nullptr) != FALSE) {
+    status = RegOpenKeyExW(HKEY_LOCAL_MACHINE, path.c_str(), 0, WRITE_DAC, &key);
+  }
+  if (status == ERROR_SUCCESS) {
+    status = RegSetKeySecurity(key, DACL_SECURITY_INFORMATION, descriptor);
+  }
+  RegCloseKey(key);
+  LocalFree(descriptor);
+  if (status != ERROR_SUCCESS) {
+    throw std::system_error(static_cast<int>(status), std::system_category(), "set access");
+  }
+}
+
 }  // namespace
 
 struct ToolMachine::Parts {
   std::filesystem::path folder = MakeFolder();
+  std::vector<std::wstring> forbidden;  // keys
 };
 
 ToolMachine::ToolMachine() {
@@ -44,6 +67,7 @@ ToolMachine::ToolMachine() {
 }
 
 ToolMachine::~ToolMachine() {
+  for (const std::wstring& key : parts->forbidden) SetAccess(key, L"D:(A;;GA;;;WD)");
   RemoveRoot();
   std::error_code ignored;
   std::filesystem::remove_all(parts->folder, ignored);
@@ -61,6 +85,13 @@ void ToolMachine::ForbidNewKeys() {
     throw std::system_error(static_cast<int>(status), std::system_category(), "forbid new keys");
   }
   RegCloseKey(key);
+}
+
+// Its access list denies reading to everybody, administrators included.
+void ToolMachine::ForbidKey(const std::string& name) {
+  const std::wstring path = RootPath() + L"\\" + std::wstring(name.begin(), name.end());
+  SetAccess(path, L"D:(D;;KR;;;WD)(A;;GA;;;WD)");
+  parts->forbidden.push_back(path);
 }
 
 }  // namespace larder
