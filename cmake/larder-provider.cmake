@@ -1,6 +1,7 @@
 # larder_provider(NAME SOURCES source ... [LIBRARIES target ...] [EXPORTS list])
 # A provider module: "NAME.dll" on every system, so that the registry's data stays the same. It is
-# built from the public headers as anyone's would be, and exports what the list names: GetProvider.
+# built from the public headers as anyone's would be, and exports what the list names: GetProvider,
+# unless EXPORTS is another list (of the same form as providers/exports.txt).
 function(larder_provider name)
   cmake_parse_arguments(PARSE_ARGV 1 P "" "EXPORTS" "SOURCES;LIBRARIES")
   if(NOT P_EXPORTS)

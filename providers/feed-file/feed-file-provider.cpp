@@ -1,16 +1,13 @@
 #include "feed-file/feed-file-provider.h"
 
-#include <optional>
 #include <stdexcept>
 
 #include "common/object-identity.h"
-#include "feed-file/digest-set.h"
-#include "feed-file/file-facts.h"
-#include "feed-file/file-record.h"
+#include "feed-file/query-module-path.h"
 
 namespace larder::feed {
 
-FeedFileProvider::FeedFileProvider() { PrepareDigests(); }
+FeedFileProvider::FeedFileProvider() : query(QueryModulePath()) {}
 
 std::int32_t FeedFileProvider::GetType() { return kFileProviderType; }
 
@@ -20,8 +17,8 @@ void FeedFileProvider::GetKey(const void* objectDescriptor, std::uint64_t* key) 
 
 void FeedFileProvider::Query(const void* objectDescriptor, std::uint32_t, std::uint64_t*,
                              DbBuffer* result) {
-  const std::optional<FileFacts> facts = ReadFileFacts(ReadDescriptor(objectDescriptor));
-  if (facts) *result = MakeFileRecord(*facts);
+  platform::FileInfo seen;
+  query->Query(ReadDescriptor(objectDescriptor), &seen, result);
 }
 
 void FeedFileProvider::FreeQuery(DbBuffer* data) { data->Reset(); }

@@ -17,6 +17,9 @@ struct FileInfo {
   std::uint64_t lastModified = 0;  // 100 ns since 1601-01-01 UTC
   std::uint64_t volume = 0;        // the file system that holds the file...
   std::uint64_t index = 0;         // ...and the file's number in it
+  // When anything about the file changed last, as lastModified; no program can set it back. 0 where
+  // the file system doesn't tell.
+  std::uint64_t changed = 0;
 };
 
 // Opens what a path leads to for reading, links followed, in the way that disturbs other programs

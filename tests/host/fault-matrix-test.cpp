@@ -13,6 +13,8 @@
 namespace larder {
 namespace {
 
+using testing::HasSubstr;
+
 struct Fault {
   const char* name;
   const char* module;
@@ -98,6 +100,18 @@ TEST(FaultyMachine, AMachineWithoutProvidersFailsAndThenWorks) {
   host.AddProvider("A", "type-2.dll");
   EXPECT_EQ(LarderInit(UnexpectedCall, &handle), LARDER_OK);
   EXPECT_EQ(LarderRelease(), LARDER_OK);
+}
+
+TEST(FaultyMachine, AFileProviderWithoutItsQueryModuleFailsTheStartAndIsNamed) {
+  HostMachine host;
+  host.AddProvider("A", "feed-file.dll");
+  LarderHandle handle = nullptr;
+  EXPECT_EQ(LarderInit(UnexpectedCall, &handle), LARDER_E_DB_OPEN_FAILED);
+  const std::string text = host.LogText();
+  EXPECT_THAT(text, HasSubstr("ERROR: Fatal error in LarderInit Can't use the query module "
+                              "\"<folder>\\stock-file-query.dll\": "));
+  EXPECT_THAT(text, HasSubstr(" (code 126)\n"));
+  EXPECT_FALSE(IsLoaded(host, "feed-file.dll"));
 }
 
 TEST(FaultyMachine, ProvidersThatThrowEverywhereHarmNobodyElse) {

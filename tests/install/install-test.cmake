@@ -34,7 +34,7 @@ endfunction()
 
 file(REMOVE_RECURSE ${FOLDER})
 must_run(${CMAKE_COMMAND} --install ${BUILD} --prefix ${prefix})
-foreach(header larder.h provider.h records.h)
+foreach(header feed-stats.h larder.h provider.h records.h)
   if(NOT EXISTS ${prefix}/include/larder/${header})
     message(FATAL_ERROR "${header} isn't installed")
   endif()
@@ -56,7 +56,8 @@ expect(consumer-c-client "init: 0\ninit again: -11\nrelease: 0\nrelease: 0\nrele
 expect(consumer-client "init: 0\nquery 10: 0, length 14, freed: 0\nquery 0: -13\nquery 99: 1234\nwrite: -4\nrelease: 0\n")
 
 machine_make()
-machine_register(".\\installed\\prefix\\${MODULE_FOLDER}\\" FeedFile=feed-file.dll FeedTest=feed-test.dll)
+machine_register(".\\installed\\prefix\\${MODULE_FOLDER}\\" FeedFile=feed-file.dll FeedTest=feed-test.dll
+  FeedStats=feed-stats.dll)
 machine_run(status out ${TOOL} query ${CMAKE_CURRENT_LIST_FILE})
 file(SHA256 ${CMAKE_CURRENT_LIST_FILE} digest)
 if(NOT status EQUAL 0 OR NOT out MATCHES "sha256 +${digest}\n")

@@ -99,6 +99,21 @@ TEST_F(FileTest, TheTimeOfTheLastChangeCountsFrom1601) {
   EXPECT_LT(late.lastModified, 189'026'784'000'000'000u);
 }
 
+TEST_F(FileTest, SettingTheTimeBackIsAChangeToo) {
+  Write("file", "");
+  const std::filesystem::path path = machine.Folder() / "file";
+  FileInfo before;
+  FileInfo after;
+  ASSERT_EQ(Open(InFolder("file")), kSuccess);
+  ASSERT_EQ(QueryFileInfo(file, before), kSuccess);
+  EXPECT_GE(before.changed + 10'000'000, before.lastModified);  // times have steps of their own
+  const auto time = std::filesystem::last_write_time(path);
+  std::filesystem::last_write_time(path, time - std::chrono::hours(1));
+  ASSERT_EQ(QueryFileInfo(file, after), kSuccess);
+  EXPECT_GE(after.changed, before.changed);
+  EXPECT_GT(after.changed, after.lastModified);
+}
+
 TEST_F(FileTest, ADirectoryIsToldAsOneAndNotOpened) {
   std::filesystem::create_directory(machine.Folder() / "directory");
   EXPECT_EQ(Open(InFolder("directory")), kSuccess);

@@ -1,5 +1,5 @@
 // How a file's facts are read when the file doesn't stand still.
-#include "feed-file/file-facts.h"
+#include "stock-file-query/file-facts.h"
 
 #include <gtest/gtest.h>
 

@@ -9,8 +9,8 @@
 #include <string_view>
 
 #include "platform/utf.h"
+#include "providers/provider-machine.h"
 #include "providers/provider-module.h"
-#include "testing/test-machine.h"
 
 namespace larder {
 
@@ -33,7 +33,7 @@ class FileProviderTest : public testing::Test {
     return "Can't read \"" + platform::Utf8FromWide(path) + "\": ";
   }
 
-  TestMachine machine;
+  ProviderMachine machine;
   const ProviderModule provider{BesideProgram(LARDER_WIDE("feed-file.dll"))};
 };
 

@@ -1,6 +1,7 @@
 // The modules come and go as a host loads and unloads them.
 #include <gtest/gtest.h>
 
+#include "providers/provider-machine.h"
 #include "providers/provider-module.h"
 #include "testing/modules.h"
 
@@ -9,6 +10,7 @@ namespace {
 
 class ModuleLife : public testing::TestWithParam<WideString> {
  protected:
+  ProviderMachine machine;
   const WideString path = BesideProgram(GetParam());
 };
 
@@ -40,6 +42,7 @@ TEST_P(ModuleLife, HasTwoObjectsThatEndIndependently) {
 
 INSTANTIATE_TEST_SUITE_P(Modules, ModuleLife,
                          testing::Values(LARDER_WIDE("feed-test.dll"), LARDER_WIDE("feed-file.dll"),
+                                         LARDER_WIDE("feed-stats.dll"),
                                          LARDER_WIDE("fixtures\\guide-provider.dll"),
                                          LARDER_WIDE("fixtures\\type-1.dll")),
                          [](const testing::TestParamInfo<WideString>& module) {

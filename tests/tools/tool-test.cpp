@@ -36,9 +36,14 @@ void ToolTest::RegisterModules(const std::vector<std::string>& names) {
   ASSERT_EQ(platform::FullPath(Utf8Of(machine.Folder()), location), platform::kSuccess);
   MustRun({"registry", "set", "Install", "szLocation", platform::Utf8FromWide(location) + "\\"});
   for (const std::string& name : names) {
-    std::filesystem::copy_file(BuiltFile(name), machine.Folder() / name);
+    CopyModule(name);
+    if (name == "feed-file.dll") CopyModule("stock-file-query.dll");
     MustRun({"registry", "set", "DataProviders\\" + name, "szDLL", name});
   }
+}
+
+void ToolTest::CopyModule(const std::string& name) {
+  std::filesystem::copy_file(BuiltFile(name), machine.Folder() / name);
 }
 
 std::filesystem::path ToolTest::MakeFile(const std::string& utf8Name, const std::string& content) {

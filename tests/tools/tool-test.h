@@ -30,7 +30,7 @@ class ToolTest : public testing::Test {
   std::unique_ptr<RunningProgram> Start(const std::vector<std::string>& arguments);
   std::string ErrorsOfStarted() const;
 
-  // Copies provider modules into the machine and registers them.
+  // Copies provider modules, with what they load, into the machine and registers them.
   void RegisterModules(const std::vector<std::string>& names);
 
   std::filesystem::path MakeFile(const std::string& utf8Name, const std::string& content);
@@ -44,6 +44,9 @@ class ToolTest : public testing::Test {
   static std::string ContentOf(const std::filesystem::path& path);
 
   ToolMachine machine;
+
+ private:
+  void CopyModule(const std::string& name);
 };
 
 }  // namespace larder

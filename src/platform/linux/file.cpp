@@ -76,6 +76,7 @@ Code QueryFileInfo(Handle file, FileInfo& info) noexcept {
   info.lastModified = FileTime(status.st_mtim);
   info.volume = status.st_dev;
   info.index = status.st_ino;
+  info.changed = FileTime(status.st_ctim);
   return kSuccess;
 }
 

@@ -38,6 +38,15 @@ Code KindOf(Handle file, FileKind& kind) {
   return kSuccess;
 }
 
+std::uint64_t TimeOfChange(Handle file) {
+  FILE_BASIC_INFO information{};
+  if (GetFileInformationByHandleEx(Native(file), FileBasicInfo, &information, sizeof information) ==
+      FALSE) {
+    return 0;
+  }
+  return static_cast<std::uint64_t>(information.ChangeTime.QuadPart);
+}
+
 }  // namespace
 
 Code OpenFileToRead(const WideString& path, Handle& file, FileKind& kind) {
@@ -61,6 +70,7 @@ Code QueryFileInfo(Handle file, FileInfo& info) noexcept {
       Join(information.ftLastWriteTime.dwHighDateTime, information.ftLastWriteTime.dwLowDateTime);
   info.volume = information.dwVolumeSerialNumber;
   info.index = Join(information.nFileIndexHigh, information.nFileIndexLow);
+  info.changed = TimeOfChange(file);
   return kSuccess;
 }
 

@@ -1,7 +1,9 @@
-#include "feed-file/file-record.h"
+#include "stock-file-query/file-record.h"
 
 #include <algorithm>
 #include <cstring>
+
+#include "common/file-query.h"
 
 namespace larder::feed {
 namespace {

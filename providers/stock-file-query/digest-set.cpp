@@ -1,4 +1,4 @@
-#include "feed-file/digest-set.h"
+#include "stock-file-query/digest-set.h"
 
 #include <gcrypt.h>
 

@@ -1,4 +1,4 @@
-#include "feed-file/file-facts.h"
+#include "stock-file-query/file-facts.h"
 
 #include <larder/larder.h>
 
@@ -7,8 +7,7 @@
 #include <string>
 
 #include "common/result-error.h"
-#include "platform/message.h"
-#include "platform/utf.h"
+#include "common/system-reason.h"
 
 namespace larder::feed {
 namespace {
@@ -37,19 +36,12 @@ struct Reading {
   }
 };
 
-std::string Reason(platform::Code code) {
-  std::string text = platform::Utf8FromWide(platform::SystemMessage(code));
-  text.erase(text.find_last_not_of("\r\n") + 1);
-  if (text.empty()) text = "unknown reason";
-  return text + " (code " + std::to_string(code) + ')';
-}
-
 [[noreturn]] void Fail(const ObjectIdentity& wanted, const std::string& reason) {
   throw std::runtime_error("Can't read " + Quoted(wanted.path) + ": " + reason);
 }
 
 void Check(const ObjectIdentity& wanted, platform::Code code) {
-  if (code != platform::kSuccess) Fail(wanted, Reason(code));
+  if (code != platform::kSuccess) Fail(wanted, SystemReason(code));
 }
 
 // False if there is no such file.

@@ -4,8 +4,8 @@
 #include <optional>
 
 #include "common/object-identity.h"
-#include "feed-file/digest-set.h"
 #include "platform/file.h"
+#include "stock-file-query/digest-set.h"
 
 namespace larder::feed {
 

@@ -3,11 +3,9 @@
 
 #include <larder/provider.h>
 
-#include "feed-file/file-facts.h"
+#include "stock-file-query/file-facts.h"
 
 namespace larder::feed {
-
-inline constexpr std::int32_t kFileProviderType = 1;
 
 // A FileDataRecord with the digests, zeros for the image's digests, and one chain that holds one
 // empty certificate.

@@ -1,0 +1,43 @@
+#include "feed-file/query-module.h"
+
+#include <stdexcept>
+#include <string>
+
+#include "common/system-reason.h"
+
+namespace larder::feed {
+namespace {
+
+constexpr const char* kExport = "GetFileQuery";
+
+[[noreturn]] void Fail(const WideString& path, const std::string& reason) {
+  throw std::runtime_error("Can't use the query module " + Quoted(path) + ": " + reason);
+}
+
+}  // namespace
+
+QueryModule::File::File(const WideString& path) {
+  const platform::Code code = platform::OpenModule(path, handle);
+  if (code != platform::kSuccess) Fail(path, SystemReason(code));
+}
+
+std::unique_ptr<IFileQuery> QueryModule::File::MakeQuery(const WideString& path) const {
+  const platform::Symbol symbol = platform::FindSymbol(handle, kExport);
+  if (symbol == nullptr) Fail(path, std::string("it doesn't export ") + kExport);
+  IFileQuery* made = nullptr;
+  // The module is unloaded on the way out, and its exception's code with it: what travels on must
+  // be this module's.
+  try {
+    reinterpret_cast<GetFileQueryFunction>(symbol)(&made);
+  } catch (const std::exception& error) {
+    Fail(path, error.what());
+  } catch (...) {
+    Fail(path, std::string(kExport) + " throws what is no std::exception");
+  }
+  if (made == nullptr) Fail(path, std::string(kExport) + " makes no object");
+  return std::unique_ptr<IFileQuery>(made);
+}
+
+QueryModule::QueryModule(const WideString& path) : file(path), query(file.MakeQuery(path)) {}
+
+}  // namespace larder::feed

@@ -1,0 +1,38 @@
+// The file provider's hold on its query module: the loaded module and the module's object.
+#pragma once
+
+#include <memory>
+
+#include "common/file-query.h"
+#include "platform/module.h"
+
+namespace larder::feed {
+
+// Made and destroyed on one thread at a time; used on any.
+class QueryModule {
+ public:
+  // Throws std::runtime_error, with the path and the reason, if the module can't be loaded, has no
+  // GetFileQuery or makes no object; nothing of the module is left loaded then.
+  explicit QueryModule(const WideString& path);
+
+  IFileQuery* operator->() const { return query.get(); }
+
+ private:
+  class File {
+   public:
+    explicit File(const WideString& path);
+    ~File() { platform::CloseModule(handle); }
+    File(const File&) = delete;
+    File& operator=(const File&) = delete;
+
+    std::unique_ptr<IFileQuery> MakeQuery(const WideString& path) const;
+
+   private:
+    platform::ModuleHandle handle = nullptr;
+  };
+
+  File file;  // goes last
+  std::unique_ptr<IFileQuery> query;
+};
+
+}  // namespace larder::feed
