@@ -1,0 +1,42 @@
+#include "stock-file-query/certificate-table.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <utility>
+
+namespace larder::feed {
+namespace {
+
+constexpr std::size_t kHeadSize = 8;
+constexpr std::size_t kTypeOffset = 6;
+constexpr std::uint32_t kPkcsSignedData = 2;
+
+// Adds the signature and those inside it.
+void AddSignature(Bytes bytes, int depth, std::vector<SignedData>& signatures) {
+  if (signatures.size() == kMostSignatures) return;
+  std::optional<SignedData> signature = ReadSignedData(bytes);
+  if (!signature) return;
+  const std::vector<Bytes> nested = signature->nested;
+  signatures.push_back(std::move(*signature));
+  if (depth == kMostDepth) return;
+  for (const Bytes inner : nested) AddSignature(inner, depth + 1, signatures);
+}
+
+}  // namespace
+
+std::vector<SignedData> ReadSignatures(Bytes table) {
+  std::vector<SignedData> signatures;
+  for (std::size_t entries = 0; entries < kMostEntries && table.size() >= kHeadSize; ++entries) {
+    const std::uint64_t size = Number(table, 0, 4);
+    if (size < kHeadSize) break;
+    const Bytes entry = table.first(std::min<std::uint64_t>(size, table.size()));
+    if (Number(entry, kTypeOffset, 2) == kPkcsSignedData) {
+      AddSignature(entry.subspan(kHeadSize), 1, signatures);
+    }
+    const std::uint64_t step = (size + 7) / 8 * 8;
+    table = table.subspan(std::min<std::uint64_t>(step, table.size()));
+  }
+  return signatures;
+}
+
+}  // namespace larder::feed

@@ -1,0 +1,31 @@
+// The signatures in an image's certificate table.
+#pragma once
+
+#include <cstddef>
+#include <vector>
+
+#include "stock-file-query/bytes.h"
+#include "stock-file-query/signed-data.h"
+
+namespace larder::feed {
+
+// Of one table; what comes behind so many is left out.
+inline constexpr std::size_t kMostEntries = 64;
+inline constexpr std::size_t kMostSignatures = 64;
+// A signature in the table is at depth 1, one inside that at depth 2, and none deeper than that is
+// looked for.
+inline constexpr int kMostDepth = 4;
+
+// All signatures, the first entry's first; each is followed by those inside it. What is given
+// points into the table. The signatures inside a signature have no order of their own: they come as
+// they stand.
+//
+// The table is a run of entries (WIN_CERTIFICATE): the entry's size with this head of 8 bytes, a
+// revision, a type, and from there the certificate. The next entry begins at the next multiple of 8
+// from the table's begin. Type 2 is a signature as SignedData has it; entries of other types are
+// passed over, and so are signatures that can't be read. The size is believed only to find the next
+// entry: if it is less than 8 the table ends there, if it leads out of the table the entry ends
+// with the table. Where a signature ends in its entry, it tells itself.
+std::vector<SignedData> ReadSignatures(Bytes table);
+
+}  // namespace larder::feed

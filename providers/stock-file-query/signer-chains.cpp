@@ -1,0 +1,108 @@
+#include "stock-file-query/signer-chains.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "stock-file-query/certificate-table.h"
+
+namespace larder::feed {
+namespace {
+
+// Whether both say a key; then whether it is the same one.
+struct KeyAgreement {
+  bool known;
+  bool same;
+};
+
+KeyAgreement Compare(const Certificate& certificate, const Certificate& issuer) {
+  const bool known = !certificate.issuerKeyId.empty() && !issuer.keyId.empty();
+  return {known, known && Same(certificate.issuerKeyId, issuer.keyId)};
+}
+
+bool IssuedItself(const Certificate& certificate) {
+  const KeyAgreement keys = Compare(certificate, certificate);
+  return Same(certificate.issuer, certificate.subject) && (!keys.known || keys.same);
+}
+
+const Certificate* IssuerOf(const Certificate& certificate, const std::vector<Certificate>& all) {
+  if (IssuedItself(certificate)) return nullptr;
+  const Certificate* issuer = nullptr;
+  for (const Certificate& candidate : all) {
+    if (&candidate == &certificate || !Same(candidate.subject, certificate.issuer)) continue;
+    const KeyAgreement keys = Compare(certificate, candidate);
+    if (keys.same) return &candidate;
+    if (!keys.known && issuer == nullptr) issuer = &candidate;
+  }
+  return issuer;
+}
+
+bool IsOf(const Certificate& certificate, const Signer& signer) {
+  if (signer.issuer.empty()) {
+    return !certificate.keyId.empty() && Same(certificate.keyId, signer.keyId);
+  }
+  return Same(certificate.serial, signer.serial) && Same(certificate.issuer, signer.issuer);
+}
+
+// The certificates of one signature and who issued which; found once, whatever the chains are.
+class Issuers {
+ public:
+  explicit Issuers(const std::vector<Certificate>& certificates) : all(certificates) {
+    for (const Certificate& certificate : all) issuers.push_back(IssuerOf(certificate, all));
+  }
+
+  // Empty if the signer's certificate isn't there.
+  CertChain ChainOf(const Signer& signer) const {
+    CertChain chain;
+    std::vector<bool> taken(all.size());
+    const auto first =
+        std::ranges::find_if(all, [&](const auto& one) { return IsOf(one, signer); });
+    const Certificate* next = first == all.end() ? nullptr : &*first;
+    while (next != nullptr && !taken[IndexOf(*next)]) {
+      chain.push_back(next->whole);
+      taken[IndexOf(*next)] = true;
+      next = issuers[IndexOf(*next)];
+    }
+    return chain;
+  }
+
+ private:
+  std::size_t IndexOf(const Certificate& certificate) const {
+    return static_cast<std::size_t>(&certificate - all.data());
+  }
+
+  const std::vector<Certificate>& all;
+  std::vector<const Certificate*> issuers;  // by index; null: none
+};
+
+std::size_t SizeOf(const CertChain& chain) {
+  std::size_t size = 0;
+  for (const Bytes certificate : chain) size += certificate.size();
+  return size;
+}
+
+}  // namespace
+
+std::vector<CertChain> ChainsOf(const SignedData& signature) {
+  const Issuers issuers(signature.certificates);
+  std::vector<CertChain> chains;
+  for (const Signer& signer : signature.signers) {
+    CertChain chain = issuers.ChainOf(signer);
+    if (!chain.empty()) chains.push_back(std::move(chain));
+  }
+  return chains;
+}
+
+std::vector<CertChain> ReadSignerChains(Bytes table) {
+  std::vector<CertChain> all;
+  std::size_t bytes = 0;
+  for (const SignedData& signature : ReadSignatures(table)) {
+    for (CertChain& chain : ChainsOf(signature)) {
+      bytes += SizeOf(chain);
+      if (all.size() == kMostChains || bytes > kMostChainBytes) return all;
+      all.push_back(std::move(chain));
+    }
+  }
+  return all;
+}
+
+}  // namespace larder::feed
