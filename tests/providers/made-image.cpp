@@ -49,10 +49,10 @@ std::string Extensions(const CertificateShape& shape) {
   return Der(0xa3, Der(0x30, all));
 }
 
-const std::string kAlgorithm = Der(0x30, Der(0x06, "\x2a\x03\x04"));
+std::string Algorithm() { return Der(0x30, Der(0x06, "\x2a\x03\x04")); }
 
 std::string SignerInfo(const std::string& identifier, const std::string& attributes) {
-  return Der(0x30, Der(0x02, "\x01") + identifier + kAlgorithm + Der(0xa0, "") + kAlgorithm +
+  return Der(0x30, Der(0x02, "\x01") + identifier + Algorithm() + Der(0xa0, "") + Algorithm() +
                        Der(0x04, "signature") + Der(0xa1, attributes));
 }
 
@@ -83,10 +83,10 @@ std::string Der(int tag, const std::string& content) {
 }
 
 std::string MakeCertificate(const CertificateShape& shape) {
-  const std::string fields = Der(0xa0, Der(0x02, "\x02")) + Der(0x02, shape.serial) + kAlgorithm +
+  const std::string fields = Der(0xa0, Der(0x02, "\x02")) + Der(0x02, shape.serial) + Algorithm() +
                              Name(shape.issuer) + Der(0x30, "validity") + Name(shape.subject) +
                              Der(0x30, "key") + Extensions(shape);
-  return Der(0x30, Der(0x30, fields) + kAlgorithm + Der(0x03, "signature"));
+  return Der(0x30, Der(0x30, fields) + Algorithm() + Der(0x03, "signature"));
 }
 
 std::string MakeNested(const std::vector<std::string>& signatures) {
@@ -106,7 +106,7 @@ std::string MakeSignerByKey(const std::string& keyId) { return SignerInfo(Der(0x
 std::string MakeSignature(const std::vector<std::string>& certificates,
                           const std::vector<std::string>& signers) {
   const std::string data =
-      Der(0x30, Der(0x02, "\x01") + Der(0x31, kAlgorithm) + Der(0x30, Der(0x06, "\x2a\x07")) +
+      Der(0x30, Der(0x02, "\x01") + Der(0x31, Algorithm()) + Der(0x30, Der(0x06, "\x2a\x07")) +
                     Der(0xa0, Joined(certificates)) + Der(0x31, Joined(signers)));
   return Der(0x30, Der(0x06, "\x2a\x86\x48\x86\xf7\x0d\x01\x07\x02") + Der(0xa0, data));
 }

@@ -12,7 +12,6 @@
 #include "stock-file-query/certificate-table.h"
 #include "stock-file-query/der-reader.h"
 #include "stock-file-query/signer-chains.h"
-#include "testing/test-machine.h"
 
 namespace larder::feed {
 namespace {
@@ -174,12 +173,11 @@ TEST_F(SignedImagesTest, HaveTheChainsOfThoseWhoSignedThem) {
 }
 
 TEST_F(SignedImagesTest, HoldTheCertificatesAndSignersThatAnotherReaderFinds) {
-  TestMachine machine;
   std::size_t compared = 0;
   for (const Expected& expected : kImages) {
     const Image image(expected.name);
     for (const SignedData& signature : image.signatures) {
-      const ForeignSignature foreign = ReadForeign(TextOf(signature.whole), machine.Folder());
+      const ForeignSignature foreign = ReadForeign(TextOf(signature.whole));
       std::set<std::string> certificates;
       for (const auto& certificate : signature.certificates) {
         certificates.insert(TextOf(certificate.whole));
@@ -195,18 +193,17 @@ TEST_F(SignedImagesTest, HoldTheCertificatesAndSignersThatAnotherReaderFinds) {
 }
 
 TEST_F(SignedImagesTest, HaveChainsInWhichEachCertificateIsIssuedByTheNext) {
-  TestMachine machine;
   std::size_t links = 0;
   for (const char* const name : {"shim.efi", "nested.dll"}) {
     const Image image(name);
     for (const CertChain& chain : ReadSignerChains(image.table)) {
       for (std::size_t i = 1; i < chain.size(); ++i, ++links) {
-        EXPECT_TRUE(IsIssuedBy(TextOf(chain[i - 1]), TextOf(chain[i]), machine.Folder())) << name;
+        EXPECT_TRUE(IsIssuedBy(TextOf(chain[i - 1]), TextOf(chain[i]))) << name;
       }
     }
   }
   EXPECT_EQ(links, 6u);
-  EXPECT_FALSE(IsIssuedBy(FileOf("signer.der"), FileOf("earlier-issuer.der"), machine.Folder()));
+  EXPECT_FALSE(IsIssuedBy(FileOf("signer.der"), FileOf("earlier-issuer.der")));
 }
 
 TEST_F(SignedImagesTest, AreUnsignedOnceTheTableIsCutOff) {

@@ -1,11 +1,12 @@
 #include "providers/foreign-signature.h"
 
-#include <array>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
 #include <vector>
 
+#include "testing/test-machine.h"
 #include "tools/run-program.h"
 
 namespace larder::feed {
@@ -58,7 +59,9 @@ std::set<std::string> CertificatesIn(const std::string& pem) {
 
 }  // namespace
 
-ForeignSignature ReadForeign(const std::string& signature, const std::filesystem::path& folder) {
+ForeignSignature ReadForeign(const std::string& signature) {
+  TestMachine machine;
+  const std::filesystem::path& folder = machine.Folder();
   const std::string blob = folder / "signature";
   const std::string signers = folder / "signers";
   Write(blob, signature);
@@ -72,8 +75,9 @@ ForeignSignature ReadForeign(const std::string& signature, const std::filesystem
   return foreign;
 }
 
-bool IsIssuedBy(const std::string& certificate, const std::string& issuer,
-                const std::filesystem::path& folder) {
+bool IsIssuedBy(const std::string& certificate, const std::string& issuer) {
+  TestMachine machine;
+  const std::filesystem::path& folder = machine.Folder();
   const std::string issued = folder / "certificate";
   const std::string trusted = folder / "issuer";
   Write(issued, certificate);

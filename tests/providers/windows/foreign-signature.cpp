@@ -70,7 +70,7 @@ Context ContextOf(const std::string& certificate) {
 
 }  // namespace
 
-ForeignSignature ReadForeign(const std::string& signature, const std::filesystem::path&) {
+ForeignSignature ReadForeign(const std::string& signature) {
   const Message message = Opened(signature);
   const Store store(CertOpenStore(CERT_STORE_PROV_MSG, kEncoding, 0, 0, message.get()));
   Check(store.handle != nullptr, "CertOpenStore");
@@ -87,8 +87,7 @@ ForeignSignature ReadForeign(const std::string& signature, const std::filesystem
   return foreign;
 }
 
-bool IsIssuedBy(const std::string& certificate, const std::string& issuer,
-                const std::filesystem::path&) {
+bool IsIssuedBy(const std::string& certificate, const std::string& issuer) {
   const Context by = ContextOf(issuer);
   return CryptVerifyCertificateSignature(0, kEncoding, BytesOf(certificate),
                                          static_cast<DWORD>(certificate.size()),
