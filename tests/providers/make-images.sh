@@ -117,8 +117,9 @@ end() {
 }
 
 [[ $# -eq 2 ]] || fail "usage: make-images.sh FOLDER DOWNLOADS"
-for program in apt-get dpkg-deb openssl osslsigncode sbsign flock; do
-  command -v "$program" >/dev/null || fail "$program isn't there; Debian has it in a package"
+for program in dpkg-deb openssl osslsigncode sbsign flock; do
+  command -v "$program" >/dev/null ||
+    fail "$program isn't there; Debian's packages dpkg, openssl, osslsigncode, sbsigntool and util-linux have what is needed"
 done
 mkdir -p "$1" "$2"
 folder=$(cd "$1" && pwd)
