@@ -1,0 +1,139 @@
+#include "platform/certificate.h"
+
+#include <gmock/gmock.h>
+
+#include <array>
+#include <string>
+
+#include "testing/certificate-file.h"
+#include "testing/system-text.h"
+
+namespace larder::platform {
+namespace {
+
+using testing::AnyOf;
+using testing::ElementsAre;
+using Bytes = std::vector<unsigned char>;
+
+AutoCertificate Parse(const Bytes& bytes) {
+  return ParseCertificate(bytes.data(), static_cast<std::uint32_t>(bytes.size()));
+}
+
+std::string NameIn(const std::string& file, CertificateName name = CertificateName::kSubject) {
+  const AutoCertificate certificate = Parse(CertificateFile(file));
+  if (certificate == nullptr) return "unreadable";
+  std::array<char, 1024> buffer{};
+  WriteCertificateName(*certificate, name, buffer.data(), buffer.size());
+  return buffer.data();
+}
+
+Bytes SerialIn(const std::string& file) { return CertificateSerial(*Parse(CertificateFile(file))); }
+
+// The form that is documented for CERT_X500_NAME_STR, or, if this system differs, what it is known
+// to give.
+void ExpectSubject(const std::string& file, const std::string& documented) {
+  const std::string text = SystemText(documented);
+  EXPECT_THAT(NameIn(file), AnyOf(text, DeviatingSubject(file).value_or(text))) << file;
+}
+
+std::string LongUnits() {
+  std::string text;
+  for (int i = 1; i <= 14; ++i) {
+    const std::string number = std::to_string(i);
+    text += "OU=" + std::string(64 - number.size(), '0') + number + ", ";
+  }
+  return text;
+}
+
+TEST(CertificateTest, SubjectAndIssuerAreWrittenInTheOrderOfTheCertificate) {
+  EXPECT_EQ(NameIn("signer"), "C=US, O=Example, CN=Example Signer");
+  EXPECT_EQ(NameIn("signer", CertificateName::kIssuer), "C=US, O=Example, CN=Example CA");
+  EXPECT_EQ(NameIn("ca", CertificateName::kIssuer), NameIn("ca"));
+}
+
+TEST(CertificateTest, KeysOfEveryKindAreParsed) {
+  EXPECT_EQ(NameIn("rsa"), "CN=Key of RSA");
+  EXPECT_EQ(NameIn("ecdsa"), "CN=Key of ECDSA");
+}
+
+TEST(CertificateTest, WhatIsNoCertificateIsNotParsed) {
+  EXPECT_EQ(NameIn("cut"), "unreadable");
+  EXPECT_EQ(NameIn("text"), "unreadable");
+  EXPECT_EQ(ParseCertificate("", 0), nullptr);
+  Bytes bytes = CertificateFile("signer");
+  bytes[1] = 0xFF;
+  EXPECT_EQ(Parse(bytes), nullptr);
+}
+
+TEST(CertificateTest, BytesBehindACertificateAreNoPartOfIt) {
+  Bytes bytes = CertificateFile("signer");
+  bytes.push_back(0x30);
+  EXPECT_NE(Parse(bytes), nullptr);
+}
+
+TEST(CertificateTest, ACertificateOutlivesItsBytes) {
+  Bytes bytes = CertificateFile("signer");
+  const AutoCertificate certificate = Parse(bytes);
+  bytes.assign(bytes.size(), 0);
+  EXPECT_THAT(CertificateSerial(*certificate), ElementsAre(0xA0, 0x22, 0x1F, 0x0B));
+}
+
+TEST(CertificateTest, AttributesHaveTheirKeys) {
+  ExpectSubject("keys",
+                "CN=xy, O=xy, OU=xy, C=xy, L=xy, S=xy, STREET=xy, T=xy, G=xy, I=xy, SN=xy, DC=xy, "
+                "E=xy, SERIALNUMBER=xy, Description=xy, PostalCode=xy, POBox=xy, Phone=xy, "
+                "X21Address=xy, dnQualifier=xy");
+  ExpectSubject("unknown-key", "CN=x, OID.0.9.2342.19200300.100.1.1=y, OID.1.2.3.4=z");
+}
+
+TEST(CertificateTest, ValuesOfOnePlaceAreJoinedByAPlus) {
+  ExpectSubject("multiple", "O=One, CN=Two + OU=Three, OU=Four");
+}
+
+TEST(CertificateTest, ValuesAreQuotedWhereTheirCharactersNeedIt) {
+  ExpectSubject("quotes",
+                R"(CN="a,b", CN="a+b", CN="a=b", CN="""a""", CN="a<b", CN="a>b", CN="a#b", )"
+                R"(CN="a;b", CN=" a", CN=a\b, CN=a/b)");
+  ExpectSubject("blanks", "CN=\"a \", CN=a  bc");
+  ExpectSubject("empty-value", "CN=\"\", O=x");
+  ExpectSubject("empty-name", "");
+}
+
+TEST(CertificateTest, TextOfEveryKindIsRead) {
+  ExpectSubject("utf8", "CN=\xC5\xBDlu\xC5\xA5 \xE2\x82\xAC, O=\xC3\xA4");
+  ExpectSubject("bmp", "CN=\xC5\xBDlu\xC5\xA5 \xE2\x82\xAC, O=\xC3\xA4");
+  ExpectSubject("universal", "CN=A\xF0\x9F\x97\x9D");
+  ExpectSubject("teletex", "CN=\xC3\xA4, O=plain");
+  ExpectSubject("teletex-utf8", "CN=\xC3\xA4");
+  ExpectSubject("broken-utf8", "CN=a\xEF\xBF\xBD!");
+  ExpectSubject("no-text", "CN=#0A56CF");
+}
+
+TEST(CertificateTest, ANameIsCutToItsBuffer) {
+  const std::string last = "CN=" + std::string(53, '0');
+  ExpectSubject("full", LongUnits() + last + "1");
+  ExpectSubject("too-long", LongUnits() + last + "0");
+  const std::string sharp = SystemText("\xC3\xA4");
+  const std::string cut = LongUnits() + "CN=" + std::string(52, '0') + "1";
+  EXPECT_EQ(NameIn("cut-character"), sharp.size() == 1 ? cut + sharp : cut);
+}
+
+TEST(CertificateTest, ASerialIsItsEncodingFromTheLastByteOn) {
+  EXPECT_THAT(SerialIn("signer"), ElementsAre(0xA0, 0x22, 0x1F, 0x0B));
+  EXPECT_THAT(SerialIn("rsa"), ElementsAre(0x14, 0x13, 0x12, 0x11, 0x10, 0x0F, 0x0E, 0x0D, 0x0C,
+                                           0x0B, 0x0A, 9, 8, 7, 6, 5, 4, 3, 2, 1));
+  EXPECT_THAT(SerialIn("ecdsa"), ElementsAre(0x98, 0xBA, 0xDC, 0xFE, 0));
+  EXPECT_THAT(SerialIn("negative"), ElementsAre(0x7F, 0xFF));
+  EXPECT_THAT(SerialIn("zero"), ElementsAre(0));
+}
+
+TEST(CertificateTest, ZerosInFrontOfASerialStayOrMakeTheCertificateUnreadable) {
+  ExpectSubject("padded-serial", "CN=x");
+  const AutoCertificate certificate = Parse(CertificateFile("padded-serial"));
+  if (certificate != nullptr) {
+    EXPECT_THAT(CertificateSerial(*certificate), ElementsAre(0x1F, 0x0B, 0, 0));
+  }
+}
+
+}  // namespace
+}  // namespace larder::platform
