@@ -1,0 +1,159 @@
+#include "diag/record-dump.h"
+
+#include <array>
+#include <cstring>
+
+#include "platform/certificate.h"
+#include "platform/wide.h"
+#include "support/text.h"
+
+namespace larder {
+namespace {
+
+constexpr std::size_t kLabelWidth = 20;
+constexpr std::string_view kDigits = "0123456789abcdef";
+
+template <typename Value>
+Value ReadAt(const void* source, std::size_t offset = 0) {
+  Value value;
+  std::memcpy(&value, static_cast<const unsigned char*>(source) + offset, sizeof value);
+  return value;
+}
+
+const void* Behind(const void* record, std::size_t distance) {
+  return static_cast<const unsigned char*>(record) + distance;
+}
+
+std::string FieldLine(const std::string& indent, std::string_view name, const std::string& value) {
+  std::string label = "  " + std::string(name) + ":";
+  label.resize(kLabelWidth, ' ');
+  return indent + label + value + ",\r\n";
+}
+
+std::string InQuotes(const std::string& text) { return '"' + text + '"'; }
+
+template <std::size_t kSize>
+std::string DigestLine(const std::string& indent, std::string_view name,
+                       const std::uint8_t (&digest)[kSize]) {
+  return FieldLine(indent, name, InQuotes(BytesToHexString(digest, kSize)));
+}
+
+std::string FactLines(const FileDataRecord& record, const std::string& indent) {
+  return FieldLine(indent, "dataSize", std::to_string(record.dataSize)) +
+         FieldLine(indent, "fileId", InQuotes(FormatFileId(&record.fileId))) +
+         DigestLine(indent, "fileMD5", record.fileMD5) +
+         DigestLine(indent, "fileSHA1", record.fileSHA1) +
+         DigestLine(indent, "fileSHA256", record.fileSHA256) +
+         DigestLine(indent, "fileSHA384", record.fileSHA384) +
+         DigestLine(indent, "fileSHA512", record.fileSHA512) +
+         DigestLine(indent, "peMD5", record.peMD5) + DigestLine(indent, "peSHA1", record.peSHA1) +
+         DigestLine(indent, "peSHA256", record.peSHA256) +
+         DigestLine(indent, "peSHA384", record.peSHA384) +
+         DigestLine(indent, "peSHA512", record.peSHA512);
+}
+
+void AppendCertificate(std::string& text, const void* cert, const std::string& indent) {
+  text += indent + "{\r\n";
+  text += indent + "  Subject:   " + InQuotes(GetCertSubject(cert)) + "\r\n";
+  text += indent + "  Issuer:    " + InQuotes(GetCertIssuer(cert)) + "\r\n";
+  text += indent + "  Serial:    " + InQuotes(GetCertSerial(cert)) + "\r\n";
+  text += indent + "}";
+}
+
+void AppendChain(std::string& text, const void* chain, const std::string& indent) {
+  text += indent + " CertChain: [\r\n";
+  text += indent + indent + "  CertData: [\r\n";
+  for (const void* cert = Behind(chain, sizeof(CertChainRecord)); cert != nullptr;) {
+    AppendCertificate(text, cert, indent + indent + indent);
+    cert = NextRecord(cert);
+    text += cert != nullptr ? ",\r\n" : "\r\n";
+  }
+  text += indent + indent + "  ]";
+}
+
+platform::AutoCertificate Parse(const void* cert) {
+  return platform::ParseCertificate(Behind(cert, sizeof(CertDataRecord)),
+                                    ReadAt<CertDataRecord>(cert).certSize);
+}
+
+std::string NameOf(const void* cert, platform::CertificateName name) {
+  const platform::AutoCertificate certificate = Parse(cert);
+  if (certificate == nullptr) return {};
+  std::array<char, 1024> buffer;
+  buffer[0] = '\0';
+  platform::WriteCertificateName(*certificate, name, buffer.data(), buffer.size());
+  return buffer.data();
+}
+
+}  // namespace
+
+std::string DumpFileObjectDescriptor(const FileObjectDescriptor* descriptor, std::uint64_t level) {
+  const std::string indent = MakeIndent(level);
+  const std::uint64_t time =
+      std::uint64_t{descriptor->lastModified[1]} << 32 | descriptor->lastModified[0];
+  WideString path;
+  // Through the whole record: the field itself is declared with one unit.
+  for (std::size_t offset = offsetof(FileObjectDescriptor, filePath);;
+       offset += sizeof(LarderWideChar)) {
+    const auto unit = ReadAt<LarderWideChar>(descriptor, offset);
+    if (unit == 0) break;
+    path += unit;
+  }
+  return indent + "{\r\n" + FieldLine(indent, "lastModified", std::to_string(time)) +
+         FieldLine(indent, "filePath", WideToUtf8(path)) + indent + "}";
+}
+
+std::string DumpFileDataRecord(const FileDataRecord* record, std::uint64_t level) {
+  const std::string indent = MakeIndent(level);
+  std::string text = indent + "{\r\n" + FactLines(*record, indent);
+  for (const void* chain = Behind(record, sizeof *record); chain != nullptr;) {
+    AppendChain(text, chain, indent);
+    chain = NextRecord(chain);
+    text += chain != nullptr ? ",\r\n" : "\r\n";
+  }
+  return text + indent + "  ]\r\n" + indent + "}";
+}
+
+std::string FormatFileId(const std::uint64_t* fileId) {
+  std::string text(16, '0');
+  std::uint64_t rest = *fileId;
+  for (auto digit = text.rbegin(); digit != text.rend(); ++digit, rest >>= 4) {
+    *digit = kDigits[rest & 15];
+  }
+  return text;
+}
+
+std::string MakeIndent(std::uint64_t count) { return std::string(count * 2, ' '); }
+
+std::string BytesToHexString(const void* bytes, std::size_t count) {
+  std::string text;
+  for (std::size_t i = 0; i < count; ++i) {
+    const auto byte = ReadAt<unsigned char>(bytes, i);
+    if (i > 0) text += ' ';
+    text += kDigits[byte >> 4];
+    text += kDigits[byte & 15];
+  }
+  return text;
+}
+
+const void* NextRecord(const void* record) {
+  const auto distance = ReadAt<std::uint32_t>(record);
+  return distance == 0 ? nullptr : Behind(record, distance);
+}
+
+std::string GetCertSubject(const void* cert) {
+  return NameOf(cert, platform::CertificateName::kSubject);
+}
+
+std::string GetCertIssuer(const void* cert) {
+  return NameOf(cert, platform::CertificateName::kIssuer);
+}
+
+std::string GetCertSerial(const void* cert) {
+  const platform::AutoCertificate certificate = Parse(cert);
+  if (certificate == nullptr) return {};
+  const std::vector<unsigned char> serial = platform::CertificateSerial(*certificate);
+  return BytesToHexString(serial.data(), serial.size());
+}
+
+}  // namespace larder

@@ -1,0 +1,117 @@
+#include "diag/record-validation.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <limits>
+#include <vector>
+
+namespace larder {
+namespace {
+
+constexpr std::uint32_t kMax = std::numeric_limits<std::uint32_t>::max();
+constexpr std::size_t kFirstChain = 384;
+constexpr std::size_t kFirstCert = 392;
+
+using Bytes = std::vector<unsigned char>;
+
+// A record of the size given, zero but for that size and the words that are put into it.
+class Record {
+ public:
+  explicit Record(std::size_t size) : bytes(size) {
+    if (size >= 8) Put(0, static_cast<std::uint32_t>(size), 1);
+  }
+
+  Record& Put(std::size_t offset, std::uint32_t first, std::uint32_t second) {
+    std::memcpy(bytes.data() + offset, &first, sizeof first);
+    std::memcpy(bytes.data() + offset + sizeof first, &second, sizeof second);
+    return *this;
+  }
+
+  // What is wrong with it. A copy of exactly its size, at an address that suits no number, so that
+  // the sanitizers see a read behind it and a direct one.
+  [[nodiscard]] std::string Fault() const {
+    Bytes copy(1 + bytes.size());
+    std::copy(bytes.begin(), bytes.end(), copy.begin() + 1);
+    return ValidateFileDataRecord(copy.data() + 1, bytes.size());
+  }
+
+ private:
+  Bytes bytes;
+};
+
+TEST(RecordValidationTest, TheSmallestRecordHasOneChainWithOneEmptyCertificate) {
+  Record record(400);
+  EXPECT_EQ(record.Fault(), "");
+}
+
+TEST(RecordValidationTest, EveryShorterRecordIsRefused) {
+  for (std::size_t size = 0; size < 400; ++size) EXPECT_NE(Record(size).Fault(), "") << size;
+}
+
+TEST(RecordValidationTest, DataSizeIsTheRecordsEnd) {
+  EXPECT_EQ(Record(400).Put(0, 401, 1).Fault(), "dataSize is 401, but there are only 400 bytes");
+  EXPECT_EQ(Record(400).Put(0, kMax, 1).Fault(),
+            "dataSize is 4294967295, but there are only 400 bytes");
+  EXPECT_EQ(Record(500).Put(0, 400, 1).Fault(), "");
+  EXPECT_EQ(Record(500).Put(0, 400, 1).Put(kFirstCert, 0, 1).Fault(),
+            "certificate at offset 392 reaches past the end of the record");
+  EXPECT_EQ(Record(500).Put(0, 384, 1).Fault(), "chain at offset 384 begins outside the record");
+  EXPECT_NE(Record(500).Put(0, 0, 1).Fault(), "");
+}
+
+TEST(RecordValidationTest, LinksAreFollowedToTheLastByte) {
+  Record record(384 + 8 + 16 + 11 + 8 + 9);
+  record.Put(kFirstChain, 8 + 16 + 11, 0).Put(kFirstCert, 16, 8).Put(kFirstCert + 16, 0, 3);
+  record.Put(kFirstChain + 35 + 8, 0, 1);
+  EXPECT_EQ(record.Fault(), "");
+  EXPECT_EQ(Record(record).Put(kFirstCert + 16, 0, 4).Fault(),
+            "chain at offset 384 overlaps the next one");
+  EXPECT_EQ(Record(record).Put(kFirstChain + 35 + 8, 0, 2).Fault(),
+            "certificate at offset 427 reaches past the end of the record");
+}
+
+TEST(RecordValidationTest, ACertificateEndsInsideTheRecord) {
+  EXPECT_EQ(Record(405).Put(kFirstCert, 0, 5).Fault(), "");
+  EXPECT_EQ(Record(404).Put(kFirstCert, 0, 5).Fault(),
+            "certificate at offset 392 reaches past the end of the record");
+  EXPECT_NE(Record(400).Put(kFirstCert, 0, kMax).Fault(), "");
+  EXPECT_NE(Record(400).Put(kFirstCert, 0, kMax - 7).Fault(), "");
+}
+
+TEST(RecordValidationTest, ALinkOutOfTheRecordIsRefused) {
+  for (const std::uint32_t link : {9U, 16U, 1000U, kMax - 391, kMax}) {
+    EXPECT_NE(Record(408).Put(kFirstCert, link, 0).Fault(), "") << link;
+    EXPECT_NE(Record(408).Put(kFirstChain, link + 8 < link ? link : link + 8, 0).Fault(), "")
+        << link;
+  }
+}
+
+TEST(RecordValidationTest, ALinkIntoItsOwnRecordIsRefused) {
+  EXPECT_EQ(Record(500).Put(kFirstCert, 8, 1).Fault(),
+            "certificate at offset 392 overlaps the next one");
+  for (std::uint32_t link = 1; link < 8; ++link) {
+    EXPECT_NE(Record(500).Put(kFirstCert, link, 0).Fault(), "") << link;
+  }
+  for (std::uint32_t link = 1; link < 16; ++link) {
+    EXPECT_EQ(Record(500).Put(kFirstChain, link, 0).Fault(),
+              "chain at offset 384 overlaps the next one")
+        << link;
+  }
+}
+
+TEST(RecordValidationTest, AChainThatSharesTheNextOnesCertificatesIsRefused) {
+  Record record(600);
+  record.Put(kFirstCert, 100, 0).Put(kFirstChain, 50, 0);
+  EXPECT_EQ(record.Fault(), "chain at offset 384 overlaps the next one");
+}
+
+TEST(RecordValidationTest, AHugeRecordOfTheSmallestRecordsIsReadInOnePass) {
+  constexpr std::size_t kChains = 200000;
+  Record record(384 + 16 * kChains);
+  for (std::size_t i = 0; i + 1 < kChains; ++i) record.Put(kFirstChain + 16 * i, 16, 0);
+  EXPECT_EQ(record.Fault(), "");
+}
+
+}  // namespace
+}  // namespace larder
