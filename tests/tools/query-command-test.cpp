@@ -1,5 +1,8 @@
 #include <gmock/gmock.h>
 
+#include <chrono>
+
+#include "testing/system-text.h"
 #include "tools/run-program.h"
 #include "tools/tool-test.h"
 
@@ -137,7 +140,7 @@ TEST_F(QueryCommandTest, ImageDigestsAndChainsArePrintedWhereThereAreAny) {
 TEST_F(QueryCommandTest, AMalformedRecordIsToldAndNotPrinted) {
   RegisterModules({"record-feed-1.dll"});
   const std::vector<std::pair<std::string, std::string>> faults = {
-      {"cut", "malformed record: certificate at offset 392 reaches past the end of the block"},
+      {"cut", "malformed record: certificate at offset 392 reaches past the end of the record"},
       {"tiny", "malformed record: 7 bytes are too few for a header"},
       {"small", "malformed record: 8 bytes are too few for a file record"},
   };
@@ -169,6 +172,135 @@ TEST_F(QueryCommandTest, ABlockOfAnotherTypeIsDumped) {
                   "            " + std::string(32, 'a')));
   EXPECT_THAT(LinesOf(MustRun({"query", "--type", "3", InFolder("small")})),
               Contains("data        0800000003000000"));
+}
+
+// What follows the path in a line that tells of a failure.
+std::string Failure(const std::string& result, const std::string& error) {
+  return "\",\"lastModified\":0,\"fileId\":null,\"file\":null,\"pe\":null,\"chains\":[],"
+         "\"result\":" +
+         result + ",\"error\":\"" + error + "\"}";
+}
+
+// A name as JSON has it: what isn't UTF-8 is replaced.
+std::string NameInJson(const std::string& utf8) {
+  const std::string text = SystemText(utf8);
+  if (text == utf8) return text;
+  std::string replaced;
+  for (const char c : text) replaced += (c & 0x80) != 0 ? "\xEF\xBF\xBD" : std::string(1, c);
+  return replaced;
+}
+
+TEST_F(QueryCommandTest, AFileIsPrintedAsALineOfJson) {
+  RegisterModules({"feed-file.dll"});
+  using std::chrono::sys_days;
+  using std::chrono::sys_seconds;
+  const sys_days day = std::chrono::year(2024) / 2 / 29;
+  std::filesystem::last_write_time(MakeFile("abc", "abc"),
+                                   std::chrono::file_clock::from_sys(sys_seconds(day)));
+  const auto digest = [](const std::string& line) { return line.substr(12); };
+  std::string line = MustRunInFolder({"query", "--json", "abc"});
+  const std::string id = R"("fileId":")";
+  line.replace(line.find(id) + id.size(), 16, "ID");  // the file system's number
+  EXPECT_EQ(line, R"({"path":"abc","lastModified":133536384000000000,"fileId":"ID","file":)"
+                  R"({"md5":")" +
+                      digest(kMd5OfAbc) + R"(","sha1":")" + digest(kSha1OfAbc) + R"(","sha256":")" +
+                      digest(kSha256OfAbc) + R"(","sha384":")" + digest(kSha384OfAbc) +
+                      R"(","sha512":")" + digest(kSha512OfAbc) +
+                      R"("},"pe":null,"chains":[],"result":0,"error":null})"
+                      "\n");
+}
+
+TEST_F(QueryCommandTest, JsonHasImageDigestsAndCertificatesWhereThereAreAny) {
+  RegisterModules({"record-feed-1.dll"});
+  EXPECT_THAT(MustRun({"query", "--json", InFolder("signed")}),
+              HasSubstr(R"("pe":{"md5":")" + std::string(32, '7') + R"(","sha1":"0000)"));
+  const std::string output = MustRun({"query", "--json", "--option", "255", InFolder("certified")});
+  EXPECT_THAT(output, HasSubstr(R"("fileId":"00000000000000ff")"));
+  const std::string ca = R"("issuer":"C=US, O=Example, CN=Example CA","serial":")";
+  EXPECT_THAT(output,
+              testing::ContainsRegex(
+                  R"("chains":..."subject":"C=US, O=Example, CN=Example Signer",)" + ca +
+                  R"(a0 22 1f 0b","size":....,."subject":"C=US, O=Example, CN=Example CA",)" + ca +
+                  R"(01","size":......)"));
+  EXPECT_THAT(
+      output,
+      HasSubstr("},{\"subject\":\"\",\"issuer\":\"\",\"serial\":\"\",\"size\":14}]],\"result\""));
+  EXPECT_THAT(
+      output,
+      HasSubstr("\"" + NameInJson("CN=\xC5\xBDlu\xC5\xA5 \xE2\x82\xAC, O=\xC3\xA4") + "\""));
+}
+
+TEST_F(QueryCommandTest, AFailureHasALineOfJsonToo) {
+  RegisterModules({"feed-file.dll", "record-feed-3.dll"});
+  MakeFile("abc", "abc");
+  const auto before = std::filesystem::current_path();
+  std::filesystem::current_path(machine.Folder());
+  const ToolRun run = Run({"query", "--json", "a\"\n\xC3\xA4", "abc"});
+  std::filesystem::current_path(before);
+  EXPECT_EQ(run.status, 1);
+  EXPECT_THAT(run.errors, testing::EndsWith("No data available (-13)\n"));
+  EXPECT_THAT(LinesOf(run.output), ElementsAre("{\"path\":\"a\\\"\\n\xC3\xA4" +
+                                                   Failure("-13", "No data available (-13)"),
+                                               StartsWith("{\"path\":\"abc\",")));
+}
+
+TEST_F(QueryCommandTest, JsonTellsOfMalformedRecordsAndOnesThatCannotGoBack) {
+  RegisterModules({"record-feed-1.dll"});
+  const ToolRun cut = Run({"query", "--json", InFolder("cut")});
+  EXPECT_EQ(cut.status, 1);
+  EXPECT_THAT(
+      cut.output,
+      testing::EndsWith(
+          Failure(
+              "0",
+              "malformed record: certificate at offset 392 reaches past the end of the record") +
+          "\n"));
+  const ToolRun kept = Run({"query", "--json", InFolder("kept")});
+  EXPECT_EQ(kept.status, 1);
+  EXPECT_THAT(
+      kept.output,
+      testing::AllOf(
+          HasSubstr("\"fileId\":\"0000000000000000\""),
+          HasSubstr("\"result\":-4,\"error\":\"giving the record back: Generic error (-4)\"}\n")));
+}
+
+TEST_F(QueryCommandTest, RecordsAreDumpedWithTheirCertificates) {
+  RegisterModules({"record-feed-1.dll"});
+  const std::vector<std::string> lines =
+      LinesOf(MustRun({"query", "--dump", InFolder("certified"), InFolder("plain")}));
+  ASSERT_EQ(lines.size(), 73u);
+  EXPECT_EQ(lines[0], "{");
+  EXPECT_THAT(lines[1], StartsWith("  dataSize:         "));
+  EXPECT_EQ(lines[13], " CertChain: [");
+  EXPECT_EQ(lines[16], "  Subject:   \"C=US, O=Example, CN=Example Signer\"");
+  EXPECT_EQ(lines[18], "  Serial:    \"a0 22 1f 0b\"");
+  EXPECT_THAT(lines, Contains("  Subject:   \"" +
+                              SystemText("CN=\xC5\xBDlu\xC5\xA5 \xE2\x82\xAC, O=\xC3\xA4") + "\""));
+  EXPECT_EQ(lines[48], "}");
+  EXPECT_EQ(lines[49], "");
+  EXPECT_EQ(lines[50], "{");
+  EXPECT_EQ(lines.back(), "}");
+}
+
+TEST_F(QueryCommandTest, AMalformedRecordIsNotDumped) {
+  RegisterModules({"record-feed-1.dll"});
+  const ToolRun run = Run({"query", "--dump", InFolder("cut"), InFolder("plain")});
+  EXPECT_EQ(run.status, 1);
+  EXPECT_THAT(run.errors, HasSubstr("malformed record: certificate at offset 392 "));
+  EXPECT_THAT(run.output, StartsWith("{\n  dataSize:         400,\n"));
+}
+
+TEST_F(QueryCommandTest, OnlyFileRecordsHaveADumpAndJson) {
+  RegisterModules({"record-feed-1.dll", "record-feed-3.dll"});
+  for (const char* form : {"--dump", "--json"}) {
+    const ToolRun run = Run({"query", form, "--type", "3", InFolder("dump")});
+    EXPECT_EQ(run.status, 2);
+    EXPECT_THAT(run.errors, HasSubstr("for the file provider's records (--type 1) only"));
+    const ToolRun foreign = Run({"query", form, InFolder("foreign")});
+    EXPECT_EQ(foreign.status, 1);
+    EXPECT_THAT(foreign.errors, HasSubstr("malformed record: its type is 2\n"));
+  }
+  EXPECT_EQ(Run({"query", "--dump", "--json", InFolder("plain")}).status, 2);
 }
 
 TEST_F(QueryCommandTest, AClosedPipeEndsTheRunAsAFailure) {

@@ -7,6 +7,9 @@
 #include <string>
 #include <vector>
 
+#include "testing/certificate-file.h"
+#include "testing/file-record-bytes.h"
+
 namespace {
 
 using Bytes = std::vector<unsigned char>;
@@ -60,8 +63,17 @@ Bytes SignedRecord(std::uint32_t option) {
   return block;
 }
 
+// Two chains of real certificates, one certificate that is none, and a chain that is none.
+Bytes CertifiedRecord(std::uint32_t option) {
+  using larder::CertificateFile;
+  return larder::FileRecordBytes(Facts(option), {{CertificateFile("signer"), CertificateFile("ca")},
+                                                 {CertificateFile("utf8"), CertificateFile("text")},
+                                                 {{}}});
+}
+
 Bytes Record(const std::string& name, std::uint32_t option) {
   if (name == "signed") return SignedRecord(option);
+  if (name == "certified") return CertifiedRecord(option);
   if (name == "cut") return PlainRecord(option, 1);
   if (name == "small" || name == "tiny") return Bytes(sizeof(DataBlockHeader));
   if (name == "dump") return Bytes(100, 0xAA);
@@ -79,7 +91,7 @@ class RecordProvider final : public IDataProvider {
     const std::string name = NameOf(objectDescriptor);
     Bytes block = Record(name, queryOption);
     const DataBlockHeader header{name == "tiny" ? 7U : static_cast<std::uint32_t>(block.size()),
-                                 RECORD_TYPE};
+                                 name == "foreign" ? RECORD_TYPE + 1 : RECORD_TYPE};
     std::memcpy(block.data(), &header, sizeof header);
     result->Copy(block.data(), block.size());
     keepsNext = name == "kept";

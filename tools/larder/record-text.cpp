@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <cstring>
+#include <string_view>
 
+#include "diag/record-dump.h"
 #include "text.h"
 
 namespace larder::tool {
@@ -23,20 +25,22 @@ std::string FileDigests(const FileDataRecord& facts) {
 }
 
 std::string ImageDigests(const FileDataRecord& facts) {
-  const bool hasNone = IsZero(facts.peMD5) && IsZero(facts.peSHA1) && IsZero(facts.peSHA256) &&
-                       IsZero(facts.peSHA384) && IsZero(facts.peSHA512);
-  if (hasNone) return {};
+  if (HasNoImageDigests(facts)) return {};
   return RecordLine("pe-md5", Hex(facts.peMD5)) + RecordLine("pe-sha1", Hex(facts.peSHA1)) +
          RecordLine("pe-sha256", Hex(facts.peSHA256)) +
          RecordLine("pe-sha384", Hex(facts.peSHA384)) +
          RecordLine("pe-sha512", Hex(facts.peSHA512));
 }
 
-std::string ChainText(const std::vector<std::uint32_t>& sizes) {
-  std::string text = std::to_string(sizes.size());
-  text += sizes.size() == 1 ? " certificate," : " certificates,";
-  for (const std::uint32_t size : sizes) text += " " + std::to_string(size);
-  return text + (sizes.back() == 1 ? " byte" : " bytes");
+std::string ChainText(const std::vector<const void*>& certs) {
+  std::string text = std::to_string(certs.size());
+  text += certs.size() == 1 ? " certificate," : " certificates,";
+  for (const void* cert : certs) text += " " + std::to_string(CertificateSize(cert));
+  return text + (CertificateSize(certs.back()) == 1 ? " byte" : " bytes");
+}
+
+const void* Behind(const void* record, std::size_t distance) {
+  return static_cast<const unsigned char*>(record) + distance;
 }
 
 std::string HeaderText(const DataBlockHeader& header) {
@@ -51,15 +55,45 @@ std::string RecordLine(std::string label, const std::string& value) {
   return label + value + "\n";
 }
 
-std::string FileRecordText(const FileRecord& record) {
-  const FileDataRecord& facts = record.facts;
-  std::string text = HeaderText({facts.dataSize, facts.providerType}) +
-                     RecordLine("file-id", std::to_string(facts.fileId)) + FileDigests(facts) +
-                     ImageDigests(facts);
-  for (const std::vector<std::uint32_t>& sizes : record.chains) {
-    text += RecordLine("chain", ChainText(sizes));
+std::string FileRecordText(const FileDataRecord& record) {
+  std::string text = HeaderText({record.dataSize, record.providerType}) +
+                     RecordLine("file-id", std::to_string(record.fileId)) + FileDigests(record) +
+                     ImageDigests(record);
+  for (const auto& certs : ChainsOf(record)) text += RecordLine("chain", ChainText(certs));
+  return text;
+}
+
+std::string FileRecordDump(const FileDataRecord& record) {
+  const std::string dump = DumpFileDataRecord(&record, 0);
+  std::string text;
+  for (std::size_t start = 0; start < dump.size();) {
+    const std::size_t end = std::min(dump.find("\r\n", start), dump.size());
+    text += Printable(std::string_view(dump).substr(start, end - start)) + "\n";
+    start = end + 2;
   }
   return text;
+}
+
+std::vector<std::vector<const void*>> ChainsOf(const FileDataRecord& record) {
+  std::vector<std::vector<const void*>> chains;
+  const void* chain = Behind(&record, sizeof record);
+  for (; chain != nullptr; chain = NextRecord(chain)) {
+    std::vector<const void*>& certs = chains.emplace_back();
+    const void* cert = Behind(chain, sizeof(CertChainRecord));
+    for (; cert != nullptr; cert = NextRecord(cert)) certs.push_back(cert);
+  }
+  return chains;
+}
+
+std::uint32_t CertificateSize(const void* cert) {
+  CertDataRecord record{};
+  std::memcpy(&record, cert, sizeof record);
+  return record.certSize;
+}
+
+bool HasNoImageDigests(const FileDataRecord& record) {
+  return IsZero(record.peMD5) && IsZero(record.peSHA1) && IsZero(record.peSHA256) &&
+         IsZero(record.peSHA384) && IsZero(record.peSHA512);
 }
 
 std::string BlockText(std::span<const unsigned char> block) {
