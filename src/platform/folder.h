@@ -26,8 +26,20 @@ inline constexpr std::uint32_t kAttributeDirectory = 0x10;
 [[nodiscard]] Code MakeFolder(const WideString& path);
 
 // Names in a folder that match the last component of a path, where '*' stands for any characters
-// and
-// '?' for one; in the system's order.
+// and '?' for one; in the system's order.
 [[nodiscard]] Code FindNames(const WideString& pattern, std::vector<WideString>& names);
+
+// Deletes what a path leads to, a folder with everything in it, for good and without a word to the
+// user. Links go themselves, never what they lead to. source: a path with or without a backslash at
+// its end, and two NULs behind it; on Windows its last component may hold '*' and '?', and further
+// paths may stand between the two. 0, or the system's own number for what went wrong, of no common
+// kind; some of the tree may be gone then.
+[[nodiscard]] int DeleteTree(const LarderWideChar* source);
+
+// False also for what is no folder or can't be read.
+[[nodiscard]] bool IsFolderEmpty(const WideString& path);
+
+// An empty folder; kDirectoryNotEmpty for another.
+[[nodiscard]] Code RemoveFolder(const WideString& path);
 
 }  // namespace larder::platform

@@ -1,7 +1,5 @@
 #include "providers/provider-discovery.h"
 
-#include <algorithm>
-
 #include "diag/log-statement.h"
 #include "support/registry.h"
 
@@ -9,13 +7,7 @@ namespace larder {
 
 namespace {
 
-constexpr WideView kDefaultLocation =
-    LARDER_WIDE("C:\\Program Files\\Common Files\\Velmor\\Baserack\\");
 constexpr std::uint32_t kNameRoom = 256;  // characters, terminator included
-
-LarderWideChar LowerCase(LarderWideChar unit) {
-  return unit >= 'A' && unit <= 'Z' ? static_cast<LarderWideChar>(unit + ('a' - 'A')) : unit;
-}
 
 void AddProviderPath(const WideString& location, const WideString& name,
                      std::vector<WideString>& paths) {
@@ -47,15 +39,6 @@ std::vector<WideString> GetDataProviderPaths() {
   }
   LogWarn("RegEnumKeyEx failed: ", FormatSystemError(status));
   return paths;
-}
-
-bool IsInstalledInCommonFiles() {
-  const WideString location = GetRegistryString(LARDER_WIDE("Install"), LARDER_WIDE("szLocation"));
-  if (location.empty()) return false;
-  const WideView prefix = kDefaultLocation.substr(0, location.size());
-  return std::equal(
-      location.begin(), location.end(), prefix.begin(), prefix.end(),
-      [](LarderWideChar a, LarderWideChar b) { return LowerCase(a) == LowerCase(b); });
 }
 
 }  // namespace larder

@@ -17,8 +17,4 @@ namespace larder {
 // short or empty.
 std::vector<WideString> GetDataProviderPaths();
 
-// True when szLocation is the location of a real installation or a leading part of it, without
-// case.
-bool IsInstalledInCommonFiles();
-
 }  // namespace larder

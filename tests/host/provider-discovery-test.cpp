@@ -6,7 +6,6 @@
 #include "host/host-machine.h"
 #include "platform/registry.h"
 #include "support/registry.h"
-#include "support/text.h"
 
 namespace larder {
 namespace {
@@ -80,25 +79,6 @@ TEST(ProviderDiscovery, WithoutTheKeyTheListIsEmptyAfterTwoWarnings) {
       " WARN: RegEnumKeyEx failed: 6 \"<text>\"\n"
       "TRACE: Destroying AutoRegKeyHandle handle 0000000000000000\n"
       "TRACE: Leaving GetDataProviderPaths()\n");
-}
-
-TEST(ProviderDiscovery, ALeadingPartOfTheDefaultLocationCountsAsInstalled) {
-  const HostMachine host;
-  const struct {
-    const LarderWideChar* location;
-    bool installed;
-  } cases[] = {
-      {LARDER_WIDE("c:\\program files\\common files\\velmor\\baserack\\"), true},
-      {LARDER_WIDE("C:\\Program Files\\Common Files\\Velmor\\Baserack\\"), true},
-      {LARDER_WIDE("c:\\program files\\"), true},
-      {LARDER_WIDE("C:\\Program Files\\Common Files\\Velmor\\Baserack\\Extra\\"), false},
-      {LARDER_WIDE("D:\\Program Files\\"), false},
-      {LARDER_WIDE(""), false},
-  };
-  for (const auto& c : cases) {
-    SetLocation(c.location);
-    EXPECT_EQ(IsInstalledInCommonFiles(), c.installed) << WideToUtf8(c.location);
-  }
 }
 
 }  // namespace

@@ -43,6 +43,11 @@ class FolderTest : public ::testing::Test {
     return (attributes & kAttributeDirectory) != 0;
   }
 
+  // As DeleteTree wants it, with two NULs behind it.
+  int Delete(const std::string& name) const {
+    return DeleteTree(InFolder(name).append(2, LarderWideChar()).data());
+  }
+
   TestMachine machine;
 };
 
@@ -134,6 +139,54 @@ TEST_F(FolderTest, WhatIsNotFoundGivesACode) {
   EXPECT_EQ(CodeOfFind("missing\\*"), kPathNotFound);
   EXPECT_NE(CodeOfFind("file\\*"), kSuccess);
   EXPECT_EQ(CodeOfFind(std::string("*\0", 2)), kInvalidName);
+}
+
+TEST_F(FolderTest, ATreeIsDeletedWithAllThatIsInIt) {
+  for (const char* given : {"tree", "tree\\"}) {
+    std::filesystem::create_directories(Native("tree/inner/gr\xC3\xBC\xC3\x9F"));
+    std::filesystem::create_directories(Native("tree/empty"));
+    WriteFile(Native("tree/inner/gr\xC3\xBC\xC3\x9F/file"), "content");
+    WriteFile(Native("tree/.hidden"), "");
+    WriteFile(Native("tree-beside"), "");
+    EXPECT_EQ(Delete(given), 0) << given;
+    EXPECT_FALSE(std::filesystem::exists(Native("tree"))) << given;
+    EXPECT_TRUE(std::filesystem::exists(Native("tree-beside"))) << given;
+  }
+  EXPECT_EQ(Delete("tree-beside"), 0) << "a file";
+  EXPECT_FALSE(std::filesystem::exists(Native("tree-beside")));
+}
+
+TEST_F(FolderTest, DeletingWhatIsNotThereFails) {
+  WriteFile(Native("file"), "");
+  EXPECT_NE(Delete("missing"), 0);
+  EXPECT_NE(Delete("missing\\"), 0);
+  EXPECT_NE(Delete("missing\\inner"), 0);
+  EXPECT_TRUE(std::filesystem::exists(Native("file")));
+}
+
+TEST_F(FolderTest, OnlyAFolderWithoutEntriesIsEmpty) {
+  std::filesystem::create_directories(Native("empty"));
+  std::filesystem::create_directories(Native("parent/inner"));
+  WriteFile(Native("file"), "");
+  std::filesystem::create_directories(Native("holder"));
+  WriteFile(Native("holder/.hidden"), "");
+  EXPECT_TRUE(IsFolderEmpty(InFolder("empty")));
+  EXPECT_TRUE(IsFolderEmpty(InFolder("empty\\")));
+  for (const char* other : {"parent", "parent\\", "holder", "file", "missing", "missing\\"})
+    EXPECT_FALSE(IsFolderEmpty(InFolder(other))) << other;
+}
+
+TEST_F(FolderTest, OnlyAnEmptyFolderIsRemoved) {
+  std::filesystem::create_directories(Native("parent/inner"));
+  WriteFile(Native("file"), "");
+  EXPECT_EQ(RemoveFolder(InFolder("parent")), kDirectoryNotEmpty);
+  EXPECT_EQ(RemoveFolder(InFolder("parent\\inner")), kSuccess);
+  EXPECT_EQ(RemoveFolder(InFolder("parent\\")), kSuccess);
+  EXPECT_FALSE(std::filesystem::exists(Native("parent")));
+  EXPECT_EQ(RemoveFolder(InFolder("parent")), kFileNotFound);
+  EXPECT_NE(RemoveFolder(InFolder("file")), kSuccess);
+  EXPECT_EQ(RemoveFolder(InFolder(std::string("a\0b", 3))), kInvalidName);
+  EXPECT_TRUE(std::filesystem::exists(Native("file")));
 }
 
 }  // namespace

@@ -2,10 +2,14 @@
 
 #include <dirent.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
+#include <filesystem>
 #include <memory>
 #include <string>
+#include <string_view>
+#include <system_error>
 #include <utility>
 
 #include "platform/linux/errno-code.h"
@@ -131,6 +135,37 @@ Code FindNames(const WideString& pattern, std::vector<WideString>& names) {
   if (found.empty()) return kFileNotFound;
   names = std::move(found);
   return kSuccess;
+}
+
+int DeleteTree(const LarderWideChar* source) {
+  std::string native;
+  if (const Code code = NativePath(source, native); code != kSuccess) return static_cast<int>(code);
+  // With a slash at its end a link would be what it leads to.
+  while (native.size() > 1 && native.ends_with('/')) native.pop_back();
+  std::error_code error;
+  const auto removed = std::filesystem::remove_all(native, error);
+  if (error) return static_cast<int>(CodeFromErrno(error.value()));
+  return removed == 0 ? static_cast<int>(kFileNotFound) : 0;
+}
+
+bool IsFolderEmpty(const WideString& path) {
+  std::string native;
+  if (NativePath(path, native) != kSuccess) return false;
+  const std::unique_ptr<DIR, CloseDirectory> stream(opendir(native.c_str()));
+  if (!stream) return false;
+  for (;;) {
+    errno = 0;
+    const dirent* entry = readdir(stream.get());
+    if (entry == nullptr) return errno == 0;
+    const std::string_view name = entry->d_name;
+    if (name != "." && name != "..") return false;
+  }
+}
+
+Code RemoveFolder(const WideString& path) {
+  std::string native;
+  if (const Code code = NativePath(path, native); code != kSuccess) return code;
+  return rmdir(native.c_str()) == 0 ? kSuccess : CodeFromErrno(errno);
 }
 
 }  // namespace larder::platform

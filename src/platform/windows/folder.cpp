@@ -2,7 +2,9 @@
 
 #include <windows.h>
 
+#include <shellapi.h>
 #include <shlobj.h>
+#include <shlwapi.h>
 
 #include <array>
 #include <memory>
@@ -22,14 +24,28 @@ struct CloseLibrary {
   void operator()(HMODULE library) const noexcept { FreeLibrary(library); }
 };
 
-// The shell is loaded for the call only: it brings half of the system with it, and handles and a
-// thread of its own, which a host that never asks for a folder needn't bear.
+// A part of the shell, loaded for one call only: it brings half of the system with it, and handles
+// and a thread of its own, which a host that never asks for a folder needn't bear.
+class ShellLibrary {
+ public:
+  explicit ShellLibrary(const wchar_t* name)
+      : library(LoadLibraryExW(name, nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32)) {}
+
+  // Null if it can't be had; the last error tells why.
+  template <typename Function>
+  Function* Find(const char* name) const {
+    if (!library) return nullptr;
+    return reinterpret_cast<Function*>(
+        reinterpret_cast<void (*)()>(GetProcAddress(library.get(), name)));
+  }
+
+ private:
+  std::unique_ptr<HINSTANCE__, CloseLibrary> library;
+};
+
 HRESULT ShellFolderPath(int number, wchar_t* path) {
-  const std::unique_ptr<HINSTANCE__, CloseLibrary> shell(
-      LoadLibraryExW(L"shell32.dll", nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32));
-  if (!shell) return HRESULT_FROM_WIN32(LastError());
-  const auto function = reinterpret_cast<decltype(&SHGetFolderPathW)>(
-      reinterpret_cast<void (*)()>(GetProcAddress(shell.get(), "SHGetFolderPathW")));
+  const ShellLibrary shell(L"shell32.dll");
+  const auto function = shell.Find<decltype(SHGetFolderPathW)>("SHGetFolderPathW");
   if (function == nullptr) return HRESULT_FROM_WIN32(LastError());
   return function(nullptr, number, nullptr, 0, path);
 }
@@ -75,6 +91,29 @@ Code FindNames(const WideString& pattern, std::vector<WideString>& names) {
   if (const Code code = LastError(); code != ERROR_NO_MORE_FILES) return code;
   names = std::move(found);
   return kSuccess;
+}
+
+int DeleteTree(const LarderWideChar* source) {
+  const ShellLibrary shell(L"shell32.dll");
+  const auto function = shell.Find<decltype(SHFileOperationW)>("SHFileOperationW");
+  if (function == nullptr) return static_cast<int>(LastError());
+  SHFILEOPSTRUCTW operation{};
+  operation.wFunc = FO_DELETE;
+  operation.pFrom = source;
+  operation.fFlags = FOF_SILENT | FOF_NOCONFIRMATION | FOF_NOCONFIRMMKDIR | FOF_NOERRORUI;
+  return function(&operation);
+}
+
+bool IsFolderEmpty(const WideString& path) {
+  const ShellLibrary shell(L"shlwapi.dll");
+  const auto function = shell.Find<decltype(PathIsDirectoryEmptyW)>("PathIsDirectoryEmptyW");
+  return function != nullptr && function(path.c_str()) != FALSE;
+}
+
+Code RemoveFolder(const WideString& path) {
+  WideString native;
+  if (const Code code = NativePath(path, native); code != kSuccess) return code;
+  return RemoveDirectoryW(native.c_str()) != FALSE ? kSuccess : LastError();
 }
 
 }  // namespace larder::platform

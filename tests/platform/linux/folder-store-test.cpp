@@ -150,5 +150,39 @@ TEST_F(FolderStoreTest, APatternOfManyStarsIsSoonDoneWith) {
   EXPECT_EQ(FindNames(machine.WideFolder() + pattern, names), kSuccess);
 }
 
+TEST_F(FolderStoreTest, ADeletionTakesLinksAndNeverWhatTheyLeadTo) {
+  std::filesystem::create_directory(Native("kept"));
+  WriteFile(Native("kept/file"), "content");
+  std::filesystem::create_directory(Native("tree"));
+  std::filesystem::create_directory_symlink("../kept", Native("tree/to-folder"));
+  std::filesystem::create_symlink("../kept/file", Native("tree/to-file"));
+  std::filesystem::create_symlink("nothing", Native("tree/dangling"));
+  std::filesystem::create_directory_symlink("kept", Native("link"));
+  EXPECT_EQ(DeleteTree((machine.WideFolder() + u"tree\\").append(2, u'\0').data()), 0);
+  EXPECT_FALSE(std::filesystem::exists(Native("tree")));
+  EXPECT_EQ(DeleteTree((machine.WideFolder() + u"link\\").append(2, u'\0').data()), 0);
+  EXPECT_FALSE(std::filesystem::is_symlink(Native("link")));
+  EXPECT_TRUE(std::filesystem::exists(Native("kept/file")));
+}
+
+TEST_F(FolderStoreTest, AFolderThatMayNotBeWrittenEndsADeletion) {
+  std::filesystem::create_directories(Native("tree/locked"));
+  WriteFile(Native("tree/locked/file"), "");
+  std::filesystem::permissions(Native("tree/locked"), std::filesystem::perms(0555));
+  const auto remove = [this] {
+    return DeleteTree((machine.WideFolder() + u"tree").append(2, u'\0').data());
+  };
+  EXPECT_EQ(RunAsNobody(remove), static_cast<int>(kAccessDenied));
+  EXPECT_TRUE(std::filesystem::exists(Native("tree/locked/file")));
+  std::filesystem::permissions(Native("tree/locked"), std::filesystem::perms(0755));
+}
+
+TEST_F(FolderStoreTest, AFolderThatMayNotBeReadIsNotCalledEmpty) {
+  std::filesystem::create_directory(Native("secret"));
+  std::filesystem::permissions(Native("secret"), std::filesystem::perms::none);
+  const auto ask = [this] { return IsFolderEmpty(machine.WideFolder() + u"secret") ? 1 : 0; };
+  EXPECT_EQ(RunAsNobody(ask), 0);
+}
+
 }  // namespace
 }  // namespace larder::platform

@@ -1,0 +1,152 @@
+#include "support/installed-state.h"
+
+#include <algorithm>
+#include <vector>
+
+#include "diag/log-statement.h"
+#include "platform/folder.h"
+#include "support/paths.h"
+#include "support/registry.h"
+#include "support/scoped-handles.h"
+
+namespace larder {
+
+namespace {
+
+constexpr WideView kDefaultLocation =
+    LARDER_WIDE("C:\\Program Files\\Common Files\\Velmor\\Baserack\\");
+constexpr const LarderWideChar* kMakerKey = LARDER_WIDE("Software\\Velmor\\");
+constexpr const LarderWideChar* kMakerParent = LARDER_WIDE("Software\\");
+constexpr const LarderWideChar* kMakerName = LARDER_WIDE("Velmor");
+constexpr std::uint32_t kNameRoom = 256;  // characters, terminator included
+
+LarderWideChar LowerCase(LarderWideChar unit) {
+  return unit >= 'A' && unit <= 'Z' ? static_cast<LarderWideChar>(unit + ('a' - 'A')) : unit;
+}
+
+int DeleteTree(const WideString& directory) {
+  std::vector<LarderWideChar> source(directory.begin(), directory.end());
+  source.insert(source.end(), 2, LarderWideChar());
+  return platform::DeleteTree(source.data());
+}
+
+using Enumeration = platform::Code (*)(platform::RegistryKey key, std::uint32_t index,
+                                       LarderWideChar* name, std::uint32_t& length);
+
+// Whether an enumeration of the maker's key finds nothing; tells why it isn't so. call: its name.
+bool FindsNothing(const AutoRegKeyHandle& key, Enumeration enumerate, const char* call) {
+  LarderWideChar name[kNameRoom] = {};
+  std::uint32_t length = kNameRoom;
+  const platform::Code code = enumerate(key.Get(), 0, name, length);
+  if (code == platform::kNoMoreItems) return true;
+  if (code == platform::kSuccess) {
+    LogTrace("Velmor reg key is not empty.");
+  } else {
+    LogWarn(call, " failed for \"", kMakerKey, "\": ", FormatSystemError(code));
+  }
+  return false;
+}
+
+// False after a WARN line.
+bool OpenKey(const LarderWideChar* path, AutoRegKeyHandle& key) {
+  const platform::Code code = platform::OpenRegistryKey(path, platform::kKeyAllAccess, key.Out());
+  if (code == platform::kSuccess) return true;
+  LogWarn("RegOpenKeyEx failed for \"", path, "\": ", FormatSystemError(code));
+  return false;
+}
+
+void DeleteMakerKey() {
+  LogTrace("Velmor reg key is empty - deleting it.");
+  AutoRegKeyHandle parent;
+  if (!OpenKey(kMakerParent, parent)) return;
+  const platform::Code code = platform::RemoveRegistryKey(parent.Get(), kMakerName);
+  if (code != platform::kSuccess) {
+    LogWarn("RegDeleteKeyEx failed for \"", kMakerKey, "\": ", FormatSystemError(code));
+  }
+}
+
+}  // namespace
+
+bool IsInstalledInCommonFiles() {
+  const WideString location = GetRegistryString(LARDER_WIDE("Install"), LARDER_WIDE("szLocation"));
+  if (location.empty()) return false;
+  const WideView prefix = kDefaultLocation.substr(0, location.size());
+  return std::equal(
+      location.begin(), location.end(), prefix.begin(), prefix.end(),
+      [](LarderWideChar a, LarderWideChar b) { return LowerCase(a) == LowerCase(b); });
+}
+
+void DeleteDirectoryAndParentIfEmpty(const WideString& directory, const WideString& parent) {
+  ScopeTrace scope("Entering DeleteDirectoryAndParentIfEmpty()",
+                   "Leaving DeleteDirectoryAndParentIfEmpty()");
+  const int result = DeleteTree(directory);
+  if (result != 0) {
+    LogWarn("SHFileOperation() failed: ", result);
+    return;
+  }
+  if (!platform::IsFolderEmpty(parent)) {
+    LogTrace("Velmor directory is not empty.");
+    return;
+  }
+  const platform::Code code = platform::RemoveFolder(parent);
+  if (code != platform::kSuccess) LogWarn("RemoveDirectory() failed: ", FormatSystemError(code));
+}
+
+void DeleteLarderDataDir() {
+  ScopeTrace scope("Entering DeleteLarderDataDir()", "Leaving DeleteLarderDataDir()");
+  DeleteDirectoryAndParentIfEmpty(GetLarderDataPath(), GetVelmorDataPath());
+}
+
+void DeleteLarderProgramDir() {
+  ScopeTrace scope("Entering DeleteLarderProgramDir()", "Leaving DeleteLarderProgramDir()");
+  DeleteDirectoryAndParentIfEmpty(GetLarderProgramDir(), GetVelmorProgramPath());
+}
+
+void DeleteLarderDataTree() {
+  WideString path;
+  if (platform::CommonFolderPath(platform::CommonFolder::kData, path) != platform::kSuccess) return;
+  static_cast<void>(DeleteTree(path.append(LARDER_WIDE("\\Velmor\\Larder\\"))));
+}
+
+void DeleteLarderRegistryEntries() {
+  ScopeTrace scope("Entering DeleteLarderRegistryEntries()",
+                   "Leaving DeleteLarderRegistryEntries()");
+  if (IsInstalledInCommonFiles()) return;
+  const platform::Code code = platform::RemoveRegistryTree(WideString(LarderRegistryRoot));
+  if (code != platform::kSuccess) {
+    LogWarn("RegDeleteTree failed for \"", LarderRegistryRoot, "\": ", FormatSystemError(code));
+  }
+  DeleteVelmorRegistryKeyIfEmpty();
+}
+
+void DeleteVelmorRegistryKeyIfEmpty() {
+  ScopeTrace scope("Entering DeleteVelmorRegistryKeyIfEmpty()",
+                   "Leaving DeleteVelmorRegistryKeyIfEmpty()");
+  AutoRegKeyHandle key;  // open until the end, also while the key is deleted
+  if (!OpenKey(kMakerKey, key)) return;
+  if (!FindsNothing(key, &platform::RegistrySubkeyName, "RegEnumKeyEx")) return;
+  if (!FindsNothing(key, &platform::RegistryValueName, "RegEnumValue")) return;
+  DeleteMakerKey();
+}
+
+void RemoveRegistryIfNotInstalled() {
+  if (IsInstalledInCommonFiles()) return;
+  DeleteLarderRegistryEntries();
+  DeleteVelmorRegistryKeyIfEmpty();
+}
+
+void RegisterDefaultProviders() {
+  if (IsInstalledInCommonFiles()) return;
+  RemoveRegistryIfNotInstalled();
+  SetRegistryString(LARDER_WIDE("Install"), LARDER_WIDE("szLocation"), GetPath(GetModuleName()));
+  SetRegistryString(LARDER_WIDE("DataProviders\\FeedTest"), LARDER_WIDE("szDLL"),
+                    LARDER_WIDE("feed-test.dll"));
+  SetRegistryString(LARDER_WIDE("DataProviders\\FeedFile"), LARDER_WIDE("szDLL"),
+                    LARDER_WIDE("feed-file.dll"));
+  SetRegistryString(LARDER_WIDE("DataProviders\\FeedFile"), LARDER_WIDE("szFileQuery"),
+                    LARDER_WIDE("stock-file-query.dll"));
+  SetRegistryString(LARDER_WIDE("DataProviders\\FeedStats"), LARDER_WIDE("szDLL"),
+                    LARDER_WIDE("feed-stats.dll"));
+}
+
+}  // namespace larder

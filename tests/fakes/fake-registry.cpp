@@ -1,0 +1,66 @@
+#include "fakes/fake-registry.h"
+
+#include "platform/utf.h"
+
+namespace larder {
+
+FakeRegistry CurrentRegistry;
+
+namespace platform {
+namespace {
+
+Code Answer(const std::string& call, Code usual) {
+  CurrentRegistry.calls.push_back(call);
+  const auto found = CurrentRegistry.codes.find(call);
+  return found == CurrentRegistry.codes.end() ? usual : found->second;
+}
+
+Code Answer(const char* operation, const WideString& name, Code usual = kSuccess) {
+  return Answer(operation + Utf8FromWide(name), usual);
+}
+
+Code Open(Code code, RegistryKey& key) {
+  key = code == kSuccess ? reinterpret_cast<RegistryKey>(&CurrentRegistry) : nullptr;
+  return code;
+}
+
+}  // namespace
+
+Code OpenRegistryKey(const WideString& path, std::uint32_t, RegistryKey& key) {
+  return Open(Answer("open ", path), key);
+}
+
+Code MakeRegistryKey(const WideString& path, std::uint32_t, RegistryKey& key) {
+  return Open(Answer("make ", path), key);
+}
+
+void CloseRegistryKey(RegistryKey) noexcept {}
+
+Code QueryRegistryValue(RegistryKey, const WideString& name, std::uint32_t&, void*,
+                        std::uint32_t&) {
+  return Answer("query ", name, kFileNotFound);
+}
+
+Code SetRegistryValue(RegistryKey, const WideString& name, std::uint32_t, const void*,
+                      std::uint32_t) {
+  return Answer("set ", name);
+}
+
+Code RemoveRegistryValue(RegistryKey, const WideString& name) {
+  return Answer("remove value ", name);
+}
+
+Code RegistrySubkeyName(RegistryKey, std::uint32_t, LarderWideChar*, std::uint32_t&) {
+  return Answer("subkey", kNoMoreItems);
+}
+
+Code RegistryValueName(RegistryKey, std::uint32_t, LarderWideChar*, std::uint32_t&) {
+  return Answer("value", kNoMoreItems);
+}
+
+Code RemoveRegistryTree(const WideString& path) { return Answer("remove tree ", path); }
+
+Code RemoveRegistryKey(RegistryKey, const WideString& name) { return Answer("remove key ", name); }
+
+}  // namespace platform
+}  // namespace larder
