@@ -16,6 +16,8 @@
 #include "provider-probe.h"
 #include "query-command.h"
 #include "registry-command.h"
+#include "remove-command.h"
+#include "setup-command.h"
 #include "status-command.h"
 
 namespace larder::tool {
@@ -40,11 +42,13 @@ int RunCommand(const std::vector<std::string>& arguments, Output& output) {
   app.set_version_flag("--version", "larder " LARDER_TOOL_VERSION);
   app.require_subcommand(0, 1);  // none at all is told below: an unknown one shall be named
   Action action;
-  AddRegistryCommand(app, action);
-  AddQueryCommand(app, action);
-  AddNotifyCommand(app, action);
-  AddLogCommand(app, action);
+  AddSetupCommand(app, action);
   AddStatusCommand(app, action);
+  AddQueryCommand(app, action);
+  AddLogCommand(app, action);
+  AddNotifyCommand(app, action);
+  AddRegistryCommand(app, action);
+  AddRemoveCommand(app, action);
   AddProbeCommand(app, action);
   if (arguments.empty()) {
     std::fputs(app.help().c_str(), stderr);

@@ -1,0 +1,41 @@
+#include "log-watch.h"
+
+#include <string_view>
+#include <utility>
+
+#include "errors.h"
+
+namespace larder::tool {
+namespace {
+
+// A line is a stamp and ": ", a word, the body, CR LF.
+constexpr std::size_t kWordAt = 19;
+constexpr std::size_t kBodyAt = kWordAt + 7;
+
+// How the routine begins that reads a value.
+bool IsReading(std::string_view body) {
+  return body.starts_with("RegOpenKeyExW failed for ") ||
+         body.starts_with("RegQueryValueExW failed for ");
+}
+
+}  // namespace
+
+LogWatch::LogWatch() { LRLogListenerList::Instance().AddListener(this); }
+
+LogWatch::~LogWatch() { LRLogListenerList::Instance().RemoveListener(this); }
+
+void LogWatch::Log(const char* line) {
+  std::string_view rest = line;
+  if (rest.size() < kBodyAt) return;
+  const std::string_view word = rest.substr(kWordAt, kBodyAt - kWordAt);
+  if (word != " WARN: " && word != "ERROR: ") return;
+  rest.remove_prefix(kBodyAt);
+  if (rest.ends_with("\r\n")) rest.remove_suffix(2);
+  if (!IsReading(rest)) reports.emplace_back(rest);
+}
+
+void LogWatch::PrintReports() {
+  for (const std::string& report : std::exchange(reports, {})) PrintError(report);
+}
+
+}  // namespace larder::tool

@@ -1,0 +1,125 @@
+#include "remove-command.h"
+
+#include <iostream>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "arguments.h"
+#include "errors.h"
+#include "log-watch.h"
+#include "removal.h"
+#include "text.h"
+
+namespace larder::tool {
+namespace {
+
+struct Arguments {
+  bool isRegistry = false;
+  bool isData = false;
+  bool isProgram = false;
+  bool isYes = false;
+  std::string program;              // as given; empty for none
+  std::optional<WideString> named;  // the same, checked
+};
+
+// The registry is the last: it names the program directory.
+std::vector<Removal> Chosen(const Arguments& arguments) {
+  std::vector<Removal> removals;
+  if (arguments.isProgram) removals.emplace_back(Removal::Kind::kProgram);
+  if (arguments.isData) removals.emplace_back(Removal::Kind::kData);
+  if (arguments.isRegistry) removals.emplace_back(Removal::Kind::kRegistry);
+  return removals;
+}
+
+// Tells the first thing that stands against one of them.
+bool AreAllowed(const std::vector<Removal>& removals, const Arguments& arguments) {
+  for (const Removal& removal : removals) {
+    const std::string obstacle = removal.Obstacle(arguments.named);
+    if (obstacle.empty()) continue;
+    PrintError("nothing was deleted: " + obstacle);
+    return false;
+  }
+  return true;
+}
+
+// Leaves what there is to delete.
+void TakeOutGone(std::vector<Removal>& removals, Output& output) {
+  for (const Removal& removal : removals) {
+    if (removal.IsGone()) output.Write("not there: " + Printable(removal.Label()) + "\n");
+  }
+  std::erase_if(removals, [](const Removal& removal) { return removal.IsGone(); });
+}
+
+void Announce(const std::vector<Removal>& removals, Output& output) {
+  for (const Removal& removal : removals) {
+    output.Write("to be deleted with all that is in it: " + Printable(removal.Label()) + "\n");
+  }
+}
+
+bool IsConfirmed(Output& output) {
+  output.Write("Delete these? [y/N] ");
+  output.Flush();
+  std::string answer;
+  std::getline(std::cin, answer);
+  if (answer.ends_with('\r')) answer.pop_back();
+  if (!output.Failed() && (answer == "y" || answer == "Y" || answer == "yes")) return true;
+  output.Write("\n");
+  PrintError("nothing was deleted");
+  return false;
+}
+
+bool Delete(const Removal& removal, Output& output) {
+  LogWatch watch;
+  removal.Run();
+  const bool isGone = removal.IsGone();
+  if (isGone) output.Write("deleted: " + Printable(removal.Label()) + "\n");
+  if (!isGone) PrintError("cannot delete all of the " + removal.Label());
+  watch.PrintReports();
+  return isGone;
+}
+
+int Remove(const Arguments& arguments, Output& output) {
+  std::vector<Removal> removals = Chosen(arguments);
+  if (!AreAllowed(removals, arguments)) return kExitFailed;
+  TakeOutGone(removals, output);
+  if (removals.empty()) return kExitOk;
+  Announce(removals, output);
+  if (!arguments.isYes && !IsConfirmed(output)) return kExitFailed;
+  int status = kExitOk;
+  for (const Removal& removal : removals) {
+    if (!Delete(removal, output)) status = kExitFailed;
+  }
+  return status;
+}
+
+}  // namespace
+
+void AddRemoveCommand(CLI::App& app, Action& action) {
+  const auto arguments = std::make_shared<Arguments>();
+  CLI::App* remove =
+      app.add_subcommand("remove", "Delete what an installation left on the machine");
+  remove->add_flag("--registry", arguments->isRegistry, "The library's part of the registry");
+  remove->add_flag("--data", arguments->isData, "The data directory with all logs");
+  const CLI::Option* program =
+      remove
+          ->add_option("--program", arguments->program,
+                       "The directory of the modules; DIR, spelled as szLocation, if that is "
+                       "another than the usual one")
+          ->type_name("[DIR]")
+          ->expected(0, 1);
+  remove->add_flag("--yes", arguments->isYes, "Don't ask");
+  remove->callback([arguments, program, &action] {
+    arguments->isProgram = program->count() != 0;
+    if (!arguments->isRegistry && !arguments->isData && !arguments->isProgram) {
+      throw CLI::ValidationError("remove", "give one or more of --registry, --data and --program");
+    }
+    if (!arguments->program.empty()) {
+      arguments->named = WideArgument("--program", arguments->program);
+    }
+    action = [arguments](Output& output) { return Remove(*arguments, output); };
+  });
+}
+
+}  // namespace larder::tool
