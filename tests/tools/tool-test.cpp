@@ -12,9 +12,23 @@
 namespace larder {
 
 ToolRun ToolTest::Run(const std::vector<std::string>& arguments) {
+  return RunCopy(ToolPath(), arguments);
+}
+
+ToolRun ToolTest::RunCopy(const std::filesystem::path& tool,
+                          const std::vector<std::string>& arguments) {
   const auto output = machine.Folder() / "standard-output";
   const auto errors = machine.Folder() / "standard-error";
-  const int status = RunProgram(ToolPath(), arguments, output, errors);
+  const int status = RunProgram(tool, arguments, output, errors);
+  return {status, ContentOf(output), ContentOf(errors)};
+}
+
+ToolRun ToolTest::RunAnswering(const std::string& input,
+                               const std::vector<std::string>& arguments) {
+  const auto output = machine.Folder() / "standard-output";
+  const auto errors = machine.Folder() / "standard-error";
+  const auto answers = MakeFile("standard-input", input);
+  const int status = RunProgram(ToolPath(), arguments, output, errors, answers);
   return {status, ContentOf(output), ContentOf(errors)};
 }
 
@@ -32,9 +46,7 @@ std::unique_ptr<RunningProgram> ToolTest::Start(const std::vector<std::string>& 
 std::string ToolTest::ErrorsOfStarted() const { return ContentOf(machine.Folder() / "started"); }
 
 void ToolTest::RegisterModules(const std::vector<std::string>& names) {
-  WideString location;
-  ASSERT_EQ(platform::FullPath(Utf8Of(machine.Folder()), location), platform::kSuccess);
-  MustRun({"registry", "set", "Install", "szLocation", platform::Utf8FromWide(location) + "\\"});
+  MustRun({"registry", "set", "Install", "szLocation", RegistryTextOf(machine.Folder())});
   for (const std::string& name : names) {
     CopyModule(name);
     if (name == "feed-file.dll") CopyModule("stock-file-query.dll");
@@ -46,10 +58,28 @@ void ToolTest::CopyModule(const std::string& name) {
   std::filesystem::copy_file(BuiltFile(name), machine.Folder() / name);
 }
 
+std::filesystem::path ToolTest::CopyTool(const std::string& folder) {
+  const std::filesystem::path copy = machine.Folder() / folder;
+  std::filesystem::create_directories(copy);
+  std::filesystem::copy_file(ToolPath(), copy / LARDER_TOOL_FILE);
+  for (const auto& entry : std::filesystem::directory_iterator(ToolPath().parent_path())) {
+    const std::string extension = entry.path().extension().string();
+    if (extension != ".dll" && extension != ".so") continue;
+    std::filesystem::copy_file(entry.path(), copy / entry.path().filename());
+  }
+  return copy / LARDER_TOOL_FILE;
+}
+
 std::filesystem::path ToolTest::MakeFile(const std::string& utf8Name, const std::string& content) {
   const std::filesystem::path path = machine.Folder() / PathOf(utf8Name);
   std::ofstream(path, std::ios::binary) << content;
   return path;
+}
+
+std::string ToolTest::RegistryTextOf(const std::filesystem::path& folder) {
+  WideString wide;
+  EXPECT_EQ(platform::FullPath(Utf8Of(folder), wide), platform::kSuccess);
+  return platform::Utf8FromWide(wide) + "\\";
 }
 
 std::filesystem::path ToolTest::BuiltFile(const std::string& name) {

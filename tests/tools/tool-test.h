@@ -22,7 +22,10 @@ struct ToolRun {
 class ToolTest : public testing::Test {
  protected:
   ToolRun Run(const std::vector<std::string>& arguments);
-  // The same, and a test failure unless it succeeds without a word on standard error. Gives the
+  // The same with something to read on standard input, or with a copy of the tool.
+  ToolRun RunAnswering(const std::string& input, const std::vector<std::string>& arguments);
+  ToolRun RunCopy(const std::filesystem::path& tool, const std::vector<std::string>& arguments);
+  // Run, and a test failure unless it succeeds without a word on standard error. Gives the
   // output.
   std::string MustRun(const std::vector<std::string>& arguments);
 
@@ -33,8 +36,13 @@ class ToolTest : public testing::Test {
   // Copies provider modules, with what they load, into the machine and registers them.
   void RegisterModules(const std::vector<std::string>& names);
 
+  // A folder in the machine's, with the tool and all that it and the modules need; gives the tool.
+  std::filesystem::path CopyTool(const std::string& folder);
+
   std::filesystem::path MakeFile(const std::string& utf8Name, const std::string& content);
 
+  // A path as the registry has it, with a backslash at its end.
+  static std::string RegistryTextOf(const std::filesystem::path& folder);
   // Beside this program, where everything that is built lies.
   static std::filesystem::path BuiltFile(const std::string& name);
   static std::filesystem::path ToolPath();

@@ -14,8 +14,9 @@ using UsageTest = ToolTest;
 TEST_F(UsageTest, TheVersionIsPrinted) { EXPECT_EQ(MustRun({"--version"}), "larder 0.1.0\n"); }
 
 TEST_F(UsageTest, HelpGoesToStandardOutputAndNamesWhatThereIs) {
-  EXPECT_THAT(MustRun({"--help"}), testing::AllOf(HasSubstr("registry"), HasSubstr("query"),
-                                                  HasSubstr("notify"), HasSubstr("log")));
+  EXPECT_THAT(MustRun({"--help"}),
+              testing::AllOf(HasSubstr("registry"), HasSubstr("query"), HasSubstr("notify"),
+                             HasSubstr("log"), HasSubstr("setup"), HasSubstr("remove")));
   EXPECT_THAT(MustRun({"notify", "--help"}), HasSubstr("--reset"));
   EXPECT_THAT(MustRun({"log", "show", "--help"}), HasSubstr("--follow"));
   EXPECT_THAT(MustRun({"query", "--help"}), HasSubstr("--option"));
@@ -69,6 +70,12 @@ TEST_F(UsageTest, EachUsageErrorHasStatusTwoAndNamesItsReason) {
       {{"log", "of"}, "of"},
       {{"log", "on", "--follow"}, "--follow"},
       {{"log", "show", "one.log", "two.log"}, "two.log"},
+      {{"setup", "more"}, "more"},
+      {{"setup", "--logs"}, "--logs"},
+      {{"remove"}, "--registry, --data and --program"},
+      {{"remove", "--yes"}, "--registry, --data and --program"},
+      {{"remove", "--registry", "more"}, "more"},
+      {{"remove", "--program", "one", "two"}, "two"},
   };
   for (const UsageError& error : errors) {
     const ToolRun run = Run(error.arguments);

@@ -37,8 +37,9 @@ class FileActions {
   posix_spawn_file_actions_t actions;
 };
 
-void OpenCommon(FileActions& actions, const std::filesystem::path& errors) {
-  actions.Open(STDIN_FILENO, "/dev/null", O_RDONLY);
+void OpenCommon(FileActions& actions, const std::filesystem::path& errors,
+                const std::filesystem::path& input = {}) {
+  actions.Open(STDIN_FILENO, input.empty() ? "/dev/null" : input, O_RDONLY);
   actions.Open(STDERR_FILENO, errors, O_WRONLY | O_CREAT | O_TRUNC);
 }
 
@@ -64,9 +65,10 @@ int WaitFor(pid_t child) {
 }  // namespace
 
 int RunProgram(const std::filesystem::path& program, const std::vector<std::string>& arguments,
-               const std::filesystem::path& output, const std::filesystem::path& errors) {
+               const std::filesystem::path& output, const std::filesystem::path& errors,
+               const std::filesystem::path& input) {
   FileActions actions;
-  OpenCommon(actions, errors);
+  OpenCommon(actions, errors, input);
   actions.Open(STDOUT_FILENO, output, O_WRONLY | O_CREAT | O_TRUNC);
   return WaitFor(Start(program, arguments, actions));
 }

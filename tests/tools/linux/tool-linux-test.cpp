@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <fstream>
 
+#include "platform/linux/child-process.h"
 #include "tools/log-folder.h"
 #include "tools/run-program.h"
 #include "tools/tool-test.h"
@@ -185,6 +186,35 @@ TEST_F(ToolLinuxTest, LinesThatWereRotatedAwayUnreadAreToldAsLost) {
   EXPECT_EQ(program->Stop(), 1);
   EXPECT_THAT(ErrorsOfStarted(), HasSubstr("lr_tool-A.log was rotated faster than it could be "
                                            "printed: lines are lost\n"));
+}
+
+TEST_F(ToolLinuxTest, ADirectoryThatThisUserMayNotDeleteIsAFailureWithTheReason) {
+  const auto tool = CopyTool("bin");
+  std::filesystem::create_directories(LogsPath());
+  std::ofstream(LogsPath() / "lr_1.log") << "line";
+  const auto output = MakeFile("output", "");
+  const auto errors = MakeFile("errors", "");
+  for (const auto& file : {output, errors}) ASSERT_EQ(chmod(file.c_str(), 0666), 0);
+  const auto remove = [&] {
+    return RunProgram(tool, {"remove", "--data", "--yes"}, output, errors);
+  };
+  EXPECT_EQ(RunAsNobody(remove), 1);
+  EXPECT_EQ(ContentOf(errors), "larder: cannot delete all of the data directory " +
+                                   Utf8Of(Root() / "var/lib/Velmor/Larder/") +
+                                   "\nlarder: SHFileOperation() failed: 5\n");
+  EXPECT_TRUE(std::filesystem::exists(LogsPath() / "lr_1.log"));
+}
+
+TEST_F(ToolLinuxTest, ASetUpThatCannotBeWrittenIsAFailureWithTheReason) {
+  const auto software = Root() / "etc/larder/registry/Software";
+  std::filesystem::create_directories(software);
+  std::ofstream(software / "Velmor") << "in the way";
+  const ToolRun run = Run({"setup"});
+  EXPECT_EQ(run.status, 1);
+  EXPECT_EQ(run.output, "");
+  EXPECT_THAT(run.errors,
+              AllOf(HasSubstr("larder: cannot set value \"szDLL\" of key \"DataProviders"),
+                    HasSubstr("larder: RegCreateKeyEx failed for \"DataProviders\\FeedTest\": ")));
 }
 
 }  // namespace

@@ -65,8 +65,9 @@ std::wstring CommandLine(const std::filesystem::path& program,
 
 // Gives the process, to be closed by the caller.
 HANDLE Start(const std::filesystem::path& program, const std::vector<std::string>& arguments,
-             HANDLE output, const std::filesystem::path& errors) {
-  const Inherited in(Open(L"NUL", GENERIC_READ, OPEN_EXISTING));
+             HANDLE output, const std::filesystem::path& errors,
+             const std::filesystem::path& input = {}) {
+  const Inherited in(Open(input.empty() ? L"NUL" : input, GENERIC_READ, OPEN_EXISTING));
   const Inherited error(Open(errors, GENERIC_WRITE, CREATE_ALWAYS));
   STARTUPINFOW startup{};
   startup.cb = sizeof startup;
@@ -91,17 +92,19 @@ int WaitFor(HANDLE process) {
 }
 
 int StartAndWait(const std::filesystem::path& program, const std::vector<std::string>& arguments,
-                 HANDLE output, const std::filesystem::path& errors) {
-  const Inherited process(Start(program, arguments, output, errors));
+                 HANDLE output, const std::filesystem::path& errors,
+                 const std::filesystem::path& input = {}) {
+  const Inherited process(Start(program, arguments, output, errors, input));
   return WaitFor(process.handle);
 }
 
 }  // namespace
 
 int RunProgram(const std::filesystem::path& program, const std::vector<std::string>& arguments,
-               const std::filesystem::path& output, const std::filesystem::path& errors) {
+               const std::filesystem::path& output, const std::filesystem::path& errors,
+               const std::filesystem::path& input) {
   const Inherited out(Open(output, GENERIC_WRITE, CREATE_ALWAYS));
-  return StartAndWait(program, arguments, out.handle, errors);
+  return StartAndWait(program, arguments, out.handle, errors, input);
 }
 
 int RunProgramIntoClosedPipe(const std::filesystem::path& program,
