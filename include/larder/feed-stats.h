@@ -2,7 +2,7 @@
  *
  * The record grows at its end and in no other way: no field is ever moved, taken away or given
  * another meaning. A client looks at dataSize before it reads a field that its oldest provider
- * doesn't have; FEED_STATS_FIRST_SIZE bytes are there in every version.
+ * doesn't have; LARDER_FEED_STATS_FIRST_SIZE bytes are there in every version.
  */
 #ifndef LARDER_FEED_STATS_H
 #define LARDER_FEED_STATS_H
@@ -10,15 +10,15 @@
 #include <larder/records.h>
 
 /* The provider's type, for LarderQuery and LarderWrite. */
-#define FEED_STATS_TYPE 3
-#define FEED_STATS_FIRST_SIZE 56u
+#define LARDER_FEED_STATS_TYPE 3
+#define LARDER_FEED_STATS_FIRST_SIZE 56u
 
 /* What has been asked of the provider since it was loaded into this process. The calls that made
  * the block are counted in it. Each count is exact, but while other threads call they needn't fit
  * together: one may be a call ahead of another. */
 typedef struct FeedStatsRecord {
   uint32_t dataSize;       /* as in DataBlockHeader */
-  int32_t providerType;    /* as in DataBlockHeader: FEED_STATS_TYPE */
+  int32_t providerType;    /* as in DataBlockHeader: LARDER_FEED_STATS_TYPE */
   uint64_t since;          /* when counting began: 100 ns since 1601-01-01 UTC (FILETIME) */
   uint64_t getKeyCalls;    /* one for each LarderQuery and LarderWrite */
   uint64_t queryCalls;     /* this one included */
@@ -35,6 +35,6 @@ LARDER_STATIC_ASSERT(offsetof(FeedStatsRecord, queryCalls) == 24, "queryCalls mo
 LARDER_STATIC_ASSERT(offsetof(FeedStatsRecord, freeQueryCalls) == 32, "freeQueryCalls moved");
 LARDER_STATIC_ASSERT(offsetof(FeedStatsRecord, writeCalls) == 40, "writeCalls moved");
 LARDER_STATIC_ASSERT(offsetof(FeedStatsRecord, bytesWritten) == 48, "bytesWritten moved");
-LARDER_STATIC_ASSERT(sizeof(FeedStatsRecord) >= FEED_STATS_FIRST_SIZE, "the record shrank");
+LARDER_STATIC_ASSERT(sizeof(FeedStatsRecord) >= LARDER_FEED_STATS_FIRST_SIZE, "the record shrank");
 
 #endif

@@ -21,7 +21,7 @@ std::uint64_t Now() {
 
 FeedStatsProvider::FeedStatsProvider() : since(Now()) {}
 
-std::int32_t FeedStatsProvider::GetType() { return FEED_STATS_TYPE; }
+std::int32_t FeedStatsProvider::GetType() { return LARDER_FEED_STATS_TYPE; }
 
 void FeedStatsProvider::GetKey(const void*, std::uint64_t* key) {
   getKeyCalls.Add(1);
@@ -49,7 +49,7 @@ void FeedStatsProvider::Write(const void*, std::uint64_t*, DbBuffer* data) {
 FeedStatsRecord FeedStatsProvider::MakeRecord() const noexcept {
   FeedStatsRecord record{};
   record.dataSize = sizeof record;
-  record.providerType = FEED_STATS_TYPE;
+  record.providerType = LARDER_FEED_STATS_TYPE;
   record.since = since;
   record.getKeyCalls = getKeyCalls.Get();
   record.queryCalls = queryCalls.Get();
