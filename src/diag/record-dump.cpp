@@ -62,13 +62,14 @@ void AppendCertificate(std::string& text, const void* cert, const std::string& i
 
 void AppendChain(std::string& text, const void* chain, const std::string& indent) {
   text += indent + " CertChain: [\r\n";
-  text += indent + indent + "  CertData: [\r\n";
+  const std::string twice = indent + indent;
+  text += twice + "  CertData: [\r\n";
   for (const void* cert = Behind(chain, sizeof(CertChainRecord)); cert != nullptr;) {
-    AppendCertificate(text, cert, indent + indent + indent);
+    AppendCertificate(text, cert, twice + indent);
     cert = NextRecord(cert);
     text += cert != nullptr ? ",\r\n" : "\r\n";
   }
-  text += indent + indent + "  ]";
+  text += twice + "  ]";
 }
 
 platform::AutoCertificate Parse(const void* cert) {

@@ -1,7 +1,7 @@
 #include "platform/certificate.h"
 
 #include <windows.h>
-// behind it
+
 #include <wincrypt.h>
 
 namespace larder::platform {
