@@ -11,12 +11,11 @@
 namespace larder::tool {
 
 struct FileAnswer {
-  std::string path;                // as the user gave it
-  std::uint64_t lastModified = 0;  // the descriptor's
-  std::vector<unsigned char>
-      block;                  // a copy of the provider's; empty when there is none to believe
-  std::optional<int> result;  // the library's; none when it wasn't asked
-  std::string error;          // empty when all went well
+  std::string path;                  // as the user gave it
+  std::uint64_t lastModified = 0;    // the descriptor's
+  std::vector<unsigned char> block;  // the provider's, copied; empty when there is none to believe
+  std::optional<int> result;         // the library's; none when it wasn't asked
+  std::string error;                 // empty when all went well
 
   // The block as what its type says it is. While there is one.
   [[nodiscard]] const DataBlockHeader& Header() const {

@@ -59,6 +59,14 @@ TEST_F(ToolLinuxTest, AnArgumentThatIsNoUtf8IsNamed) {
   EXPECT_THAT(run.errors, AllOf(StartsWith("larder: " + bytes + ": "), HasSubstr("(1113)")));
 }
 
+TEST_F(ToolLinuxTest, ANameThatIsNoUtf8HasALineOfJsonWithoutAResult) {
+  RegisterModules({"feed-file.dll"});
+  const ToolRun run = Run({"query", "--json", "a\xFF"});
+  EXPECT_EQ(run.status, 1);
+  EXPECT_THAT(run.output, StartsWith("{\"path\":\"a\xEF\xBF\xBD\",\"lastModified\":0,"));
+  EXPECT_THAT(run.output, HasSubstr("\"result\":null,\"error\":\""));
+}
+
 TEST_F(ToolLinuxTest, ADamagedValueIsToldAndTheRestListed) {
   MustRun({"registry", "set", "Install", "damaged", "1"});
   MustRun({"registry", "set", "Install", "whole", "2"});
