@@ -9,8 +9,8 @@ namespace larder::feed {
 
 using Bytes = std::span<const std::uint8_t>;
 
-// The unsigned number of at most four bytes that lies there, lowest byte first; 0 if the bytes don't
-// hold all of it.
+// The unsigned number of at most four bytes that lies there, lowest byte first; 0 if the bytes
+// don't hold all of it.
 constexpr std::uint32_t Number(Bytes bytes, std::size_t offset, std::size_t size) {
   std::uint32_t number = 0;
   if (offset > bytes.size() || size > bytes.size() - offset) return number;

@@ -30,14 +30,47 @@ void KeepLoaded() {
                            std::to_string(code));
 }
 
-template <std::size_t size>
-void Read(gcry_md_hd_t handle, int algorithm, std::array<std::uint8_t, size>& digest) {
+int AlgorithmOf(DigestKind kind) noexcept {
+  switch (kind) {
+    case DigestKind::kMd5:
+      return GCRY_MD_MD5;
+    case DigestKind::kSha1:
+      return GCRY_MD_SHA1;
+    case DigestKind::kSha256:
+      return GCRY_MD_SHA256;
+    case DigestKind::kSha384:
+      return GCRY_MD_SHA384;
+    case DigestKind::kSha512:
+      break;
+  }
+  return GCRY_MD_SHA512;
+}
+
+std::span<std::uint8_t> FieldOf(DigestKind kind, Digests& digests) noexcept {
+  switch (kind) {
+    case DigestKind::kMd5:
+      return digests.md5;
+    case DigestKind::kSha1:
+      return digests.sha1;
+    case DigestKind::kSha256:
+      return digests.sha256;
+    case DigestKind::kSha384:
+      return digests.sha384;
+    case DigestKind::kSha512:
+      break;
+  }
+  return digests.sha512;
+}
+
+void Read(gcry_md_hd_t handle, DigestKind kind, Digests& digests) {
+  const int algorithm = AlgorithmOf(kind);
+  const std::span<std::uint8_t> field = FieldOf(kind, digests);
   const unsigned char* const bytes = gcry_md_read(handle, algorithm);
-  if (bytes == nullptr || gcry_md_get_algo_dlen(algorithm) != size) {
+  if (bytes == nullptr || gcry_md_get_algo_dlen(algorithm) != field.size()) {
     throw std::runtime_error(std::string("libgcrypt: no digest of ") +
                              gcry_md_algo_name(algorithm));
   }
-  std::copy_n(bytes, size, digest.begin());
+  std::copy_n(bytes, field.size(), field.begin());
 }
 
 }  // namespace
@@ -53,11 +86,11 @@ void PrepareDigests() {
   Check(gcry_control(GCRYCTL_INITIALIZATION_FINISHED, 0), "can't start");
 }
 
-DigestSet::DigestSet() {
+DigestSet::DigestSet(std::span<const DigestKind> wanted) : kinds(wanted) {
   Check(gcry_md_open(&handle, 0, 0), "can't make a digest");
   try {
-    for (const int algorithm :
-         {GCRY_MD_MD5, GCRY_MD_SHA1, GCRY_MD_SHA256, GCRY_MD_SHA384, GCRY_MD_SHA512}) {
+    for (const DigestKind kind : kinds) {
+      const int algorithm = AlgorithmOf(kind);
       Check(gcry_md_enable(handle, algorithm), gcry_md_algo_name(algorithm));
     }
   } catch (...) {
@@ -72,15 +105,9 @@ void DigestSet::Add(const void* bytes, std::size_t size) noexcept {
   gcry_md_write(handle, bytes, size);
 }
 
-Digests DigestSet::Finish() {
+void DigestSet::Finish(Digests& digests) {
   Check(gcry_md_final(handle), "can't end a digest");
-  Digests digests;
-  Read(handle, GCRY_MD_MD5, digests.md5);
-  Read(handle, GCRY_MD_SHA1, digests.sha1);
-  Read(handle, GCRY_MD_SHA256, digests.sha256);
-  Read(handle, GCRY_MD_SHA384, digests.sha384);
-  Read(handle, GCRY_MD_SHA512, digests.sha512);
-  return digests;
+  for (const DigestKind kind : kinds) Read(handle, kind, digests);
 }
 
 }  // namespace larder::feed

@@ -2,17 +2,16 @@
 
 #include <larder/larder.h>
 
-#include <memory>
 #include <stdexcept>
 #include <string>
 
 #include "common/result-error.h"
 #include "common/system-reason.h"
+#include "stock-file-query/file-hasher.h"
+#include "stock-file-query/image-layout.h"
 
 namespace larder::feed {
 namespace {
-
-constexpr std::size_t kPieceSize = 0x10000;
 
 class OpenFile {
  public:
@@ -64,19 +63,23 @@ void CheckTime(const ObjectIdentity& wanted, const platform::FileInfo& info) {
 
 Reading Read(const ObjectIdentity& wanted, platform::Handle file) {
   Reading reading;
-  Check(wanted, platform::QueryFileInfo(file, reading.facts.info));
-  CheckTime(wanted, reading.facts.info);
-  DigestSet digests;
-  const auto piece = std::make_unique<unsigned char[]>(kPieceSize);
-  std::size_t got = 0;
-  // A file that grows as fast as it is read has an end all the same.
-  while (reading.bytesRead <= reading.facts.info.size) {
-    Check(wanted, platform::ReadOn(file, piece.get(), kPieceSize, got));
-    if (got == 0) break;
-    digests.Add(piece.get(), got);
-    reading.bytesRead += got;
-  }
-  reading.facts.digests = digests.Finish();
+  FileFacts& facts = reading.facts;
+  Check(wanted, platform::QueryFileInfo(file, facts.info));
+  CheckTime(wanted, facts.info);
+  const auto readBlock = [&](std::uint64_t offset, void* buffer, std::size_t size) {
+    std::size_t got = 0;
+    Check(wanted, platform::ReadAt(file, offset, buffer, size, got));
+    return got;
+  };
+  const auto readAt = [&](std::uint64_t offset, void* buffer, std::size_t size) {
+    return readBlock(offset, buffer, size) == size;
+  };
+  const std::optional<ImageLayout> layout = ReadImageLayout(facts.info.size, readAt);
+  HashedFile hashed = HashFile(facts.info.size, layout, readBlock);
+  facts.digests = hashed.file;
+  facts.image = hashed.image;
+  reading.bytesRead = hashed.bytesRead;
+  if (layout) facts.signers = ReadCertificateTable(*layout, readAt);
   Check(wanted, platform::QueryFileInfo(file, reading.after));
   return reading;
 }

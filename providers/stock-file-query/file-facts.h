@@ -1,7 +1,9 @@
 // What is known about a file, read from the file itself.
 #pragma once
 
+#include <cstdint>
 #include <optional>
+#include <vector>
 
 #include "common/object-identity.h"
 #include "platform/file.h"
@@ -12,6 +14,8 @@ namespace larder::feed {
 struct FileFacts {
   platform::FileInfo info;
   Digests digests;
+  std::optional<Digests> image;       // of an executable image, see image-layout.h
+  std::vector<std::uint8_t> signers;  // the image's certificate table; empty if it isn't signed
 };
 
 // Reads the whole file; links are followed. Nothing if there is no such file.

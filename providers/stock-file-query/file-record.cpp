@@ -4,16 +4,11 @@
 #include <cstring>
 
 #include "common/file-query.h"
+#include "stock-file-query/chain-records.h"
+#include "stock-file-query/signer-chains.h"
 
 namespace larder::feed {
 namespace {
-
-struct WholeRecord {
-  FileDataRecord file;
-  CertChainRecord chain;
-  CertDataRecord certificate;
-};
-static_assert(sizeof(WholeRecord) == 400);
 
 // The volume is spread over all bits, so that files of two volumes with one number differ.
 std::uint64_t FileId(const platform::FileInfo& info) {
@@ -29,17 +24,26 @@ void Set(std::uint8_t (&field)[size], const Digest& digest) {
 }  // namespace
 
 DbBuffer MakeFileRecord(const FileFacts& facts) {
-  WholeRecord record{};
-  record.file.dataSize = sizeof record;
-  record.file.providerType = kFileProviderType;
-  record.file.fileId = FileId(facts.info);
-  Set(record.file.fileMD5, facts.digests.md5);
-  Set(record.file.fileSHA1, facts.digests.sha1);
-  Set(record.file.fileSHA256, facts.digests.sha256);
-  Set(record.file.fileSHA384, facts.digests.sha384);
-  Set(record.file.fileSHA512, facts.digests.sha512);
-  DbBuffer buffer(sizeof record);
-  std::memcpy(buffer.data, &record, sizeof record);
+  FileDataRecord record{};
+  record.providerType = kFileProviderType;
+  record.fileId = FileId(facts.info);
+  Set(record.fileMD5, facts.digests.md5);
+  Set(record.fileSHA1, facts.digests.sha1);
+  Set(record.fileSHA256, facts.digests.sha256);
+  Set(record.fileSHA384, facts.digests.sha384);
+  Set(record.fileSHA512, facts.digests.sha512);
+  const Digests image = facts.image.value_or(Digests());
+  Set(record.peMD5, image.md5);
+  Set(record.peSHA1, image.sha1);
+  Set(record.peSHA256, image.sha256);
+  Set(record.peSHA384, image.sha384);
+  Set(record.peSHA512, image.sha512);
+  std::vector<std::uint8_t> block(sizeof record);
+  AppendChainRecords(ReadSignerChains(facts.signers), block);
+  record.dataSize = static_cast<std::uint32_t>(block.size());
+  std::memcpy(block.data(), &record, sizeof record);
+  DbBuffer buffer;
+  buffer.Copy(block.data(), block.size());
   return buffer;
 }
 

@@ -32,4 +32,9 @@ struct FileInfo {
 // Reads on from where the last read ended; got is 0 at the end of the file.
 [[nodiscard]] Code ReadOn(Handle file, void* buffer, std::size_t size, std::size_t& got) noexcept;
 
+// Reads at an offset; got is less than size at the end of the file and nowhere else. Where ReadOn
+// goes on afterwards is not defined.
+[[nodiscard]] Code ReadAt(Handle file, std::uint64_t offset, void* buffer, std::size_t size,
+                          std::size_t& got) noexcept;
+
 }  // namespace larder::platform

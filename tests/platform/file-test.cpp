@@ -144,6 +144,21 @@ TEST_F(FileTest, PathsThatCanNameNothingGiveACode) {
   EXPECT_EQ(file, InvalidHandle());
 }
 
+TEST_F(FileTest, BytesAreReadAtAnyOffset) {
+  Write("file", "0123456789");
+  ASSERT_EQ(Open(InFolder("file")), kSuccess);
+  const struct {
+    std::uint64_t offset;
+    const char* expected;
+  } cases[] = {{6, "6789"}, {0, "0123"}, {8, "89"}, {10, ""}, {11, ""}, {1ull << 40, ""}};
+  for (const auto& c : cases) {
+    std::string buffer(4, '\0');
+    std::size_t got = 99;
+    EXPECT_EQ(ReadAt(file, c.offset, buffer.data(), buffer.size(), got), kSuccess) << c.offset;
+    EXPECT_EQ(buffer.substr(0, got), c.expected) << c.offset;
+  }
+}
+
 TEST_F(FileTest, ANoHandleIsRefused) {
   FileInfo info;
   std::array<char, 4> buffer;
@@ -152,6 +167,7 @@ TEST_F(FileTest, ANoHandleIsRefused) {
     EXPECT_EQ(QueryFileInfo(none, info), kInvalidHandle);
     EXPECT_EQ(ReadOn(none, buffer.data(), buffer.size(), got), kInvalidHandle);
     EXPECT_EQ(got, 0u);
+    EXPECT_EQ(ReadAt(none, 0, buffer.data(), buffer.size(), got), kInvalidHandle);
     CloseObject(none);
   }
 }

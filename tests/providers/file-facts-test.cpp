@@ -1,4 +1,5 @@
-// How a file's facts are read when the file doesn't stand still.
+// How a file's facts are read, by one thread or two, when the file stands still and when it
+// doesn't.
 #include "stock-file-query/file-facts.h"
 
 #include <gtest/gtest.h>
@@ -6,6 +7,8 @@
 #include "platform/message.h"
 #include "platform/utf.h"
 #include "providers/scripted-file.h"
+#include "stock-file-query/block-ring.h"
+#include "stock-file-query/file-hasher.h"
 
 namespace larder::feed {
 namespace {
@@ -107,6 +110,65 @@ TEST_F(FileFactsTest, HasNothingToTellOnlyForAFileOrFolderThatIsMissing) {
   EXPECT_FALSE(ReadFileFacts(wanted).has_value());
   CurrentFile.openCode = platform::kAccessDenied;
   EXPECT_EQ(Failure(), "Can't read \"C:\\file\": " + Line(platform::kAccessDenied) + " (code 5)");
+}
+
+TEST_F(FileFactsTest, AFailureInTheMidstOfALargeFileEndsBothThreads) {
+  CurrentFile.bytes.assign(kSizeForTwoThreads + 3 * kBlockSize, 'x');
+  CurrentFile.infos = {{CurrentFile.bytes.size() + 1, 1000, 1, 1}};
+  CurrentFile.readCode = platform::kIoDevice;
+  EXPECT_EQ(Failure(), "Can't read \"C:\\file\": " + Line(platform::kIoDevice) + " (code 1117)");
+}
+
+// --- The hashing alone
+// ----------------------------------------------------------------------------
+
+std::string TextOfSize(std::size_t size) {
+  std::string text(size, '\0');
+  std::uint32_t state = 1;
+  for (char& c : text) c = static_cast<char>((state = state * 1664525 + 1013904223) >> 24);
+  return text;
+}
+
+Digests DigestsOf(const std::string& bytes) {
+  DigestSet set;
+  set.Add(bytes.data(), bytes.size());
+  Digests digests;
+  set.Finish(digests);
+  return digests;
+}
+
+void ExpectEqual(const Digests& a, const Digests& b) {
+  EXPECT_EQ(a.md5, b.md5);
+  EXPECT_EQ(a.sha1, b.sha1);
+  EXPECT_EQ(a.sha256, b.sha256);
+  EXPECT_EQ(a.sha384, b.sha384);
+  EXPECT_EQ(a.sha512, b.sha512);
+}
+
+TEST(FileHasher, SharedWorkGivesTheDigestsOfTheWholeFileAndOfTheImageInIt) {
+  PrepareDigests();
+  for (const std::size_t size :
+       {std::size_t{0}, std::size_t{100}, kBlockSize + 1, std::size_t{kSizeForTwoThreads - 1},
+        std::size_t{kSizeForTwoThreads}, std::size_t{kSizeForTwoThreads + 9 * kBlockSize + 7}}) {
+    const std::string text = TextOfSize(size);
+    const ReadBlock read = [&](std::uint64_t offset, void* buffer, std::size_t room) {
+      return text.copy(static_cast<char*>(buffer), room, offset);
+    };
+    const HashedFile plain = HashFile(size, std::nullopt, read);
+    EXPECT_EQ(plain.bytesRead, size);
+    ExpectEqual(plain.file, DigestsOf(text));
+    EXPECT_FALSE(plain.image.has_value());
+
+    const std::size_t half = size / 2;
+    const ImageLayout layout{{{{0, half / 2}, {half / 2 + 1, half}, {half + 3, size}}}, 5, {}};
+    if (half < 4) continue;
+    const HashedFile image = HashFile(size, layout, read);
+    ExpectEqual(image.file, plain.file);
+    ASSERT_TRUE(image.image.has_value());
+    ExpectEqual(*image.image, DigestsOf(text.substr(0, half / 2) +
+                                        text.substr(half / 2 + 1, half - half / 2 - 1) +
+                                        text.substr(half + 3) + std::string(5, '\0')));
+  }
 }
 
 }  // namespace

@@ -19,7 +19,6 @@ Code OpenFileToRead(const WideString&, Handle& file, FileKind& kind) {
   if (CurrentFile.openCode != kSuccess) return CurrentFile.openCode;
   file = TheHandle();
   kind = FileKind::kRegular;
-  CurrentFile.position = 0;
   ++CurrentFile.opened;
   return kSuccess;
 }
@@ -30,15 +29,20 @@ Code QueryFileInfo(Handle, FileInfo& info) noexcept {
   return kSuccess;
 }
 
-Code ReadOn(Handle, void* buffer, std::size_t size, std::size_t& got) noexcept {
-  if (CurrentFile.isEndless && CurrentFile.position == CurrentFile.bytes.size())
-    CurrentFile.position = 0;
-  got = std::min(size, CurrentFile.bytes.size() - CurrentFile.position);
-  if (got == 0 && CurrentFile.readCode != kSuccess) return CurrentFile.readCode;
-  std::memcpy(buffer, CurrentFile.bytes.data() + CurrentFile.position, got);
-  CurrentFile.position += got;
+Code ReadAt(Handle, std::uint64_t offset, void* buffer, std::size_t size,
+            std::size_t& got) noexcept {
+  const std::string& bytes = CurrentFile.bytes;
+  got = 0;
+  while (got < size) {
+    std::size_t place = static_cast<std::size_t>(offset) + got;
+    if (CurrentFile.isEndless) place %= bytes.size();
+    if (place >= bytes.size()) break;
+    const std::size_t count = std::min(size - got, bytes.size() - place);
+    std::memcpy(static_cast<char*>(buffer) + got, bytes.data() + place, count);
+    got += count;
+  }
   CurrentFile.bytesGiven += got;
-  return kSuccess;
+  return got < size ? CurrentFile.readCode : kSuccess;
 }
 
 void CloseObject(Handle handle) noexcept {

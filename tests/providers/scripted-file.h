@@ -18,7 +18,6 @@ struct ScriptedFile {
   // What the first, second, ... look at the file tells; the last one goes on for ever.
   std::vector<platform::FileInfo> infos;
 
-  std::size_t position = 0;
   int opened = 0;
   int closed = 0;
   std::size_t bytesGiven = 0;

@@ -7,6 +7,7 @@
 
 #include "common/file-query.h"
 #include "providers/file-provider-test.h"
+#include "providers/made-image.h"
 
 namespace larder::feed {
 namespace {
@@ -64,6 +65,47 @@ TEST_F(StockFileQueryTest, LeavesEverythingAsItWasWithoutAnAnswer) {
   EXPECT_EQ(seen.size, 17u);
   EXPECT_EQ(record.size, 3u);
   EXPECT_EQ(std::memcmp(record.data, "old", 3), 0);
+}
+
+template <typename Record>
+Record RecordAt(const DbBuffer& block, std::size_t offset) {
+  Record record{};
+  EXPECT_LE(offset + sizeof record, block.size);
+  std::memcpy(&record, block.data + offset, sizeof record);
+  return record;
+}
+
+// A signature is around the image, not in it.
+TEST_F(StockFileQueryTest, AnImageHasItsDigestsAndItsSignersChain) {
+  const std::string leaf = MakeCertificate({"leaf", "Leaf", "Issuer"});
+  const std::string issuer = MakeCertificate({"issuer", "Issuer", "Issuer"});
+  const std::string table =
+      MakeEntry(MakeSignature({issuer, leaf}, {MakeSigner("Issuer", "leaf")}));
+  for (const std::size_t size : {std::size_t{512}, std::size_t{0x180000}}) {
+    ASSERT_TRUE(query->Query({0, MakeFile(LARDER_WIDE("plain"), MakeImage({.size = size}))}, &seen,
+                             &record));
+    const auto plain = RecordAt<FileDataRecord>(record, 0);
+    ASSERT_TRUE(
+        query->Query({0, MakeFile(LARDER_WIDE("signed"), MakeSignedImage({.size = size}, table))},
+                     &seen, &record));
+    const auto withSigner = RecordAt<FileDataRecord>(record, 0);
+    EXPECT_EQ(withSigner.dataSize, record.size);
+    EXPECT_NE(std::memcmp(plain.fileSHA256, withSigner.fileSHA256, 32), 0);
+    EXPECT_EQ(std::memcmp(plain.peMD5, withSigner.peMD5, sizeof plain.peMD5), 0);
+    EXPECT_EQ(std::memcmp(plain.peSHA1, withSigner.peSHA1, sizeof plain.peSHA1), 0);
+    EXPECT_EQ(std::memcmp(plain.peSHA256, withSigner.peSHA256, sizeof plain.peSHA256), 0);
+    EXPECT_EQ(std::memcmp(plain.peSHA384, withSigner.peSHA384, sizeof plain.peSHA384), 0);
+    EXPECT_EQ(std::memcmp(plain.peSHA512, withSigner.peSHA512, sizeof plain.peSHA512), 0);
+    EXPECT_NE(std::string(plain.peSHA512, std::end(plain.peSHA512)), std::string(64, '\0'));
+
+    EXPECT_EQ(RecordAt<CertChainRecord>(record, 384).nextChain, 0u);
+    const auto first = RecordAt<CertDataRecord>(record, 392);
+    ASSERT_EQ(first.certSize, leaf.size());
+    EXPECT_EQ(std::memcmp(record.data + 400, leaf.data(), leaf.size()), 0);
+    const std::size_t next = 392 + first.nextCert;
+    EXPECT_EQ(RecordAt<CertDataRecord>(record, next).certSize, issuer.size());
+    EXPECT_EQ(RecordAt<CertDataRecord>(record, next).nextCert, 0u);
+  }
 }
 
 }  // namespace

@@ -93,4 +93,22 @@ Code ReadOn(Handle file, void* buffer, std::size_t size, std::size_t& got) noexc
   return kSuccess;
 }
 
+Code ReadAt(Handle file, std::uint64_t offset, void* buffer, std::size_t size,
+            std::size_t& got) noexcept {
+  got = 0;
+  const auto* object = ObjectOf<FileObject>(file);
+  if (object == nullptr) return kInvalidHandle;
+  while (got < size) {
+    const ssize_t result = pread(object->descriptor.Get(), static_cast<char*>(buffer) + got,
+                                 size - got, static_cast<off_t>(offset + got));
+    if (result == 0) break;
+    if (result > 0) {
+      got += static_cast<std::size_t>(result);
+    } else if (errno != EINTR) {
+      return CodeFromErrno(errno);
+    }
+  }
+  return kSuccess;
+}
+
 }  // namespace larder::platform

@@ -85,4 +85,26 @@ Code ReadOn(Handle file, void* buffer, std::size_t size, std::size_t& got) noexc
   return kSuccess;
 }
 
+Code ReadAt(Handle file, std::uint64_t offset, void* buffer, std::size_t size,
+            std::size_t& got) noexcept {
+  got = 0;
+  if (file == nullptr || file == InvalidHandle()) return kInvalidHandle;
+  constexpr std::size_t kMost = 1u << 30;
+  while (got < size) {
+    const std::uint64_t place = offset + got;
+    OVERLAPPED where{};
+    where.Offset = static_cast<DWORD>(place);
+    where.OffsetHigh = static_cast<DWORD>(place >> 32);
+    DWORD count = 0;
+    const auto wanted = static_cast<DWORD>(std::min(size - got, kMost));
+    if (ReadFile(Native(file), static_cast<char*>(buffer) + got, wanted, &count, &where) == FALSE) {
+      const Code code = LastError();
+      return code == ERROR_HANDLE_EOF ? kSuccess : code;
+    }
+    if (count == 0) break;
+    got += count;
+  }
+  return kSuccess;
+}
+
 }  // namespace larder::platform
