@@ -1,5 +1,6 @@
 #include "remove-command.h"
 
+#include <algorithm>
 #include <iostream>
 #include <memory>
 #include <optional>
@@ -33,15 +34,11 @@ std::vector<Removal> Chosen(const Arguments& arguments) {
   return removals;
 }
 
-// Tells the first thing that stands against one of them.
-bool AreAllowed(const std::vector<Removal>& removals, const Arguments& arguments) {
-  for (const Removal& removal : removals) {
-    const std::string obstacle = removal.Obstacle(arguments.named);
-    if (obstacle.empty()) continue;
-    PrintError("nothing was deleted: " + obstacle);
-    return false;
-  }
-  return true;
+// Tells what stands against it.
+bool IsAllowed(const Removal& removal, const Arguments& arguments) {
+  const std::string obstacle = removal.Obstacle(arguments.named);
+  if (!obstacle.empty()) PrintError("nothing was deleted: " + obstacle);
+  return obstacle.empty();
 }
 
 // Leaves what there is to delete.
@@ -82,7 +79,8 @@ bool Delete(const Removal& removal, Output& output) {
 
 int Remove(const Arguments& arguments, Output& output) {
   std::vector<Removal> removals = Chosen(arguments);
-  if (!AreAllowed(removals, arguments)) return kExitFailed;
+  const auto isAllowed = [&](const Removal& removal) { return IsAllowed(removal, arguments); };
+  if (!std::ranges::all_of(removals, isAllowed)) return kExitFailed;
   TakeOutGone(removals, output);
   if (removals.empty()) return kExitOk;
   Announce(removals, output);

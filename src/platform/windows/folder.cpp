@@ -26,9 +26,9 @@ struct CloseLibrary {
 
 // A part of the shell, loaded for one call only: it brings half of the system with it, and handles
 // and a thread of its own, which a host that never asks for a folder needn't bear.
-class ShellLibrary {
+class ShellPart {
  public:
-  explicit ShellLibrary(const wchar_t* name)
+  explicit ShellPart(const wchar_t* name)
       : library(LoadLibraryExW(name, nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32)) {}
 
   // Null if it can't be had; the last error tells why.
@@ -44,7 +44,7 @@ class ShellLibrary {
 };
 
 HRESULT ShellFolderPath(int number, wchar_t* path) {
-  const ShellLibrary shell(L"shell32.dll");
+  const ShellPart shell(L"shell32.dll");
   const auto function = shell.Find<decltype(SHGetFolderPathW)>("SHGetFolderPathW");
   if (function == nullptr) return HRESULT_FROM_WIN32(LastError());
   return function(nullptr, number, nullptr, 0, path);
@@ -94,7 +94,7 @@ Code FindNames(const WideString& pattern, std::vector<WideString>& names) {
 }
 
 int DeleteTree(const LarderWideChar* source) {
-  const ShellLibrary shell(L"shell32.dll");
+  const ShellPart shell(L"shell32.dll");
   const auto function = shell.Find<decltype(SHFileOperationW)>("SHFileOperationW");
   if (function == nullptr) return static_cast<int>(LastError());
   SHFILEOPSTRUCTW operation{};
@@ -105,7 +105,7 @@ int DeleteTree(const LarderWideChar* source) {
 }
 
 bool IsFolderEmpty(const WideString& path) {
-  const ShellLibrary shell(L"shlwapi.dll");
+  const ShellPart shell(L"shlwapi.dll");
   const auto function = shell.Find<decltype(PathIsDirectoryEmptyW)>("PathIsDirectoryEmptyW");
   return function != nullptr && function(path.c_str()) != FALSE;
 }
