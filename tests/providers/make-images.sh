@@ -21,12 +21,20 @@ fail() {
 
 package_file() { find "$downloads" -maxdepth 1 -name "$1_*.deb" -print -quit; }
 
+# Where the lists of packages are missing or old, root can get new ones.
+fetch() {
+  local options=(-q -o APT::Sandbox::User=root -o Acquire::Retries=3)
+  (cd "$2" && apt-get "${options[@]}" download "$1") && return
+  [[ $(id -u) -eq 0 ]] && apt-get "${options[@]}" -o DPkg::Lock::Timeout=300 update &&
+    (cd "$2" && apt-get "${options[@]}" download "$1")
+}
+
 download() {
   if [[ -n $(package_file "$1") ]]; then return; fi
   local log=$downloads/$1.log part=$downloads/part
   rm -rf "$part"
   mkdir "$part"
-  if ! (cd "$part" && apt-get -q -o APT::Sandbox::User=root -o Acquire::Retries=3 download "$1") >"$log" 2>&1; then
+  if ! fetch "$1" "$part" >"$log" 2>&1; then
     cat "$log" >&2
     fail "the package $1 can't be downloaded, and none is in $downloads." \
       "This needs Debian's package lists (apt-get update) and a network, once."
