@@ -49,7 +49,9 @@ class Key {
     return MakeRegistryKey(Wide(path), access, raw);
   }
   Code Set(std::string_view name, std::string_view data, std::uint32_t type = kRegBinary) const {
-    return SetRegistryValue(raw, Wide(name), type, data.data(),
+    // wine takes a zero that happens to lie behind a text's data for its terminator.
+    const std::string padded = std::string(data) + "##";
+    return SetRegistryValue(raw, Wide(name), type, padded.data(),
                             static_cast<std::uint32_t>(data.size()));
   }
   // The data of a value, or its code.
