@@ -1,6 +1,7 @@
 // What a command-line program needs of its surroundings. All narrow text is UTF-8 on every system.
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -14,6 +15,9 @@ namespace larder::platform {
 
 // Makes standard output and error take UTF-8 bytes as they stand, line ends included.
 void PrepareConsole() noexcept;
+
+// Whether standard error is a terminal; if so, columns is its width, 0 when it doesn't tell.
+[[nodiscard]] bool IsErrorTerminal(std::size_t& columns) noexcept;
 
 // The path as a full one (relative to the current directory otherwise), with backslashes. The file
 // needn't exist, and links aren't followed. kNoUnicodeTranslation for bytes that are no UTF-8.

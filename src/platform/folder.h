@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <vector>
 
 #include "platform/code.h"
@@ -28,6 +29,24 @@ inline constexpr std::uint32_t kAttributeDirectory = 0x10;
 // Names in a folder that match the last component of a path, where '*' stands for any characters
 // and '?' for one; in the system's order.
 [[nodiscard]] Code FindNames(const WideString& pattern, std::vector<WideString>& names);
+
+enum class EntryKind {
+  kRegular,
+  kFolder,
+  kLink,   // leads elsewhere: a symbolic link, a junction, any folder that the system redirects
+  kOther,  // a device, a pipe, a socket
+};
+
+struct FolderEntry {
+  std::string name;  // UTF-8; on Linux the name's bytes as they stand, UTF-8 or not
+  EntryKind kind = EntryKind::kOther;
+  std::uint64_t size = 0;  // bytes of a regular file
+};
+
+// What lies in a folder, "." and ".." aside, in the system's order; no link among it is followed.
+// An entry that is gone before it could be looked at is left out. Path and names are narrow text,
+// so that the names without a wide form are there too. entries is untouched on failure.
+[[nodiscard]] Code ListFolder(const std::string& utf8Path, std::vector<FolderEntry>& entries);
 
 // Deletes what a path leads to, a folder with everything in it, for good and without a word to the
 // user. Links go themselves, never what they lead to. source: a path with or without a backslash at

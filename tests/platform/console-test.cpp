@@ -62,5 +62,13 @@ TEST_F(ConsoleTest, BytesThatAreNoUtf8AreNoPath) {
   EXPECT_EQ(path, Wide("before"));
 }
 
+TEST_F(ConsoleTest, AFileIsNoTerminal) {
+  std::size_t columns = 7;
+  testing::internal::CaptureStderr();
+  EXPECT_FALSE(IsErrorTerminal(columns));
+  testing::internal::GetCapturedStderr();
+  EXPECT_EQ(columns, 7u);
+}
+
 }  // namespace
 }  // namespace larder::platform

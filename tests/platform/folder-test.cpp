@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/console.h"
 #include "platform/module-files.h"
 #include "platform/utf.h"
 #include "platform/wide-text.h"
@@ -139,6 +140,38 @@ TEST_F(FolderTest, WhatIsNotFoundGivesACode) {
   EXPECT_EQ(CodeOfFind("missing\\*"), kPathNotFound);
   EXPECT_NE(CodeOfFind("file\\*"), kSuccess);
   EXPECT_EQ(CodeOfFind(std::string("*\0", 2)), kInvalidName);
+}
+
+TEST_F(FolderTest, AFolderIsListedWithTheKindsAndSizesOfItsEntries) {
+  WriteFile(Native("file"), "content");
+  WriteFile(Native("gr\xC3\xBC\xC3\x9F"), "");
+  std::filesystem::create_directories(Native("directory/inner"));
+  for (const std::string& path :
+       {PathText(machine.WideFolder()), PathText(InFolder("directory/.."))}) {
+    std::vector<FolderEntry> entries = {{"before", EntryKind::kOther, 1}};
+    ASSERT_EQ(ListFolder(path, entries), kSuccess);
+    std::vector<std::string> texts;
+    for (const FolderEntry& entry : entries) {
+      texts.push_back(entry.name + (entry.kind == EntryKind::kFolder    ? " folder"
+                                    : entry.kind == EntryKind::kRegular ? " file "
+                                                                        : " ?"));
+      if (entry.kind == EntryKind::kRegular) texts.back() += std::to_string(entry.size);
+    }
+    EXPECT_THAT(texts, UnorderedElementsAre("file file 7", "gr\xC3\xBC\xC3\x9F file 0",
+                                            "directory folder"));
+  }
+}
+
+TEST_F(FolderTest, WhatIsNoFolderIsNotListed) {
+  WriteFile(Native("file"), "");
+  for (const char* name : {"missing", "file", "missing/inner"}) {
+    std::vector<FolderEntry> entries(1);
+    EXPECT_NE(ListFolder(PathText(InFolder(name)), entries), kSuccess) << name;
+    EXPECT_EQ(entries.size(), 1u) << name;
+  }
+  std::vector<FolderEntry> entries;
+  EXPECT_NE(ListFolder("", entries), kSuccess);
+  EXPECT_EQ(ListFolder(std::string("a\0b", 3), entries), kInvalidName);
 }
 
 TEST_F(FolderTest, ATreeIsDeletedWithAllThatIsInIt) {

@@ -1,6 +1,7 @@
 #include "platform/console.h"
 
 #include <stdlib.h>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -43,6 +44,13 @@ std::string WithoutIdleParts(std::string_view path) {
 std::vector<std::string> ProgramArguments(int argc, char** argv) { return {argv, argv + argc}; }
 
 void PrepareConsole() noexcept {}
+
+bool IsErrorTerminal(std::size_t& columns) noexcept {
+  if (isatty(STDERR_FILENO) == 0) return false;
+  winsize size{};
+  columns = ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 ? size.ws_col : 0;
+  return true;
+}
 
 Code FullPath(const std::string& utf8Path, WideString& path) {
   if (utf8Path.empty() || utf8Path.find('\0') != std::string::npos) return kInvalidName;

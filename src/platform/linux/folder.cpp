@@ -1,6 +1,7 @@
 #include "platform/folder.h"
 
 #include <dirent.h>
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -93,6 +94,32 @@ Code FindInFolder(const char* folder, WideView pattern, std::vector<WideString>&
   }
 }
 
+EntryKind KindOf(mode_t mode) {
+  if (S_ISREG(mode)) return EntryKind::kRegular;
+  if (S_ISDIR(mode)) return EntryKind::kFolder;
+  return S_ISLNK(mode) ? EntryKind::kLink : EntryKind::kOther;
+}
+
+Code AddEntry(int folder, const char* name, std::vector<FolderEntry>& entries) {
+  struct stat status {};
+  if (fstatat(folder, name, &status, AT_SYMLINK_NOFOLLOW) != 0)
+    return errno == ENOENT ? kSuccess : CodeFromErrno(errno);
+  entries.push_back({name, KindOf(status.st_mode), static_cast<std::uint64_t>(status.st_size)});
+  return kSuccess;
+}
+
+Code ListStream(DIR* stream, std::vector<FolderEntry>& entries) {
+  for (;;) {
+    errno = 0;
+    const dirent* entry = readdir(stream);
+    if (entry == nullptr) return errno == 0 ? kSuccess : CodeFromErrno(errno);
+    const std::string_view name = entry->d_name;
+    if (name == "." || name == "..") continue;
+    const Code code = AddEntry(dirfd(stream), entry->d_name, entries);
+    if (code != kSuccess) return code;
+  }
+}
+
 }  // namespace
 
 Code CommonFolderPath(CommonFolder folder, WideString& path) {
@@ -134,6 +161,16 @@ Code FindNames(const WideString& pattern, std::vector<WideString>& names) {
   if (code != kSuccess) return code;
   if (found.empty()) return kFileNotFound;
   names = std::move(found);
+  return kSuccess;
+}
+
+Code ListFolder(const std::string& utf8Path, std::vector<FolderEntry>& entries) {
+  if (utf8Path.find('\0') != std::string::npos) return kInvalidName;
+  const std::unique_ptr<DIR, CloseDirectory> stream(opendir(utf8Path.c_str()));
+  if (!stream) return CodeFromErrno(errno);
+  std::vector<FolderEntry> found;
+  if (const Code code = ListStream(stream.get(), found); code != kSuccess) return code;
+  entries = std::move(found);
   return kSuccess;
 }
 

@@ -36,6 +36,17 @@ void PrepareConsole() noexcept {
   SetConsoleOutputCP(CP_UTF8);
 }
 
+bool IsErrorTerminal(std::size_t& columns) noexcept {
+  const HANDLE error = GetStdHandle(STD_ERROR_HANDLE);
+  DWORD mode = 0;
+  if (GetConsoleMode(error, &mode) == FALSE) return false;
+  CONSOLE_SCREEN_BUFFER_INFO screen{};
+  columns = 0;
+  if (GetConsoleScreenBufferInfo(error, &screen) != FALSE)
+    columns = static_cast<std::size_t>(screen.srWindow.Right - screen.srWindow.Left + 1);
+  return true;
+}
+
 Code FullPath(const std::string& utf8Path, WideString& path) {
   WideString wide;
   if (!WideFromUtf8(utf8Path, wide)) return kNoUnicodeTranslation;

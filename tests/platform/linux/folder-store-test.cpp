@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 
 #include <filesystem>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -108,6 +109,26 @@ TEST_F(FolderStoreTest, NamesThatNoWidePathCouldGiveAreSkipped) {
   EXPECT_EQ(FindNames(machine.WideFolder() + u"b*", names), kFileNotFound);
 }
 
+TEST_F(FolderStoreTest, AListHasLinksAndSpecialFilesAndNamesOfAllBytes) {
+  std::filesystem::create_directory(Native("to"));
+  std::filesystem::create_symlink("to", Native("a link"));
+  std::filesystem::create_symlink("nothing", Native("dangling"));
+  ASSERT_EQ(mkfifo(Native("fifo").c_str(), 0666), 0);
+  WriteFile(Native("bad\xFF\n\\"), "");
+  std::vector<FolderEntry> entries;
+  ASSERT_EQ(ListFolder(machine.Folder(), entries), kSuccess);
+  std::map<std::string, EntryKind> kinds;
+  for (const FolderEntry& entry : entries) kinds[entry.name] = entry.kind;
+  const std::map<std::string, EntryKind> wanted = {{"to", EntryKind::kFolder},
+                                                   {"a link", EntryKind::kLink},
+                                                   {"dangling", EntryKind::kLink},
+                                                   {"fifo", EntryKind::kOther},
+                                                   {"bad\xFF\n\\", EntryKind::kRegular}};
+  EXPECT_EQ(kinds, wanted);
+  ASSERT_EQ(ListFolder(Native("a link"), entries), kSuccess);
+  EXPECT_TRUE(entries.empty());
+}
+
 TEST_F(FolderStoreTest, NamesComeInTheSystemsOrder) {
   for (int i = 0; i < 200; ++i) WriteFile(Native(std::to_string(i * 7919)), "");
   std::vector<WideString> names;
@@ -139,6 +160,11 @@ TEST_F(FolderStoreTest, AFolderThatMayNotBeReadIsDenied) {
     return static_cast<int>(FindNames(machine.WideFolder() + u"secret\\*", names));
   };
   EXPECT_EQ(RunAsNobody(find), static_cast<int>(kAccessDenied));
+  const auto list = [this] {
+    std::vector<FolderEntry> entries;
+    return static_cast<int>(ListFolder(Native("secret"), entries));
+  };
+  EXPECT_EQ(RunAsNobody(list), static_cast<int>(kAccessDenied));
 }
 
 TEST_F(FolderStoreTest, APatternOfManyStarsIsSoonDoneWith) {
