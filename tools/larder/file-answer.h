@@ -13,6 +13,7 @@ namespace larder::tool {
 struct FileAnswer {
   std::string path;                  // as the user gave it
   std::uint64_t lastModified = 0;    // the descriptor's
+  std::uint64_t size = 0;            // the file's bytes, 0 when they aren't known
   std::vector<unsigned char> block;  // the provider's, copied; empty when there is none to believe
   std::optional<int> result;         // the library's; none when it wasn't asked
   std::string error;                 // empty when all went well

@@ -2,8 +2,6 @@
 
 #include <larder/larder.h>
 
-#include <cstddef>
-#include <cstring>
 #include <limits>
 #include <memory>
 #include <string>
@@ -12,21 +10,14 @@
 
 #include "arguments.h"
 #include "client.h"
-#include "diag/record-validation.h"
 #include "errors.h"
-#include "file-answer.h"
-#include "platform/console.h"
-#include "platform/file.h"
-#include "platform/wide.h"
+#include "file-query.h"
 #include "record-json.h"
 #include "record-text.h"
-#include "support/scoped-handles.h"
 #include "text.h"
 
 namespace larder::tool {
 namespace {
-
-constexpr std::int32_t kFileType = 1;  // the file provider's
 
 struct Arguments {
   std::vector<std::string> files;
@@ -40,8 +31,7 @@ enum class Form { kText, kDump, kJson };
 
 struct Query {
   std::vector<std::string> files;
-  std::int32_t type;
-  std::uint32_t option;
+  FileQuestion question;
   Form form;
 };
 
@@ -60,93 +50,10 @@ Query CheckedQuery(const Arguments& arguments) {
   if (!option) {
     throw CLI::ValidationError("--option", "no number from 0 to 4294967295: " + arguments.option);
   }
-  Query query{{}, *type, static_cast<std::uint32_t>(*option), CheckedForm(arguments, *type)};
+  const Form form = CheckedForm(arguments, *type);
+  Query query{{}, {*type, static_cast<std::uint32_t>(*option), form != Form::kText}, form};
   for (const std::string& file : arguments.files) query.files.push_back(Unshield(file));
   return query;
-}
-
-// A FileObjectDescriptor with room for the whole path.
-class Descriptor {
- public:
-  Descriptor(const WideString& path, std::uint64_t lastModified) : words(WordCount(path)) {
-    words[0] = static_cast<std::uint32_t>(lastModified);
-    words[1] = static_cast<std::uint32_t>(lastModified >> 32);
-    auto* start = reinterpret_cast<unsigned char*>(words.data());
-    std::memcpy(start + offsetof(FileObjectDescriptor, filePath), path.c_str(),
-                (path.size() + 1) * sizeof(LarderWideChar));
-  }
-
-  [[nodiscard]] const void* Data() const { return words.data(); }
-
- private:
-  static std::size_t WordCount(const WideString& path) {
-    const std::size_t bytes =
-        offsetof(FileObjectDescriptor, filePath) + (path.size() + 1) * sizeof(LarderWideChar);
-    return (bytes + sizeof(std::uint32_t) - 1) / sizeof(std::uint32_t);
-  }
-
-  std::vector<std::uint32_t> words;
-};
-
-// 0, which asks for whatever is there, when this isn't known. What else is wrong with the file is
-// for the provider to say.
-std::uint64_t LastModified(const WideString& path) {
-  platform::Handle raw = platform::InvalidHandle();
-  platform::FileKind kind{};
-  platform::FileInfo info;
-  if (platform::OpenFileToRead(path, raw, kind) != platform::kSuccess) return 0;
-  const AutoHandle file(raw);
-  if (kind != platform::FileKind::kRegular) return 0;
-  return platform::QueryFileInfo(raw, info) == platform::kSuccess ? info.lastModified : 0;
-}
-
-// What is wrong with a block; empty if nothing is.
-std::string FaultOf(const DataBlockHeader& header, Form form) {
-  if (header.dataSize < sizeof header) {
-    return std::to_string(header.dataSize) + " bytes are too few for a header";
-  }
-  if (header.providerType == kFileType) return ValidateFileDataRecord(&header, header.dataSize);
-  return form == Form::kText ? "" : "its type is " + std::to_string(header.providerType);
-}
-
-void TakeBlock(const DataBlockHeader& header, Form form, FileAnswer& answer) {
-  const std::string fault = FaultOf(header, form);
-  if (!fault.empty()) {
-    answer.error = "malformed record: " + fault;
-    return;
-  }
-  const auto* bytes = reinterpret_cast<const unsigned char*>(&header);
-  answer.block.assign(bytes, bytes + header.dataSize);
-}
-
-void AskLibrary(LarderHandle handle, const Query& query, const Descriptor& descriptor,
-                FileAnswer& answer) {
-  DataBlockHeader* data = nullptr;
-  answer.result =
-      LarderQuery(handle, descriptor.Data(), query.type, query.option, &data, LARDER_QUERY_VERSION);
-  if (answer.result != LARDER_OK) {
-    answer.error = ResultReason(*answer.result);
-    return;
-  }
-  TakeBlock(*data, query.form, answer);
-  const int result = LarderFreeQuery(handle, data);
-  if (result == LARDER_OK || !answer.error.empty()) return;
-  answer.result = result;
-  answer.error = "giving the record back: " + ResultReason(result);
-}
-
-FileAnswer QueryFile(LarderHandle handle, const Query& query, const std::string& file) {
-  FileAnswer answer;
-  answer.path = file;
-  WideString path;
-  const platform::Code code = platform::FullPath(file, path);
-  if (code != platform::kSuccess) {
-    answer.error = SystemReason(code);
-    return answer;
-  }
-  answer.lastModified = LastModified(path);
-  AskLibrary(handle, query, Descriptor(path, answer.lastModified), answer);
-  return answer;
 }
 
 // Empty when there is nothing to print.
@@ -164,7 +71,7 @@ bool QueryFiles(LarderHandle handle, const Query& query, Output& output) {
   std::string_view separator;
   for (const std::string& file : query.files) {
     if (output.Failed()) break;
-    const FileAnswer answer = QueryFile(handle, query, file);
+    const FileAnswer answer = QueryFile(handle, query.question, file);
     if (!answer.error.empty()) {
       PrintError(file + ": " + answer.error);
       succeeded = false;

@@ -36,11 +36,10 @@ Json Certificate(const void* cert) {
           {"size", CertificateSize(cert)}};
 }
 
-// A chain of one certificate without bytes is how a record says that there is none.
 Json Chains(const FileDataRecord& record) {
   Json chains = Json::array();
   for (const std::vector<const void*>& certs : ChainsOf(record)) {
-    if (certs.size() == 1 && CertificateSize(certs.front()) == 0) continue;
+    if (IsNoChain(certs)) continue;
     Json& chain = chains.emplace_back(Json::array());
     for (const void* cert : certs) chain.push_back(Certificate(cert));
   }

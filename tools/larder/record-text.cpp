@@ -85,6 +85,15 @@ std::vector<std::vector<const void*>> ChainsOf(const FileDataRecord& record) {
   return chains;
 }
 
+bool HasSigners(const FileDataRecord& record) {
+  const auto chains = ChainsOf(record);
+  return !std::all_of(chains.begin(), chains.end(), &IsNoChain);
+}
+
+bool IsNoChain(const std::vector<const void*>& certs) {
+  return certs.size() == 1 && CertificateSize(certs.front()) == 0;
+}
+
 std::uint32_t CertificateSize(const void* cert) {
   CertDataRecord record{};
   std::memcpy(&record, cert, sizeof record);

@@ -21,6 +21,13 @@ std::string FileRecordDump(const FileDataRecord& record);
 // The certificates (each a CertDataRecord) of each chain. They lie in the record.
 std::vector<std::vector<const void*>> ChainsOf(const FileDataRecord& record);
 
+// Whether there is any chain but that of one certificate without bytes, which is how a record says
+// that there is none.
+bool HasSigners(const FileDataRecord& record);
+
+// Whether a chain is the one that says so.
+bool IsNoChain(const std::vector<const void*>& certs);
+
 std::uint32_t CertificateSize(const void* cert);
 
 // Whether there is none of the digests of the file as an executable image.
