@@ -1,12 +1,16 @@
-// A provider whose records are what the object's name asks for. Its type is RECORD_TYPE.
+// A provider whose records are what the object's name asks for. Its type is RECORD_TYPE. It reports
+// its life, its queries and the blocks that come back as fixtures do (event-log.h).
 #include <larder/provider.h>
 
 #include <array>
+#include <cstddef>
 #include <cstring>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
+#include "fixtures/event-log.h"
+#include "platform/event.h"
 #include "testing/certificate-file.h"
 #include "testing/file-record-bytes.h"
 
@@ -49,6 +53,22 @@ Bytes PlainRecord(std::uint32_t option, std::uint32_t certSize) {
   return block;
 }
 
+constexpr std::uint8_t kKept = 1;
+
+// One that FreeQuery knows again.
+Bytes KeptRecord(std::uint32_t option) {
+  Bytes block = PlainRecord(option, 0);
+  block[offsetof(FileDataRecord, reserved)] = kKept;
+  return block;
+}
+
+bool IsKept(const unsigned char* block) {
+  DataBlockHeader header{};
+  std::memcpy(&header, block, sizeof header);
+  return header.dataSize >= sizeof(FileDataRecord) &&
+         block[offsetof(FileDataRecord, reserved)] == kKept;
+}
+
 // Two chains; a gap behind the first certificate.
 Bytes SignedRecord(std::uint32_t option) {
   FileDataRecord facts = Facts(option);
@@ -72,12 +92,26 @@ Bytes CertifiedRecord(std::uint32_t option) {
 }
 
 Bytes Record(const std::string& name, std::uint32_t option) {
+  if (name == "kept") return KeptRecord(option);
   if (name == "signed") return SignedRecord(option);
   if (name == "certified") return CertifiedRecord(option);
   if (name == "cut") return PlainRecord(option, 1);
   if (name == "small" || name == "tiny") return Bytes(sizeof(DataBlockHeader));
   if (name == "dump") return Bytes(100, 0xAA);
   return PlainRecord(option, 0);
+}
+
+// Tells that a query is running, and stays in it until it is told to go on.
+void StayInQuery() {
+  namespace platform = larder::platform;
+  const platform::Handle goOn = platform::MakeNamedEvent(LARDER_WIDE("QueryGoOn"));
+  const platform::Handle running = platform::MakeNamedEvent(LARDER_WIDE("QueryRunning"));
+  platform::RaiseEvent(running);
+  platform::CloseObject(running);
+  std::size_t index = 0;
+  const platform::Code code = platform::WaitForAny(&goOn, 1, index);
+  platform::CloseObject(goOn);
+  if (code != platform::kSuccess) throw std::runtime_error("cannot wait");
 }
 
 class RecordProvider final : public IDataProvider {
@@ -88,24 +122,28 @@ class RecordProvider final : public IDataProvider {
 
   void Query(const void* objectDescriptor, std::uint32_t queryOption, std::uint64_t*,
              DbBuffer* result) override {
+    fixture::Report("query");
     const std::string name = NameOf(objectDescriptor);
+    if (name == "staying") StayInQuery();
+    if (name == "failing") throw std::runtime_error("a failure");
     Bytes block = Record(name, queryOption);
     const DataBlockHeader header{name == "tiny" ? 7U : static_cast<std::uint32_t>(block.size()),
                                  name == "foreign" ? RECORD_TYPE + 1 : RECORD_TYPE};
     std::memcpy(block.data(), &header, sizeof header);
     result->Copy(block.data(), block.size());
-    keepsNext = name == "kept";
   }
 
   void FreeQuery(DbBuffer* data) override {
+    fixture::Report("free");
+    const bool isKept = IsKept(data->data);
     data->Reset();
-    if (keepsNext) throw std::runtime_error("the block is kept");
+    if (isKept) throw std::runtime_error("the block is kept");
   }
 
   void Write(const void*, std::uint64_t*, DbBuffer*) override {}
 
  private:
-  bool keepsNext = false;  // the tool queries on one thread
+  fixture::Life life{"created", "destroyed"};
 };
 
 }  // namespace

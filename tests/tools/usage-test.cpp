@@ -15,8 +15,9 @@ TEST_F(UsageTest, TheVersionIsPrinted) { EXPECT_EQ(MustRun({"--version"}), "lard
 
 TEST_F(UsageTest, HelpGoesToStandardOutputAndNamesWhatThereIs) {
   EXPECT_THAT(MustRun({"--help"}),
-              testing::AllOf(HasSubstr("registry"), HasSubstr("query"), HasSubstr("notify"),
-                             HasSubstr("log"), HasSubstr("setup"), HasSubstr("remove")));
+              testing::AllOf(HasSubstr("registry"), HasSubstr("query"), HasSubstr("scan"),
+                             HasSubstr("notify"), HasSubstr("log"), HasSubstr("setup"),
+                             HasSubstr("remove")));
   EXPECT_THAT(MustRun({"notify", "--help"}), HasSubstr("--reset"));
   EXPECT_THAT(MustRun({"log", "show", "--help"}), HasSubstr("--follow"));
   EXPECT_THAT(MustRun({"query", "--help"}), HasSubstr("--option"));
@@ -59,6 +60,12 @@ TEST_F(UsageTest, EachUsageErrorHasStatusTwoAndNamesItsReason) {
       {{"query", "--option", "-1", "a"}, "-1"},
       {{"query", "--option", "4294967296", "a"}, "4294967296"},
       {{"query", "a", "--loud"}, "--loud"},
+      {{"scan"}, "DIR"},
+      {{"scan", "--threads", "0", "a"}, "0"},
+      {{"scan", "--threads", "257", "a"}, "257"},
+      {{"scan", "--threads", "two", "a"}, "two"},
+      {{"scan", "--option", "x", "a"}, "x"},
+      {{"scan", "--json", "--summary", "a"}, "--json"},
       {{"notify"}, "MESSAGE"},
       {{"notify", "upgrade", "--reset"}, "MESSAGE"},
       {{"notify", "upgrade", "--wait"}, "MESSAGE"},

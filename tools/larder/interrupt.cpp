@@ -20,8 +20,8 @@ extern "C" {
 // In the middle of anything, or on a thread of the system's.
 static void NoteInterrupt(int number) {
   const int before = errno;
-  std::signal(number, SIG_DFL);
   Came = true;
+  std::signal(number, SIG_DFL);
   platform::RaiseEvent(CurrentEvent);
   errno = before;
 }

@@ -17,6 +17,7 @@
 #include "query-command.h"
 #include "registry-command.h"
 #include "remove-command.h"
+#include "scan-command.h"
 #include "setup-command.h"
 #include "status-command.h"
 
@@ -45,6 +46,7 @@ int RunCommand(const std::vector<std::string>& arguments, Output& output) {
   AddSetupCommand(app, action);
   AddStatusCommand(app, action);
   AddQueryCommand(app, action);
+  AddScanCommand(app, action);
   AddLogCommand(app, action);
   AddNotifyCommand(app, action);
   AddRegistryCommand(app, action);

@@ -40,6 +40,18 @@ std::string Hex(std::span<const unsigned char> bytes) {
   return result;
 }
 
+std::string SizeText(std::uint64_t bytes) {
+  if (bytes < 1000) return std::to_string(bytes) + (bytes == 1 ? " byte" : " bytes");
+  constexpr std::string_view kPrefixes = "kMGTPE";
+  std::size_t step = 0;
+  double amount = static_cast<double>(bytes) / 1000;
+  // Rounded to one place it would have four digits in front otherwise.
+  for (; amount >= 999.95 && step + 1 < kPrefixes.size(); ++step) amount /= 1000;
+  std::array<char, 40> text;
+  const int length = std::snprintf(text.data(), text.size(), "%.1f %cB", amount, kPrefixes[step]);
+  return {text.data(), static_cast<std::size_t>(length)};
+}
+
 std::string TimeText(std::uint64_t time) {
   using std::chrono::days;
   using std::chrono::seconds;

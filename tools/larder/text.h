@@ -16,6 +16,9 @@ std::string Printable(std::string_view text);
 // Two lower-case hexadecimal digits for each byte, nothing between them.
 std::string Hex(std::span<const unsigned char> bytes);
 
+// "1 byte", "999 bytes", "1.0 kB", "2.5 GB": in steps of 1000.
+std::string SizeText(std::uint64_t bytes);
+
 // A moment in UTC as "2024-02-29T23:59:59Z". time: 100 ns since 1601-01-01 UTC.
 std::string TimeText(std::uint64_t time);
 

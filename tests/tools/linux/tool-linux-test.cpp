@@ -1,13 +1,20 @@
 // What only a Linux machine has.
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <signal.h>
+#include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <cstdlib>
 #include <fstream>
+#include <thread>
 
+#include "platform/event.h"
+#include "platform/handle.h"
 #include "platform/linux/child-process.h"
+#include "testing/environment.h"
 #include "tools/log-folder.h"
 #include "tools/run-program.h"
 #include "tools/tool-test.h"
@@ -29,8 +36,11 @@ TEST_F(ToolLinuxTest, AFullDiskIsAFailureWithAMessage) {
   RegisterModules({"feed-file.dll"});
   const std::string file = Utf8Of(MakeFile("abc", "abc"));
   const auto errors = machine.Folder() / "errors";
-  for (const std::vector<std::string>& arguments :
-       {std::vector<std::string>{"--version"}, {"--help"}, {"registry", "list"}, {"query", file}}) {
+  for (const std::vector<std::string>& arguments : {std::vector<std::string>{"--version"},
+                                                    {"--help"},
+                                                    {"registry", "list"},
+                                                    {"query", file},
+                                                    {"scan", file}}) {
     EXPECT_EQ(RunProgram(ToolPath(), arguments, "/dev/full", errors), 1)
         << testing::PrintToString(arguments);
     EXPECT_EQ(ContentOf(errors),
@@ -46,6 +56,132 @@ TEST_F(ToolLinuxTest, NothingThatCouldBlockIsRead) {
   EXPECT_EQ(run.status, 1);
   EXPECT_EQ(run.errors, "larder: " + fifo + ": Generic error (-4)\n" +
                             "larder: /dev/zero: Generic error (-4)\n");
+}
+
+// A tree whose parts are made one by one, each with "abc" in it.
+class ScanLinuxTest : public ToolLinuxTest {
+ protected:
+  ScanLinuxTest() { std::filesystem::create_directory(Tree()); }
+  std::filesystem::path Tree() const { return machine.Folder() / "tree"; }
+  void Plant(const std::string& name) const { std::ofstream(Tree() / name) << "abc"; }
+};
+
+TEST_F(ScanLinuxTest, ItsListIsOneThatSha256sumAccepts) {
+  RegisterModules({"feed-file.dll"});
+  for (const char* name : {"plain", " two  blanks ", "line\nfeed", "return\r", "\x1B[1m", "*"})
+    Plant(name);
+  const std::string list = MustRun({"scan", Tree()});
+  EXPECT_THAT(list, HasSubstr("/line\\nfeed\n"));
+  MakeFile("list", list);
+  const auto output = machine.Folder() / "checked";
+  const auto errors = machine.Folder() / "errors";
+  EXPECT_EQ(RunProgram("/usr/bin/sha256sum", {"--check", "--strict", machine.Folder() / "list"},
+                       output, errors),
+            0);
+  EXPECT_EQ(LinesOf(ContentOf(output)).size(), 6u) << ContentOf(output);
+  EXPECT_EQ(ContentOf(errors), "");
+}
+
+TEST_F(ScanLinuxTest, NamesThatNoProviderCouldBeAskedAboutAreErrors) {
+  RegisterModules({"feed-file.dll"});
+  for (const char* name : {"back\\slash", "bad\xFF", "good"}) Plant(name);
+  const ToolRun run = Run({"scan", Tree()});
+  EXPECT_EQ(run.status, 1);
+  EXPECT_EQ(LinesOf(run.output).size(), 1u);
+  EXPECT_THAT(run.errors, AllOf(HasSubstr("/tree/back\\slash: "), HasSubstr("1 error: "),
+                                HasSubstr("/tree/bad\xFF: "), HasSubstr("(1113)\n")));
+}
+
+TEST_F(ScanLinuxTest, SpecialFilesAndLinksArePassedOver) {
+  RegisterModules({"feed-file.dll"});
+  Plant("file");
+  ASSERT_EQ(mkfifo((Tree() / "fifo").c_str(), 0666), 0);
+  std::filesystem::create_symlink("file", Tree() / "link");
+  std::filesystem::create_symlink("nothing", Tree() / "dangling");
+  EXPECT_THAT(LinesOf(MustRun({"scan", "--summary", Tree()})),
+              testing::IsSupersetOf({"files       1", "links       2", "special     1"}));
+  EXPECT_EQ(LinesOf(MustRun({"scan", Tree()})).size(), 1u);
+}
+
+TEST_F(ScanLinuxTest, AFolderThatMayNotBeReadIsNamedAndTheRestScanned) {
+  RegisterModules({"feed-file.dll"});
+  std::filesystem::create_directory(Tree() / "secret");
+  Plant("secret/inside");
+  Plant("zzz");
+  std::filesystem::permissions(Tree() / "secret", std::filesystem::perms::none);
+  for (const auto& folder : {Root(), machine.Folder()}) {
+    std::filesystem::permissions(folder, std::filesystem::perms::all);
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
+      if (entry.path().filename() == "secret") break;
+      std::filesystem::permissions(entry.path(), std::filesystem::perms::all);
+    }
+  }
+  const auto output = machine.Folder() / "output";
+  const auto errors = machine.Folder() / "errors";
+  EXPECT_EQ(RunAsNobody([&] {
+              return RunProgram(ToolPath(), {"scan", Tree()}, output, errors);
+            }),
+            1);
+  EXPECT_THAT(ContentOf(output), testing::EndsWith("  " + (Tree() / "zzz").string() + "\n"));
+  EXPECT_THAT(ContentOf(errors),
+              StartsWith("larder: " + (Tree() / "secret").string() + ": Access is denied."));
+}
+
+// Nothing of the handler is left to run once the program doesn't catch the signal any more.
+void WaitUntilNotCaught(long process, int number) {
+  std::uint64_t caught = ~std::uint64_t{0};
+  while ((caught >> (number - 1) & 1) != 0) {
+    std::ifstream status("/proc/" + std::to_string(process) + "/status");
+    for (std::string line; std::getline(status, line);) {
+      if (line.starts_with("SigCgt:")) caught = std::stoull(line.substr(7), nullptr, 16);
+    }
+    std::this_thread::yield();
+  }
+}
+
+TEST_F(ScanLinuxTest, AnInterruptionEndsItAfterTheQueryThatIsRunning) {
+  RegisterModules({"record-feed-1.dll"});
+  for (const char* name : {"before", "staying", "x", "y"}) Plant(name);
+  const auto events = machine.Folder() / "events";
+  SetEnvironmentText("LARDER_FIXTURE_LOG", events);
+  const platform::Handle running = platform::MakeNamedEvent(u"QueryRunning");
+  const platform::Handle goOn = platform::MakeNamedEvent(u"QueryGoOn");
+  const auto scan = Start({"scan", "--threads", "1", Tree()});
+  std::size_t index = 0;
+  ASSERT_EQ(platform::WaitForAny(&running, 1, index), platform::kSuccess);
+  kill(static_cast<pid_t>(scan->ProcessId()), SIGINT);
+  WaitUntilNotCaught(scan->ProcessId(), SIGINT);
+  platform::RaiseEvent(goOn);
+  EXPECT_EQ(scan->Wait(), 1);
+  SetEnvironmentText("LARDER_FIXTURE_LOG", "");
+  platform::CloseObject(running);
+  platform::CloseObject(goOn);
+  EXPECT_THAT(scan->ReadLine(), testing::Optional(HasSubstr("/before")));
+  EXPECT_THAT(scan->ReadLine(), testing::Optional(HasSubstr("/staying")));
+  EXPECT_EQ(scan->ReadLine(), std::nullopt);
+  EXPECT_EQ(ErrorsOfStarted(), "larder: interrupted: 2 files, 6 bytes, 0 errors so far\n");
+  const std::string life = "record-feed-1 ";
+  EXPECT_EQ(ContentOf(events), life + "created\n" + life + "query\n" + life + "free\n" + life +
+                                   "query\n" + life + "free\n" + life + "destroyed\n");
+}
+
+TEST_F(ScanLinuxTest, ATerminalGetsABarThatIsErasedAtTheEnd) {
+  RegisterModules({"feed-file.dll"});
+  Plant("file");
+  const int terminal = posix_openpt(O_RDWR | O_NOCTTY);
+  ASSERT_TRUE(terminal >= 0 && grantpt(terminal) == 0 && unlockpt(terminal) == 0);
+  const winsize size{24, 30, 0, 0};
+  EXPECT_EQ(ioctl(terminal, TIOCSWINSZ, &size), 0);
+  const auto output = machine.Folder() / "output";
+  EXPECT_EQ(RunProgram(ToolPath(), {"scan", Tree()}, output, ptsname(terminal)), 0);
+  char bytes[4096];
+  const ssize_t got = read(terminal, bytes, sizeof bytes);
+  close(terminal);
+  ASSERT_GT(got, 0);
+  const std::string shown(bytes, static_cast<std::size_t>(got));
+  EXPECT_THAT(shown, AllOf(StartsWith("\r"), HasSubstr(" files  ")));
+  EXPECT_THAT(shown, testing::EndsWith("\r" + std::string(29, ' ') + "\r"));
+  EXPECT_THAT(ContentOf(output), testing::EndsWith("/tree/file\n"));
 }
 
 TEST_F(ToolLinuxTest, AnArgumentThatIsNoUtf8IsNamed) {

@@ -1,0 +1,196 @@
+// The parts of a scan that a run of the tool shows badly: the order of answers, the bar, the
+// limits.
+#include <gmock/gmock.h>
+
+#include <atomic>
+#include <condition_variable>
+#include <mutex>
+#include <stdexcept>
+#include <thread>
+
+#include "ordered-work.h"
+#include "progress-bar.h"
+#include "scan-report.h"
+#include "text.h"
+
+namespace larder::tool {
+namespace {
+
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+// Gives the numbers from 0 to count as paths.
+OrderedWork::Next Numbers(int count) {
+  return [count, number = 0](ScanResult& result) mutable {
+    if (number == count) return false;
+    result.path = std::to_string(number++);
+    return true;
+  };
+}
+
+std::vector<std::string> TakeAll(OrderedWork& work) {
+  std::vector<std::string> taken;
+  ScanResult result;
+  while (work.Take(result, std::nullopt) == OrderedWork::Taken::kAnswer) {
+    taken.push_back(result.path + result.text + result.error);
+  }
+  return taken;
+}
+
+// Lets nobody past until it is opened.
+class Gate {
+ public:
+  void Open() {
+    const std::lock_guard lock(mutex);
+    isOpen = true;
+    changed.notify_all();
+  }
+  void Pass() {
+    std::unique_lock lock(mutex);
+    changed.wait(lock, [this] { return isOpen; });
+  }
+
+ private:
+  std::mutex mutex;
+  std::condition_variable changed;
+  bool isOpen = false;
+};
+
+TEST(OrderedWorkTest, AnswersComeInTheFilesOrderWhateverTheOrderOfTheirEnds) {
+  Gate laterIsDone;
+  OrderedWork work(2, 8, Numbers(3), [&](ScanResult& result) {
+    if (result.path == "0") laterIsDone.Pass();
+    if (result.path == "2") laterIsDone.Open();
+    result.text = "!";
+  });
+  EXPECT_THAT(TakeAll(work), testing::ElementsAre("0!", "1!", "2!"));
+}
+
+TEST(OrderedWorkTest, ManyThreadsThroughASmallWindowLoseNothing) {
+  OrderedWork work(8, 3, Numbers(2000), [](ScanResult& result) { result.text = "!"; });
+  const std::vector<std::string> taken = TakeAll(work);
+  ASSERT_EQ(taken.size(), 2000u);
+  for (std::size_t i = 0; i < taken.size(); ++i) EXPECT_EQ(taken[i], std::to_string(i) + "!");
+}
+
+TEST(OrderedWorkTest, NoMoreThanTheWindowIsBegunBeforeTheFirstAnswerIsTaken) {
+  std::atomic<int> given = 0;
+  Gate firstMayEnd;
+  Gate windowIsFull;
+  OrderedWork work(
+      2, 4,
+      [&](ScanResult& result) {
+        result.path = std::to_string(given++);
+        return given <= 100;
+      },
+      [&](ScanResult& result) {
+        if (result.path == "0") firstMayEnd.Pass();
+        if (result.path == "3") windowIsFull.Open();
+      });
+  windowIsFull.Pass();
+  ScanResult result;
+  EXPECT_EQ(work.Take(result, OrderedWork::Clock::now()), OrderedWork::Taken::kNoneYet);
+  EXPECT_EQ(given, 4);
+  firstMayEnd.Open();
+  EXPECT_EQ(TakeAll(work).size(), 100u);
+}
+
+TEST(OrderedWorkTest, AFileThatHasItsAnswerAlreadyIsNotAskedAbout) {
+  int left = 1;
+  OrderedWork work(
+      2, 4,
+      [&](ScanResult& result) {
+        result.error = "unreadable";
+        return left-- > 0;
+      },
+      [](ScanResult& result) { result.text = "asked"; });
+  EXPECT_THAT(TakeAll(work), testing::ElementsAre("unreadable"));
+}
+
+TEST(OrderedWorkTest, AnExceptionIsAnAnswersErrorAndOneOutOfTheWalkTheLastAnswer) {
+  int given = 0;
+  OrderedWork work(
+      1, 4,
+      [&](ScanResult& result) {
+        if (given == 2) throw std::runtime_error("the walk failed");
+        result.path = std::to_string(given++);
+        return true;
+      },
+      [](ScanResult& result) {
+        if (result.path == "0") throw std::runtime_error(" failed");
+      });
+  EXPECT_THAT(TakeAll(work), testing::ElementsAre("0 failed", "1", "the walk failed"));
+}
+
+TEST(OrderedWorkTest, WhatIsUnderWayIsWaitedForAndNothingElseBegunOnceItIsStopped) {
+  std::atomic<int> asked = 0;
+  std::atomic<int> completed = 0;
+  {
+    OrderedWork work(3, 5, Numbers(1000), [&](ScanResult&) {
+      ++asked;
+      std::this_thread::yield();
+      ++completed;
+    });
+    ScanResult result;
+    EXPECT_EQ(work.Take(result, std::nullopt), OrderedWork::Taken::kAnswer);
+  }
+  EXPECT_EQ(asked, completed);
+  EXPECT_LE(asked, 6);
+}
+
+TEST(ProgressLineTest, WithoutATotalThereAreCountsAndRates) {
+  EXPECT_EQ(ProgressLine({3, 4'000'000, 0, 1}, std::nullopt, 2, 79),
+            "4 files  4.0 MB  1 files/s, 2.0 MB/s");
+}
+
+TEST(ProgressLineTest, WithATotalThereIsABarAndTheTimeLeft) {
+  EXPECT_EQ(ProgressLine({50, 500'000, 0, 0}, Amount{100, 1'000'000}, 90, 79),
+            "[#####-----] 50%  1:30 left  50/100 files  500.0 kB  0 files/s, 5.6 kB/s");
+  EXPECT_THAT(ProgressLine({1, 0, 0, 0}, Amount{100, 0}, 360, 79), HasSubstr(" 9.9 h left "));
+}
+
+TEST(ProgressLineTest, ATreeThatGrewOrIsEmptyIsNeverMoreThanDone) {
+  EXPECT_THAT(ProgressLine({200, 0, 0, 0}, Amount{100, 0}, 1, 79),
+              StartsWith("[##########] 100%  0:00 left  200/100 files"));
+  EXPECT_THAT(ProgressLine({}, Amount{}, 0, 79), StartsWith("[##########] 100%"));
+  EXPECT_THAT(ProgressLine({}, Amount{9, 9}, 1, 79), StartsWith("[----------] 0%  0/9 files"));
+}
+
+TEST(ProgressLineTest, ANarrowTerminalGetsItsBeginning) {
+  EXPECT_EQ(ProgressLine({50, 500'000, 0, 0}, Amount{100, 1'000'000}, 90, 16), "[#####-----] 50%");
+}
+
+TEST(ScanReportTest, PathsAndReasonsAreListedUpToALimitAndCountedBeyond) {
+  ScanReport report;
+  for (int i = 0; i < 25; ++i) report.Add({"path" + std::to_string(i), "often", "", 0});
+  for (int i = 0; i < 120; ++i) report.Add({"other", "reason " + std::to_string(i), "", 0});
+  report.Add({"both\n", "once", "line", 7, true, true});
+  EXPECT_EQ(report.Counts().errors, 146u);
+  EXPECT_EQ(report.Counts().files, 1u);
+  EXPECT_EQ(report.Counts().bytes, 7u);
+  EXPECT_EQ(report.Counts().images, 1u);
+  testing::internal::CaptureStderr();
+  report.PrintErrors();
+  const std::string errors = testing::internal::GetCapturedStderr();
+  EXPECT_THAT(errors, AllOf(StartsWith("larder: path0: often\n"), HasSubstr(": path19: often\n"),
+                            Not(HasSubstr("path20"))));
+  EXPECT_THAT(errors, HasSubstr("larder: 25 errors, 20 of them listed: often\n"
+                                "larder: other: reason 0\nlarder: 1 error: reason 0\n"));
+  EXPECT_THAT(errors,
+              AllOf(HasSubstr("larder: 1 error: reason 98\n"), Not(HasSubstr("reason 99"))));
+  EXPECT_THAT(errors, testing::EndsWith("larder: 22 errors, 20 of them listed: other reasons\n"));
+}
+
+TEST(SizeTextTest, SizesHaveOneDigitBehindThePointAndThreeInFrontAtMost) {
+  EXPECT_EQ(SizeText(0), "0 bytes");
+  EXPECT_EQ(SizeText(1), "1 byte");
+  EXPECT_EQ(SizeText(999), "999 bytes");
+  EXPECT_EQ(SizeText(1000), "1.0 kB");
+  EXPECT_EQ(SizeText(999'949), "999.9 kB");
+  EXPECT_EQ(SizeText(999'950), "1.0 MB");
+  EXPECT_EQ(SizeText(UINT64_MAX), "18.4 EB");
+}
+
+}  // namespace
+}  // namespace larder::tool
