@@ -25,6 +25,16 @@ typedef struct FeedStatsRecord {
   uint64_t freeQueryCalls; /* blocks that came back */
   uint64_t writeCalls;
   uint64_t bytesWritten; /* the sum of the written blocks' sizes, headers included */
+
+  /* The file provider (feed-file.dll) of this process and its store; all zero where there is none.
+   * The store is shared by all processes of the machine, the counts are this process's own. */
+  uint64_t storeSince;    /* when these counts began, as since */
+  uint64_t storeEntries;  /* files, or versions of files, that facts are stored of */
+  uint64_t storeBytes;    /* that they take up on disk */
+  uint64_t storeHits;     /* queries that were answered from the store */
+  uint64_t storeMisses;   /* queries for which nothing that still holds was found there */
+  uint64_t filesComputed; /* queries that were answered by reading the file */
+  uint64_t storeRefused;  /* facts and written blocks that weren't stored */
 } FeedStatsRecord;
 
 LARDER_STATIC_ASSERT(offsetof(FeedStatsRecord, dataSize) == 0, "dataSize moved");
@@ -35,6 +45,13 @@ LARDER_STATIC_ASSERT(offsetof(FeedStatsRecord, queryCalls) == 24, "queryCalls mo
 LARDER_STATIC_ASSERT(offsetof(FeedStatsRecord, freeQueryCalls) == 32, "freeQueryCalls moved");
 LARDER_STATIC_ASSERT(offsetof(FeedStatsRecord, writeCalls) == 40, "writeCalls moved");
 LARDER_STATIC_ASSERT(offsetof(FeedStatsRecord, bytesWritten) == 48, "bytesWritten moved");
+LARDER_STATIC_ASSERT(offsetof(FeedStatsRecord, storeSince) == 56, "storeSince moved");
+LARDER_STATIC_ASSERT(offsetof(FeedStatsRecord, storeEntries) == 64, "storeEntries moved");
+LARDER_STATIC_ASSERT(offsetof(FeedStatsRecord, storeBytes) == 72, "storeBytes moved");
+LARDER_STATIC_ASSERT(offsetof(FeedStatsRecord, storeHits) == 80, "storeHits moved");
+LARDER_STATIC_ASSERT(offsetof(FeedStatsRecord, storeMisses) == 88, "storeMisses moved");
+LARDER_STATIC_ASSERT(offsetof(FeedStatsRecord, filesComputed) == 96, "filesComputed moved");
+LARDER_STATIC_ASSERT(offsetof(FeedStatsRecord, storeRefused) == 104, "storeRefused moved");
 LARDER_STATIC_ASSERT(sizeof(FeedStatsRecord) >= LARDER_FEED_STATS_FIRST_SIZE, "the record shrank");
 
 #endif

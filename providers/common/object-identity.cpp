@@ -19,12 +19,12 @@ Value ReadAt(const void* source, std::size_t offset) noexcept {
 }
 
 WideString ReadPath(const void* descriptor) {
-  WideString path;
-  std::size_t offset = offsetof(FileObjectDescriptor, filePath);
-  while (const auto unit = ReadAt<LarderWideChar>(descriptor, offset)) {
-    path.push_back(unit);
-    offset += sizeof unit;
-  }
+  constexpr std::size_t kStart = offsetof(FileObjectDescriptor, filePath);
+  constexpr std::size_t kUnit = sizeof(LarderWideChar);
+  std::size_t length = 0;
+  while (ReadAt<LarderWideChar>(descriptor, kStart + length * kUnit) != 0) ++length;
+  WideString path(length, 0);
+  std::memcpy(path.data(), static_cast<const unsigned char*>(descriptor) + kStart, length * kUnit);
   return path;
 }
 

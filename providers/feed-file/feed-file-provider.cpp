@@ -1,31 +1,135 @@
 #include "feed-file/feed-file-provider.h"
 
-#include <stdexcept>
+#include <larder/feed-file.h>
 
-#include "common/object-identity.h"
+#include <algorithm>
+#include <cstring>
+#include <stdexcept>
+#include <string>
+
+#include "common/file-id.h"
+#include "common/file-refusal.h"
+#include "diag/record-validation.h"
 #include "feed-file/query-module-path.h"
+#include "feed-file/shared-store.h"
+#include "platform/file.h"
 
 namespace larder::feed {
+namespace {
 
-FeedFileProvider::FeedFileProvider() : query(QueryModulePath()) {}
+static_assert(kFileProviderType == LARDER_FEED_FILE_TYPE);
+
+// Whether the file had stood still long enough at a moment for any change after it to show in its
+// times. Both times are looked at: the one may be set by anybody, the other isn't everywhere.
+bool IsSettled(const ObjectIdentity& wanted, const platform::FileInfo& info, std::uint64_t moment) {
+  const std::uint64_t latest = std::max(info.lastModified, info.changed);
+  return latest < moment && moment - latest > platform::FileTimeStep(wanted.path);
+}
+
+[[noreturn]] void RefuseBlock(const ObjectIdentity& wanted, const std::string& reason) {
+  throw std::runtime_error("Can't store facts about " + Quoted(wanted.path) + ": " + reason);
+}
+
+void CheckBlock(const ObjectIdentity& wanted, const DbBuffer& block) {
+  const std::string fault = ValidateFileDataRecord(block.data, block.size);
+  if (!fault.empty()) RefuseBlock(wanted, fault);
+  DataBlockHeader header{};
+  std::memcpy(&header, block.data, sizeof header);
+  if (header.providerType == LARDER_FEED_FILE_TYPE) return;
+  RefuseBlock(wanted, "its providerType is " + std::to_string(header.providerType) + ", not " +
+                          std::to_string(LARDER_FEED_FILE_TYPE));
+}
+
+// The file that a written block tells of, as it is now.
+platform::FileInfo LookAtWritten(const ObjectIdentity& wanted) {
+  platform::FileInfo info;
+  platform::FileKind kind{};
+  const std::uint64_t moment = platform::CurrentFileTime();
+  if (!IsThere(wanted, platform::LookAtFile(wanted.path, info, kind))) {
+    RefuseBlock(wanted, "there is no such file");
+  }
+  RequireRegular(wanted, kind);
+  RequireTime(wanted, info);
+  if (!IsSettled(wanted, info, moment)) {
+    RefuseBlock(wanted, "the file was changed only a moment ago");
+  }
+  return info;
+}
+
+EntryView ViewOf(const DbBuffer& block) { return {block.data, block.size}; }
+
+}  // namespace
+
+FeedFileProvider::FeedFileProvider() : query(QueryModulePath()), store(SharedStore()) {}
 
 std::int32_t FeedFileProvider::GetType() { return kFileProviderType; }
 
 void FeedFileProvider::GetKey(const void* objectDescriptor, std::uint64_t* key) {
-  *key = KeyOf(ReadDescriptor(objectDescriptor));
+  ObjectIdentity wanted = ReadDescriptor(objectDescriptor);
+  *key = StoreKey(platform::FoldCase(std::move(wanted.path)), wanted.lastModified);
 }
 
-void FeedFileProvider::Query(const void* objectDescriptor, std::uint32_t, std::uint64_t*,
-                             DbBuffer* result) {
+void FeedFileProvider::Query(const void* objectDescriptor, std::uint32_t queryOption,
+                             std::uint64_t*, DbBuffer* result) {
+  const ObjectIdentity wanted = ReadDescriptor(objectDescriptor);
+  switch (queryOption) {
+    case LARDER_FEED_FILE_NOW:
+      if (!FindStored(wanted, result)) Compute(wanted, result);
+      return;
+    case LARDER_FEED_FILE_STORED:
+      FindStored(wanted, result);
+      return;
+    case LARDER_FEED_FILE_AFRESH:
+      Compute(wanted, result);
+      return;
+    default:
+      throw std::invalid_argument("The file provider has no query option " +
+                                  std::to_string(queryOption) + ": 0, 1 and 2 are all");
+  }
+}
+
+bool FeedFileProvider::FindStored(const ObjectIdentity& wanted, DbBuffer* result) {
+  platform::FileInfo info;
+  platform::FileKind kind{};
+  if (!IsThere(wanted, platform::LookAtFile(wanted.path, info, kind))) return false;
+  RequireRegular(wanted, kind);
+  RequireTime(wanted, info);
+  const WideString folded = platform::FoldCase(wanted.path);
+  return store->Find({folded, info}, result);
+}
+
+void FeedFileProvider::Compute(const ObjectIdentity& wanted, DbBuffer* result) {
   platform::FileInfo seen;
-  query->Query(ReadDescriptor(objectDescriptor), &seen, result);
+  const std::uint64_t moment = platform::CurrentFileTime();
+  if (!query->Query(wanted, &seen, result)) return;
+  store->CountComputed();
+  if (IsSettled(wanted, seen, moment)) {
+    const WideString folded = platform::FoldCase(wanted.path);
+    store->Keep({folded, seen}, ViewOf(*result));
+  } else {
+    store->CountRefused();
+  }
 }
 
 void FeedFileProvider::FreeQuery(DbBuffer* data) { data->Reset(); }
 
-void FeedFileProvider::Write(const void* objectDescriptor, std::uint64_t*, DbBuffer*) {
-  throw std::runtime_error("Can't write " + Quoted(ReadDescriptor(objectDescriptor).path) +
-                           ": the file provider stores nothing yet");
+void FeedFileProvider::Write(const void* objectDescriptor, std::uint64_t*, DbBuffer* data) {
+  const ObjectIdentity wanted = ReadDescriptor(objectDescriptor);
+  try {
+    CheckBlock(wanted, *data);
+    const platform::FileInfo info = LookAtWritten(wanted);
+    const std::uint64_t fileId = FileIdOf(info);
+    std::memcpy(data->data + offsetof(FileDataRecord, fileId), &fileId, sizeof fileId);
+    const WideString folded = platform::FoldCase(wanted.path);
+    try {
+      store->KeepNow({folded, info}, ViewOf(*data));
+    } catch (const std::runtime_error& error) {
+      RefuseBlock(wanted, error.what());
+    }
+  } catch (...) {
+    store->CountRefused();
+    throw;
+  }
 }
 
 }  // namespace larder::feed

@@ -1,16 +1,18 @@
-// The file provider, type 1: the digests of a file's bytes.
+// The file provider, type 1: facts about files, from the store or computed by the query module.
 //
-// An object is named by a FileObjectDescriptor. The query module reads the whole file and makes the
-// FileDataRecord that Query answers with; the query option is ignored. No data for a file that
-// doesn't exist; the result LARDER_E_FILE_ID_MISMATCH when the descriptor's lastModified isn't 0
-// and isn't the file's; an exception with the path and the reason for what isn't a regular file or
-// can't be read. Nothing is stored yet: each query reads the file, and Write always throws.
+// An object is named by a FileObjectDescriptor; larder/feed-file.h has the query options and what a
+// written record must be. No data for a file that doesn't exist; the result
+// LARDER_E_FILE_ID_MISMATCH when the descriptor's lastModified isn't 0 and isn't the file's; an
+// exception with the path and the reason for what isn't a regular file or can't be read.
 #pragma once
 
 #include <larder/provider.h>
 
 #include <cstdint>
+#include <memory>
 
+#include "common/object-identity.h"
+#include "feed-file/fact-store.h"
 #include "feed-file/query-module.h"
 
 namespace larder::feed {
@@ -28,7 +30,11 @@ class FeedFileProvider final : public IDataProvider {
   void Write(const void* objectDescriptor, std::uint64_t* key, DbBuffer* data) override;
 
  private:
+  bool FindStored(const ObjectIdentity& wanted, DbBuffer* result);
+  void Compute(const ObjectIdentity& wanted, DbBuffer* result);
+
   const QueryModule query;
+  const std::shared_ptr<FactStore> store;
 };
 
 }  // namespace larder::feed

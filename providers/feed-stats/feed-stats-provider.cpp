@@ -4,6 +4,8 @@
 #include <cstring>
 #include <utility>
 
+#include "feed-stats/file-provider-figures.h"
+
 namespace larder::feed {
 namespace {
 
@@ -46,7 +48,7 @@ void FeedStatsProvider::Write(const void*, std::uint64_t*, DbBuffer* data) {
   bytesWritten.Add(data->size);
 }
 
-FeedStatsRecord FeedStatsProvider::MakeRecord() const noexcept {
+FeedStatsRecord FeedStatsProvider::MakeRecord() const {
   FeedStatsRecord record{};
   record.dataSize = sizeof record;
   record.providerType = LARDER_FEED_STATS_TYPE;
@@ -56,6 +58,14 @@ FeedStatsRecord FeedStatsProvider::MakeRecord() const noexcept {
   record.freeQueryCalls = freeQueryCalls.Get();
   record.writeCalls = writeCalls.Get();
   record.bytesWritten = bytesWritten.Get();
+  const FileFigures figures = FileProviderFigures();
+  record.storeSince = figures.since;
+  record.storeEntries = figures.entries;
+  record.storeBytes = figures.bytes;
+  record.storeHits = figures.hits;
+  record.storeMisses = figures.misses;
+  record.filesComputed = figures.computed;
+  record.storeRefused = figures.refused;
   return record;
 }
 

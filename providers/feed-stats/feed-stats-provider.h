@@ -35,7 +35,7 @@ class FeedStatsProvider final : public IDataProvider {
     std::atomic<std::uint64_t> value = 0;
   };
 
-  FeedStatsRecord MakeRecord() const noexcept;
+  FeedStatsRecord MakeRecord() const;
 
   const std::uint64_t since;  // 100 ns since 1601-01-01 UTC
   Count getKeyCalls;

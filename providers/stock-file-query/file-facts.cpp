@@ -1,11 +1,8 @@
 #include "stock-file-query/file-facts.h"
 
-#include <larder/larder.h>
-
-#include <stdexcept>
 #include <string>
 
-#include "common/result-error.h"
+#include "common/file-refusal.h"
 #include "common/system-reason.h"
 #include "stock-file-query/file-hasher.h"
 #include "stock-file-query/image-layout.h"
@@ -29,43 +26,27 @@ struct Reading {
   std::uint64_t bytesRead = 0;
   platform::FileInfo after;
 
-  bool IsSteady() const {
-    return bytesRead == facts.info.size && after.size == facts.info.size &&
-           after.lastModified == facts.info.lastModified;
-  }
+  bool IsSteady() const { return bytesRead == facts.info.size && after == facts.info; }
 };
 
-[[noreturn]] void Fail(const ObjectIdentity& wanted, const std::string& reason) {
-  throw std::runtime_error("Can't read " + Quoted(wanted.path) + ": " + reason);
-}
-
 void Check(const ObjectIdentity& wanted, platform::Code code) {
-  if (code != platform::kSuccess) Fail(wanted, SystemReason(code));
+  if (code != platform::kSuccess) RefuseFile(wanted, SystemReason(code));
 }
 
 // False if there is no such file.
 bool Open(const ObjectIdentity& wanted, OpenFile& file) {
   platform::FileKind kind = platform::FileKind::kRegular;
   const platform::Code code = platform::OpenFileToRead(wanted.path, file.handle, kind);
-  if (code == platform::kFileNotFound || code == platform::kPathNotFound) return false;
-  Check(wanted, code);
-  if (kind == platform::FileKind::kDirectory) Fail(wanted, "it is a directory");
-  if (kind != platform::FileKind::kRegular) Fail(wanted, "it isn't a regular file");
+  if (!IsThere(wanted, code)) return false;
+  RequireRegular(wanted, kind);
   return true;
-}
-
-void CheckTime(const ObjectIdentity& wanted, const platform::FileInfo& info) {
-  if (wanted.lastModified == 0 || wanted.lastModified == info.lastModified) return;
-  throw ResultError(LARDER_E_FILE_ID_MISMATCH, Quoted(wanted.path) + " was last modified at " +
-                                                   std::to_string(info.lastModified) + ", not at " +
-                                                   std::to_string(wanted.lastModified));
 }
 
 Reading Read(const ObjectIdentity& wanted, platform::Handle file) {
   Reading reading;
   FileFacts& facts = reading.facts;
   Check(wanted, platform::QueryFileInfo(file, facts.info));
-  CheckTime(wanted, facts.info);
+  RequireTime(wanted, facts.info);
   const auto readBlock = [&](std::uint64_t offset, void* buffer, std::size_t size) {
     std::size_t got = 0;
     Check(wanted, platform::ReadAt(file, offset, buffer, size, got));
@@ -85,9 +66,10 @@ Reading Read(const ObjectIdentity& wanted, platform::Handle file) {
 }
 
 [[noreturn]] void FailUnsteady(const ObjectIdentity& wanted, const Reading& reading) {
-  Fail(wanted, "it changed while it was read, twice: " + std::to_string(reading.facts.info.size) +
-                   " bytes before, " + std::to_string(reading.after.size) + " after, " +
-                   std::to_string(reading.bytesRead) + " read");
+  RefuseFile(wanted,
+             "it changed while it was read, twice: " + std::to_string(reading.facts.info.size) +
+                 " bytes before, " + std::to_string(reading.after.size) + " after, " +
+                 std::to_string(reading.bytesRead) + " read");
 }
 
 }  // namespace

@@ -3,17 +3,13 @@
 #include <algorithm>
 #include <cstring>
 
+#include "common/file-id.h"
 #include "common/file-query.h"
 #include "stock-file-query/chain-records.h"
 #include "stock-file-query/signer-chains.h"
 
 namespace larder::feed {
 namespace {
-
-// The volume is spread over all bits, so that files of two volumes with one number differ.
-std::uint64_t FileId(const platform::FileInfo& info) {
-  return info.index ^ (info.volume * 0x9E3779B97F4A7C15u);
-}
 
 template <typename Digest, std::size_t size>
 void Set(std::uint8_t (&field)[size], const Digest& digest) {
@@ -26,7 +22,7 @@ void Set(std::uint8_t (&field)[size], const Digest& digest) {
 DbBuffer MakeFileRecord(const FileFacts& facts) {
   FileDataRecord record{};
   record.providerType = kFileProviderType;
-  record.fileId = FileId(facts.info);
+  record.fileId = FileIdOf(facts.info);
   Set(record.fileMD5, facts.digests.md5);
   Set(record.fileSHA1, facts.digests.sha1);
   Set(record.fileSHA256, facts.digests.sha256);

@@ -20,6 +20,8 @@ struct FileInfo {
   // When anything about the file changed last, as lastModified; no program can set it back. 0 where
   // the file system doesn't tell.
   std::uint64_t changed = 0;
+
+  bool operator==(const FileInfo&) const = default;
 };
 
 // Opens what a path leads to for reading, links followed, in the way that disturbs other programs
@@ -28,6 +30,21 @@ struct FileInfo {
 [[nodiscard]] Code OpenFileToRead(const WideString& path, Handle& file, FileKind& kind);
 
 [[nodiscard]] Code QueryFileInfo(Handle file, FileInfo& info) noexcept;
+
+// What QueryFileInfo would tell of a path, links followed, from a look that needs no right to read
+// the file, disturbs nobody and never blocks. info is that of a regular file, else untouched.
+[[nodiscard]] Code LookAtFile(const WideString& path, FileInfo& info, FileKind& kind);
+
+// By how much two changes of a file must lie apart to be sure to leave different times, where the
+// path leads: it depends on the file system. 100 ns.
+[[nodiscard]] std::uint64_t FileTimeStep(const WideString& path);
+
+// The system's clock, in the form of a file's times.
+[[nodiscard]] std::uint64_t CurrentFileTime() noexcept;
+
+// The form that paths share when they name one file and differ in case alone; the path itself where
+// case tells files apart.
+[[nodiscard]] WideString FoldCase(WideString path);
 
 // Reads on from where the last read ended; got is 0 at the end of the file.
 [[nodiscard]] Code ReadOn(Handle file, void* buffer, std::size_t size, std::size_t& got) noexcept;

@@ -15,6 +15,10 @@ using Symbol = void (*)();
 // (the file, or something that it depends on), kBadExeFormat, kProcedureNotFound.
 [[nodiscard]] Code OpenModule(const WideString& path, ModuleHandle& module);
 
+// The module at a path if the process has it loaded already, else null; it is held until
+// CloseModule as one that was opened.
+[[nodiscard]] ModuleHandle FindLoadedModule(const WideString& path);
+
 // The address of an export, or null.
 [[nodiscard]] Symbol FindSymbol(ModuleHandle module, const char* name) noexcept;
 

@@ -34,7 +34,7 @@ endfunction()
 
 file(REMOVE_RECURSE ${FOLDER})
 must_run(${CMAKE_COMMAND} --install ${BUILD} --prefix ${prefix})
-foreach(header feed-stats.h larder.h provider.h records.h)
+foreach(header feed-file.h feed-stats.h larder.h provider.h records.h)
   if(NOT EXISTS ${prefix}/include/larder/${header})
     message(FATAL_ERROR "${header} isn't installed")
   endif()

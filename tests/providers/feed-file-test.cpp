@@ -217,12 +217,6 @@ TEST_F(FeedFile, HasNoDataForALoneSurrogateThatNamesNothing) {
   EXPECT_FALSE(HasData(lone));
 }
 
-TEST_F(FeedFile, RefusesToStore) {
-  const Descriptor descriptor(LARDER_WIDE("C:\\some\\\u65E5"));
-  EXPECT_EQ(TextThrownBy([&] { WriteTo(*provider, descriptor, BlockOf("x", 1)); }),
-            "Can't write \"C:\\some\\\xE6\x97\xA5\": the file provider stores nothing yet");
-}
-
 TEST_F(FeedFile, MakesItsKeyFromPathAndTimeWithoutTheFile) {
   const LarderWideChar* const path = LARDER_WIDE("C:\\nowhere");
   const std::uint64_t key = KeyOf(*provider, Descriptor(path));

@@ -7,6 +7,7 @@
 #include <thread>
 #include <vector>
 
+#include "providers/provider-machine.h"
 #include "providers/provider-module.h"
 
 namespace larder {
@@ -24,6 +25,7 @@ class FeedStats : public testing::Test {
     return record;
   }
 
+  const ProviderMachine machine;
   const ProviderModule provider{BesideProgram(LARDER_WIDE("feed-stats.dll"))};
 };
 
@@ -52,6 +54,9 @@ TEST_F(FeedStats, CountsWhatWasAskedTheAskingIncluded) {
   EXPECT_EQ(second.writeCalls, 3u);
   EXPECT_EQ(second.bytesWritten, 28u);
   EXPECT_EQ(second.since, first.since);
+  // There is no file provider in this process.
+  EXPECT_EQ(second.storeSince, 0u);
+  EXPECT_EQ(second.storeRefused, 0u);
 }
 
 TEST_F(FeedStats, BeginsAnewWithEachObject) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#include <larder/feed-file.h>
 
 #include <filesystem>
 #include <fstream>
@@ -23,6 +24,19 @@ class FileProviderTest : public testing::Test {
     return path;
   }
 
+  // Asks until the facts of the file come from the store: ones that are computed right after the
+  // file was changed aren't stored.
+  DbBuffer QueryUntilStored(const WideString& path) const {
+    for (;;) {
+      FreeAny(QueryOf(*provider, Descriptor(path), LARDER_FEED_FILE_NOW));
+      DbBuffer block = QueryOf(*provider, Descriptor(path), LARDER_FEED_FILE_STORED);
+      if (block.data != nullptr) return block;
+    }
+  }
+  void FreeAny(DbBuffer block) const {
+    if (block.data != nullptr) FreeQueryOf(*provider, block);
+  }
+
   // The exception's text of a query; "(nothing thrown)" if it ends well.
   std::string FailureOf(const WideString& path) const {
     return TextThrownBy([&] { QueryOf(*provider, Descriptor(path)); });
@@ -34,7 +48,7 @@ class FileProviderTest : public testing::Test {
   }
 
   ProviderMachine machine;
-  const ProviderModule provider{BesideProgram(LARDER_WIDE("feed-file.dll"))};
+  const ProviderModule provider{machine.AddModule(LARDER_WIDE("feed-file.dll"))};
 };
 
 }  // namespace larder

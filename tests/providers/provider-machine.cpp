@@ -21,13 +21,15 @@ void SetValue(const WideString& subkey, const WideString& name, std::uint32_t ty
 }  // namespace
 
 ProviderMachine::ProviderMachine() {
+  UseOwnCommonFolders();
   AddModule(LARDER_WIDE("stock-file-query.dll"));
   SetText(LARDER_WIDE("Install"), LARDER_WIDE("szLocation"), WideFolder());
 }
 
-void ProviderMachine::AddModule(WideView relativePath) const {
+WideString ProviderMachine::AddModule(WideView relativePath) const {
   const std::filesystem::path source = NativePath(BesideProgram(relativePath));
   std::filesystem::copy_file(source, Folder() / source.filename());
+  return WideFolder().append(relativePath.substr(relativePath.rfind(u'\\') + 1));
 }
 
 void ProviderMachine::SetText(const WideString& subkey, const WideString& name,

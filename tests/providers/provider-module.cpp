@@ -53,10 +53,10 @@ std::uint64_t KeyOf(IDataProvider& provider, const Descriptor& descriptor) {
   return key;
 }
 
-DbBuffer QueryOf(IDataProvider& provider, const Descriptor& descriptor) {
+DbBuffer QueryOf(IDataProvider& provider, const Descriptor& descriptor, std::uint32_t option) {
   std::uint64_t key = KeyOf(provider, descriptor);
   DbBuffer block;
-  provider.Query(descriptor.Get(), 0, &key, &block);
+  provider.Query(descriptor.Get(), option, &key, &block);
   return block;
 }
 

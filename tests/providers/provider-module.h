@@ -64,7 +64,7 @@ class Descriptor {
 
 // GetKey, then the operation, as a host does it.
 std::uint64_t KeyOf(IDataProvider& provider, const Descriptor& descriptor);
-DbBuffer QueryOf(IDataProvider& provider, const Descriptor& descriptor);
+DbBuffer QueryOf(IDataProvider& provider, const Descriptor& descriptor, std::uint32_t option = 0);
 void WriteTo(IDataProvider& provider, const Descriptor& descriptor, DbBuffer block);
 // The block as LarderFreeQuery hands it over: with a size of 0.
 void FreeQueryOf(IDataProvider& provider, DbBuffer& block);

@@ -1,7 +1,10 @@
 #include "platform/file.h"
 
 #include <fcntl.h>
+#include <linux/magic.h>
 #include <sys/stat.h>
+#include <sys/vfs.h>
+#include <time.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -39,6 +42,31 @@ std::uint64_t FileTime(const timespec& time) {
                                     time.tv_nsec / 100);
 }
 
+FileInfo InfoOf(const struct stat& status) {
+  return {.size = static_cast<std::uint64_t>(status.st_size),
+          .lastModified = FileTime(status.st_mtim),
+          .volume = status.st_dev,
+          .index = status.st_ino,
+          .changed = FileTime(status.st_ctim)};
+}
+
+// Whether the times come from another system or are kept in a coarse form.
+bool HasCoarseTimes(const struct statfs& system) {
+  constexpr std::uint32_t kCifs = 0xFF534D42;
+  constexpr std::uint32_t kSmb2 = 0xFE534D42;
+  switch (static_cast<std::uint32_t>(system.f_type)) {
+    case MSDOS_SUPER_MAGIC:
+    case EXFAT_SUPER_MAGIC:
+    case FUSE_SUPER_MAGIC:
+    case NFS_SUPER_MAGIC:
+    case kCifs:
+    case kSmb2:
+      return true;
+    default:
+      return false;
+  }
+}
+
 FileDescriptor OpenToRead(const char* path) {
   int descriptor = -1;
   do {
@@ -72,13 +100,36 @@ Code QueryFileInfo(Handle file, FileInfo& info) noexcept {
   if (object == nullptr) return kInvalidHandle;
   struct stat status {};
   if (fstat(object->descriptor.Get(), &status) != 0) return CodeFromErrno(errno);
-  info.size = static_cast<std::uint64_t>(status.st_size);
-  info.lastModified = FileTime(status.st_mtim);
-  info.volume = status.st_dev;
-  info.index = status.st_ino;
-  info.changed = FileTime(status.st_ctim);
+  info = InfoOf(status);
   return kSuccess;
 }
+
+Code LookAtFile(const WideString& path, FileInfo& info, FileKind& kind) {
+  std::string native;
+  if (const Code code = NativePath(path, native); code != kSuccess) return code;
+  struct stat status {};
+  if (stat(native.c_str(), &status) != 0) return CodeFromErrno(errno);
+  kind = KindOf(status.st_mode);
+  if (kind == FileKind::kRegular) info = InfoOf(status);
+  return kSuccess;
+}
+
+std::uint64_t FileTimeStep(const WideString& path) {
+  constexpr std::uint64_t kTick = 100'000;  // 10 ms, that of the slowest kernel's clock
+  constexpr std::uint64_t kCoarse = 20'000'000;
+  std::string native;
+  struct statfs system {};
+  if (NativePath(path, native) != kSuccess || statfs(native.c_str(), &system) != 0) return kCoarse;
+  return HasCoarseTimes(system) ? kCoarse : kTick;
+}
+
+std::uint64_t CurrentFileTime() noexcept {
+  timespec now{};
+  clock_gettime(CLOCK_REALTIME, &now);
+  return FileTime(now);
+}
+
+WideString FoldCase(WideString path) { return path; }
 
 Code ReadOn(Handle file, void* buffer, std::size_t size, std::size_t& got) noexcept {
   got = 0;

@@ -97,6 +97,12 @@ Code OpenModule(const WideString& path, ModuleHandle& module) {
   return module != nullptr ? kSuccess : ReasonOfFailure(isPath);
 }
 
+ModuleHandle FindLoadedModule(const WideString& path) {
+  std::string native;
+  if (NativePath(path, native) != kSuccess || native.empty()) return nullptr;
+  return reinterpret_cast<ModuleHandle>(dlopen(native.c_str(), RTLD_NOW | RTLD_NOLOAD));
+}
+
 Symbol FindSymbol(ModuleHandle module, const char* name) noexcept {
   if (module == nullptr || name == nullptr) return nullptr;
   void* symbol = dlsym(NativeModule(module), name);

@@ -3,6 +3,7 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <array>
 #include <memory>
 
 #include "platform/windows/last-error.h"
@@ -20,12 +21,12 @@ struct CloseFile {
 std::uint64_t Join(DWORD high, DWORD low) { return std::uint64_t{high} << 32 | low; }
 
 // Shares everything, and lets no pipe that bears the name act for this process.
-Handle OpenToRead(const WideString& path) {
+Handle OpenWith(DWORD access, const WideString& path) {
   constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
   constexpr DWORD kFlags = FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_SEQUENTIAL_SCAN |
                            SECURITY_SQOS_PRESENT | SECURITY_IDENTIFICATION;
   return reinterpret_cast<Handle>(
-      CreateFileW(path.c_str(), GENERIC_READ, kShareAll, nullptr, OPEN_EXISTING, kFlags, nullptr));
+      CreateFileW(path.c_str(), access, kShareAll, nullptr, OPEN_EXISTING, kFlags, nullptr));
 }
 
 Code KindOf(Handle file, FileKind& kind) {
@@ -47,13 +48,26 @@ std::uint64_t TimeOfChange(Handle file) {
   return static_cast<std::uint64_t>(information.ChangeTime.QuadPart);
 }
 
+// The folder or drive that a volume is reached by: the path's own, or the current one.
+bool HasCoarseTimes(const WideString& path) {
+  std::array<wchar_t, MAX_PATH + 1> root{};
+  std::array<wchar_t, MAX_PATH + 1> name{};
+  if (GetVolumePathNameW(path.c_str(), root.data(), static_cast<DWORD>(root.size())) == FALSE ||
+      GetVolumeInformationW(root.data(), nullptr, 0, nullptr, nullptr, nullptr, name.data(),
+                            static_cast<DWORD>(name.size())) == FALSE) {
+    return true;
+  }
+  return GetDriveTypeW(root.data()) == DRIVE_REMOTE ||
+         (WideView(name.data()) != L"NTFS" && WideView(name.data()) != L"ReFS");
+}
+
 }  // namespace
 
 Code OpenFileToRead(const WideString& path, Handle& file, FileKind& kind) {
   file = InvalidHandle();
   WideString native;
   if (const Code code = NativePath(path, native); code != kSuccess) return code;
-  const Handle opened = OpenToRead(native);
+  const Handle opened = OpenWith(GENERIC_READ, native);
   if (opened == InvalidHandle()) return LastError();
   std::unique_ptr<KernelObject, CloseFile> owner(opened);
   const Code code = KindOf(opened, kind);
@@ -72,6 +86,39 @@ Code QueryFileInfo(Handle file, FileInfo& info) noexcept {
   info.index = Join(information.nFileIndexHigh, information.nFileIndexLow);
   info.changed = TimeOfChange(file);
   return kSuccess;
+}
+
+Code LookAtFile(const WideString& path, FileInfo& info, FileKind& kind) {
+  WideString native;
+  if (const Code code = NativePath(path, native); code != kSuccess) return code;
+  const Handle opened = OpenWith(FILE_READ_ATTRIBUTES, native);
+  if (opened == InvalidHandle()) return LastError();
+  const std::unique_ptr<KernelObject, CloseFile> owner(opened);
+  const Code code = KindOf(opened, kind);
+  if (code != kSuccess || kind != FileKind::kRegular) return code;
+  return QueryFileInfo(opened, info);
+}
+
+std::uint64_t FileTimeStep(const WideString& path) {
+  constexpr std::uint64_t kTick = 200'000;  // 20 ms: the clock's 15.6 ms and something
+  constexpr std::uint64_t kCoarse = 20'000'000;
+  WideString native;
+  if (NativePath(path, native) != kSuccess) return kCoarse;
+  return HasCoarseTimes(native) ? kCoarse : kTick;
+}
+
+std::uint64_t CurrentFileTime() noexcept {
+  FILETIME now;
+  GetSystemTimePreciseAsFileTime(&now);
+  return Join(now.dwHighDateTime, now.dwLowDateTime);
+}
+
+WideString FoldCase(WideString path) {
+  const auto length = static_cast<int>(path.size());
+  WideString folded(path.size(), L'\0');
+  const int got = LCMapStringEx(LOCALE_NAME_INVARIANT, LCMAP_UPPERCASE, path.data(), length,
+                                folded.data(), length, nullptr, nullptr, 0);
+  return got == length ? folded : path;
 }
 
 Code ReadOn(Handle file, void* buffer, std::size_t size, std::size_t& got) noexcept {

@@ -21,6 +21,14 @@ Code OpenModule(const WideString& path, ModuleHandle& module) {
   return module != nullptr ? kSuccess : LastError();
 }
 
+ModuleHandle FindLoadedModule(const WideString& path) {
+  WideString native;
+  HMODULE module = nullptr;
+  if (NativePath(path, native) != kSuccess || native.empty()) return nullptr;
+  if (GetModuleHandleExW(0, native.c_str(), &module) == FALSE) return nullptr;
+  return reinterpret_cast<ModuleHandle>(module);
+}
+
 Symbol FindSymbol(ModuleHandle module, const char* name) noexcept {
   if (module == nullptr || name == nullptr) return nullptr;
   return reinterpret_cast<Symbol>(GetProcAddress(Native(module), name));

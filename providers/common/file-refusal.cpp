@@ -1,0 +1,34 @@
+#include "common/file-refusal.h"
+
+#include <larder/larder.h>
+
+#include <stdexcept>
+
+#include "common/result-error.h"
+#include "common/system-reason.h"
+
+namespace larder::feed {
+
+void RefuseFile(const ObjectIdentity& wanted, const std::string& reason) {
+  throw std::runtime_error("Can't read " + Quoted(wanted.path) + ": " + reason);
+}
+
+bool IsThere(const ObjectIdentity& wanted, platform::Code code) {
+  if (code == platform::kFileNotFound || code == platform::kPathNotFound) return false;
+  if (code != platform::kSuccess) RefuseFile(wanted, SystemReason(code));
+  return true;
+}
+
+void RequireRegular(const ObjectIdentity& wanted, platform::FileKind kind) {
+  if (kind == platform::FileKind::kDirectory) RefuseFile(wanted, "it is a directory");
+  if (kind != platform::FileKind::kRegular) RefuseFile(wanted, "it isn't a regular file");
+}
+
+void RequireTime(const ObjectIdentity& wanted, const platform::FileInfo& info) {
+  if (wanted.lastModified == 0 || wanted.lastModified == info.lastModified) return;
+  throw ResultError(LARDER_E_FILE_ID_MISMATCH, Quoted(wanted.path) + " was last modified at " +
+                                                   std::to_string(info.lastModified) + ", not at " +
+                                                   std::to_string(wanted.lastModified));
+}
+
+}  // namespace larder::feed

@@ -1,0 +1,75 @@
+#include "common/registry-value.h"
+
+#include <stdexcept>
+#include <string>
+
+#include "common/object-identity.h"
+#include "common/system-reason.h"
+#include "platform/registry.h"
+
+namespace larder::feed {
+namespace {
+
+constexpr WideView kRoot = LARDER_WIDE("Software\\Velmor\\Larder\\");
+constexpr std::size_t kMostCharacters = 98;  // as much as the library itself reads
+
+class OpenKey {
+ public:
+  OpenKey() = default;
+  ~OpenKey() { platform::CloseRegistryKey(key); }
+  OpenKey(const OpenKey&) = delete;
+  OpenKey& operator=(const OpenKey&) = delete;
+
+  platform::RegistryKey key = nullptr;
+};
+
+class Value {
+ public:
+  Value(WideView subkey, const WideString& valueName)
+      : path(WideString(kRoot).append(subkey)), name(valueName) {}
+
+  // False if there is no such value.
+  bool Read(std::uint32_t wantedType, const char* typeName, void* data, std::uint32_t size) const {
+    OpenKey open;
+    std::uint32_t type = 0;
+    platform::Code code = platform::OpenRegistryKey(path, platform::kKeyRead, open.key);
+    if (code == platform::kSuccess) {
+      code = platform::QueryRegistryValue(open.key, name, type, data, size);
+    }
+    if (code == platform::kFileNotFound) return false;
+    if (code != platform::kSuccess && code != platform::kMoreData) Fail(SystemReason(code));
+    if (type != wantedType) Fail(std::string("it isn't of type ") + typeName);
+    if (code == platform::kMoreData) {
+      Fail(type == platform::kRegSz ? "it has more than 98 characters" : "it is too long");
+    }
+    return true;
+  }
+
+ private:
+  [[noreturn]] void Fail(const std::string& reason) const {
+    throw std::runtime_error("Can't read the registry value " + Quoted(name) + " of the key " +
+                             Quoted(path) + ": " + reason);
+  }
+
+  const WideString path;
+  const WideString& name;
+};
+
+}  // namespace
+
+WideString ReadRegistryText(WideView subkey, const WideString& name) {
+  // One unit more than is asked for, so that a value stored without a terminator ends here.
+  LarderWideChar text[kMostCharacters + 2] = {};
+  const std::uint32_t size = (kMostCharacters + 1) * sizeof(LarderWideChar);
+  if (!Value(subkey, name).Read(platform::kRegSz, "REG_SZ", text, size)) return {};
+  return text;
+}
+
+std::optional<std::uint32_t> ReadRegistryNumber(WideView subkey, const WideString& name) {
+  std::uint32_t number = 0;
+  if (!Value(subkey, name).Read(platform::kRegDword, "REG_DWORD", &number, sizeof number))
+    return {};
+  return number;
+}
+
+}  // namespace larder::feed

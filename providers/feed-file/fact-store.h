@@ -1,0 +1,99 @@
+// The file provider's store: facts about files, kept from one process to the next.
+//
+// It is a cache, and whatever is wrong with it is no reason to fail: a store that can't be opened
+// finds nothing and keeps nothing, one that turns out to be damaged, or to be of another format, is
+// set aside and made anew. Lines of the log tell of both.
+//
+// What is kept is written by a thread of the store's own, many entries at once, each time to the
+// disk. Find sees it at once, other processes when it has been written; what hasn't been when a
+// process is killed is lost. Any thread may call. Not for the child of a fork.
+#pragma once
+
+#include <atomic>
+#include <condition_variable>
+#include <cstdint>
+#include <deque>
+#include <memory>
+#include <mutex>
+#include <shared_mutex>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "common/file-figures.h"
+#include "feed-file/store-environment.h"
+#include "platform/thread.h"
+
+namespace larder::feed {
+
+class FactStore {
+ public:
+  // folder exists: it is that of MakeStoreFolder. limit: bytes. An empty folder or a limit of 0
+  // means that there is no store, for the reason given.
+  FactStore(const WideString& folder, std::uint64_t limit, const std::string& reason = {});
+  // Returns when all is written. No call may run.
+  ~FactStore();
+  FactStore(const FactStore&) = delete;
+  FactStore& operator=(const FactStore&) = delete;
+
+  // False if nothing is stored of the file in this state; record stays as it was then.
+  bool Find(const StoredFile& file, DbBuffer* record);
+
+  // Stores a copy of the record some time soon, or not at all.
+  void Keep(const StoredFile& file, EntryView record);
+  // Returns when it is stored; throws std::runtime_error with the reason if it can't be.
+  void KeepNow(const StoredFile& file, EntryView record);
+
+  // Counts what only the provider knows of.
+  void CountComputed() noexcept { computed.fetch_add(1, std::memory_order_relaxed); }
+  void CountRefused() noexcept { refused.fetch_add(1, std::memory_order_relaxed); }
+
+  FileFigures Figures();
+
+ private:
+  enum class State { kWaiting, kStored, kFailed };
+  struct Waiting {
+    KeyedEntry keyed;
+    State state = State::kWaiting;
+  };
+  using WaitingList = std::vector<std::shared_ptr<Waiting>>;
+
+  static void RunWriter(void* store);
+  void WriteUntilStopped();
+  WaitingList TakeBatch();
+  void Finish(const WaitingList& batch, bool stored);
+  bool Write(const WaitingList& batch);
+  void Open();
+  void OpenAnew();
+  void SetReason(const std::string& text);
+  void TellDamage(const StoreError& error);
+  bool FindStored(std::uint64_t key, const StoredFile& file, DbBuffer* record);
+  bool FindWaiting(std::uint64_t key, const StoredFile& file, DbBuffer* record);
+  std::shared_ptr<Waiting> Enqueue(const StoredFile& file, EntryView record);
+
+  const WideString folder;
+  const std::uint64_t limit;
+  const std::uint64_t since;  // 100 ns since 1601-01-01 UTC
+  std::atomic<std::uint64_t> hits = 0;
+  std::atomic<std::uint64_t> misses = 0;
+  std::atomic<std::uint64_t> computed = 0;
+  std::atomic<std::uint64_t> refused = 0;
+
+  std::shared_mutex environmentMutex;  // guards the pointer
+  std::unique_ptr<StoreEnvironment> environment;
+
+  std::mutex mutex;  // guards the rest
+  std::condition_variable work;
+  std::condition_variable done;
+  std::deque<std::shared_ptr<Waiting>> queue;
+  // What is queued or is being written, the latest of each key.
+  std::unordered_map<std::uint64_t, std::shared_ptr<Waiting>> waiting;
+  std::atomic<bool> isWaiting = false;  // whether there are any, for those who don't hold the mutex
+  std::size_t waitingBytes = 0;
+  std::string reason;  // why there is no store, or why the last batch failed
+  bool isDamaged = false;
+  bool stops = false;
+  platform::Handle thread = nullptr;
+};
+
+}  // namespace larder::feed

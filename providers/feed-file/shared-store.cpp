@@ -1,0 +1,70 @@
+#include "feed-file/shared-store.h"
+
+#include <mutex>
+#include <new>
+#include <optional>
+#include <stdexcept>
+#include <string>
+
+#include "common/registry-value.h"
+#include "feed-file/store-folder.h"
+#include "feed-file/store-log.h"
+#include "platform/process.h"
+
+namespace larder::feed {
+namespace {
+
+constexpr std::uint32_t kUsualLimit = 1024;  // MiB
+constexpr const LarderWideChar* kLimitName = LARDER_WIDE("dwStoreLimitMiB");
+
+struct Holder {
+  std::mutex mutex;  // guards store
+  std::weak_ptr<FactStore> store;
+};
+
+Holder CurrentHolder;
+
+// Another thread of the parent may have held the mutex, and the store is the parent's.
+void ForgetStoreInForkedChild() { new (&CurrentHolder) Holder; }
+
+void WatchForks() {
+  static const bool isWatched = (platform::CallInForkedChild(ForgetStoreInForkedChild), true);
+  static_cast<void>(isWatched);
+}
+
+std::uint32_t LimitInMiB() try {
+  return ReadRegistryNumber(LARDER_WIDE("DataProviders\\FeedFile"), kLimitName)
+      .value_or(kUsualLimit);
+} catch (const std::runtime_error& error) {
+  SayInLog(error.what() + std::string("; it is taken for ") + std::to_string(kUsualLimit));
+  return kUsualLimit;
+}
+
+std::shared_ptr<FactStore> OpenStore() {
+  const std::uint64_t limit = std::uint64_t{LimitInMiB()} << 20;
+  if (limit == 0) return std::make_shared<FactStore>(WideString(), 0, "dwStoreLimitMiB is 0");
+  try {
+    return std::make_shared<FactStore>(MakeStoreFolder(), limit);
+  } catch (const std::runtime_error& error) {
+    SayInLog(error.what() + std::string("; there is no store"));
+    return std::make_shared<FactStore>(WideString(), 0, error.what());
+  }
+}
+
+}  // namespace
+
+std::shared_ptr<FactStore> SharedStore() {
+  WatchForks();
+  const std::lock_guard lock(CurrentHolder.mutex);
+  std::shared_ptr<FactStore> store = CurrentHolder.store.lock();
+  if (!store) CurrentHolder.store = store = OpenStore();
+  return store;
+}
+
+FileFigures SharedFigures() {
+  const std::lock_guard lock(CurrentHolder.mutex);
+  const std::shared_ptr<FactStore> store = CurrentHolder.store.lock();
+  return store ? store->Figures() : FileFigures{};
+}
+
+}  // namespace larder::feed

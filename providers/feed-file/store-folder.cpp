@@ -1,0 +1,59 @@
+#include "feed-file/store-folder.h"
+
+#include <stdexcept>
+#include <string>
+
+#include "common/object-identity.h"
+#include "common/system-reason.h"
+#include "platform/folder.h"
+#include "platform/log-file.h"
+
+namespace larder::feed {
+namespace {
+
+[[noreturn]] void Fail(const char* what, const WideString& path, platform::Code code) {
+  throw std::runtime_error(what + Quoted(path) + ": " + SystemReason(code));
+}
+
+void Make(const WideString& folder) {
+  const platform::Code code = platform::MakeFolder(folder);
+  if (code != platform::kSuccess && code != platform::kAlreadyExists) {
+    Fail("Can't make the folder ", folder, code);
+  }
+}
+
+// What can't be removed is told by the renaming that fails then.
+void Remove(const WideString& folder) {
+  for (const WideView file : {LARDER_WIDE("\\data.mdb"), LARDER_WIDE("\\lock.mdb")}) {
+    static_cast<void>(platform::RemoveFile(WideString(folder).append(file)));
+  }
+  static_cast<void>(platform::RemoveFolder(folder));
+}
+
+}  // namespace
+
+WideString MakeStoreFolder() {
+  WideString path;
+  const platform::Code code = platform::CommonFolderPath(platform::CommonFolder::kData, path);
+  if (code != platform::kSuccess) {
+    throw std::runtime_error("The system tells no folder for common data: " + SystemReason(code));
+  }
+  for (const WideView level :
+       {LARDER_WIDE("\\Velmor"), LARDER_WIDE("\\Larder"), LARDER_WIDE("\\db"),
+        LARDER_WIDE("\\feed-file"), LARDER_WIDE("\\store")}) {
+    Make(path.append(level));
+  }
+  return path;
+}
+
+WideString SetStoreAside(const WideString& storeFolder) {
+  WideString other = storeFolder.substr(0, storeFolder.rfind(u'\\') + 1);
+  other += LARDER_WIDE("set-aside");
+  Remove(other);
+  const platform::Code code = platform::RenameFile(storeFolder, other);
+  if (code != platform::kSuccess) Fail("Can't set aside ", storeFolder, code);
+  Make(storeFolder);
+  return other;
+}
+
+}  // namespace larder::feed

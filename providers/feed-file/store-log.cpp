@@ -1,0 +1,68 @@
+#include "feed-file/store-log.h"
+
+#include <array>
+#include <chrono>
+#include <cstdint>
+#include <cstdio>
+#include <exception>
+
+#include "common/registry-value.h"
+#include "platform/folder.h"
+#include "platform/handle.h"
+#include "platform/log-file.h"
+
+namespace larder::feed {
+namespace {
+
+bool IsLoggingEnabled() {
+  return ReadRegistryText(LARDER_WIDE("Logging"), LARDER_WIDE("szEnable")) == LARDER_WIDE("true");
+}
+
+// "24/02/29 11:09:55:  WARN: ", in UTC, as the library's own lines begin.
+std::string Stamp() {
+  const auto now = std::chrono::system_clock::now();
+  const auto day = std::chrono::floor<std::chrono::days>(now);
+  const std::chrono::year_month_day date(day);
+  const std::chrono::hh_mm_ss time(std::chrono::floor<std::chrono::seconds>(now - day));
+  std::array<char, 64> text;
+  std::snprintf(text.data(), text.size(),
+                "%02d/%02u/%02u %02d:%02d:%02d:  WARN: ", static_cast<int>(date.year()) % 100,
+                static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()),
+                static_cast<int>(time.hours().count()), static_cast<int>(time.minutes().count()),
+                static_cast<int>(time.seconds().count()));
+  return text.data();
+}
+
+// The logs directory, with the levels above it.
+bool MakeLogFolder(WideString& path) {
+  if (platform::CommonFolderPath(platform::CommonFolder::kData, path) != platform::kSuccess) {
+    return false;
+  }
+  for (const WideView level :
+       {LARDER_WIDE("\\Velmor"), LARDER_WIDE("\\Larder"), LARDER_WIDE("\\logs")}) {
+    const platform::Code code = platform::MakeFolder(path.append(level));
+    if (code != platform::kSuccess && code != platform::kAlreadyExists) return false;
+  }
+  return true;
+}
+
+void Append(const WideString& path, const std::string& line) {
+  const platform::Handle file = platform::OpenFileToWrite(path, platform::WriteMode::kWrite);
+  std::uint64_t size = 0;
+  if (platform::SeekToEnd(file, size) == platform::kSuccess) {
+    platform::WriteOnce(file, line.data(), static_cast<std::uint32_t>(line.size()));
+  }
+  platform::CloseObject(file);
+}
+
+}  // namespace
+
+void SayInLog(const std::string& text) noexcept try {
+  WideString path;
+  if (!IsLoggingEnabled() || !MakeLogFolder(path)) return;
+  Append(path.append(LARDER_WIDE("\\feedf.log")), Stamp() + text + "\r\n");
+} catch (const std::exception&) {
+  return;
+}
+
+}  // namespace larder::feed

@@ -1,0 +1,313 @@
+// The file provider's store, in this process and with others beside it.
+#include "feed-file/fact-store.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <set>
+#include <thread>
+
+#include "platform/folder.h"
+#include "platform/registry.h"
+#include "platform/utf.h"
+#include "providers/provider-module.h"
+#include "providers/store-files.h"
+#include "testing/test-machine.h"
+#include "tools/run-program.h"
+
+namespace larder::feed {
+namespace {
+
+constexpr std::uint64_t kMiB = std::uint64_t{1} << 20;
+
+class FactStoreTest : public testing::Test {
+ protected:
+  FactStoreTest() {
+    machine.UseOwnCommonFolders();
+    EXPECT_EQ(platform::MakeFolder(folder), platform::kSuccess);
+  }
+
+  std::filesystem::path DataFile() const { return machine.Folder() / "store" / "data.mdb"; }
+  bool IsSetAside() const {
+    return std::filesystem::exists(machine.Folder() / "set-aside" / "data.mdb");
+  }
+
+  // As a C library takes it.
+  WideString SlashedFolder() const {
+    WideString path = folder;
+    std::replace(path.begin(), path.end(), LarderWideChar{'\\'}, LarderWideChar{'/'});
+    return path;
+  }
+
+  void FillAndClose(int count) const {
+    FactStore store(folder, kMiB);
+    for (int number = 0; number < count; ++number) {
+      Keep(store, number);
+    }
+  }
+
+  // The store works, and what it had before is set aside.
+  void ExpectMadeAnew() const {
+    {
+      FactStore store(folder, kMiB);
+      KeepNow(store, 777);
+      EXPECT_TRUE(Has(store, 777));
+      EXPECT_FALSE(Has(store, 0));
+      EXPECT_EQ(store.Figures().entries, 1u);
+    }
+    EXPECT_TRUE(IsSetAside());
+    FactStore again(folder, kMiB);
+    EXPECT_TRUE(Has(again, 777));
+  }
+
+  std::unique_ptr<RunningProgram> StartWriter(int limit, int first, int last,
+                                              std::size_t size) const {
+    return std::make_unique<RunningProgram>(
+        NativePath(BesideProgram({})) / LARDER_STORE_WRITER,
+        std::vector<std::string>{platform::Utf8FromWide(folder), std::to_string(limit),
+                                 std::to_string(first), std::to_string(last), std::to_string(size)},
+        machine.Folder() / ("errors-" + std::to_string(first)));
+  }
+
+  TestMachine machine;
+  const WideString folder = machine.WideFolder() + LARDER_WIDE("store");
+};
+
+TEST_F(FactStoreTest, FindsWhatItKeepsAtOnceAndInItsNextLife) {
+  {
+    FactStore store(folder, kMiB);
+    Keep(store, 1);
+    EXPECT_TRUE(Has(store, 1));
+    KeepNow(store, 2, 3000);
+    EXPECT_TRUE(Has(store, 2, 3000));
+    EXPECT_FALSE(Has(store, 3));
+    const FileFigures figures = store.Figures();
+    EXPECT_EQ(figures.hits, 2u);
+    EXPECT_EQ(figures.misses, 1u);
+  }
+  FactStore store(folder, kMiB);
+  EXPECT_TRUE(Has(store, 1));
+  EXPECT_TRUE(Has(store, 2, 3000));
+  EXPECT_EQ(store.Figures().entries, 2u);
+}
+
+TEST_F(FactStoreTest, FindsNothingForAFileThatDiffersInAnything) {
+  FactStore store(folder, kMiB);
+  KeepNow(store, 1);
+  const WideString path = PathOf(1);
+  const WideString otherPath = PathOf(2);
+  const auto found = [&](const StoredFile& file) {
+    DbBuffer record;
+    return store.Find(file, &record);
+  };
+  EXPECT_TRUE(found({path, kInfo}));
+  EXPECT_FALSE(found({otherPath, kInfo}));
+  for (std::uint64_t platform::FileInfo::*field :
+       {&platform::FileInfo::size, &platform::FileInfo::lastModified, &platform::FileInfo::volume,
+        &platform::FileInfo::index, &platform::FileInfo::changed}) {
+    platform::FileInfo other = kInfo;
+    ++(other.*field);
+    EXPECT_FALSE(found({path, other}));
+  }
+}
+
+TEST_F(FactStoreTest, TakesTheLaterRecordOfAFile) {
+  FactStore store(folder, kMiB);
+  const WideString path = PathOf(1);
+  store.KeepNow({path, kInfo}, RecordOf(5, 3000));
+  KeepNow(store, 1);
+  EXPECT_TRUE(Has(store, 1));
+  EXPECT_EQ(store.Figures().entries, 1u);
+}
+
+TEST_F(FactStoreTest, LetsTheOldestGoWhenItIsFull) {
+  constexpr int kCount = 4000;
+  FactStore store(folder, 8 * kMiB);
+  for (const std::size_t size : {std::size_t{3000}, std::size_t{400}, std::size_t{3000}}) {
+    const int count = size == 400 ? 4 * kCount : kCount;
+    for (int number = 0; number < count; ++number) Keep(store, number, size);
+    KeepNow(store, count, size);
+    EXPECT_FALSE(Has(store, 0, size));
+    int present = 0;
+    for (int number = count; Has(store, number, size); --number) ++present;
+    EXPECT_GT(present, size == 400 ? 4000 : 1200);
+    EXPECT_EQ(store.Figures().entries, static_cast<std::uint64_t>(present)) << "gaps";
+  }
+  EXPECT_LE(std::filesystem::file_size(DataFile()), 8 * kMiB);
+  EXPECT_EQ(store.Figures().refused, 0u);
+  EXPECT_FALSE(IsSetAside());
+}
+
+TEST_F(FactStoreTest, GrowsBeyondItsFirstSize) {
+  constexpr int kCount = 6000;
+  FactStore store(folder, 64 * kMiB);
+  for (int number = 0; number <= kCount; ++number) Keep(store, number, 3000);
+  for (int number = 0; number <= kCount; ++number) ASSERT_TRUE(Has(store, number, 3000)) << number;
+  EXPECT_GT(std::filesystem::file_size(DataFile()), 16 * kMiB);
+}
+
+TEST_F(FactStoreTest, FollowsAnotherProcessThatLetItGrow) {
+  constexpr int kCount = 180;
+  constexpr std::size_t kSize = 100'000;
+  FactStore store(folder, 64 * kMiB);
+  KeepNow(store, 0);
+  const auto writer = StartWriter(64, 1, kCount, kSize);
+  EXPECT_EQ(writer->Wait(), 0);
+  EXPECT_GT(std::filesystem::file_size(DataFile()), 16 * kMiB);
+  EXPECT_TRUE(Has(store, kCount, kSize));
+  KeepNow(store, kCount + 1);
+  EXPECT_TRUE(Has(store, kCount + 1));
+  EXPECT_TRUE(Has(store, 0));
+}
+
+TEST_F(FactStoreTest, LosesNothingThatWasStoredWhenWritersAreKilled) {
+  constexpr int kRounds = 12;
+  constexpr int kEach = 1000;
+  std::set<int> stored;
+  for (int round = 0; round < kRounds; ++round) {
+    const auto one = StartWriter(64, 2 * round * kEach, 2 * round * kEach + kEach - 1, 3000);
+    const auto other = StartWriter(64, (2 * round + 1) * kEach, (2 * round + 2) * kEach - 1, 400);
+    for (int line = 0; line <= round; ++line) {
+      stored.insert(std::stoi(one->ReadLine().value()));
+      stored.insert(std::stoi(other->ReadLine().value()));
+    }
+    // Both are killed here, in whatever they are doing.
+  }
+  FactStore store(folder, 64 * kMiB);
+  for (const int number : stored) {
+    EXPECT_TRUE(Has(store, number, number / kEach % 2 == 0 ? 3000 : 400)) << number;
+  }
+  EXPECT_GE(store.Figures().entries, stored.size());
+  EXPECT_FALSE(IsSetAside());
+  KeepNow(store, -1);
+  EXPECT_TRUE(Has(store, -1));
+}
+
+TEST_F(FactStoreTest, SetsAsideWhatIsNoStore) {
+  std::ofstream(DataFile(), std::ios::binary) << std::string(10000, 'x');
+  ExpectMadeAnew();
+}
+
+TEST_F(FactStoreTest, SetsAsideAnotherOneEachTime) {
+  for (int time = 0; time < 3; ++time) {
+    std::ofstream(DataFile(), std::ios::binary | std::ios::trunc) << std::string(10000, 'x');
+    ExpectMadeAnew();
+  }
+}
+
+TEST_F(FactStoreTest, SetsAsideAStoreThatIsCutOff) {
+  FillAndClose(300);
+  std::filesystem::resize_file(DataFile(), 3 * 4096);
+  ExpectMadeAnew();
+}
+
+// The tables are gone while the file's head is whole: it shows at the first use.
+TEST_F(FactStoreTest, MakesAStoreAnewThatIsHollow) {
+  FillAndClose(300);
+  const auto size = std::filesystem::file_size(DataFile());
+  {
+    std::fstream file(DataFile(), std::ios::binary | std::ios::in | std::ios::out);
+    file.seekp(2 * 4096);
+    file << std::string(size - 2 * 4096, '\0');
+  }
+  ExpectMadeAnew();
+}
+
+TEST_F(FactStoreTest, GivesNoRecordWithABitThatFlipped) {
+  FillAndClose(50);
+  std::string bytes(std::filesystem::file_size(DataFile()), '\0');
+  std::fstream file(DataFile(), std::ios::binary | std::ios::in | std::ios::out);
+  file.read(bytes.data(), std::ssize(bytes));
+  // Wherever it stands: pages that aren't used any more may have copies.
+  const std::vector<unsigned char> record = RecordOf(7);
+  const std::string wanted(record.begin(), record.end());
+  int places = 0;
+  for (auto at = bytes.find(wanted); at != std::string::npos; at = bytes.find(wanted, at + 1)) {
+    file.seekp(static_cast<std::streamoff>(at) + 100);
+    file.put(static_cast<char>(bytes[at + 100] ^ 1));
+    ++places;
+  }
+  file.close();
+  ASSERT_GT(places, 0);
+  FactStore store(folder, kMiB);
+  EXPECT_FALSE(Has(store, 7));
+  EXPECT_TRUE(Has(store, 8));
+  KeepNow(store, 7);
+  EXPECT_TRUE(Has(store, 7));
+}
+
+TEST_F(FactStoreTest, SetsAsideAStoreOfANewerFormatAndSaysSo) {
+  FillAndClose(1);
+  {
+    MDB_env* environment = nullptr;
+    ASSERT_EQ(mdb_env_create(&environment), 0);
+    ASSERT_EQ(mdb_env_set_maxdbs(environment, 2), 0);
+    ASSERT_EQ(
+        mdb_env_open(environment, platform::Utf8FromWide(SlashedFolder()).c_str(), MDB_NOTLS, 0600),
+        0);
+    MDB_txn* transaction = nullptr;
+    MDB_dbi table = 0;
+    std::uint64_t format = kStoreFormat + 1;
+    std::string name = "format";
+    MDB_val key{name.size(), name.data()};
+    MDB_val value{sizeof format, &format};
+    ASSERT_EQ(mdb_txn_begin(environment, nullptr, 0, &transaction), 0);
+    ASSERT_EQ(mdb_dbi_open(transaction, nullptr, 0, &table), 0);
+    ASSERT_EQ(mdb_put(transaction, table, &key, &value, 0), 0);
+    ASSERT_EQ(mdb_txn_commit(transaction), 0);
+    mdb_env_close(environment);
+  }
+  platform::RegistryKey key = nullptr;
+  const WideString on = LARDER_WIDE("true");
+  ASSERT_EQ(platform::MakeRegistryKey(LARDER_WIDE("Software\\Velmor\\Larder\\Logging"),
+                                      platform::kKeySetValue, key),
+            platform::kSuccess);
+  ASSERT_EQ(
+      platform::SetRegistryValue(key, LARDER_WIDE("szEnable"), platform::kRegSz, on.c_str(), 10),
+      platform::kSuccess);
+  platform::CloseRegistryKey(key);
+  ExpectMadeAnew();
+  WideString data;
+  ASSERT_EQ(platform::CommonFolderPath(platform::CommonFolder::kData, data), platform::kSuccess);
+  std::ifstream log(NativePath(data + LARDER_WIDE("\\Velmor\\Larder\\logs\\feedf.log")));
+  std::string line;
+  std::getline(log, line);
+  EXPECT_NE(line.find(":  WARN: The store \""), std::string::npos) << line;
+  EXPECT_NE(line.find("has the format 2, not 1; it is \""), std::string::npos) << line;
+  EXPECT_NE(line.find("set-aside\" now, and made anew"), std::string::npos) << line;
+}
+
+TEST_F(FactStoreTest, IsNoneWhereItCannotBe) {
+  ASSERT_EQ(platform::RemoveFolder(folder), platform::kSuccess);
+  FactStore store(folder, kMiB);
+  Keep(store, 1);
+  EXPECT_FALSE(Has(store, 1));
+  EXPECT_EQ(store.Figures().refused, 1u);
+  const std::string text = TextThrownBy([&] { KeepNow(store, 1); });
+  EXPECT_TRUE(text.starts_with("Can't use the store \"")) << text;
+}
+
+TEST_F(FactStoreTest, BearsEightThreads) {
+  FactStore store(folder, 4 * kMiB);
+  KeepNow(store, 0);
+  std::vector<std::thread> threads;
+  for (int thread = 1; thread <= 8; ++thread) {
+    threads.emplace_back([&store, thread] {
+      for (int i = 0; i < 200; ++i) {
+        Keep(store, thread * 1000 + i);
+        EXPECT_TRUE(Has(store, thread * 1000 + i));
+        EXPECT_TRUE(Has(store, 0));
+      }
+      KeepNow(store, thread * 1000 + 999);
+      EXPECT_GT(store.Figures().entries, 0u);
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(store.Figures().entries, 8u * 201 + 1);
+  EXPECT_EQ(store.Figures().refused, 0u);
+}
+
+}  // namespace
+}  // namespace larder::feed
