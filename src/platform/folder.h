@@ -26,9 +26,6 @@ inline constexpr std::uint32_t kAttributeDirectory = 0x10;
 // Makes one level. kAlreadyExists when there is something at the path.
 [[nodiscard]] Code MakeFolder(const WideString& path);
 
-// Removes a folder that is empty.
-[[nodiscard]] Code RemoveFolder(const WideString& path);
-
 // Names in a folder that match the last component of a path, where '*' stands for any characters
 // and '?' for one; in the system's order.
 [[nodiscard]] Code FindNames(const WideString& pattern, std::vector<WideString>& names);

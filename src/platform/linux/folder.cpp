@@ -149,12 +149,6 @@ Code MakeFolder(const WideString& path) {
   return MakeNativeFolder(native);
 }
 
-Code RemoveFolder(const WideString& path) {
-  std::string native;
-  if (const Code code = NativePath(path, native); code != kSuccess) return code;
-  return rmdir(native.c_str()) == 0 ? kSuccess : CodeFromErrno(errno);
-}
-
 Code FindNames(const WideString& pattern, std::vector<WideString>& names) {
   const std::size_t nameAt = pattern.rfind(u'\\') + 1;  // 0 where there is none
   std::string folder;

@@ -106,12 +106,6 @@ Code MakeFolder(const WideString& path) {
   return CreateDirectoryW(native.c_str(), nullptr) != FALSE ? kSuccess : LastError();
 }
 
-Code RemoveFolder(const WideString& path) {
-  WideString native;
-  if (const Code code = NativePath(path, native); code != kSuccess) return code;
-  return RemoveDirectoryW(native.c_str()) != FALSE ? kSuccess : LastError();
-}
-
 Code FindNames(const WideString& pattern, std::vector<WideString>& names) {
   WideString native;
   if (const Code code = NativePath(pattern, native); code != kSuccess) return code;
