@@ -62,7 +62,7 @@ TEST_F(ScanCommandTest, FilesArePrintedInTheOrderOfTheirNamesFolderByFolder) {
 
 TEST_F(ScanCommandTest, TheOutputIsTheSameWithOneThreadAndWithMany) {
   RegisterModules({"feed-file.dll"});
-  for (int i = 0; i < 300; ++i) {
+  for (std::size_t i = 0; i < 300; ++i) {
     Plant(std::to_string(i % 7) + "/" + std::to_string(i), std::string(i * 7919 % 50'000, 'x'));
   }
   for (const char* form : {"--option=0", "--json"}) {
