@@ -51,8 +51,8 @@ bool TreeWalk::Step(FoundFile& found) {
     levels.pop_back();
     return false;
   }
-  platform::FolderEntry entry = std::move(level.entries[level.next++]);
-  return TakeEntry(level.folder, std::move(entry), found);
+  const platform::FolderEntry entry = std::move(level.entries[level.next++]);
+  return TakeEntry(level.folder, entry, found);
 }
 
 bool TreeWalk::EnterRoot(std::string root, FoundFile& found) {
@@ -79,7 +79,8 @@ bool TreeWalk::EnterFolder(std::string folder, FoundFile& found) {
   return false;
 }
 
-bool TreeWalk::TakeEntry(const std::string& folder, platform::FolderEntry entry, FoundFile& found) {
+bool TreeWalk::TakeEntry(const std::string& folder, const platform::FolderEntry& entry,
+                         FoundFile& found) {
   std::string path = folder + entry.name;
   switch (entry.kind) {
     case platform::EntryKind::kFolder:

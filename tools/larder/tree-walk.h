@@ -45,7 +45,7 @@ class TreeWalk {
   bool Step(FoundFile& found);
   bool EnterRoot(std::string root, FoundFile& found);
   bool EnterFolder(std::string folder, FoundFile& found);
-  bool TakeEntry(const std::string& folder, platform::FolderEntry entry, FoundFile& found);
+  bool TakeEntry(const std::string& folder, const platform::FolderEntry& entry, FoundFile& found);
 
   const std::vector<std::string> roots;
   const std::function<bool()> isStopped;
