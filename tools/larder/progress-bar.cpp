@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstdint>
 #include <cstdio>
 
@@ -15,7 +16,7 @@ constexpr std::size_t kBarLength = 10;
 constexpr std::chrono::milliseconds kPause(100);
 
 // Opening a file and asking for it cost about as much as so many of its bytes.
-constexpr std::uint64_t kBytesPerFile = 64 * 1024;
+constexpr std::uint64_t kBytesPerFile = 65536;
 
 double Work(std::uint64_t files, std::uint64_t bytes) {
   return static_cast<double>(files) * kBytesPerFile + static_cast<double>(bytes);
@@ -37,7 +38,7 @@ std::string Bar(double share) {
 std::string TimeLeft(double share, double seconds) {
   constexpr double kSmallestShare = 0.0001;
   if (share < kSmallestShare) return {};
-  const auto left = static_cast<std::uint64_t>(seconds * (1 - share) / share + 0.5);
+  const auto left = std::llround(seconds * (1 - share) / share);
   std::array<char, 40> text;
   const int length = left < 3600
                          ? std::snprintf(text.data(), text.size(), "%d:%02d left  ",
