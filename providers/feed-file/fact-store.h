@@ -18,6 +18,7 @@
 #include <shared_mutex>
 #include <string>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "common/file-figures.h"
@@ -53,6 +54,8 @@ class FactStore {
  private:
   enum class State { kWaiting, kStored, kFailed };
   struct Waiting {
+    explicit Waiting(KeyedEntry entry) : keyed(std::move(entry)) {}
+
     KeyedEntry keyed;
     State state = State::kWaiting;
   };

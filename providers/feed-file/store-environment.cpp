@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <system_error>
 
 #include "common/object-identity.h"
 #include "platform/utf.h"
@@ -73,6 +74,13 @@ bool IsDamage(int code) {
   constexpr std::array kCodes{MDB_PAGE_NOTFOUND,    MDB_CORRUPTED, MDB_PANIC,
                               MDB_VERSION_MISMATCH, MDB_INVALID,   MDB_INCOMPATIBLE};
   return std::find(kCodes.begin(), kCodes.end(), code) != kCodes.end();
+}
+
+// LMDB's own codes are negative, the others the system's. (For these LMDB's texts aren't safe on
+// every system.)
+std::string ReasonOf(int code) {
+  const std::string text = code < 0 ? mdb_strerror(code) : std::system_category().message(code);
+  return text + " (code " + std::to_string(code) + ')';
 }
 
 // LMDB ends the process when its own tests fail, unless this doesn't return.
@@ -221,8 +229,7 @@ StoreEnvironment::~StoreEnvironment() {
 }
 
 void StoreEnvironment::Fail(int code) const {
-  throw StoreError("Can't use the store \"" + path + "/" + kDataFile + "\": " + mdb_strerror(code) +
-                       " (LMDB's code " + std::to_string(code) + ')',
+  throw StoreError("Can't use the store \"" + path + "/" + kDataFile + "\": " + ReasonOf(code),
                    IsDamage(code));
 }
 

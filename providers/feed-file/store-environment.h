@@ -64,7 +64,7 @@ class StoreEnvironment {
 
  private:
   struct CloseEnvironment {
-    void operator()(MDB_env* environment) const noexcept { mdb_env_close(environment); }
+    void operator()(MDB_env* opened) const noexcept { mdb_env_close(opened); }
   };
 
   // A read transaction out of the pool, for one reading at a time. The map can't move meanwhile.

@@ -180,5 +180,56 @@ TEST_F(FileTest, AnOpenFileCanBeRenamedAndRemovedByOthers) {
   EXPECT_EQ(ReadAll(16), "content");
 }
 
+TEST_F(FileTest, ALookTellsWhatAnOpenFileDoes) {
+  Write("file", "12345");
+  FileInfo seen;
+  FileInfo opened;
+  ASSERT_EQ(LookAtFile(InFolder("file"), seen, kind), kSuccess);
+  EXPECT_EQ(kind, FileKind::kRegular);
+  ASSERT_EQ(Open(InFolder("file")), kSuccess);
+  ASSERT_EQ(QueryFileInfo(file, opened), kSuccess);
+  EXPECT_EQ(seen, opened);
+}
+
+TEST_F(FileTest, ALookAtSomethingElseTellsItsKindOrWhyThereIsNone) {
+  FileInfo info;
+  ASSERT_EQ(LookAtFile(machine.WideFolder(), info, kind), kSuccess);
+  EXPECT_EQ(kind, FileKind::kDirectory);
+  EXPECT_EQ(info, FileInfo{});
+  EXPECT_EQ(LookAtFile(InFolder("none"), info, kind), kFileNotFound);
+}
+
+TEST_F(FileTest, AChangeIsToldThoughTheTimeIsSetBack) {
+  Write("file", "12345");
+  FileInfo before;
+  FileInfo after;
+  const auto path = machine.Folder() / "file";
+  // Whole seconds: the runtime may set no others.
+  const auto time =
+      std::chrono::floor<std::chrono::seconds>(std::filesystem::last_write_time(path));
+  std::filesystem::last_write_time(path, time);
+  ASSERT_EQ(LookAtFile(InFolder("file"), before, kind), kSuccess);
+  // The file system's clock may stand still for some time.
+  for (after = before; after.changed == before.changed;) {
+    Write("file", "54321");
+    std::filesystem::last_write_time(path, time);
+    ASSERT_EQ(LookAtFile(InFolder("file"), after, kind), kSuccess);
+  }
+  EXPECT_EQ(after.lastModified, before.lastModified);
+  EXPECT_GT(after.changed, before.changed);
+}
+
+TEST_F(FileTest, TheClockIsThatOfTheFilesTimes) {
+  FileInfo info;
+  const std::uint64_t before = CurrentFileTime();
+  Write("file", "12345");
+  ASSERT_EQ(LookAtFile(InFolder("file"), info, kind), kSuccess);
+  const std::uint64_t step = FileTimeStep(InFolder("file"));
+  EXPECT_GE(step, 100'000u);
+  EXPECT_LE(step, 20'000'000u);
+  EXPECT_LE(before, info.lastModified + step);
+  EXPECT_LE(info.lastModified, CurrentFileTime());
+}
+
 }  // namespace
 }  // namespace larder::platform

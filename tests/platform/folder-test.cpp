@@ -94,6 +94,16 @@ TEST_F(FolderTest, OneLevelIsMade) {
   EXPECT_TRUE(std::filesystem::is_directory(Native("gr\xC3\xBC\xC3\x9F/trailing/doubled")));
 }
 
+TEST_F(FolderTest, AFolderIsRemovedOnceItIsEmpty) {
+  const WideString path = machine.WideFolder() + LARDER_WIDE("new");
+  ASSERT_EQ(MakeFolder(path), kSuccess);
+  ASSERT_EQ(MakeFolder(path + LARDER_WIDE("\\inner")), kSuccess);
+  EXPECT_EQ(RemoveFolder(path), kDirectoryNotEmpty);
+  EXPECT_EQ(RemoveFolder(path + LARDER_WIDE("\\inner")), kSuccess);
+  EXPECT_EQ(RemoveFolder(path), kSuccess);
+  EXPECT_EQ(RemoveFolder(path), kFileNotFound);
+}
+
 TEST_F(FolderTest, AFolderThatCannotBeMadeGivesACode) {
   WriteFile(Native("file"), "content");
   EXPECT_EQ(MakeFolder(machine.WideFolder()), kAlreadyExists);

@@ -39,6 +39,19 @@ TEST_F(ModuleTest, AModuleGivesItsExportsAndNoOthers) {
   EXPECT_EQ(FindSymbol(module, nullptr), nullptr);
 }
 
+TEST_F(ModuleTest, AModuleIsFoundAsLongAsItIsLoaded) {
+  const std::filesystem::path path =
+      Own("own.dll", FileContent(FixtureFolder() / "plain-module.dll"));
+  EXPECT_EQ(FindLoadedModule(WidePathOf(path)), nullptr);
+  EXPECT_EQ(FindLoadedModule({}), nullptr);
+  ASSERT_EQ(Open(path), kSuccess);
+  const ModuleHandle found = FindLoadedModule(WidePathOf(path));
+  EXPECT_EQ(FindSymbol(found, "LarderTestAnswer"), FindSymbol(module, "LarderTestAnswer"));
+  CloseModule(module);
+  module = found;
+  EXPECT_NE(FindSymbol(found, "LarderTestAnswer"), nullptr);
+}
+
 TEST_F(ModuleTest, AModulesNameCanHoldAnyCharacters) {
   const std::string content = FileContent(FixtureFolder() / "plain-module.dll");
   EXPECT_EQ(Open(Own("gr\xC3\xBC\xC3\x9F \xF0\x9F\x98\x80.dll", content)), kSuccess);

@@ -4,6 +4,7 @@
 #include <larder/feed-file.h>
 #include <larder/feed-stats.h>
 
+#include <chrono>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -45,6 +46,15 @@ class StoredFacts : public FileProviderTest {
     platform::FileKind kind{};
     EXPECT_EQ(platform::LookAtFile(path, info, kind), platform::kSuccess);
     return info;
+  }
+
+  // The runtime may be able to set no other times than these.
+  static std::filesystem::file_time_type SetWholeSeconds(const WideString& path) {
+    const auto native = NativePath(path);
+    const auto time =
+        std::chrono::floor<std::chrono::seconds>(std::filesystem::last_write_time(native));
+    std::filesystem::last_write_time(native, time);
+    return time;
   }
 
   // Waits until a record that is written for the file is taken, which a file that was made just now
@@ -133,9 +143,9 @@ TEST_F(StoredFacts, EndWithEveryChangeOfTheFile) {
   FreeAny(QueryUntilStored(path));
   std::ofstream(native) << "abcx";
   EXPECT_EQ(Md5Of(path, LARDER_FEED_FILE_STORED), "none") << "another time";
+  const auto time = SetWholeSeconds(path);
   FreeAny(QueryUntilStored(path));
   // The same size and the same time, but another file.
-  const auto time = std::filesystem::last_write_time(native);
   const WideString other = MakeFile(LARDER_WIDE("other"), "zzzz");
   std::filesystem::last_write_time(NativePath(other), time);
   const std::string zzzz = Md5Of(other, LARDER_FEED_FILE_AFRESH);
@@ -146,9 +156,9 @@ TEST_F(StoredFacts, EndWithEveryChangeOfTheFile) {
 
 TEST_F(StoredFacts, EndWithAChangeThatHidesBehindTheOldTime) {
   const WideString path = MakeFile(LARDER_WIDE("file"), "abcd");
+  const auto time = SetWholeSeconds(path);
   FreeAny(QueryUntilStored(path));
   const platform::FileInfo before = InfoOf(path);
-  const auto time = std::filesystem::last_write_time(NativePath(path));
   std::ofstream(NativePath(path)) << "zzzz";
   std::filesystem::last_write_time(NativePath(path), time);
   ASSERT_EQ(InfoOf(path).lastModified, before.lastModified);

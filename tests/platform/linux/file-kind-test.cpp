@@ -114,5 +114,14 @@ TEST_F(FileKindTest, TimesOfAllAgesAreCountedFrom1601) {
   EXPECT_EQ(timeOf(1'000'000'000, 123'456), 126'444'736'001'234'560u);
 }
 
+TEST_F(FileKindTest, CaseTellsFilesApart) { EXPECT_EQ(FoldCase(u"\\A\\b\u00FC"), u"\\A\\b\u00FC"); }
+
+TEST_F(FileKindTest, ALookNeitherOpensAFifoNorNeedsTheRightToRead) {
+  FileInfo info;
+  ASSERT_EQ(mkfifo((machine.Folder() / "fifo").c_str(), 0), 0);
+  EXPECT_EQ(LookAtFile(machine.WideFolder() + u"fifo", info, kind), kSuccess);
+  EXPECT_EQ(kind, FileKind::kOther);
+}
+
 }  // namespace
 }  // namespace larder::platform

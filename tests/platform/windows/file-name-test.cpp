@@ -79,5 +79,22 @@ TEST_F(FileNameTest, AFileThatOthersMayNotReadIsASharingViolation) {
   EXPECT_EQ(Open(path), kSuccess);
 }
 
+TEST_F(FileNameTest, CaseTellsNoFilesApart) {
+  EXPECT_EQ(FoldCase(L"c:\\b\u00FC \u0444"), L"C:\\B\u00DC \u0424");
+  EXPECT_EQ(FoldCase({}), WideString());
+}
+
+TEST_F(FileNameTest, ALookNeedsNoShare) {
+  const WideString path = machine.WideFolder() + L"held";
+  const HANDLE holder =
+      CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, 0, nullptr);
+  ASSERT_NE(holder, INVALID_HANDLE_VALUE);
+  FileInfo info;
+  EXPECT_EQ(LookAtFile(path, info, kind), kSuccess);
+  EXPECT_EQ(kind, FileKind::kRegular);
+  EXPECT_NE(info.changed, 0u);
+  CloseHandle(holder);
+}
+
 }  // namespace
 }  // namespace larder::platform
