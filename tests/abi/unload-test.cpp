@@ -15,6 +15,7 @@
 namespace larder {
 namespace {
 
+constexpr std::int32_t kFeedFileType = 1;
 constexpr std::int32_t kFeedTestType = 2;
 
 struct Note {
@@ -87,26 +88,46 @@ void WriteAndQuery(const LoadedLibrary& library, LarderHandle handle) {
   EXPECT_EQ(library.freeQuery(handle, data), LARDER_OK);
 }
 
-// Load, use, let go. The library's file is mapped exactly as long as it is loaded, the provider's
+// Twice, so that the store is written to and read from.
+void QueryFile(const LoadedLibrary& library, LarderHandle handle) {
+  struct {
+    std::uint32_t lastModified[2] = {0, 0};
+    LarderWideChar filePath[16] = {'.', '\\', 'f', 'e', 'e', 'd', '-', 't',
+                                   'e', 's',  't', '.', 'd', 'l', 'l', 0};
+  } file;
+  for (int i = 0; i < 2; ++i) {
+    DataBlockHeader* data = nullptr;
+    ASSERT_EQ(library.query(handle, &file, kFeedFileType, 0, &data, LARDER_QUERY_VERSION),
+              LARDER_OK);
+    EXPECT_EQ(library.freeQuery(handle, data), LARDER_OK);
+  }
+}
+
+const char* const kModules[] = {"feed-test.dll", "feed-file.dll", "stock-file-query.dll"};
+
+// Load, use, let go. The library's file is mapped exactly as long as it is loaded, the providers'
 // as long as there is a handle.
 void LiveOnce() {
   const LoadedLibrary library;
   EXPECT_TRUE(IsMapped(LARDER_LIBRARY_FILE));
   LarderHandle handle = nullptr;
   ASSERT_EQ(library.init([](std::int32_t) {}, &handle), LARDER_OK);
-  EXPECT_TRUE(IsMapped("feed-test.dll"));
+  for (const char* module : kModules) EXPECT_TRUE(IsMapped(module)) << module;
   WriteAndQuery(library, handle);
+  QueryFile(library, handle);
   EXPECT_EQ(library.release(), LARDER_OK);
-  EXPECT_FALSE(IsMapped("feed-test.dll"));
+  for (const char* module : kModules) EXPECT_FALSE(IsMapped(module)) << module;
 }
 
 void SetLocation() {
   SetString(LARDER_WIDE("Install"), LARDER_WIDE("szLocation"), LARDER_WIDE(".\\"));
 }
 
-void RegisterFeedTest() {
+void RegisterProviders() {
   SetString(LARDER_WIDE("DataProviders\\FeedTest"), LARDER_WIDE("szDLL"),
             LARDER_WIDE("feed-test.dll"));
+  SetString(LARDER_WIDE("DataProviders\\FeedFile"), LARDER_WIDE("szDLL"),
+            LARDER_WIDE("feed-file.dll"));
 }
 
 // The first use of the registry and the first exception of a process: system and C++ runtime may
@@ -135,13 +156,14 @@ void ExpectNothingLeft(const Footprint& before, int life) {
   EXPECT_EQ(after.threads, before.threads) << "after life " << life;
   EXPECT_EQ(after.handles, before.handles) << "after life " << life;
   EXPECT_FALSE(IsMapped(LARDER_LIBRARY_FILE)) << "after life " << life;
-  EXPECT_FALSE(IsMapped("feed-test.dll")) << "after life " << life;
+  for (const char* module : kModules) EXPECT_FALSE(IsMapped(module)) << "after life " << life;
 }
 
 TEST(Unload, LeavesNoThreadNoHandleAndNoModuleBehind) {
-  const TestMachine machine;
+  TestMachine machine;
+  machine.UseOwnCommonFolders();
   WarmUp();
-  RegisterFeedTest();
+  RegisterProviders();
   for (int life = 0; life < kLivesUntilSettled; ++life) LiveOnce();
   const Footprint before = TakeFootprint();
   for (int life = 1; life <= 3; ++life) {

@@ -39,6 +39,9 @@ class Fork : public testing::Test {
   Fork() {
     const std::filesystem::path modules = LARDER_TEST_MODULES;
     std::filesystem::copy_file(modules / "feed-test.dll", machine.Folder() / "feed-test.dll");
+    for (const char* module : {"feed-file.dll", "stock-file-query.dll"}) {
+      std::filesystem::copy_file(modules / module, machine.Folder() / module);
+    }
     SetString(LARDER_WIDE("Install"), LARDER_WIDE("szLocation"), machine.WideFolder());
     SetString(LARDER_WIDE("DataProviders\\T"), LARDER_WIDE("szDLL"), LARDER_WIDE("feed-test.dll"));
     SetString(LARDER_WIDE("Logging"), LARDER_WIDE("szEnable"), LARDER_WIDE("true"));
@@ -120,6 +123,41 @@ TEST_F(Fork, AChildNeverWaitsForThreadsThatOnlyTheParentHas) {
   }
   isDone = true;
   for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(LarderRelease(), LARDER_OK);
+}
+
+// The facts about a file that is always there.
+std::int32_t QueryFile(LarderHandle handle) {
+  const std::uint32_t words[] = {0, 0};
+  constexpr LarderWideChar kPath[] = u"\\proc\\self\\exe";
+  std::vector<unsigned char> descriptor(sizeof words + sizeof kPath);
+  std::copy_n(reinterpret_cast<const unsigned char*>(kPath), sizeof kPath,
+              descriptor.begin() + sizeof words);
+  DataBlockHeader* data = nullptr;
+  const std::int32_t result = LarderQuery(handle, descriptor.data(), 1, 0, &data, 1);
+  return result == LARDER_OK ? LarderFreeQuery(handle, data) : result;
+}
+
+[[noreturn]] void QueryFileAndExit() {
+  LarderHandle handle = nullptr;
+  if (LarderInit(NoCall, &handle) != LARDER_OK) exit(2);
+  if (QueryFile(handle) != LARDER_OK || QueryFile(handle) != LARDER_OK) exit(3);
+  if (LarderRelease() != LARDER_OK) exit(4);
+  exit(0);
+}
+
+TEST_F(Fork, AChildHasTheFileProvidersStoreForItself) {
+  SetString(LARDER_WIDE("DataProviders\\F"), LARDER_WIDE("szDLL"), LARDER_WIDE("feed-file.dll"));
+  LarderHandle handle = nullptr;
+  ASSERT_EQ(LarderInit(NoCall, &handle), LARDER_OK);
+  for (int i = 0; i < 3; ++i) {
+    EXPECT_EQ(QueryFile(handle), LARDER_OK);
+    const pid_t child = fork();
+    if (child == 0) QueryFileAndExit();
+    EXPECT_EQ(QueryFile(handle), LARDER_OK);
+    EXPECT_EQ(ResultOf(child), 0);
+  }
+  EXPECT_EQ(QueryFile(handle), LARDER_OK);
   EXPECT_EQ(LarderRelease(), LARDER_OK);
 }
 
