@@ -57,7 +57,7 @@ TEST_F(ScanCommandTest, FilesArePrintedInTheOrderOfTheirNamesFolderByFolder) {
                                           line(kAbc, "b"),
                                           line(kEmpty, "c")};
   EXPECT_EQ(LinesOf(MustRun({"scan", TreeText()})), lines);
-  EXPECT_EQ(LinesOf(MustRun({"scan", TreeText() + "/", "--option", "5"})), lines);
+  EXPECT_EQ(LinesOf(MustRun({"scan", TreeText() + "/", "--option", "2"})), lines);
 }
 
 TEST_F(ScanCommandTest, TheOutputIsTheSameWithOneThreadAndWithMany) {
