@@ -22,21 +22,23 @@ FactStore::FactStore(const WideString& storeFolder, std::uint64_t mostBytes,
   if (folder.empty() || limit == 0) return;
   Open();
   if (environment == nullptr) return;
-  thread = platform::StartThread(RunWriter, this);
+  if (work != nullptr) thread = platform::StartThread(RunWriter, this);
   if (thread != nullptr) return;
   environment.reset();
   reason = "the thread that writes can't be started";
 }
 
 FactStore::~FactStore() {
-  if (thread == nullptr) return;
-  {
-    const std::lock_guard lock(mutex);
-    stops = true;
+  if (thread != nullptr) {
+    {
+      const std::lock_guard lock(mutex);
+      stops = true;
+    }
+    platform::RaiseEvent(work);
+    platform::WaitForThread(thread);
+    platform::CloseObject(thread);
   }
-  work.notify_one();
-  platform::WaitForThread(thread);
-  platform::CloseObject(thread);
+  platform::CloseObject(work);
 }
 
 void FactStore::Open() try {
@@ -81,7 +83,7 @@ void FactStore::TellDamage(const StoreError& error) {
   SayInLog(error.what());
   const std::lock_guard lock(mutex);
   isDamaged = true;
-  work.notify_one();
+  platform::RaiseEvent(work);
 }
 
 bool FactStore::FindStored(std::uint64_t key, const StoredFile& file, DbBuffer* record) try {
@@ -116,9 +118,10 @@ bool FactStore::Find(const StoredFile& file, DbBuffer* record) {
 }
 
 // Null if there is no store, or too much waits.
-std::shared_ptr<FactStore::Waiting> FactStore::Enqueue(const StoredFile& file, EntryView record) {
+std::shared_ptr<FactStore::Waiting> FactStore::Enqueue(const StoredFile& file, EntryView record,
+                                                       platform::Handle event) {
   const std::uint64_t key = StoreKey(file.path, file.info.lastModified);
-  auto one = std::make_shared<Waiting>(KeyedEntry{key, MakeEntry(file, record)});
+  auto one = std::make_shared<Waiting>(KeyedEntry{key, MakeEntry(file, record)}, event);
   {
     const std::lock_guard lock(mutex);
     if (thread == nullptr || waitingBytes + one->keyed.entry.size() > kMostWaitingBytes) return {};
@@ -127,18 +130,21 @@ std::shared_ptr<FactStore::Waiting> FactStore::Enqueue(const StoredFile& file, E
     isWaiting.store(true, std::memory_order_release);
     waitingBytes += one->keyed.entry.size();
   }
-  work.notify_one();
+  platform::RaiseEvent(work);
   return one;
 }
 
 void FactStore::Keep(const StoredFile& file, EntryView record) {
-  if (!Enqueue(file, record)) CountRefused();
+  if (!Enqueue(file, record, nullptr)) CountRefused();
 }
 
 void FactStore::KeepNow(const StoredFile& file, EntryView record) {
-  const std::shared_ptr<Waiting> one = Enqueue(file, record);
-  std::unique_lock lock(mutex);
-  if (one) done.wait(lock, [&] { return one->state != State::kWaiting; });
+  const platform::Handle event = platform::MakeEvent();
+  if (event == nullptr) throw std::runtime_error("the system has no event left to wait for");
+  const std::shared_ptr<Waiting> one = Enqueue(file, record, event);
+  std::size_t index = 0;
+  if (one) static_cast<void>(platform::WaitForAny(&event, 1, index));
+  const std::lock_guard lock(mutex);
   if (one && one->state == State::kStored) return;
   const bool isFull = !one && thread != nullptr;
   throw std::runtime_error(isFull ? "too much waits to be written" : reason);
@@ -167,17 +173,27 @@ void FactStore::RunWriter(void* store) { static_cast<FactStore*>(store)->WriteUn
 
 void FactStore::WriteUntilStopped() {
   for (;;) {
-    bool damaged = false;
-    {
-      std::unique_lock lock(mutex);
-      work.wait(lock, [this] { return stops || isDamaged || !queue.empty(); });
-      damaged = std::exchange(isDamaged, false);
-      if (!damaged && queue.empty()) return;
-    }
-    if (damaged) OpenAnew();
     const WaitingList batch = TakeBatch();
-    if (!batch.empty()) Finish(batch, Write(batch));
+    if (!batch.empty()) {
+      Finish(batch, Write(batch));
+      continue;
+    }
+    if (IsAtEnd()) return;
+    std::size_t index = 0;
+    static_cast<void>(platform::WaitForAny(&work, 1, index));
+    platform::LowerEvent(work);  // and then everything is looked at again
+    if (TakeDamage()) OpenAnew();
   }
+}
+
+bool FactStore::IsAtEnd() {
+  const std::lock_guard lock(mutex);
+  return stops && queue.empty();
+}
+
+bool FactStore::TakeDamage() {
+  const std::lock_guard lock(mutex);
+  return std::exchange(isDamaged, false);
 }
 
 FactStore::WaitingList FactStore::TakeBatch() {
@@ -218,7 +234,7 @@ void FactStore::Finish(const WaitingList& batch, bool stored) {
     isWaiting.store(!waiting.empty(), std::memory_order_release);
   }
   if (!stored) refused.fetch_add(batch.size(), std::memory_order_relaxed);
-  done.notify_all();
+  for (const auto& one : batch) platform::RaiseEvent(one->done);
 }
 
 }  // namespace larder::feed

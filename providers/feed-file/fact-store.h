@@ -10,12 +10,10 @@
 #pragma once
 
 #include <atomic>
-#include <condition_variable>
 #include <cstdint>
 #include <deque>
 #include <memory>
 #include <mutex>
-#include <shared_mutex>
 #include <string>
 #include <unordered_map>
 #include <utility>
@@ -23,6 +21,8 @@
 
 #include "common/file-figures.h"
 #include "feed-file/store-environment.h"
+#include "feed-file/store-lock.h"
+#include "platform/event.h"
 #include "platform/thread.h"
 
 namespace larder::feed {
@@ -54,15 +54,21 @@ class FactStore {
  private:
   enum class State { kWaiting, kStored, kFailed };
   struct Waiting {
-    explicit Waiting(KeyedEntry entry) : keyed(std::move(entry)) {}
+    Waiting(KeyedEntry entry, platform::Handle event) : keyed(std::move(entry)), done(event) {}
+    ~Waiting() { platform::CloseObject(done); }
+    Waiting(const Waiting&) = delete;
+    Waiting& operator=(const Waiting&) = delete;
 
-    KeyedEntry keyed;
+    const KeyedEntry keyed;
+    const platform::Handle done;  // raised when state has changed; null if nobody waits for that
     State state = State::kWaiting;
   };
   using WaitingList = std::vector<std::shared_ptr<Waiting>>;
 
   static void RunWriter(void* store);
   void WriteUntilStopped();
+  bool IsAtEnd();
+  bool TakeDamage();
   WaitingList TakeBatch();
   void Finish(const WaitingList& batch, bool stored);
   bool Write(const WaitingList& batch);
@@ -72,7 +78,7 @@ class FactStore {
   void TellDamage(const StoreError& error);
   bool FindStored(std::uint64_t key, const StoredFile& file, DbBuffer* record);
   bool FindWaiting(std::uint64_t key, const StoredFile& file, DbBuffer* record);
-  std::shared_ptr<Waiting> Enqueue(const StoredFile& file, EntryView record);
+  std::shared_ptr<Waiting> Enqueue(const StoredFile& file, EntryView record, platform::Handle done);
 
   const WideString folder;
   const std::uint64_t limit;
@@ -82,12 +88,11 @@ class FactStore {
   std::atomic<std::uint64_t> computed = 0;
   std::atomic<std::uint64_t> refused = 0;
 
-  std::shared_mutex environmentMutex;  // guards the pointer
+  StoreLock environmentMutex;  // guards the pointer
   std::unique_ptr<StoreEnvironment> environment;
 
-  std::mutex mutex;  // guards the rest
-  std::condition_variable work;
-  std::condition_variable done;
+  StoreLock mutex;                                      // guards the rest
+  const platform::Handle work = platform::MakeEvent();  // raised when there is something to do
   std::deque<std::shared_ptr<Waiting>> queue;
   // What is queued or is being written, the latest of each key.
   std::unordered_map<std::uint64_t, std::shared_ptr<Waiting>> waiting;

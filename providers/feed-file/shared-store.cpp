@@ -8,6 +8,7 @@
 
 #include "common/registry-value.h"
 #include "feed-file/store-folder.h"
+#include "feed-file/store-lock.h"
 #include "feed-file/store-log.h"
 #include "platform/process.h"
 
@@ -18,7 +19,7 @@ constexpr std::uint32_t kUsualLimit = 1024;  // MiB
 constexpr const LarderWideChar* kLimitName = LARDER_WIDE("dwStoreLimitMiB");
 
 struct Holder {
-  std::mutex mutex;  // guards store
+  StoreLock mutex;  // guards store
   std::weak_ptr<FactStore> store;
 };
 

@@ -19,6 +19,7 @@
 #include <vector>
 
 #include "feed-file/store-entry.h"
+#include "feed-file/store-lock.h"
 
 namespace larder::feed {
 
@@ -81,7 +82,7 @@ class StoreEnvironment {
     int Begin();
 
     StoreEnvironment& environment;
-    std::shared_lock<std::shared_mutex> map;
+    std::shared_lock<StoreLock> map;
   };
 
   class Writing;
@@ -105,11 +106,11 @@ class StoreEnvironment {
   const std::string path;  // of the folder, as LMDB takes it
   const std::uint64_t limit;
   std::uint64_t dataIndex = 0;  // the data file's identity
-  std::shared_mutex mapMutex;   // held by one alone while the map moves
+  StoreLock mapMutex;           // held by one alone while the map moves
   std::unique_ptr<MDB_env, CloseEnvironment> environment;
   MDB_dbi entryTable = 0;
   MDB_dbi indexTable = 0;
-  std::mutex poolMutex;
+  StoreLock poolMutex;
   std::vector<MDB_txn*> pool;  // reset read transactions
 };
 
