@@ -1,5 +1,6 @@
 #include "platform/utf.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 
@@ -77,9 +78,14 @@ bool TakePoint(std::string_view& text, std::uint32_t& point) {
 }  // namespace
 
 std::string Utf8FromWide(WideView text) {
-  std::string utf8;
+  // Most texts are ASCII to their end, and every answer of a provider begins with one.
+  const auto plain = static_cast<std::size_t>(
+      std::find_if(text.begin(), text.end(), [](LarderWideChar unit) { return unit >= 0x80; }) -
+      text.begin());
+  std::string utf8(plain, '\0');
+  for (std::size_t i = 0; i < plain; ++i) utf8[i] = static_cast<char>(text[i]);
   utf8.reserve(text.size());
-  for (std::size_t i = 0; i < text.size(); ++i) {
+  for (std::size_t i = plain; i < text.size(); ++i) {
     std::uint32_t point = text[i];
     if (IsHigh(point) && i + 1 < text.size() && IsLow(text[i + 1])) {
       const std::uint32_t low = text[++i];
