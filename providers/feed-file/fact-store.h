@@ -29,9 +29,11 @@ namespace larder::feed {
 
 class FactStore {
  public:
-  // folder exists: it is that of MakeStoreFolder. limit: bytes. An empty folder or a limit of 0
-  // means that there is no store, for the reason given.
-  FactStore(const WideString& folder, std::uint64_t limit, const std::string& reason = {});
+  // storeFolder exists: it is that of MakeStoreFolder. mostBytes: of the file, see
+  // StoreEnvironment. An empty folder or a limit of 0 means that there is no store, for the reason
+  // given.
+  FactStore(const WideString& storeFolder, std::uint64_t mostBytes,
+            const std::string& whyNone = {});
   // Returns when all is written. No call may run.
   ~FactStore();
   FactStore(const FactStore&) = delete;
@@ -78,7 +80,8 @@ class FactStore {
   void TellDamage(const StoreError& error);
   bool FindStored(std::uint64_t key, const StoredFile& file, DbBuffer* record);
   bool FindWaiting(std::uint64_t key, const StoredFile& file, DbBuffer* record);
-  std::shared_ptr<Waiting> Enqueue(const StoredFile& file, EntryView record, platform::Handle done);
+  std::shared_ptr<Waiting> Enqueue(const StoredFile& file, EntryView record,
+                                   platform::Handle event);
 
   const WideString folder;
   const std::uint64_t limit;

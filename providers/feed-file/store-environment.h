@@ -42,10 +42,10 @@ struct StoreSize {
 
 class StoreEnvironment {
  public:
-  // folder exists. limit: bytes; how large the data file becomes at most, at least 8 MiB. Throws
+  // folder exists. mostBytes: how large the data file becomes at most, at least 8 MiB. Throws
   // StoreError with the path and the reason: for what is no store, or one of another format, with
   // isDamage.
-  StoreEnvironment(const WideString& folder, std::uint64_t limit);
+  StoreEnvironment(const WideString& folder, std::uint64_t mostBytes);
   // No call may run.
   ~StoreEnvironment();
   StoreEnvironment(const StoreEnvironment&) = delete;

@@ -14,6 +14,7 @@ namespace larder::feed {
 
 class StoreLock {
  public:
+  // NOLINTBEGIN(readability-identifier-naming): the standard library's names
   void lock() noexcept {
     std::uint32_t seen = state.load(std::memory_order_relaxed);
     while ((seen & kAlone) != 0 ||
@@ -34,6 +35,7 @@ class StoreLock {
     }
   }
   void unlock_shared() noexcept { state.fetch_sub(1, std::memory_order_release); }
+  // NOLINTEND(readability-identifier-naming)
 
  private:
   static constexpr std::uint32_t kAlone = 0x80000000u;
