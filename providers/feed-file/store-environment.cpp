@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstring>
 #include <system_error>
 
@@ -71,8 +72,10 @@ std::uint64_t BytesFor(const KeyedEntry& keyed) {
 }
 
 bool IsDamage(int code) {
-  constexpr std::array kCodes{MDB_PAGE_NOTFOUND,    MDB_CORRUPTED, MDB_PANIC,
-                              MDB_VERSION_MISMATCH, MDB_INVALID,   MDB_INCOMPATIBLE};
+  // Numbers that don't come in their order, too deep a tree, and pages beyond the end of any file.
+  constexpr std::array kCodes{MDB_PAGE_NOTFOUND,    MDB_CORRUPTED,   MDB_PANIC,
+                              MDB_VERSION_MISMATCH, MDB_INVALID,     MDB_INCOMPATIBLE,
+                              MDB_KEYEXIST,         MDB_CURSOR_FULL, EFBIG};
   return std::find(kCodes.begin(), kCodes.end(), code) != kCodes.end();
 }
 
