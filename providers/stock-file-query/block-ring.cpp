@@ -1,34 +1,47 @@
 #include "stock-file-query/block-ring.h"
 
 namespace larder::feed {
+namespace {
 
-FileBlock& BlockRing::NextFree() {
-  std::unique_lock lock(mutex);
-  changed.wait(lock, [this] { return given - returned < kBlocks; });
+// Returns when ready() holds; whoever makes it so raises the event afterwards.
+template <typename Ready>
+void WaitUntil(platform::Handle event, const Ready& ready) noexcept {
+  while (!ready()) {
+    platform::LowerEvent(event);
+    if (ready()) return;
+    std::size_t index = 0;
+    static_cast<void>(platform::WaitForAny(&event, 1, index));
+  }
+}
+
+}  // namespace
+
+BlockRing::BlockRing() noexcept : room(platform::MakeEvent()), filled(platform::MakeEvent()) {}
+
+BlockRing::~BlockRing() {
+  platform::CloseObject(room);
+  platform::CloseObject(filled);
+}
+
+FileBlock& BlockRing::NextFree() noexcept {
+  WaitUntil(room, [this] { return HasRoom(); });
   return blocks[given % kBlocks];
 }
 
-void BlockRing::Give() {
-  {
-    const std::lock_guard lock(mutex);
-    ++given;
-  }
-  changed.notify_all();
+void BlockRing::Give() noexcept {
+  ++given;
+  platform::RaiseEvent(filled);
 }
 
 void BlockRing::End() noexcept {
-  {
-    const std::lock_guard lock(mutex);
-    hasEnded = true;
-  }
-  changed.notify_all();
+  hasEnded = true;
+  platform::RaiseEvent(filled);
 }
 
-const FileBlock* BlockRing::Take() {
-  std::unique_lock lock(mutex);
+const FileBlock* BlockRing::Take() noexcept {
   returned = taken;
-  changed.notify_all();
-  changed.wait(lock, [this] { return given > taken || hasEnded; });
+  platform::RaiseEvent(room);
+  WaitUntil(filled, [this] { return given > taken || hasEnded; });
   return given > taken ? &blocks[taken++ % kBlocks] : nullptr;
 }
 

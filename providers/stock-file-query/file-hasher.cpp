@@ -1,7 +1,6 @@
 #include "stock-file-query/file-hasher.h"
 
-#include <thread>
-
+#include "platform/thread.h"
 #include "stock-file-query/block-ring.h"
 
 namespace larder::feed {
@@ -40,20 +39,28 @@ class Job {
 // Computes a job on a thread of its own while the giver of the ring's blocks does another.
 class Helper {
  public:
-  Helper(BlockRing& blocks, Job& job)
-      : ring(blocks), thread([&blocks, &job] {
-          while (const FileBlock* block = blocks.Take()) job.Add(*block);
-        }) {}
+  Helper(BlockRing& blocks, Job& helpersJob)
+      : ring(blocks), job(helpersJob), thread(platform::StartThread(&Run, this)) {}
   ~Helper() {
+    if (thread == nullptr) return;
     ring.End();
-    thread.join();
+    platform::WaitForThread(thread);
+    platform::CloseObject(thread);
   }
   Helper(const Helper&) = delete;
   Helper& operator=(const Helper&) = delete;
 
+  [[nodiscard]] bool IsThere() const noexcept { return thread != nullptr; }
+
  private:
+  static void Run(void* helper) {
+    auto& self = *static_cast<Helper*>(helper);
+    while (const FileBlock* block = self.ring.Take()) self.job.Add(*block);
+  }
+
   BlockRing& ring;
-  std::thread thread;
+  Job& job;
+  platform::Handle thread;
 };
 
 // False at the file's end.
@@ -67,8 +74,8 @@ bool Fill(FileBlock& block, std::uint64_t fileSize, const ReadBlock& readBlock,
   return block.size != 0;
 }
 
-std::uint64_t FeedBoth(Job& first, Job* second, std::uint64_t fileSize,
-                       const ReadBlock& readBlock) {
+std::uint64_t FeedInTurn(Job& first, Job* second, std::uint64_t fileSize,
+                         const ReadBlock& readBlock) {
   std::uint64_t bytesRead = 0;
   for (FileBlock block; Fill(block, fileSize, readBlock, bytesRead);) {
     first.Add(block);
@@ -77,11 +84,14 @@ std::uint64_t FeedBoth(Job& first, Job* second, std::uint64_t fileSize,
   return bytesRead;
 }
 
+// Where the system has no thread or no event left, one thread does it all.
 std::uint64_t FeedSideBySide(Job& first, Job& second, std::uint64_t fileSize,
                              const ReadBlock& readBlock) {
-  std::uint64_t bytesRead = 0;
   BlockRing ring;
+  if (!ring.IsUsable()) return FeedInTurn(first, &second, fileSize, readBlock);
   const Helper helper(ring, second);
+  if (!helper.IsThere()) return FeedInTurn(first, &second, fileSize, readBlock);
+  std::uint64_t bytesRead = 0;
   for (;;) {
     FileBlock& block = ring.NextFree();
     if (!Fill(block, fileSize, readBlock, bytesRead)) return bytesRead;
@@ -103,7 +113,7 @@ HashedFile HashFile(std::uint64_t fileSize, const std::optional<ImageLayout>& la
   if (isSplit) other.emplace(nullptr, kSecondPart);
   if (image != nullptr) other.emplace(image, kAllDigests);
   result.bytesRead = isShared ? FeedSideBySide(file, *other, fileSize, readBlock)
-                              : FeedBoth(file, other ? &*other : nullptr, fileSize, readBlock);
+                              : FeedInTurn(file, other ? &*other : nullptr, fileSize, readBlock);
   file.Finish(result.file);
   if (other) other->Finish(image != nullptr ? result.image.emplace() : result.file);
   return result;

@@ -21,7 +21,6 @@ class FileFactsTest : public testing::Test {
     CurrentFile.bytes = "abc";
     CurrentFile.infos = {kSteady};
   }
-  ~FileFactsTest() override { EXPECT_EQ(CurrentFile.closed, CurrentFile.opened); }
 
   std::string Failure() const {
     try {

@@ -3,21 +3,17 @@
 #include <algorithm>
 #include <cstring>
 
+#include "platform/event.h"
+
 namespace larder {
 
 ScriptedFile CurrentFile;
 
 namespace platform {
-namespace {
-
-Handle TheHandle() { return reinterpret_cast<Handle>(&CurrentFile); }
-
-}  // namespace
-
 Code OpenFileToRead(const WideString&, Handle& file, FileKind& kind) {
   file = InvalidHandle();
   if (CurrentFile.openCode != kSuccess) return CurrentFile.openCode;
-  file = TheHandle();
+  file = MakeEvent();  // closed like any other handle; a leak checker sees one that isn't
   kind = FileKind::kRegular;
   ++CurrentFile.opened;
   return kSuccess;
@@ -43,10 +39,6 @@ Code ReadAt(Handle, std::uint64_t offset, void* buffer, std::size_t size,
   }
   CurrentFile.bytesGiven += got;
   return got < size ? CurrentFile.readCode : kSuccess;
-}
-
-void CloseObject(Handle handle) noexcept {
-  if (handle == TheHandle()) ++CurrentFile.closed;
 }
 
 }  // namespace platform

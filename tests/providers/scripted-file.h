@@ -1,4 +1,4 @@
-// The groups file and handle of the seam, replaced by one file that behaves as a test says.
+// The group file of the seam, replaced by one file that behaves as a test says.
 #pragma once
 
 #include <cstddef>
@@ -19,7 +19,6 @@ struct ScriptedFile {
   std::vector<platform::FileInfo> infos;
 
   int opened = 0;
-  int closed = 0;
   std::size_t bytesGiven = 0;
   std::size_t looks = 0;
 };
