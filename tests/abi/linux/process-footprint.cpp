@@ -14,8 +14,6 @@ std::size_t EntriesIn(const char* folder) {
 
 }  // namespace
 
-const int kLivesUntilSettled = 0;
-
 Footprint TakeFootprint() {
   return {.threads = EntriesIn("/proc/self/task"), .handles = EntriesIn("/proc/self/fd")};
 }

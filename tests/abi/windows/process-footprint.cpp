@@ -32,8 +32,6 @@ std::size_t CountHandles() {
 
 }  // namespace
 
-const int kLivesUntilSettled = 2;
-
 Footprint TakeFootprint() { return {.threads = CountThreads(), .handles = CountHandles()}; }
 
 bool IsMapped(const std::string& fileName) { return GetModuleHandleA(fileName.c_str()) != nullptr; }
