@@ -40,7 +40,7 @@ for program in apt-get dpkg-source; do
     "sources of LMDB 0.9 into $1 by hand, so that $1/libraries/liblmdb/mdb.c is there."
 done
 mkdir -p "$(dirname "$1")"
-work=$(mktemp -d "$(cd "$(dirname "$1")" && pwd)/lmdb-XXXXXX")
+work=$(mktemp -d -p "$(cd "$(dirname "$1")" && pwd)")
 trap 'rm -rf "$work"' EXIT
 if ! fetch >"$work/log" 2>&1; then
   tail -n 20 "$work/log" >&2

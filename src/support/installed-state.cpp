@@ -135,18 +135,23 @@ void RemoveRegistryIfNotInstalled() {
   DeleteVelmorRegistryKeyIfEmpty();
 }
 
+std::vector<DefaultValue> DefaultProviderValues() {
+  return {
+      {LARDER_WIDE("Install"), LARDER_WIDE("szLocation"), GetPath(GetModuleName())},
+      {LARDER_WIDE("DataProviders\\FeedTest"), LARDER_WIDE("szDLL"), LARDER_WIDE("feed-test.dll")},
+      {LARDER_WIDE("DataProviders\\FeedFile"), LARDER_WIDE("szDLL"), LARDER_WIDE("feed-file.dll")},
+      {LARDER_WIDE("DataProviders\\FeedFile"), LARDER_WIDE("szFileQuery"),
+       LARDER_WIDE("stock-file-query.dll")},
+      {LARDER_WIDE("DataProviders\\FeedStats"), LARDER_WIDE("szDLL"),
+       LARDER_WIDE("feed-stats.dll")}};
+}
+
 void RegisterDefaultProviders() {
   if (IsInstalledInCommonFiles()) return;
   RemoveRegistryIfNotInstalled();
-  SetRegistryString(LARDER_WIDE("Install"), LARDER_WIDE("szLocation"), GetPath(GetModuleName()));
-  SetRegistryString(LARDER_WIDE("DataProviders\\FeedTest"), LARDER_WIDE("szDLL"),
-                    LARDER_WIDE("feed-test.dll"));
-  SetRegistryString(LARDER_WIDE("DataProviders\\FeedFile"), LARDER_WIDE("szDLL"),
-                    LARDER_WIDE("feed-file.dll"));
-  SetRegistryString(LARDER_WIDE("DataProviders\\FeedFile"), LARDER_WIDE("szFileQuery"),
-                    LARDER_WIDE("stock-file-query.dll"));
-  SetRegistryString(LARDER_WIDE("DataProviders\\FeedStats"), LARDER_WIDE("szDLL"),
-                    LARDER_WIDE("feed-stats.dll"));
+  for (const DefaultValue& value : DefaultProviderValues()) {
+    SetRegistryString(value.subkey, value.name, value.data);
+  }
 }
 
 }  // namespace larder

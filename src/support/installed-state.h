@@ -7,6 +7,8 @@
 // the machine against others that change it at the same time.
 #pragma once
 
+#include <vector>
+
 #include "platform/wide.h"
 
 namespace larder {
@@ -34,6 +36,15 @@ void DeleteLarderRegistryEntries();
 void DeleteVelmorRegistryKeyIfEmpty();
 // The same as DeleteLarderRegistryEntries, with a second look at the maker's key.
 void RemoveRegistryIfNotInstalled();
+
+struct DefaultValue {
+  WideString subkey;
+  WideString name;
+  WideString data;
+};
+
+// What RegisterDefaultProviders writes, in its order.
+std::vector<DefaultValue> DefaultProviderValues();
 
 // Replaces the library's part of the registry by the three providers that come with it, to be found
 // in the folder of this process's image. Nothing at all if IsInstalledInCommonFiles.

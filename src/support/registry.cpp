@@ -6,8 +6,7 @@ namespace larder {
 
 namespace {
 
-// Room of the longest string that is read: 98 characters and the terminator.
-constexpr std::size_t kStringRoom = 99;
+constexpr std::size_t kStringRoom = kMostRegistryCharacters + 1;  // with the terminator
 
 WideString WholePath(const WideString& subkey) { return WideString(LarderRegistryRoot) + subkey; }
 

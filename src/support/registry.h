@@ -6,6 +6,7 @@
 // a backslash. Any thread. Nothing is thrown but std::bad_alloc.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include "platform/wide.h"
@@ -16,8 +17,11 @@ namespace larder {
 // Below the machine hive; a subkey is appended as it stands.
 inline constexpr WideView LarderRegistryRoot = LARDER_WIDE("Software\\Velmor\\Larder\\");
 
-// A value of type REG_SZ with at most 98 characters; empty when there is none, when it is longer,
-// of another type or unreadable.
+// The longest text that is read.
+inline constexpr std::size_t kMostRegistryCharacters = 98;
+
+// A value of type REG_SZ with at most that many characters; empty when there is none, when it is
+// longer, of another type or unreadable.
 WideString GetRegistryString(const WideString& subkey, const WideString& valueName);
 
 // A value of type REG_DWORD. False when it couldn't be read; *value may have changed even then,

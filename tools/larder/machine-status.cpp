@@ -9,6 +9,7 @@
 #include "diag/log-files.h"
 #include "errors.h"
 #include "log-runs.h"
+#include "module-form.h"
 #include "platform/console.h"
 #include "platform/folder.h"
 #include "platform/utf.h"
@@ -21,8 +22,7 @@
 namespace larder::tool {
 namespace {
 
-constexpr std::uint32_t kNameRoom = 256;     // of a key's name, as the library has it
-constexpr std::size_t kMostCharacters = 98;  // of a text that the library reads
+constexpr std::uint32_t kNameRoom = 256;  // of a key's name, as the library has it
 constexpr std::int32_t kTypeCount = 6;
 
 ValueName LocationValue() { return {LARDER_WIDE("Install"), LARDER_WIDE("szLocation")}; }
@@ -47,9 +47,10 @@ std::string ReasonOfNoText(const ValueName& target) {
   if (code == platform::kFileNotFound) return "the value isn't there";
   if (code != platform::kSuccess) return "the value can't be read: " + SystemReason(code);
   const std::size_t characters = value.data.size() / sizeof(LarderWideChar);
-  if (characters > kMostCharacters + 1) {
+  if (characters > kMostRegistryCharacters + 1) {
     return "the value is too long: " + std::to_string(characters - 1) +
-           " characters, where the library reads at most " + std::to_string(kMostCharacters);
+           " characters, where the library reads at most " +
+           std::to_string(kMostRegistryCharacters);
   }
   if (value.type != platform::kRegSz) {
     return "the value has the type " + TypeName(value.type) + ", not REG_SZ";
@@ -92,11 +93,6 @@ std::vector<WideString> ProviderKeys(std::string& fault) {
 
 // --- Modules
 // --------------------------------------------------------------------------------------
-
-bool IsThere(const WideString& path) {
-  std::uint32_t attributes = 0;
-  return platform::PathAttributes(path, attributes) == platform::kSuccess;
-}
 
 bool EndsInBackslash(const WideString& path) { return path.ends_with(LARDER_WIDE('\\')); }
 

@@ -9,6 +9,7 @@
 
 #include "errors.h"
 #include "platform/file.h"
+#include "platform/folder.h"
 #include "platform/module.h"
 #include "support/scoped-handles.h"
 
@@ -93,6 +94,11 @@ std::string Describe(Bytes head, const Form& own) {
 }
 
 }  // namespace
+
+bool IsThere(const WideString& path) {
+  std::uint32_t attributes = 0;
+  return platform::PathAttributes(path, attributes) == platform::kSuccess;
+}
 
 std::string DescribeForeignModule(const WideString& path) {
   std::array<unsigned char, kHeadSize> buffer{};

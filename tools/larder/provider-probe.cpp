@@ -13,7 +13,6 @@
 #include "platform/child.h"
 #include "platform/console.h"
 #include "platform/dependencies.h"
-#include "platform/folder.h"
 #include "platform/module.h"
 #include "platform/utf.h"
 
@@ -63,11 +62,6 @@ std::string Quoted(const std::vector<std::string>& names) {
   std::string text;
   for (const std::string& name : names) text += (text.empty() ? "\"" : ", \"") + name + "\"";
   return text;
-}
-
-bool IsThere(const WideString& path) {
-  std::uint32_t attributes = 0;
-  return platform::PathAttributes(path, attributes) == platform::kSuccess;
 }
 
 // The system has the same code for a module that isn't there and for one that lacks another.

@@ -5,58 +5,39 @@
 #include <vector>
 
 #include "diag/log-files.h"
-#include "diag/log-pieces.h"
 #include "errors.h"
 #include "log-watch.h"
 #include "platform/utf.h"
 #include "registry-edit.h"
 #include "support/installed-state.h"
-#include "support/paths.h"
 #include "support/registry.h"
 #include "text.h"
 
 namespace larder::tool {
 namespace {
 
-constexpr std::size_t kMostCharacters = 98;  // of a text that the library reads
-
-struct ExpectedValue {
-  ValueName target;
-  WideString data;
-};
-
-std::vector<ExpectedValue> ExpectedValues(bool withLog) {
-  std::vector<ExpectedValue> values = {
-      {{LARDER_WIDE("Install"), LARDER_WIDE("szLocation")}, GetPath(GetModuleName())},
-      {{LARDER_WIDE("DataProviders\\FeedTest"), LARDER_WIDE("szDLL")},
-       LARDER_WIDE("feed-test.dll")},
-      {{LARDER_WIDE("DataProviders\\FeedFile"), LARDER_WIDE("szDLL")},
-       LARDER_WIDE("feed-file.dll")},
-      {{LARDER_WIDE("DataProviders\\FeedFile"), LARDER_WIDE("szFileQuery")},
-       LARDER_WIDE("stock-file-query.dll")},
-      {{LARDER_WIDE("DataProviders\\FeedStats"), LARDER_WIDE("szDLL")},
-       LARDER_WIDE("feed-stats.dll")}};
+std::vector<DefaultValue> ExpectedValues(bool withLog) {
+  std::vector<DefaultValue> values = DefaultProviderValues();
   if (withLog) {
-    values.push_back({{LARDER_WIDE("Logging"), LARDER_WIDE("szEnable")}, LARDER_WIDE("true")});
+    values.push_back({LARDER_WIDE("Logging"), LARDER_WIDE("szEnable"), LARDER_WIDE("true")});
   }
   return values;
 }
 
 // As "registry list" prints it.
-std::string LineOf(const ExpectedValue& value) {
-  return platform::Utf8FromWide(value.target.subkey) + "\t" +
-         platform::Utf8FromWide(value.target.name) + "\tREG_SZ\t" +
-         Printable(platform::Utf8FromWide(value.data)) + "\n";
+std::string LineOf(const DefaultValue& value) {
+  return platform::Utf8FromWide(value.subkey) + "\t" + platform::Utf8FromWide(value.name) +
+         "\tREG_SZ\t" + Printable(platform::Utf8FromWide(value.data)) + "\n";
 }
 
 // Reads the value as the library will; tells when that gives something else.
-bool IsAsWritten(const ExpectedValue& value) {
-  const WideString found = GetRegistryString(value.target.subkey, value.target.name);
+bool IsAsWritten(const DefaultValue& value) {
+  const WideString found = GetRegistryString(value.subkey, value.name);
   if (found == value.data && !found.empty()) return true;
-  const std::string what = ValueLabel(value.target);
-  if (value.data.size() > kMostCharacters) {
+  const std::string what = ValueLabel({value.subkey, value.name});
+  if (value.data.size() > kMostRegistryCharacters) {
     PrintError(what + " is of no use: it has " + std::to_string(value.data.size()) +
-               " characters, and the library reads " + std::to_string(kMostCharacters) +
+               " characters, and the library reads " + std::to_string(kMostRegistryCharacters) +
                " at most: " + platform::Utf8FromWide(value.data));
   } else {
     PrintError("cannot set " + what + " to \"" + platform::Utf8FromWide(value.data) +
@@ -77,7 +58,7 @@ int SetUp(bool withLog, Output& output) {
   RegisterDefaultProviders();
   if (withLog) EnableLogging();
   int status = kExitOk;
-  for (const ExpectedValue& value : ExpectedValues(withLog)) {
+  for (const DefaultValue& value : ExpectedValues(withLog)) {
     if (IsAsWritten(value)) {
       output.Write(LineOf(value));
     } else {
