@@ -10,6 +10,24 @@ foreach(t gtest gtest_main gmock gmock_main)
   endif()
 endforeach()
 
+# larder_test_program(NAME SOURCES ... [LIBRARIES target ...]): a program of tests.
+function(larder_test_program name)
+  cmake_parse_arguments(PARSE_ARGV 1 T "" "" "SOURCES;LIBRARIES")
+  add_executable(${name} ${T_SOURCES})
+  target_precompile_headers(${name} REUSE_FROM larder_test_headers)
+  target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
+  target_link_libraries(${name} PRIVATE
+    ${T_LIBRARIES} larder_testing larder_platform larder_options gmock gtest_main)
+endfunction()
+
+# larder_discover_tests(NAME [PROPERTIES name value ...] [ARGUMENT of gtest_discover_tests ...]): its
+# tests, one by one, found when they are about to be run.
+function(larder_discover_tests name)
+  cmake_parse_arguments(PARSE_ARGV 1 T "" "" "PROPERTIES")
+  gtest_discover_tests(${name} ${T_UNPARSED_ARGUMENTS} NO_PRETTY_VALUES
+    DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 120 PROPERTIES TIMEOUT 120 ${T_PROPERTIES})
+endfunction()
+
 # larder_test(NAME SOURCES ... [FAKES group ...] [LIBRARIES target ...] [PROPERTIES name value ...])
 # A test of the library's inside: its objects are linked as they stand.
 # FAKES replaces a whole platform group: tests/fakes/fake-<group>.cpp is compiled into the program, so
@@ -17,13 +35,9 @@ endforeach()
 # operation is a link error.
 function(larder_test name)
   cmake_parse_arguments(PARSE_ARGV 1 T "" "" "SOURCES;FAKES;LIBRARIES;PROPERTIES")
-  add_executable(${name} ${T_SOURCES} ${PROJECT_SOURCE_DIR}/tests/testing/recorded-log.cpp)
+  larder_test_program(${name} SOURCES ${T_SOURCES} LIBRARIES larder_core larder_base ${T_LIBRARIES})
   foreach(group IN LISTS T_FAKES)
     target_sources(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests/fakes/fake-${group}.cpp)
   endforeach()
-  target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/src ${PROJECT_SOURCE_DIR}/tests)
-  target_link_libraries(${name} PRIVATE
-    larder_core larder_base ${T_LIBRARIES} larder_testing larder_platform larder_options gmock gtest_main)
-  gtest_discover_tests(${name} NO_PRETTY_VALUES DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 120
-    PROPERTIES TIMEOUT 120 ${T_PROPERTIES})
+  larder_discover_tests(${name} PROPERTIES ${T_PROPERTIES})
 endfunction()
