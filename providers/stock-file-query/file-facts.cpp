@@ -42,7 +42,8 @@ bool Open(const ObjectIdentity& wanted, OpenFile& file) {
   return true;
 }
 
-Reading Read(const ObjectIdentity& wanted, platform::Handle file) {
+Reading Read(const platform::DigestLibrary& library, const ObjectIdentity& wanted,
+             platform::Handle file) {
   Reading reading;
   FileFacts& facts = reading.facts;
   Check(wanted, platform::QueryFileInfo(file, facts.info));
@@ -56,7 +57,7 @@ Reading Read(const ObjectIdentity& wanted, platform::Handle file) {
     return readBlock(offset, buffer, size) == size;
   };
   const std::optional<ImageLayout> layout = ReadImageLayout(facts.info.size, readAt);
-  HashedFile hashed = HashFile(facts.info.size, layout, readBlock);
+  HashedFile hashed = HashFile(library, facts.info.size, layout, readBlock);
   facts.digests = hashed.file;
   facts.image = hashed.image;
   reading.bytesRead = hashed.bytesRead;
@@ -74,11 +75,12 @@ Reading Read(const ObjectIdentity& wanted, platform::Handle file) {
 
 }  // namespace
 
-std::optional<FileFacts> ReadFileFacts(const ObjectIdentity& wanted) {
+std::optional<FileFacts> ReadFileFacts(const platform::DigestLibrary& library,
+                                       const ObjectIdentity& wanted) {
   for (bool again = false;; again = true) {
     OpenFile file;
     if (!Open(wanted, file)) return std::nullopt;
-    const Reading reading = Read(wanted, file.handle);
+    const Reading reading = Read(library, wanted, file.handle);
     if (reading.IsSteady()) return reading.facts;
     if (again) FailUnsteady(wanted, reading);
   }

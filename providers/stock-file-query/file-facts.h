@@ -7,7 +7,7 @@
 
 #include "common/object-identity.h"
 #include "platform/file.h"
-#include "stock-file-query/digest-set.h"
+#include "stock-file-query/digests.h"
 
 namespace larder::feed {
 
@@ -22,6 +22,7 @@ struct FileFacts {
 // Throws std::system_error with LARDER_E_FILE_ID_MISMATCH if wanted.lastModified isn't 0 and isn't
 // the file's, and std::runtime_error, with the path and the reason, if the file isn't a regular
 // one, can't be read, or changed while it was read and did so again in a second reading.
-std::optional<FileFacts> ReadFileFacts(const ObjectIdentity& wanted);
+std::optional<FileFacts> ReadFileFacts(const platform::DigestLibrary& library,
+                                       const ObjectIdentity& wanted);
 
 }  // namespace larder::feed

@@ -5,7 +5,7 @@
 #include <functional>
 #include <optional>
 
-#include "stock-file-query/digest-set.h"
+#include "stock-file-query/digests.h"
 #include "stock-file-query/image-layout.h"
 
 namespace larder::feed {
@@ -25,8 +25,8 @@ struct HashedFile {
 
 // Reads the file from its begin to its end; a file that grows has its end behind the block that
 // goes beyond fileSize. layout: of a file of this size. Throws what readBlock throws, and
-// std::runtime_error if libgcrypt refuses.
-HashedFile HashFile(std::uint64_t fileSize, const std::optional<ImageLayout>& layout,
-                    const ReadBlock& readBlock);
+// std::runtime_error if the system refuses a digest.
+HashedFile HashFile(const platform::DigestLibrary& library, std::uint64_t fileSize,
+                    const std::optional<ImageLayout>& layout, const ReadBlock& readBlock);
 
 }  // namespace larder::feed

@@ -7,8 +7,8 @@
 
 namespace larder::feed {
 
-// A FileDataRecord with the digests, zeros for the image's digests, and one chain that holds one
-// empty certificate.
+// A FileDataRecord with the digests, zeros for an image's where the file is none, and a chain for
+// each signer, or else one that holds one empty certificate.
 DbBuffer MakeFileRecord(const FileFacts& facts);
 
 }  // namespace larder::feed

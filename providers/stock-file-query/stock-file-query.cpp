@@ -1,18 +1,21 @@
 #include "stock-file-query/stock-file-query.h"
 
 #include <optional>
+#include <stdexcept>
 
-#include "stock-file-query/digest-set.h"
 #include "stock-file-query/file-facts.h"
 #include "stock-file-query/file-record.h"
 
 namespace larder::feed {
 
-StockFileQuery::StockFileQuery() { PrepareDigests(); }
+StockFileQuery::StockFileQuery() : library(platform::OpenDigestLibrary()) {
+  if (library != nullptr) return;
+  throw std::runtime_error("the system's cryptographic library has no MD5, SHA-1 or SHA-2");
+}
 
 bool StockFileQuery::Query(const ObjectIdentity& wanted, platform::FileInfo* seen,
                            DbBuffer* record) {
-  const std::optional<FileFacts> facts = ReadFileFacts(wanted);
+  const std::optional<FileFacts> facts = ReadFileFacts(*library, wanted);
   if (!facts) return false;
   *record = MakeFileRecord(*facts);
   *seen = facts->info;

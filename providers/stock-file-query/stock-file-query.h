@@ -2,16 +2,19 @@
 #pragma once
 
 #include "common/file-query.h"
+#include "platform/digest.h"
 
 namespace larder::feed {
 
 class StockFileQuery final : public IFileQuery {
  public:
-  // Readies libgcrypt, not at the same time as any other start of it; throws std::runtime_error if
-  // it can't.
+  // Throws std::runtime_error if the system refuses one of the digests.
   StockFileQuery();
 
   bool Query(const ObjectIdentity& wanted, platform::FileInfo* seen, DbBuffer* record) override;
+
+ private:
+  platform::AutoDigestLibrary library;
 };
 
 }  // namespace larder::feed

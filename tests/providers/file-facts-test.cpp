@@ -7,8 +7,8 @@
 #include "platform/message.h"
 #include "platform/utf.h"
 #include "providers/scripted-file.h"
-#include "stock-file-query/block-ring.h"
 #include "stock-file-query/file-hasher.h"
+#include "stock-file-query/hash-work.h"
 
 namespace larder::feed {
 namespace {
@@ -16,7 +16,6 @@ namespace {
 class FileFactsTest : public testing::Test {
  protected:
   FileFactsTest() {
-    PrepareDigests();
     CurrentFile = {};
     CurrentFile.bytes = "abc";
     CurrentFile.infos = {kSteady};
@@ -24,7 +23,7 @@ class FileFactsTest : public testing::Test {
 
   std::string Failure() const {
     try {
-      ReadFileFacts(wanted);
+      ReadFileFacts(*library, wanted);
     } catch (const std::exception& error) {
       return error.what();
     }
@@ -41,11 +40,12 @@ class FileFactsTest : public testing::Test {
   static constexpr platform::FileInfo kSteady{3, 1000, 1, 1};
   static constexpr platform::FileInfo kTouched{3, 1001, 1, 1};
   static constexpr platform::FileInfo kGrown{4, 1000, 1, 1};
+  const platform::AutoDigestLibrary library = platform::OpenDigestLibrary();
   ObjectIdentity wanted{0, LARDER_WIDE("C:\\file")};
 };
 
 TEST_F(FileFactsTest, ReadsASteadyFileOnce) {
-  const std::optional<FileFacts> facts = ReadFileFacts(wanted);
+  const std::optional<FileFacts> facts = ReadFileFacts(*library, wanted);
   ASSERT_TRUE(facts.has_value());
   EXPECT_EQ(facts->digests.md5[0], 0x90);
   EXPECT_EQ(facts->digests.sha512[63], 0x9f);
@@ -54,7 +54,7 @@ TEST_F(FileFactsTest, ReadsASteadyFileOnce) {
 
 TEST_F(FileFactsTest, ReadsAFileAgainThatWasTouchedMeanwhile) {
   CurrentFile.infos = {kSteady, kTouched, kTouched, kTouched};
-  const std::optional<FileFacts> facts = ReadFileFacts(wanted);
+  const std::optional<FileFacts> facts = ReadFileFacts(*library, wanted);
   ASSERT_TRUE(facts.has_value());
   EXPECT_EQ(facts->info.lastModified, 1001u);
   EXPECT_EQ(CurrentFile.opened, 2);
@@ -104,9 +104,9 @@ TEST_F(FileFactsTest, TellsACodeThatTheSystemHasNoTextFor) {
 
 TEST_F(FileFactsTest, HasNothingToTellOnlyForAFileOrFolderThatIsMissing) {
   CurrentFile.openCode = platform::kFileNotFound;
-  EXPECT_FALSE(ReadFileFacts(wanted).has_value());
+  EXPECT_FALSE(ReadFileFacts(*library, wanted).has_value());
   CurrentFile.openCode = platform::kPathNotFound;
-  EXPECT_FALSE(ReadFileFacts(wanted).has_value());
+  EXPECT_FALSE(ReadFileFacts(*library, wanted).has_value());
   CurrentFile.openCode = platform::kAccessDenied;
   EXPECT_EQ(Failure(), "Can't read \"C:\\file\": " + Line(platform::kAccessDenied) + " (code 5)");
 }
@@ -128,11 +128,13 @@ std::string TextOfSize(std::size_t size) {
   return text;
 }
 
-Digests DigestsOf(const std::string& bytes) {
-  DigestSet set;
-  set.Add(bytes.data(), bytes.size());
+Digests DigestsOf(const platform::DigestLibrary& library, const std::string& bytes) {
   Digests digests;
-  set.Finish(digests);
+  for (const platform::DigestKind kind : kAllDigests) {
+    const platform::AutoDigest digest = platform::StartDigest(library, kind);
+    EXPECT_TRUE(platform::AddToDigest(*digest, bytes.data(), bytes.size()));
+    EXPECT_TRUE(platform::FinishDigest(*digest, digests.Of(kind)));
+  }
   return digests;
 }
 
@@ -145,7 +147,7 @@ void ExpectEqual(const Digests& a, const Digests& b) {
 }
 
 TEST(FileHasher, SharedWorkGivesTheDigestsOfTheWholeFileAndOfTheImageInIt) {
-  PrepareDigests();
+  const platform::AutoDigestLibrary library = platform::OpenDigestLibrary();
   for (const std::size_t size :
        {std::size_t{0}, std::size_t{100}, kBlockSize + 1, std::size_t{kSizeForTwoThreads - 1},
         std::size_t{kSizeForTwoThreads}, std::size_t{kSizeForTwoThreads + 9 * kBlockSize + 7}}) {
@@ -153,18 +155,19 @@ TEST(FileHasher, SharedWorkGivesTheDigestsOfTheWholeFileAndOfTheImageInIt) {
     const ReadBlock read = [&](std::uint64_t offset, void* buffer, std::size_t room) {
       return text.copy(static_cast<char*>(buffer), room, offset);
     };
-    const HashedFile plain = HashFile(size, std::nullopt, read);
+    const HashedFile plain = HashFile(*library, size, std::nullopt, read);
     EXPECT_EQ(plain.bytesRead, size);
-    ExpectEqual(plain.file, DigestsOf(text));
+    ExpectEqual(plain.file, DigestsOf(*library, text));
     EXPECT_FALSE(plain.image.has_value());
 
     const std::size_t half = size / 2;
     const ImageLayout layout{{{{0, half / 2}, {half / 2 + 1, half}, {half + 3, size}}}, 5, {}};
     if (half < 4) continue;
-    const HashedFile image = HashFile(size, layout, read);
+    const HashedFile image = HashFile(*library, size, layout, read);
     ExpectEqual(image.file, plain.file);
     ASSERT_TRUE(image.image.has_value());
-    ExpectEqual(*image.image, DigestsOf(text.substr(0, half / 2) +
+    ExpectEqual(*image.image,
+                DigestsOf(*library, text.substr(0, half / 2) +
                                         text.substr(half / 2 + 1, half - half / 2 - 1) +
                                         text.substr(half + 3) + std::string(5, '\0')));
   }

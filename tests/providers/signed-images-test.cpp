@@ -1,12 +1,13 @@
 // Real images, made by make-images.sh: what is read from them against what their own signatures say
 // was signed, and against another reader of signatures.
-#include <gcrypt.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <fstream>
 #include <iterator>
+#include <map>
 
+#include "platform/digest.h"
 #include "providers/foreign-signature.h"
 #include "providers/made-image.h"
 #include "stock-file-query/certificate-table.h"
@@ -43,23 +44,26 @@ struct Image {
 
 // Of what the image covers, by the digest's size in bytes.
 std::string DigestOf(const Image& image, std::size_t size) {
-  int algorithm = 0;
-  for (const int each :
-       {GCRY_MD_MD5, GCRY_MD_SHA1, GCRY_MD_SHA256, GCRY_MD_SHA384, GCRY_MD_SHA512}) {
-    if (gcry_md_get_algo_dlen(each) == size) algorithm = each;
-  }
-  gcry_md_hd_t handle = nullptr;
-  if (gcry_md_open(&handle, algorithm, 0) != 0) throw std::runtime_error("no digest");
+  using platform::DigestKind;
+  const std::map<std::size_t, DigestKind> kinds = {{16, DigestKind::kMd5},
+                                                   {20, DigestKind::kSha1},
+                                                   {32, DigestKind::kSha256},
+                                                   {48, DigestKind::kSha384},
+                                                   {64, DigestKind::kSha512}};
+  const platform::AutoDigestLibrary library = platform::OpenDigestLibrary();
+  const platform::AutoDigest state = platform::StartDigest(*library, kinds.at(size));
+  const auto add = [&](Bytes part) {
+    ASSERT_TRUE(platform::AddToDigest(*state, part.data(), part.size()));
+  };
   constexpr std::size_t kBlock = 1000;
   for (std::size_t at = 0; at < image.file.size(); at += kBlock) {
     const Bytes block = BytesOf(image.file).subspan(at);
-    FeedCovered(image.layout, at, block.first(std::min(kBlock, block.size())),
-                [&](Bytes part) { gcry_md_write(handle, part.data(), part.size()); });
+    FeedCovered(image.layout, at, block.first(std::min(kBlock, block.size())), add);
   }
-  gcry_md_write(handle, "\0\0\0\0\0\0\0", image.layout.padding);
-  const unsigned char* const bytes = gcry_md_read(handle, algorithm);
-  std::string digest(bytes, bytes + size);
-  gcry_md_close(handle);
+  add(BytesOf(std::string(image.layout.padding, '\0')));
+  std::string digest(size, '\0');
+  auto* const bytes = reinterpret_cast<std::uint8_t*>(digest.data());
+  EXPECT_TRUE(platform::FinishDigest(*state, {bytes, size}));
   return digest;
 }
 
@@ -112,16 +116,7 @@ constexpr Expected kImages[] = {
     {"twice.efi", 2},
 };
 
-class SignedImagesTest : public testing::Test {
- protected:
-  static void SetUpTestSuite() {
-    ASSERT_NE(gcry_check_version("1.10.0"), nullptr);
-    gcry_control(GCRYCTL_DISABLE_SECMEM, 0);
-    gcry_control(GCRYCTL_INITIALIZATION_FINISHED, 0);
-  }
-};
-
-TEST_F(SignedImagesTest, HaveTheDigestsThatTheirSignersSigned) {
+TEST(SignedImagesTest, HaveTheDigestsThatTheirSignersSigned) {
   for (const Expected& expected : kImages) {
     const Image image(expected.name);
     EXPECT_EQ(image.signatures.size(), expected.signatures) << expected.name;
@@ -132,7 +127,7 @@ TEST_F(SignedImagesTest, HaveTheDigestsThatTheirSignersSigned) {
   }
 }
 
-TEST_F(SignedImagesTest, HaveTheDigestsThatTheyHadUnsigned) {
+TEST(SignedImagesTest, HaveTheDigestsThatTheyHadUnsigned) {
   const char* const pairs[][2] = {{"zlib32.dll", "signed32.dll"},
                                   {"zlib64.dll", "nested.dll"},
                                   {"overlapping.exe", "signed-overlapping.exe"},
@@ -147,13 +142,13 @@ TEST_F(SignedImagesTest, HaveTheDigestsThatTheyHadUnsigned) {
   EXPECT_EQ(padded, 2u);
 }
 
-TEST_F(SignedImagesTest, ChangeTheirDigestsWithBytesBehindTheTable) {
+TEST(SignedImagesTest, ChangeTheirDigestsWithBytesBehindTheTable) {
   const Image longer("more", FileOf("twice.efi") + "x");
   EXPECT_NE(DigestOf(longer, 32), DigestOf(Image("twice.efi"), 32));
   EXPECT_EQ(longer.signatures.size(), 2u);
 }
 
-TEST_F(SignedImagesTest, HaveTheChainsOfThoseWhoSignedThem) {
+TEST(SignedImagesTest, HaveTheChainsOfThoseWhoSignedThem) {
   const std::string chain = Certificates({"signer", "issuer", "root"});
   const std::string lone = Certificates({"lone"});
   using Chains = std::vector<std::string>;
@@ -172,7 +167,7 @@ TEST_F(SignedImagesTest, HaveTheChainsOfThoseWhoSignedThem) {
   EXPECT_EQ(nested, all);
 }
 
-TEST_F(SignedImagesTest, HoldTheCertificatesAndSignersThatAnotherReaderFinds) {
+TEST(SignedImagesTest, HoldTheCertificatesAndSignersThatAnotherReaderFinds) {
   std::size_t compared = 0;
   for (const Expected& expected : kImages) {
     const Image image(expected.name);
@@ -192,7 +187,7 @@ TEST_F(SignedImagesTest, HoldTheCertificatesAndSignersThatAnotherReaderFinds) {
   EXPECT_EQ(compared, 11u);
 }
 
-TEST_F(SignedImagesTest, HaveChainsInWhichEachCertificateIsIssuedByTheNext) {
+TEST(SignedImagesTest, HaveChainsInWhichEachCertificateIsIssuedByTheNext) {
   std::size_t links = 0;
   for (const char* const name : {"shim.efi", "nested.dll"}) {
     const Image image(name);
@@ -206,7 +201,7 @@ TEST_F(SignedImagesTest, HaveChainsInWhichEachCertificateIsIssuedByTheNext) {
   EXPECT_FALSE(IsIssuedBy(FileOf("signer.der"), FileOf("earlier-issuer.der")));
 }
 
-TEST_F(SignedImagesTest, AreUnsignedOnceTheTableIsCutOff) {
+TEST(SignedImagesTest, AreUnsignedOnceTheTableIsCutOff) {
   const std::string whole = FileOf("shim.efi");
   const Image image("shim.efi");
   for (const std::uint64_t size :
