@@ -47,7 +47,7 @@ TEST_F(QueryCommandTest, AFileIsPrintedWithItsDigests) {
   EXPECT_THAT(LinesOf(MustRun({"query", file})),
               ElementsAre("file        " + file, "type        1", "size        400",
                           StartsWith("file-id     "), kMd5OfAbc, kSha1OfAbc, kSha256OfAbc,
-                          kSha384OfAbc, kSha512OfAbc, "chain       1 certificate, 0 bytes"));
+                          kSha384OfAbc, kSha512OfAbc, "chain       none"));
 }
 
 TEST_F(QueryCommandTest, AFileIsFoundByARelativeName) {
@@ -76,7 +76,7 @@ TEST_F(QueryCommandTest, TheOtherFilesArePrintedWhenOneFails) {
   const std::string line = "larder: " + missing + ": No data available (-13)\n";
   EXPECT_EQ(run.errors, line + line);
   EXPECT_THAT(run.output, StartsWith("file        " + first + "\n"));
-  EXPECT_THAT(run.output, HasSubstr(" bytes\n\nfile        " + last + "\n"));
+  EXPECT_THAT(run.output, HasSubstr("none\n\nfile        " + last + "\n"));
   EXPECT_THAT(run.output, HasSubstr("md5         d41d8cd98f00b204e9800998ecf8427e\n"));
 }
 
@@ -133,8 +133,17 @@ TEST_F(QueryCommandTest, ImageDigestsAndChainsArePrintedWhereThereAreAny) {
                     Contains("pe-md5      " + std::string(32, '7')),
                     Contains("pe-sha1     " + std::string(40, '0')),
                     Contains("pe-sha512   " + std::string(128, '0')),
-                    Contains("chain       2 certificates, 5 3 bytes"),
-                    Contains("chain       1 certificate, 1 byte")));
+                    Contains("chain       2 certificates"),
+                    Contains("  subject   (no readable name, 5 bytes)"),
+                    Contains("  subject   (no readable name, 3 bytes)"),
+                    Contains("chain       1 certificate"),
+                    Contains("  issuer    (no readable name, 1 byte)")));
+  EXPECT_THAT(MustRun({"query", InFolder("certified")}),
+              HasSubstr("\nchain       2 certificates\n"
+                        "  subject   C=US, O=Example, CN=Example Signer\n"
+                        "  subject   C=US, O=Example, CN=Example CA\n"
+                        "  issuer    C=US, O=Example, CN=Example CA\n"
+                        "chain       2 certificates\n"));
 }
 
 TEST_F(QueryCommandTest, AMalformedRecordIsToldAndNotPrinted) {

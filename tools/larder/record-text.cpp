@@ -32,11 +32,19 @@ std::string ImageDigests(const FileDataRecord& facts) {
          RecordLine("pe-sha512", Hex(facts.peSHA512));
 }
 
+std::string NameLine(const char* label, const std::string& name, const void* cert) {
+  if (!name.empty()) return RecordLine(label, Printable(name));
+  return RecordLine(label, "(no readable name, " + SizeText(CertificateSize(cert)) + ")");
+}
+
+// The certificates' subjects, and behind them who issued the last one.
 std::string ChainText(const std::vector<const void*>& certs) {
-  std::string text = std::to_string(certs.size());
-  text += certs.size() == 1 ? " certificate," : " certificates,";
-  for (const void* cert : certs) text += " " + std::to_string(CertificateSize(cert));
-  return text + (CertificateSize(certs.back()) == 1 ? " byte" : " bytes");
+  if (IsNoChain(certs)) return RecordLine("chain", "none");
+  std::string text =
+      RecordLine("chain", std::to_string(certs.size()) +
+                              (certs.size() == 1 ? " certificate" : " certificates"));
+  for (const void* cert : certs) text += NameLine("  subject", GetCertSubject(cert), cert);
+  return text + NameLine("  issuer", GetCertIssuer(certs.back()), certs.back());
 }
 
 const void* Behind(const void* record, std::size_t distance) {
@@ -59,7 +67,7 @@ std::string FileRecordText(const FileDataRecord& record) {
   std::string text = HeaderText({record.dataSize, record.providerType}) +
                      RecordLine("file-id", std::to_string(record.fileId)) + FileDigests(record) +
                      ImageDigests(record);
-  for (const auto& certs : ChainsOf(record)) text += RecordLine("chain", ChainText(certs));
+  for (const auto& certs : ChainsOf(record)) text += ChainText(certs);
   return text;
 }
 
