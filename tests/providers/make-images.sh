@@ -19,37 +19,6 @@ fail() {
   exit 1
 }
 
-package_file() { find "$downloads" -maxdepth 1 -name "$1_*.deb" -print -quit; }
-
-# Where the lists of packages are missing or old, root can get new ones.
-fetch() {
-  local options=(-q -o APT::Sandbox::User=root -o Acquire::Retries=3)
-  (cd "$2" && apt-get "${options[@]}" download "$1") && return
-  [[ $(id -u) -eq 0 ]] && apt-get "${options[@]}" -o DPkg::Lock::Timeout=300 update &&
-    (cd "$2" && apt-get "${options[@]}" download "$1")
-}
-
-download() {
-  if [[ -n $(package_file "$1") ]]; then return; fi
-  local log=$downloads/$1.log part=$downloads/part
-  rm -rf "$part"
-  mkdir "$part"
-  if ! fetch "$1" "$part" >"$log" 2>&1; then
-    cat "$log" >&2
-    fail "the package $1 can't be downloaded, and none is in $downloads." \
-      "This needs Debian's package lists (apt-get update) and a network, once."
-  fi
-  mv "$part"/*.deb "$downloads"
-}
-
-download_all() {
-  local package
-  exec 9>"$downloads/.lock"
-  flock 9
-  for package in "${packages[@]}"; do download "$package"; done
-  exec 9>&-
-}
-
 # PATH NAME: a file of the unpacked packages becomes an image of that name.
 take() {
   [[ -f $work/root/$1 ]] || fail "no $1 in the packages of $downloads"
@@ -57,8 +26,11 @@ take() {
 }
 
 unpack() {
-  local package
-  for package in "${packages[@]}"; do dpkg-deb -x "$(package_file "$package")" "$work/root"; done
+  local package file
+  for package in "${packages[@]}"; do
+    file=$("$project/tools/fetch-package.sh" "$package" "$downloads")
+    dpkg-deb -x "$file" "$work/root"
+  done
   take usr/lib/shim/shimx64.efi.signed shim.efi
   take usr/lib/grub/x86_64-efi-signed/grubx64.efi.signed grub.efi
   take boot/memtest86+ia32.efi memtest32.efi
@@ -134,7 +106,7 @@ folder=$(cd "$1" && pwd)
 downloads=$(cd "$2" && pwd)
 if [[ $folder/made -nt ${BASH_SOURCE[0]} ]]; then exit 0; fi
 
-download_all
+project=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
 work=$(mktemp -d)
 made=$work/made
 mkdir "$made"
