@@ -6,7 +6,6 @@
 #include <thread>
 #include <vector>
 
-#include "arguments.h"
 #include "diag/log-files.h"
 #include "errors.h"
 #include "interrupt.h"
@@ -95,28 +94,26 @@ int Show(const WideString& run, bool isFollowing, Output& output) {
   return reader.Finish() ? kExitOk : kExitFailed;
 }
 
-void AddSimple(CLI::App& log, const char* name, const char* help, Action& action,
-               const Action& work) {
-  log.add_subcommand(name, help)->callback([work, &action] { action = work; });
+void AddSimple(const Command& log, const char* name, const char* help, const Action& work) {
+  log.AddCommand(name, help).OnChosen([work] { return work; });
 }
 
 struct ShowArguments {
-  std::string run;
+  std::optional<std::string> run;
   bool isFollowing = false;
 };
 
-void AddShow(CLI::App& log, Action& action) {
+void AddShow(const Command& log) {
   const auto arguments = std::make_shared<ShowArguments>();
-  CLI::App* show = log.add_subcommand("show", "Print the lines of a run, the oldest first");
-  const CLI::Option* given = show->add_option(
-      "RUN", arguments->run,
-      "Name of the run's file as \"list\" prints it, or a path; none: the newest run");
-  show->add_flag("--follow", arguments->isFollowing, "Print on as lines come, until interrupted");
-  show->callback([arguments, given, &action] {
-    WideArgument("RUN", arguments->run);
-    action = [arguments, isGiven = given->count() != 0](Output& output) {
+  const Command show = log.AddCommand("show", "Print the lines of a run, the oldest first");
+  show.AddOption("RUN", arguments->run,
+                 "Name of the run's file as \"list\" prints it, or a path; none: the newest run");
+  show.AddFlag("--follow", arguments->isFollowing, "Print on as lines come, until interrupted");
+  show.OnChosen([arguments] {
+    WideArgument("RUN", arguments->run.value_or(""));
+    return [arguments](Output& output) {
       WideString path;
-      const bool isFound = isGiven ? FindRun(Unshield(arguments->run), path) : FindNewestRun(path);
+      const bool isFound = arguments->run ? FindRun(*arguments->run, path) : FindNewestRun(path);
       return isFound ? Show(path, arguments->isFollowing, output) : kExitFailed;
     };
   });
@@ -124,16 +121,15 @@ void AddShow(CLI::App& log, Action& action) {
 
 }  // namespace
 
-void AddLogCommand(CLI::App& app, Action& action) {
-  CLI::App* log = app.add_subcommand("log", "Switch the log on disk on and off, and read it");
-  log->require_subcommand(0, 1);
-  AddSimple(*log, "on", "Let programs that start from now on write a log", action,
+void AddLogCommand(const Command& top) {
+  const Command log = top.AddCommand("log", "Switch the log on disk on and off, and read it");
+  AddSimple(log, "on", "Let programs that start from now on write a log",
             [](Output&) { return SwitchOn(); });
-  AddSimple(*log, "off", "Let programs that start from now on write none", action,
+  AddSimple(log, "off", "Let programs that start from now on write none",
             [](Output&) { return SwitchOff(); });
-  AddSimple(*log, "path", "Print the folder of the logs", action, &PrintPath);
-  AddSimple(*log, "list", "Print the files of all runs, the newest run last", action, &List);
-  AddShow(*log, action);
+  AddSimple(log, "path", "Print the folder of the logs", &PrintPath);
+  AddSimple(log, "list", "Print the files of all runs, the newest run last", &List);
+  AddShow(log);
 }
 
 }  // namespace larder::tool

@@ -3,9 +3,9 @@
 #include <atomic>
 #include <iterator>
 #include <memory>
+#include <optional>
 #include <string>
 
-#include "arguments.h"
 #include "client.h"
 #include "errors.h"
 #include "interrupt.h"
@@ -20,7 +20,7 @@ constexpr LarderWideChar kEventName[] = LARDER_WIDE("InstallerEvent");
 constexpr const char* kEventLabel = "event \"InstallerEvent\"";
 
 struct Arguments {
-  std::string message;
+  std::optional<std::string> message;
   bool isReset = false;
   bool isWait = false;
   bool isOnce = false;
@@ -80,40 +80,36 @@ int WaitAsClient(bool once, Output& output) {
   return EndLibrary() && succeeded ? kExitOk : kExitFailed;
 }
 
-void CheckChoice(const CLI::Option& message, const Arguments& arguments) {
+void CheckChoice(const Arguments& arguments) {
   const int chosen =
-      (message.count() != 0 ? 1 : 0) + (arguments.isReset ? 1 : 0) + (arguments.isWait ? 1 : 0);
-  if (chosen != 1) throw CLI::ValidationError("notify", "give one of MESSAGE, --reset and --wait");
-  if (arguments.isOnce && !arguments.isWait) {
-    throw CLI::ValidationError("--once", "goes with --wait only");
-  }
+      (arguments.message ? 1 : 0) + (arguments.isReset ? 1 : 0) + (arguments.isWait ? 1 : 0);
+  if (chosen != 1) throw UsageError("notify", "give one of MESSAGE, --reset and --wait");
+  if (arguments.isOnce && !arguments.isWait) throw UsageError("--once", "goes with --wait only");
 }
 
 Action ChosenAction(const Arguments& arguments) {
+  CheckChoice(arguments);
   if (arguments.isReset) return [](Output&) { return ChangeEvent("lower", &platform::LowerEvent); };
   if (arguments.isWait) {
     return [once = arguments.isOnce](Output& output) { return WaitAsClient(once, output); };
   }
-  return
-      [message = WideArgument("MESSAGE", arguments.message)](Output&) { return Announce(message); };
+  return [message = WideArgument("MESSAGE", *arguments.message)](Output&) {
+    return Announce(message);
+  };
 }
 
 }  // namespace
 
-void AddNotifyCommand(CLI::App& app, Action& action) {
+void AddNotifyCommand(const Command& top) {
   const auto arguments = std::make_shared<Arguments>();
-  CLI::App* notify =
-      app.add_subcommand("notify", "Give the installer's signal, or wait for it as a client");
-  const CLI::Option* message =
-      notify->add_option("MESSAGE", arguments->message,
-                         "Text to announce; clients know \"upgrade\" and \"uninstall\"");
-  notify->add_flag("--reset", arguments->isReset, "Lower the event again");
-  notify->add_flag("--wait", arguments->isWait, "Print what a client is told, until interrupted");
-  notify->add_flag("--once", arguments->isOnce, "With --wait: end when something has been told");
-  notify->callback([arguments, message, &action] {
-    CheckChoice(*message, *arguments);
-    action = ChosenAction(*arguments);
-  });
+  const Command notify =
+      top.AddCommand("notify", "Give the installer's signal, or wait for it as a client");
+  notify.AddOption("MESSAGE", arguments->message,
+                   "Text to announce; clients know \"upgrade\" and \"uninstall\"");
+  notify.AddFlag("--reset", arguments->isReset, "Lower the event again");
+  notify.AddFlag("--wait", arguments->isWait, "Print what a client is told, until interrupted");
+  notify.AddFlag("--once", arguments->isOnce, "With --wait: end when something has been told");
+  notify.OnChosen([arguments] { return ChosenAction(*arguments); });
 }
 
 }  // namespace larder::tool

@@ -7,7 +7,6 @@
 #include <sstream>
 #include <string_view>
 
-#include "arguments.h"
 #include "errors.h"
 #include "module-form.h"
 #include "platform/child.h"
@@ -209,14 +208,11 @@ ProbeResult ProbeProvider(const WideString& module, std::chrono::milliseconds li
   return result;
 }
 
-void AddProbeCommand(CLI::App& app, Action& action) {
+void AddProbeCommand(const Command& top) {
   const auto path = std::make_shared<std::string>();
-  CLI::App* probe = app.add_subcommand(kCommand, "Load a provider module");
-  probe->group("");
-  probe->add_option("MODULE", *path)->required();
-  probe->callback([path, &action] {
-    action = [path](Output& output) { return RunProbe(Unshield(*path), output); };
-  });
+  const Command probe = top.AddHiddenCommand(kCommand, "Load a provider module");
+  probe.AddRequired("MODULE", *path, "");
+  probe.OnChosen([path] { return [path](Output& output) { return RunProbe(*path, output); }; });
 }
 
 }  // namespace larder::tool

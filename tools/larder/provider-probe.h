@@ -2,7 +2,6 @@
 // crashes or hangs takes the tool's child with it, not the tool.
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <chrono>
 #include <cstdint>
 #include <optional>
@@ -29,6 +28,6 @@ struct ProbeResult {
 [[nodiscard]] ProbeResult ProbeProvider(const WideString& module, std::chrono::milliseconds limit);
 
 // The command that the child process runs; not for users, and not listed.
-void AddProbeCommand(CLI::App& app, Action& action);
+void AddProbeCommand(const Command& top);
 
 }  // namespace larder::tool

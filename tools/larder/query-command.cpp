@@ -8,7 +8,6 @@
 #include <string_view>
 #include <vector>
 
-#include "arguments.h"
 #include "client.h"
 #include "errors.h"
 #include "file-query.h"
@@ -39,21 +38,19 @@ struct Query {
 Form CheckedForm(const Arguments& arguments, std::int32_t type) {
   if (!arguments.dump && !arguments.json) return Form::kText;
   if (type == kFileType) return arguments.dump ? Form::kDump : Form::kJson;
-  throw CLI::ValidationError(arguments.dump ? "--dump" : "--json",
-                             "for the file provider's records (--type 1) only");
+  throw UsageError(arguments.dump ? "--dump" : "--json",
+                   "for the file provider's records (--type 1) only");
 }
 
 Query CheckedQuery(const Arguments& arguments) {
   const auto type = ParseInt32(arguments.type);
-  if (!type) throw CLI::ValidationError("--type", "no number of 32 bits: " + arguments.type);
+  if (!type) throw UsageError("--type", "no number of 32 bits: " + arguments.type);
   const auto option = ParseUnsigned(arguments.option, std::numeric_limits<std::uint32_t>::max());
   if (!option) {
-    throw CLI::ValidationError("--option", "no number from 0 to 4294967295: " + arguments.option);
+    throw UsageError("--option", "no number from 0 to 4294967295: " + arguments.option);
   }
   const Form form = CheckedForm(arguments, *type);
-  Query query{{}, {*type, static_cast<std::uint32_t>(*option), form != Form::kText}, form};
-  for (const std::string& file : arguments.files) query.files.push_back(Unshield(file));
-  return query;
+  return {arguments.files, {*type, static_cast<std::uint32_t>(*option), form != Form::kText}, form};
 }
 
 // Empty when there is nothing to print.
@@ -96,17 +93,17 @@ int RunQuery(const Query& query, Output& output) {
 
 }  // namespace
 
-void AddQueryCommand(CLI::App& app, Action& action) {
+void AddQueryCommand(const Command& top) {
   const auto arguments = std::make_shared<Arguments>();
-  CLI::App* query = app.add_subcommand("query", "Print what a provider knows about files");
-  query->add_option("FILE", arguments->files, "Files to ask about")->required();
-  query->add_option("--type", arguments->type, "Type of the provider (default 1, files)");
-  query->add_option("--option", arguments->option, "Query option for the provider (default 0)");
-  CLI::Option* dump = query->add_flag("--dump", arguments->dump,
-                                      "Print whole records, names of certificates included");
-  query->add_flag("--json", arguments->json, "Print a line of JSON for each file")->excludes(dump);
-  query->callback([arguments, &action] {
-    action = [query = CheckedQuery(*arguments)](Output& output) { return RunQuery(query, output); };
+  const Command query = top.AddCommand("query", "Print what a provider knows about files");
+  query.AddRequired("FILE", arguments->files, "Files to ask about");
+  query.AddOption("--type", arguments->type, "Type of the provider (default 1, files)");
+  query.AddOption("--option", arguments->option, "Query option for the provider (default 0)");
+  query.AddFlag("--dump", arguments->dump, "Print whole records, names of certificates included");
+  query.AddFlag("--json", arguments->json, "Print a line of JSON for each file");
+  query.Exclude("--json", "--dump");
+  query.OnChosen([arguments] {
+    return [query = CheckedQuery(*arguments)](Output& output) { return RunQuery(query, output); };
   });
 }
 

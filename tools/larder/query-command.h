@@ -1,12 +1,10 @@
 // larder query: what a provider knows about files. A client like any other: exports only.
 #pragma once
 
-#include <CLI/CLI.hpp>
-
 #include "command.h"
 
 namespace larder::tool {
 
-void AddQueryCommand(CLI::App& app, Action& action);
+void AddQueryCommand(const Command& top);
 
 }  // namespace larder::tool

@@ -5,7 +5,6 @@
 #include <string>
 #include <vector>
 
-#include "arguments.h"
 #include "errors.h"
 #include "platform/registry.h"
 #include "registry-edit.h"
@@ -21,7 +20,7 @@ constexpr const char* kSubkeyHelp =
 // What the user gave, before it is checked.
 struct Arguments {
   std::string subkey;
-  std::string name;
+  std::optional<std::string> name;
   std::string data;
   std::string type = "REG_SZ";
 };
@@ -34,19 +33,19 @@ WideString CheckedSubkey(const std::string& argument) {
   const bool hasEmptyLevel = subkey.starts_with(LARDER_WIDE('\\')) ||
                              subkey.ends_with(LARDER_WIDE('\\')) ||
                              subkey.find(LARDER_WIDE("\\\\")) != WideString::npos;
-  if (hasEmptyLevel) throw CLI::ValidationError("SUBKEY", "empty level in " + argument);
+  if (hasEmptyLevel) throw UsageError("SUBKEY", "empty level in " + argument);
   return subkey;
 }
 
 ValueName CheckedTarget(const Arguments& arguments) {
-  return {CheckedSubkey(arguments.subkey), WideArgument("NAME", arguments.name)};
+  return {CheckedSubkey(arguments.subkey), WideArgument("NAME", arguments.name.value_or(""))};
 }
 
 RegistryValue CheckedValue(const Arguments& arguments) {
   if (arguments.type == "REG_DWORD") {
-    const std::optional<RegistryValue> value = DwordValue(Unshield(arguments.data));
+    const std::optional<RegistryValue> value = DwordValue(arguments.data);
     if (!value) {
-      throw CLI::ValidationError("DATA", "no number from 0 to 4294967295: " + arguments.data);
+      throw UsageError("DATA", "no number from 0 to 4294967295: " + arguments.data);
     }
     return *value;
   }
@@ -75,72 +74,65 @@ int DeleteTree(const WideString& subkey) {
                 platform::RemoveRegistryTree(PathOfSubkey(subkey)));
 }
 
-void AddList(CLI::App& registry, Action& action) {
-  CLI::App* list = registry.add_subcommand("list", "Print all keys and values, one a line");
-  list->callback([&action] {
-    action = [](Output& output) { return PrintTree(output) ? kExitOk : kExitFailed; };
+void AddList(const Command& registry) {
+  registry.AddCommand("list", "Print all keys and values, one a line").OnChosen([] {
+    return [](Output& output) { return PrintTree(output) ? kExitOk : kExitFailed; };
   });
 }
 
-void AddGet(CLI::App& registry, Action& action) {
+void AddGet(const Command& registry) {
   const auto arguments = std::make_shared<Arguments>();
-  CLI::App* get = registry.add_subcommand("get", "Print the data of a value");
-  get->add_option("SUBKEY", arguments->subkey, kSubkeyHelp)->required();
-  get->add_option("NAME", arguments->name, "Name of the value")->required();
-  get->callback([arguments, &action] {
-    action = [target = CheckedTarget(*arguments)](Output& output) {
-      return GetValue(target, output);
-    };
+  const Command get = registry.AddCommand("get", "Print the data of a value");
+  get.AddRequired("SUBKEY", arguments->subkey, kSubkeyHelp);
+  get.AddRequired("NAME", arguments->name.emplace(), "Name of the value");
+  get.OnChosen([arguments] {
+    return
+        [target = CheckedTarget(*arguments)](Output& output) { return GetValue(target, output); };
   });
 }
 
-void AddSet(CLI::App& registry, Action& action) {
+void AddSet(const Command& registry) {
   const auto arguments = std::make_shared<Arguments>();
-  CLI::App* set = registry.add_subcommand("set", "Set a value, making its key if there is none");
-  set->add_option("SUBKEY", arguments->subkey, kSubkeyHelp)->required();
-  set->add_option("NAME", arguments->name, "Name of the value")->required();
-  set->add_option("DATA", arguments->data, "Text, or a number (decimal, or hexadecimal after 0x)")
-      ->required();
-  set->add_option("--type", arguments->type, "Type of the value (default REG_SZ)")
-      ->check(CLI::IsMember({"REG_SZ", "REG_EXPAND_SZ", "REG_DWORD"}));
-  set->callback([arguments, &action] {
-    action = [target = CheckedTarget(*arguments), value = CheckedValue(*arguments)](Output&) {
+  const Command set = registry.AddCommand("set", "Set a value, making its key if there is none");
+  set.AddRequired("SUBKEY", arguments->subkey, kSubkeyHelp);
+  set.AddRequired("NAME", arguments->name.emplace(), "Name of the value");
+  set.AddRequired("DATA", arguments->data, "Text, or a number (decimal, or hexadecimal after 0x)");
+  set.AddChoice("--type", arguments->type, {"REG_SZ", "REG_EXPAND_SZ", "REG_DWORD"},
+                "Type of the value (default REG_SZ)");
+  set.OnChosen([arguments] {
+    return [target = CheckedTarget(*arguments), value = CheckedValue(*arguments)](Output&) {
       return Finish("set " + ValueLabel(target), SetValue(target, value));
     };
   });
 }
 
-void AddDelete(CLI::App& registry, Action& action) {
+Action CheckedDelete(const Arguments& arguments) {
+  const ValueName target = CheckedTarget(arguments);
+  if (arguments.name) {
+    return
+        [target](Output&) { return Finish("delete " + ValueLabel(target), DeleteValue(target)); };
+  }
+  if (target.subkey.empty()) throw UsageError("SUBKEY", "an empty one would delete everything");
+  return [subkey = target.subkey](Output&) { return DeleteTree(subkey); };
+}
+
+void AddDelete(const Command& registry) {
   const auto arguments = std::make_shared<Arguments>();
-  CLI::App* remove =
-      registry.add_subcommand("delete", "Delete a value, or a key with everything below it");
-  remove->add_option("SUBKEY", arguments->subkey, kSubkeyHelp)->required();
-  const CLI::Option* name =
-      remove->add_option("NAME", arguments->name, "Name of the value; none: the whole key");
-  remove->callback([arguments, name, &action] {
-    const ValueName target = CheckedTarget(*arguments);
-    if (name->count() != 0) {
-      action = [target](Output&) {
-        return Finish("delete " + ValueLabel(target), DeleteValue(target));
-      };
-      return;
-    }
-    if (target.subkey.empty()) {
-      throw CLI::ValidationError("SUBKEY", "an empty one would delete everything");
-    }
-    action = [subkey = target.subkey](Output&) { return DeleteTree(subkey); };
-  });
+  const Command remove =
+      registry.AddCommand("delete", "Delete a value, or a key with everything below it");
+  remove.AddRequired("SUBKEY", arguments->subkey, kSubkeyHelp);
+  remove.AddOption("NAME", arguments->name, "Name of the value; none: the whole key");
+  remove.OnChosen([arguments] { return CheckedDelete(*arguments); });
 }
 
 }  // namespace
 
-void AddRegistryCommand(CLI::App& app, Action& action) {
-  CLI::App* registry = app.add_subcommand("registry", "List, read and change the configuration");
-  registry->require_subcommand(0, 1);
-  AddList(*registry, action);
-  AddGet(*registry, action);
-  AddSet(*registry, action);
-  AddDelete(*registry, action);
+void AddRegistryCommand(const Command& top) {
+  const Command registry = top.AddCommand("registry", "List, read and change the configuration");
+  AddList(registry);
+  AddGet(registry);
+  AddSet(registry);
+  AddDelete(registry);
 }
 
 }  // namespace larder::tool

@@ -7,7 +7,6 @@
 #include <string>
 #include <vector>
 
-#include "arguments.h"
 #include "errors.h"
 #include "log-watch.h"
 #include "removal.h"
@@ -19,16 +18,15 @@ namespace {
 struct Arguments {
   bool isRegistry = false;
   bool isData = false;
-  bool isProgram = false;
   bool isYes = false;
-  std::string program;              // as given; empty for none
-  std::optional<WideString> named;  // the same, checked
+  std::optional<std::string> program;  // as given; empty for the usual one
+  std::optional<WideString> named;     // the same, checked
 };
 
 // The registry is the last: it names the program directory.
 std::vector<Removal> Chosen(const Arguments& arguments) {
   std::vector<Removal> removals;
-  if (arguments.isProgram) removals.emplace_back(Removal::Kind::kProgram);
+  if (arguments.program) removals.emplace_back(Removal::Kind::kProgram);
   if (arguments.isData) removals.emplace_back(Removal::Kind::kData);
   if (arguments.isRegistry) removals.emplace_back(Removal::Kind::kRegistry);
   return removals;
@@ -94,29 +92,24 @@ int Remove(const Arguments& arguments, Output& output) {
 
 }  // namespace
 
-void AddRemoveCommand(CLI::App& app, Action& action) {
+void AddRemoveCommand(const Command& top) {
   const auto arguments = std::make_shared<Arguments>();
-  CLI::App* remove =
-      app.add_subcommand("remove", "Delete what an installation left on the machine");
-  remove->add_flag("--registry", arguments->isRegistry, "The library's part of the registry");
-  remove->add_flag("--data", arguments->isData, "The data directory with all logs");
-  const CLI::Option* program =
-      remove
-          ->add_option("--program", arguments->program,
-                       "The directory of the modules; DIR, spelled as szLocation, if that is "
-                       "another than the usual one")
-          ->type_name("[DIR]")
-          ->expected(0, 1);
-  remove->add_flag("--yes", arguments->isYes, "Don't ask");
-  remove->callback([arguments, program, &action] {
-    arguments->isProgram = program->count() != 0;
-    if (!arguments->isRegistry && !arguments->isData && !arguments->isProgram) {
-      throw CLI::ValidationError("remove", "give one or more of --registry, --data and --program");
+  const Command remove =
+      top.AddCommand("remove", "Delete what an installation left on the machine");
+  remove.AddFlag("--registry", arguments->isRegistry, "The library's part of the registry");
+  remove.AddFlag("--data", arguments->isData, "The data directory with all logs");
+  remove.AddOptionWithout("--program", "[DIR]", arguments->program,
+                          "The directory of the modules; DIR, spelled as szLocation, if that is "
+                          "another than the usual one");
+  remove.AddFlag("--yes", arguments->isYes, "Don't ask");
+  remove.OnChosen([arguments] {
+    if (!arguments->isRegistry && !arguments->isData && !arguments->program) {
+      throw UsageError("remove", "give one or more of --registry, --data and --program");
     }
-    if (!arguments->program.empty()) {
-      arguments->named = WideArgument("--program", arguments->program);
+    if (!arguments->program.value_or("").empty()) {
+      arguments->named = WideArgument("--program", *arguments->program);
     }
-    action = [arguments](Output& output) { return Remove(*arguments, output); };
+    return [arguments](Output& output) { return Remove(*arguments, output); };
   });
 }
 

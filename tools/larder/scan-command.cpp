@@ -12,7 +12,6 @@
 #include <utility>
 #include <vector>
 
-#include "arguments.h"
 #include "client.h"
 #include "errors.h"
 #include "file-query.h"
@@ -58,8 +57,8 @@ std::size_t CheckedThreads(const std::string& text) {
     return std::clamp<std::size_t>(std::thread::hardware_concurrency(), 1, kMostThreads);
   const auto threads = ParseUnsigned(text, kMostThreads);
   if (threads.value_or(0) == 0) {
-    throw CLI::ValidationError("--threads",
-                               "no number from 1 to " + std::to_string(kMostThreads) + ": " + text);
+    throw UsageError("--threads",
+                     "no number from 1 to " + std::to_string(kMostThreads) + ": " + text);
   }
   return *threads;
 }
@@ -67,14 +66,13 @@ std::size_t CheckedThreads(const std::string& text) {
 Scan CheckedScan(const Arguments& arguments) {
   const auto option = ParseUnsigned(arguments.option, std::numeric_limits<std::uint32_t>::max());
   if (!option) {
-    throw CLI::ValidationError("--option", "no number from 0 to 4294967295: " + arguments.option);
+    throw UsageError("--option", "no number from 0 to 4294967295: " + arguments.option);
   }
-  Scan scan{{},
+  Scan scan{arguments.roots,
             {kFileType, static_cast<std::uint32_t>(*option), true},
             CheckedThreads(arguments.threads),
             arguments.json ? Form::kJson : Form::kDigests};
   if (arguments.summary) scan.form = Form::kSummary;
-  for (const std::string& root : arguments.roots) scan.roots.push_back(Unshield(root));
   return scan;
 }
 
@@ -246,19 +244,18 @@ int RunScan(const Scan& scan, Output& output) {
 
 }  // namespace
 
-void AddScanCommand(CLI::App& app, Action& action) {
+void AddScanCommand(const Command& top) {
   const auto arguments = std::make_shared<Arguments>();
-  CLI::App* scan = app.add_subcommand("scan", "Print the digests of all files below folders");
-  scan->add_option("DIR", arguments->roots, "Folders, or files, to begin with")->required();
-  scan->add_option("--option", arguments->option, "Query option for the provider (default 0)");
-  scan->add_option("--threads", arguments->threads,
-                   "Files asked about at the same time (default: the number of cores)");
-  CLI::Option* json =
-      scan->add_flag("--json", arguments->json, "Print a line of JSON for each file");
-  scan->add_flag("--summary", arguments->summary, "Print nothing but the counts at the end")
-      ->excludes(json);
-  scan->callback([arguments, &action] {
-    action = [scan = CheckedScan(*arguments)](Output& output) { return RunScan(scan, output); };
+  const Command scan = top.AddCommand("scan", "Print the digests of all files below folders");
+  scan.AddRequired("DIR", arguments->roots, "Folders, or files, to begin with");
+  scan.AddOption("--option", arguments->option, "Query option for the provider (default 0)");
+  scan.AddOption("--threads", arguments->threads,
+                 "Files asked about at the same time (default: the number of cores)");
+  scan.AddFlag("--json", arguments->json, "Print a line of JSON for each file");
+  scan.AddFlag("--summary", arguments->summary, "Print nothing but the counts at the end");
+  scan.Exclude("--summary", "--json");
+  scan.OnChosen([arguments] {
+    return [scan = CheckedScan(*arguments)](Output& output) { return RunScan(scan, output); };
   });
 }
 

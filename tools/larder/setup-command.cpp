@@ -72,14 +72,13 @@ int SetUp(bool withLog, Output& output) {
 
 }  // namespace
 
-void AddSetupCommand(CLI::App& app, Action& action) {
+void AddSetupCommand(const Command& top) {
   const auto withLog = std::make_shared<bool>(false);
-  CLI::App* setup = app.add_subcommand(
+  const Command setup = top.AddCommand(
       "setup", "Register the providers that lie beside this program, in place of all others");
-  setup->add_flag("--log", *withLog, "Switch the log on as well");
-  setup->callback([withLog, &action] {
-    action = [log = *withLog](Output& output) { return SetUp(log, output); };
-  });
+  setup.AddFlag("--log", *withLog, "Switch the log on as well");
+  setup.OnChosen(
+      [withLog] { return [withLog](Output& output) { return SetUp(*withLog, output); }; });
 }
 
 }  // namespace larder::tool

@@ -1,12 +1,10 @@
 // larder setup: the registry of a machine on which the modules lie beside this program.
 #pragma once
 
-#include <CLI/CLI.hpp>
-
 #include "command.h"
 
 namespace larder::tool {
 
-void AddSetupCommand(CLI::App& app, Action& action);
+void AddSetupCommand(const Command& top);
 
 }  // namespace larder::tool

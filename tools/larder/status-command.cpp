@@ -4,7 +4,6 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
-#include "arguments.h"
 #include "errors.h"
 #include "machine-status.h"
 #include "platform/console.h"
@@ -141,20 +140,19 @@ int RunStatus(bool isJson, std::chrono::milliseconds limit, Output& output) {
 
 }  // namespace
 
-void AddStatusCommand(CLI::App& app, Action& action) {
+void AddStatusCommand(const Command& top) {
   const auto arguments = std::make_shared<Arguments>();
-  CLI::App* status = app.add_subcommand(
+  const Command status = top.AddCommand(
       "status", "Print what the library finds here, and what LarderInit will return and why");
-  status->add_flag("--json", arguments->isJson, "Print one JSON object instead");
-  status->add_option("--timeout", arguments->seconds,
-                     "Seconds that a module may take to load (default 10)");
-  status->callback([arguments, &action] {
+  status.AddFlag("--json", arguments->isJson, "Print one JSON object instead");
+  status.AddOption("--timeout", arguments->seconds,
+                   "Seconds that a module may take to load (default 10)");
+  status.OnChosen([arguments] {
     const auto seconds = ParseUnsigned(arguments->seconds, kMostSeconds);
     if (!seconds || *seconds == 0) {
-      throw CLI::ValidationError("--timeout",
-                                 "no number from 1 to 3600: " + Unshield(arguments->seconds));
+      throw UsageError("--timeout", "no number from 1 to 3600: " + arguments->seconds);
     }
-    action = [arguments, limit = std::chrono::seconds(*seconds)](Output& output) {
+    return [arguments, limit = std::chrono::seconds(*seconds)](Output& output) {
       return RunStatus(arguments->isJson, limit, output);
     };
   });
