@@ -15,7 +15,7 @@
 #include "output.h"
 #include "platform/wide.h"
 
-namespace CLI {
+namespace CLI {  // NOLINT(readability-identifier-naming): the parser's own
 class App;
 }
 
