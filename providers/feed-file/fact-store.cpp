@@ -12,7 +12,9 @@ namespace larder::feed {
 namespace {
 
 constexpr std::size_t kMostInBatch = 128;
-constexpr std::size_t kMostWaitingBytes = std::size_t{16} << 20;
+// More than the largest record, whose chains have up to 16 MiB.
+constexpr std::size_t kMostWaitingBytes = std::size_t{32} << 20;
+constexpr std::uint64_t kLeastRecords = 8;  // of the largest size that the store takes at all
 
 }  // namespace
 
@@ -42,12 +44,16 @@ FactStore::~FactStore() {
 }
 
 void FactStore::Open() try {
+  const std::uint64_t index = StoreIndex(folder);
   try {
     environment = std::make_unique<StoreEnvironment>(folder, limit);
   } catch (const StoreError& error) {
     if (!error.isDamage) throw;
-    const WideString other = SetStoreAside(folder);
-    SayInLog(error.what() + std::string("; it is ") + Quoted(other) + " now, and made anew");
+    // Unless another process has been quicker.
+    if (StoreIndex(folder) == index) {
+      const WideString other = SetStoreAside(folder);
+      SayInLog(error.what() + std::string("; it is ") + Quoted(other) + " now, and made anew");
+    }
     environment = std::make_unique<StoreEnvironment>(folder, limit);
   }
 } catch (const std::exception& error) {
@@ -60,14 +66,15 @@ void FactStore::SetReason(const std::string& text) {
   reason = text;
 }
 
-// After damage that showed while the store was in use.
-void FactStore::OpenAnew() {
+// After damage that showed while the store was in use, or a failure that leaves it unusable.
+void FactStore::OpenAnew(bool isDamage) {
   const std::unique_lock lock(environmentMutex);
   if (environment == nullptr) return;
   const bool isInPlace = environment->IsInPlace();
   environment.reset();
+  ++generation;
   try {
-    if (isInPlace) {
+    if (isDamage && isInPlace) {
       const WideString other = SetStoreAside(folder);
       SayInLog("The store is " + Quoted(other) + " now, and made anew");
     }
@@ -78,20 +85,23 @@ void FactStore::OpenAnew() {
   }
 }
 
-void FactStore::TellDamage(const StoreError& error) {
+// What was made anew since isn't meant.
+void FactStore::TellDamage(const StoreError& error, std::uint64_t seenGeneration) {
   if (!error.isDamage) return;
   SayInLog(error.what());
   const std::lock_guard lock(mutex);
-  isDamaged = true;
+  damagedGeneration = seenGeneration;
   platform::RaiseEvent(work);
 }
 
-bool FactStore::FindStored(std::uint64_t key, const StoredFile& file, DbBuffer* record) try {
+bool FactStore::FindStored(std::uint64_t key, const StoredFile& file, DbBuffer* record) {
   const std::shared_lock lock(environmentMutex);
-  return environment != nullptr && environment->Find(key, file, record);
-} catch (const StoreError& error) {
-  TellDamage(error);
-  return false;
+  try {
+    return environment != nullptr && environment->Find(key, file, record);
+  } catch (const StoreError& error) {
+    TellDamage(error, generation);
+    return false;
+  }
 }
 
 bool FactStore::FindWaiting(std::uint64_t key, const StoredFile& file, DbBuffer* record) {
@@ -117,11 +127,16 @@ bool FactStore::Find(const StoredFile& file, DbBuffer* record) {
   return found;
 }
 
-// Null if there is no store, or too much waits.
+// Null if there is no store, if the record is too large for it, or if too much waits.
 std::shared_ptr<FactStore::Waiting> FactStore::Enqueue(const StoredFile& file, EntryView record,
-                                                       platform::Handle event) {
+                                                       bool isAwaited) {
+  if (record.size() > limit / kLeastRecords) return {};
   const std::uint64_t key = StoreKey(file.path, file.info.lastModified);
-  auto one = std::make_shared<Waiting>(KeyedEntry{key, MakeEntry(file, record)}, event);
+  auto one = std::make_shared<Waiting>(KeyedEntry{key, MakeEntry(file, record)});
+  if (isAwaited) {
+    one->done = platform::MakeEvent();
+    if (one->done == nullptr) throw std::runtime_error("the system has no event left to wait for");
+  }
   {
     const std::lock_guard lock(mutex);
     if (thread == nullptr || waitingBytes + one->keyed.entry.size() > kMostWaitingBytes) return {};
@@ -135,19 +150,19 @@ std::shared_ptr<FactStore::Waiting> FactStore::Enqueue(const StoredFile& file, E
 }
 
 void FactStore::Keep(const StoredFile& file, EntryView record) {
-  if (!Enqueue(file, record, nullptr)) CountRefused();
+  if (!Enqueue(file, record, false)) CountRefused();
 }
 
 void FactStore::KeepNow(const StoredFile& file, EntryView record) {
-  const platform::Handle event = platform::MakeEvent();
-  if (event == nullptr) throw std::runtime_error("the system has no event left to wait for");
-  const std::shared_ptr<Waiting> one = Enqueue(file, record, event);
+  const std::shared_ptr<Waiting> one = Enqueue(file, record, true);
   std::size_t index = 0;
-  if (one) static_cast<void>(platform::WaitForAny(&event, 1, index));
+  if (one) static_cast<void>(platform::WaitForAny(&one->done, 1, index));
   const std::lock_guard lock(mutex);
   if (one && one->state == State::kStored) return;
-  const bool isFull = !one && thread != nullptr;
-  throw std::runtime_error(isFull ? "too much waits to be written" : reason);
+  if (one || thread == nullptr) throw std::runtime_error(reason);
+  const bool isTooLarge = record.size() > limit / kLeastRecords;
+  throw std::runtime_error(isTooLarge ? "it is too large for the store's limit"
+                                      : "too much waits to be written");
 }
 
 FileFigures FactStore::Figures() {
@@ -157,14 +172,14 @@ FileFigures FactStore::Figures() {
   figures.misses = misses.load(std::memory_order_relaxed);
   figures.computed = computed.load(std::memory_order_relaxed);
   figures.refused = refused.load(std::memory_order_relaxed);
+  const std::shared_lock lock(environmentMutex);
+  if (environment == nullptr) return figures;
   try {
-    const std::shared_lock lock(environmentMutex);
-    if (environment == nullptr) return figures;
     const StoreSize size = environment->Size();
     figures.entries = size.entries;
     figures.bytes = size.bytes;
   } catch (const StoreError& error) {
-    TellDamage(error);
+    TellDamage(error, generation);
   }
   return figures;
 }
@@ -182,7 +197,7 @@ void FactStore::WriteUntilStopped() {
     std::size_t index = 0;
     static_cast<void>(platform::WaitForAny(&work, 1, index));
     platform::LowerEvent(work);  // and then everything is looked at again
-    if (TakeDamage()) OpenAnew();
+    if (TakeDamage()) OpenAnew(true);
   }
 }
 
@@ -193,7 +208,7 @@ bool FactStore::IsAtEnd() {
 
 bool FactStore::TakeDamage() {
   const std::lock_guard lock(mutex);
-  return std::exchange(isDamaged, false);
+  return std::exchange(damagedGeneration, 0) == generation;
 }
 
 FactStore::WaitingList FactStore::TakeBatch() {
@@ -204,10 +219,22 @@ FactStore::WaitingList FactStore::TakeBatch() {
   return batch;
 }
 
+// What would be written over at once isn't written: a page that a transaction both takes at the
+// file's end and gives back never gets there, and then the file looks cut off.
+std::vector<const KeyedEntry*> FactStore::LastOfEachKey(const WaitingList& batch) {
+  std::vector<const KeyedEntry*> entries;
+  for (auto one = batch.rbegin(); one != batch.rend(); ++one) {
+    const KeyedEntry* const entry = &(*one)->keyed;
+    const auto isSame = [entry](const KeyedEntry* other) { return other->key == entry->key; };
+    if (std::none_of(entries.begin(), entries.end(), isSame)) entries.push_back(entry);
+  }
+  std::reverse(entries.begin(), entries.end());
+  return entries;
+}
+
 // Once more after damage, into a store that is made anew.
 bool FactStore::Write(const WaitingList& batch) {
-  std::vector<const KeyedEntry*> entries;
-  for (const auto& one : batch) entries.push_back(&one->keyed);
+  const std::vector<const KeyedEntry*> entries = LastOfEachKey(batch);
   for (bool again = false;; again = true) {
     try {
       if (environment == nullptr) return false;  // no other thread changes it
@@ -216,9 +243,10 @@ bool FactStore::Write(const WaitingList& batch) {
     } catch (const StoreError& error) {
       SayInLog(error.what());
       SetReason(error.what());
-      if (!error.isDamage || again) return false;
+      const bool isLost = error.isDamage || !environment->IsUsable();
+      if (isLost) OpenAnew(error.isDamage && !again);
+      if (!isLost || again) return false;
     }
-    OpenAnew();
   }
 }
 

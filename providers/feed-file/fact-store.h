@@ -56,13 +56,13 @@ class FactStore {
  private:
   enum class State { kWaiting, kStored, kFailed };
   struct Waiting {
-    Waiting(KeyedEntry entry, platform::Handle event) : keyed(std::move(entry)), done(event) {}
+    explicit Waiting(KeyedEntry entry) : keyed(std::move(entry)) {}
     ~Waiting() { platform::CloseObject(done); }
     Waiting(const Waiting&) = delete;
     Waiting& operator=(const Waiting&) = delete;
 
     const KeyedEntry keyed;
-    const platform::Handle done;  // raised when state has changed; null if nobody waits for that
+    platform::Handle done = nullptr;  // raised when state has changed; null if nobody waits for it
     State state = State::kWaiting;
   };
   using WaitingList = std::vector<std::shared_ptr<Waiting>>;
@@ -73,15 +73,15 @@ class FactStore {
   bool TakeDamage();
   WaitingList TakeBatch();
   void Finish(const WaitingList& batch, bool stored);
+  static std::vector<const KeyedEntry*> LastOfEachKey(const WaitingList& batch);
   bool Write(const WaitingList& batch);
   void Open();
-  void OpenAnew();
+  void OpenAnew(bool isDamage);
   void SetReason(const std::string& text);
-  void TellDamage(const StoreError& error);
+  void TellDamage(const StoreError& error, std::uint64_t seenGeneration);
   bool FindStored(std::uint64_t key, const StoredFile& file, DbBuffer* record);
   bool FindWaiting(std::uint64_t key, const StoredFile& file, DbBuffer* record);
-  std::shared_ptr<Waiting> Enqueue(const StoredFile& file, EntryView record,
-                                   platform::Handle event);
+  std::shared_ptr<Waiting> Enqueue(const StoredFile& file, EntryView record, bool isAwaited);
 
   const WideString folder;
   const std::uint64_t limit;
@@ -91,8 +91,9 @@ class FactStore {
   std::atomic<std::uint64_t> computed = 0;
   std::atomic<std::uint64_t> refused = 0;
 
-  StoreLock environmentMutex;  // guards the pointer
+  StoreLock environmentMutex;  // guards the pointer and the number; the writer alone changes them
   std::unique_ptr<StoreEnvironment> environment;
+  std::uint64_t generation = 1;  // of the environments
 
   StoreLock mutex;                                      // guards the rest
   const platform::Handle work = platform::MakeEvent();  // raised when there is something to do
@@ -101,8 +102,8 @@ class FactStore {
   std::unordered_map<std::uint64_t, std::shared_ptr<Waiting>> waiting;
   std::atomic<bool> isWaiting = false;  // whether there are any, for those who don't hold the mutex
   std::size_t waitingBytes = 0;
-  std::string reason;  // why there is no store, or why the last batch failed
-  bool isDamaged = false;
+  std::string reason;                   // why there is no store, or why the last batch failed
+  std::uint64_t damagedGeneration = 0;  // that showed damage
   bool stops = false;
   platform::Handle thread = nullptr;
 };

@@ -19,11 +19,19 @@ namespace {
 
 static_assert(kFileProviderType == LARDER_FEED_FILE_TYPE);
 
+// By how much two changes of the file must lie apart to be sure to leave different times. Where
+// both times are whole seconds nothing finer may be kept, whatever the file system is.
+std::uint64_t StepOf(const ObjectIdentity& wanted, const platform::FileInfo& info) {
+  constexpr std::uint64_t kSecond = 10'000'000;
+  if (info.lastModified % kSecond == 0 && info.changed % kSecond == 0) return 2 * kSecond;
+  return platform::FileTimeStep(wanted.path);
+}
+
 // Whether the file had stood still long enough at a moment for any change after it to show in its
 // times. Both times are looked at: the one may be set by anybody, the other isn't everywhere.
 bool IsSettled(const ObjectIdentity& wanted, const platform::FileInfo& info, std::uint64_t moment) {
   const std::uint64_t latest = std::max(info.lastModified, info.changed);
-  return latest < moment && moment - latest > platform::FileTimeStep(wanted.path);
+  return latest < moment && moment - latest > StepOf(wanted, info);
 }
 
 [[noreturn]] void RefuseBlock(const ObjectIdentity& wanted, const std::string& reason) {

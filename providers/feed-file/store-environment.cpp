@@ -17,6 +17,7 @@ constexpr std::uint64_t kFirstMap = std::uint64_t{16} << 20;
 constexpr std::uint64_t kLeastLimit = std::uint64_t{8} << 20;
 constexpr unsigned kMostReaders = 1022;  // of all processes together
 constexpr mdb_mode_t kFileMode = 0660;
+constexpr int kMostRemaps = 16;  // in a row, while another process makes the file larger
 constexpr const char* kEntries = "entries";
 constexpr const char* kIndex = "index";
 constexpr const char* kFormat = "format";
@@ -69,14 +70,6 @@ class Cursor {
 std::uint64_t BytesFor(const KeyedEntry& keyed) {
   constexpr std::uint64_t kPage = 4096;
   return (keyed.entry.size() + kPage) / kPage * kPage;
-}
-
-bool IsDamage(int code) {
-  // Numbers that don't come in their order, too deep a tree, and pages beyond the end of any file.
-  constexpr std::array kCodes{MDB_PAGE_NOTFOUND,    MDB_CORRUPTED,   MDB_PANIC,
-                              MDB_VERSION_MISMATCH, MDB_INVALID,     MDB_INCOMPATIBLE,
-                              MDB_KEYEXIST,         MDB_CURSOR_FULL, EFBIG};
-  return std::find(kCodes.begin(), kCodes.end(), code) != kCodes.end();
 }
 
 // LMDB's own codes are negative, the others the system's. (For these LMDB's texts aren't safe on
@@ -195,14 +188,15 @@ StoreEnvironment::Reading::Reading(StoreEnvironment& storeEnvironment)
     }
   }
   int code = Begin();
-  if (code == MDB_MAP_RESIZED) {
-    map.unlock();
-    environment.Remap(0);
-    map.lock();
-    code = Begin();
-  } else if (code == MDB_READERS_FULL) {
+  if (code == MDB_READERS_FULL) {
     mdb_reader_check(environment.environment.get(), nullptr);
     code = Begin();
+  }
+  for (int remaps = 0; code == MDB_MAP_RESIZED && remaps < kMostRemaps; ++remaps) {
+    map.unlock();
+    code = environment.Remap(0);
+    map.lock();
+    if (code == MDB_SUCCESS) code = Begin();
   }
   if (code == MDB_SUCCESS) return;
   mdb_txn_abort(transaction);
@@ -210,6 +204,7 @@ StoreEnvironment::Reading::Reading(StoreEnvironment& storeEnvironment)
 }
 
 int StoreEnvironment::Reading::Begin() {
+  if (!environment.IsUsable()) return MDB_PANIC;
   if (transaction != nullptr) return mdb_txn_renew(transaction);
   return mdb_txn_begin(environment.environment.get(), nullptr, MDB_RDONLY, &transaction);
 }
@@ -217,7 +212,11 @@ int StoreEnvironment::Reading::Begin() {
 StoreEnvironment::Reading::~Reading() {
   mdb_txn_reset(transaction);
   const std::lock_guard lock(environment.poolMutex);
-  environment.pool.push_back(transaction);
+  try {
+    environment.pool.push_back(transaction);
+  } catch (const std::bad_alloc&) {
+    mdb_txn_abort(transaction);
+  }
 }
 
 StoreEnvironment::StoreEnvironment(const WideString& folder, std::uint64_t mostBytes)
@@ -238,6 +237,15 @@ void StoreEnvironment::Fail(int code) const {
 
 void StoreEnvironment::Check(int code) const {
   if (code != MDB_SUCCESS) Fail(code);
+}
+
+bool StoreEnvironment::IsDamage(int code) const {
+  // Numbers that don't come in their order, and too deep a tree, are among them.
+  constexpr std::array kCodes{MDB_PAGE_NOTFOUND, MDB_CORRUPTED, MDB_VERSION_MISMATCH, MDB_INVALID,
+                              MDB_INCOMPATIBLE,  MDB_KEYEXIST,  MDB_CURSOR_FULL};
+  if (std::find(kCodes.begin(), kCodes.end(), code) != kCodes.end()) return true;
+  // A page beyond the end of any file: no whole store has one outside the map.
+  return code == EFBIG && platform::LargestFile() > MapSize();
 }
 
 void StoreEnvironment::Open() {
@@ -323,21 +331,28 @@ bool StoreEnvironment::IsInPlace() const {
 
 std::uint64_t StoreEnvironment::MapSize() const {
   MDB_envinfo info{};
-  mdb_env_info(environment.get(), &info);
+  if (environment != nullptr) mdb_env_info(environment.get(), &info);
   return info.me_mapsize;
 }
 
-// size: at least that; never less than others have made of the file.
-void StoreEnvironment::Remap(std::uint64_t size) {
+// size: at least that; never less than others have made of the file. In large steps, since all that
+// was mapped is lost with each.
+int StoreEnvironment::Remap(std::uint64_t size) {
   const std::unique_lock lock(mapMutex);
-  const std::uint64_t newSize = std::max({size, DataFileSize(), MapSize()});
-  Check(mdb_env_set_mapsize(environment.get(), newSize));
+  if (!IsUsable()) return MDB_PANIC;
+  const std::uint64_t needed = std::max(size, DataFileSize());
+  std::uint64_t newSize = MapSize();
+  while (newSize < needed) newSize *= 2;
+  newSize = std::max(std::min(newSize, limit), needed);
+  const int code = mdb_env_set_mapsize(environment.get(), newSize);
+  isUnusable = code != MDB_SUCCESS;  // the earlier map is gone by then
+  return code;
 }
 
 bool StoreEnvironment::Grow() {
   const std::uint64_t size = MapSize();
   if (size >= limit) return false;
-  Remap(std::min(limit, size * 2));
+  Check(Remap(std::min(limit, size * 2)));
   return true;
 }
 
@@ -382,6 +397,7 @@ std::size_t StoreEnvironment::CountInTransaction(std::span<const KeyedEntry* con
 // look at aren't used again at once.
 int StoreEnvironment::MakeRoomFor(std::span<const KeyedEntry* const> entries) {
   const std::shared_lock map(mapMutex);
+  if (!IsUsable()) return MDB_PANIC;
   MDB_txn* begun = nullptr;
   if (const int code = mdb_txn_begin(environment.get(), nullptr, 0, &begun)) return code;
   Writing writing(*this, begun);
@@ -400,6 +416,7 @@ int StoreEnvironment::MakeRoomFor(std::span<const KeyedEntry* const> entries) {
 int StoreEnvironment::TryWrite(std::span<const KeyedEntry* const> entries) {
   if (const int code = MakeRoomFor(entries)) return code;
   const std::shared_lock map(mapMutex);
+  if (!IsUsable()) return MDB_PANIC;
   MDB_txn* begun = nullptr;
   if (const int code = mdb_txn_begin(environment.get(), nullptr, 0, &begun)) return code;
   Writing writing(*this, begun);
@@ -415,13 +432,16 @@ void StoreEnvironment::WriteSome(std::span<const KeyedEntry* const> entries) {
   for (;;) {
     const int code = TryWrite(entries);
     if (code == MDB_SUCCESS) return;
-    if (code == MDB_MAP_RESIZED && remaps++ < 16) {
-      Remap(0);
-    } else if (code != MDB_MAP_FULL) {
-      Fail(code);
-    } else if (!Grow() && ++fulls == 4) {
-      throw StoreError("No room can be made in the store \"" + path + '"', true);
+    if (code == MDB_MAP_RESIZED && remaps++ < kMostRemaps) {
+      Check(Remap(0));
+      continue;
     }
+    if (code == MDB_PANIC) isUnusable = true;  // a commit failed half-way; the store is whole
+    if (code != MDB_MAP_FULL) Fail(code);
+    if (Grow()) continue;
+    // What readers that were killed looked at is still kept.
+    mdb_reader_check(environment.get(), nullptr);
+    if (++fulls == 4) throw StoreError("No room can be made in the store \"" + path + '"', false);
   }
 }
 

@@ -9,6 +9,7 @@
 
 #include <lmdb.h>
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <mutex>
@@ -60,6 +61,9 @@ class StoreEnvironment {
   // oldest make room. Throws StoreError; some may be stored then. On one thread at a time.
   void Write(std::span<const KeyedEntry* const> entries);
 
+  // False after a failure that leaves nothing to go on with: every call throws then, and who wants
+  // a store opens it once more.
+  bool IsUsable() const noexcept { return !isUnusable; }
   // Whether the folder still leads to what was opened: another process may have set it aside.
   bool IsInPlace() const;
 
@@ -89,13 +93,14 @@ class StoreEnvironment {
 
   [[noreturn]] void Fail(int code) const;
   void Check(int code) const;
+  bool IsDamage(int code) const;
   void Open();
   void RequireWholeFile() const;
   bool OpenTables(unsigned flags);
   void CheckFormat(MDB_txn* transaction, bool make) const;
   std::uint64_t DataFileSize() const;
   std::uint64_t MapSize() const;
-  void Remap(std::uint64_t size);
+  int Remap(std::uint64_t size);
   bool Grow();
   std::size_t CountInTransaction(std::span<const KeyedEntry* const> entries) const;
   int MakeRoomFor(std::span<const KeyedEntry* const> entries);
@@ -107,6 +112,7 @@ class StoreEnvironment {
   const std::uint64_t limit;
   std::uint64_t dataIndex = 0;  // the data file's identity
   StoreLock mapMutex;           // held by one alone while the map moves
+  std::atomic<bool> isUnusable = false;
   std::unique_ptr<MDB_env, CloseEnvironment> environment;
   MDB_dbi entryTable = 0;
   MDB_dbi indexTable = 0;

@@ -5,6 +5,7 @@
 
 #include "common/object-identity.h"
 #include "common/system-reason.h"
+#include "platform/file.h"
 #include "platform/folder.h"
 #include "platform/log-file.h"
 
@@ -44,6 +45,14 @@ WideString MakeStoreFolder() {
     Make(path.append(level));
   }
   return path;
+}
+
+std::uint64_t StoreIndex(const WideString& storeFolder) {
+  platform::FileInfo info;
+  platform::FileKind kind{};
+  static_cast<void>(
+      platform::LookAtFile(storeFolder + LARDER_WIDE("\\data.mdb"), info, kind));  // 0 then
+  return info.index;
 }
 
 WideString SetStoreAside(const WideString& storeFolder) {

@@ -5,6 +5,8 @@
 // last.
 #pragma once
 
+#include <cstdint>
+
 #include "platform/wide.h"
 
 namespace larder::feed {
@@ -12,6 +14,9 @@ namespace larder::feed {
 // The folder of the store, without a backslash at its end, made with the levels above it. Throws
 // std::runtime_error, with the path and the reason, if it can't be made.
 WideString MakeStoreFolder();
+
+// The identity of the store's data file; 0 if there is none.
+std::uint64_t StoreIndex(const WideString& storeFolder);
 
 // Gives the store's folder its other name, in place of what bore it before, and makes the folder
 // anew; returns the other name. Nobody in this process has the store open. Throws as

@@ -39,6 +39,9 @@ struct FileInfo {
 // path leads: it depends on the file system. 100 ns.
 [[nodiscard]] std::uint64_t FileTimeStep(const WideString& path);
 
+// How many bytes this process may make a file hold; the largest number if nothing is set.
+[[nodiscard]] std::uint64_t LargestFile() noexcept;
+
 // The system's clock, in the form of a file's times.
 [[nodiscard]] std::uint64_t CurrentFileTime() noexcept;
 

@@ -7,7 +7,6 @@
 #include "diag/record-validation.h"
 #include "errors.h"
 #include "platform/console.h"
-#include "support/scoped-handles.h"
 
 namespace larder::tool {
 namespace {
@@ -73,13 +72,9 @@ void AskLibrary(LarderHandle handle, const FileQuestion& question, const Descrip
 }  // namespace
 
 platform::FileInfo FileInfoOf(const WideString& path) {
-  platform::Handle raw = platform::InvalidHandle();
-  platform::FileKind kind{};
-  if (platform::OpenFileToRead(path, raw, kind) != platform::kSuccess) return {};
-  const AutoHandle file(raw);
   platform::FileInfo info;
-  if (kind != platform::FileKind::kRegular) return {};
-  return platform::QueryFileInfo(raw, info) == platform::kSuccess ? info : platform::FileInfo();
+  platform::FileKind kind{};
+  return platform::LookAtFile(path, info, kind) == platform::kSuccess ? info : platform::FileInfo();
 }
 
 FileAnswer QueryFile(LarderHandle handle, const FileQuestion& question, const std::string& file) {

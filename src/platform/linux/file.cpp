@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <linux/magic.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/vfs.h>
 #include <time.h>
@@ -50,17 +51,19 @@ FileInfo InfoOf(const struct stat& status) {
           .changed = FileTime(status.st_ctim)};
 }
 
-// Whether the times come from another system or are kept in a coarse form.
-bool HasCoarseTimes(const struct statfs& system) {
-  constexpr std::uint32_t kCifs = 0xFF534D42;
-  constexpr std::uint32_t kSmb2 = 0xFE534D42;
+// Whether the file system is known to keep times that its own kernel's clock gives, and finely.
+// (Some of these can be made to keep whole seconds.)
+bool HasFineTimes(const struct statfs& system) {
+  constexpr std::uint32_t kZfs = 0x2FC12FC1;
   switch (static_cast<std::uint32_t>(system.f_type)) {
-    case MSDOS_SUPER_MAGIC:
-    case EXFAT_SUPER_MAGIC:
-    case FUSE_SUPER_MAGIC:
-    case NFS_SUPER_MAGIC:
-    case kCifs:
-    case kSmb2:
+    case EXT4_SUPER_MAGIC:
+    case XFS_SUPER_MAGIC:
+    case BTRFS_SUPER_MAGIC:
+    case F2FS_SUPER_MAGIC:
+    case OVERLAYFS_SUPER_MAGIC:
+    case TMPFS_MAGIC:
+    case RAMFS_MAGIC:
+    case kZfs:
       return true;
     default:
       return false;
@@ -87,6 +90,7 @@ Code OpenFileToRead(const WideString& path, Handle& file, FileKind& kind) {
   kind = KindOf(status.st_mode);
   if (kind != FileKind::kRegular) return kSuccess;
   FileDescriptor descriptor = OpenToRead(native.c_str());
+  if (!descriptor.IsOpen() && errno == EWOULDBLOCK) return kSharingViolation;  // another's lease
   if (!descriptor.IsOpen() || fstat(descriptor.Get(), &status) != 0) return CodeFromErrno(errno);
   kind = KindOf(status.st_mode);
   if (kind != FileKind::kRegular) return kSuccess;
@@ -120,7 +124,13 @@ std::uint64_t FileTimeStep(const WideString& path) {
   std::string native;
   struct statfs system {};
   if (NativePath(path, native) != kSuccess || statfs(native.c_str(), &system) != 0) return kCoarse;
-  return HasCoarseTimes(system) ? kCoarse : kTick;
+  return HasFineTimes(system) ? kTick : kCoarse;
+}
+
+std::uint64_t LargestFile() noexcept {
+  rlimit limit{};
+  const bool isSet = getrlimit(RLIMIT_FSIZE, &limit) == 0 && limit.rlim_cur != RLIM_INFINITY;
+  return isSet ? limit.rlim_cur : std::numeric_limits<std::uint64_t>::max();
 }
 
 std::uint64_t CurrentFileTime() noexcept {

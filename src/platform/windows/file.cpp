@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <limits>
 #include <memory>
 
 #include "platform/windows/last-error.h"
@@ -48,17 +49,17 @@ std::uint64_t TimeOfChange(Handle file) {
   return static_cast<std::uint64_t>(information.ChangeTime.QuadPart);
 }
 
-// The folder or drive that a volume is reached by: the path's own, or the current one.
-bool HasCoarseTimes(const WideString& path) {
-  std::array<wchar_t, MAX_PATH + 1> root{};
+// Whether the file system is known to keep times finely, and is this system's own.
+bool HasFineTimes(Handle file) {
   std::array<wchar_t, MAX_PATH + 1> name{};
-  if (GetVolumePathNameW(path.c_str(), root.data(), static_cast<DWORD>(root.size())) == FALSE ||
-      GetVolumeInformationW(root.data(), nullptr, 0, nullptr, nullptr, nullptr, name.data(),
-                            static_cast<DWORD>(name.size())) == FALSE) {
-    return true;
+  if (GetVolumeInformationByHandleW(Native(file), nullptr, 0, nullptr, nullptr, nullptr,
+                                    name.data(), static_cast<DWORD>(name.size())) == FALSE) {
+    return false;
   }
-  return GetDriveTypeW(root.data()) == DRIVE_REMOTE ||
-         (WideView(name.data()) != L"NTFS" && WideView(name.data()) != L"ReFS");
+  FILE_REMOTE_PROTOCOL_INFO remote{};
+  const bool isRemote = GetFileInformationByHandleEx(Native(file), FileRemoteProtocolInfo, &remote,
+                                                     sizeof remote) != FALSE;
+  return !isRemote && (WideView(name.data()) == L"NTFS" || WideView(name.data()) == L"ReFS");
 }
 
 }  // namespace
@@ -104,8 +105,13 @@ std::uint64_t FileTimeStep(const WideString& path) {
   constexpr std::uint64_t kCoarse = 20'000'000;
   WideString native;
   if (NativePath(path, native) != kSuccess) return kCoarse;
-  return HasCoarseTimes(native) ? kCoarse : kTick;
+  const Handle opened = OpenWith(FILE_READ_ATTRIBUTES, native);
+  if (opened == InvalidHandle()) return kCoarse;
+  const std::unique_ptr<KernelObject, CloseFile> owner(opened);
+  return HasFineTimes(opened) ? kTick : kCoarse;
 }
+
+std::uint64_t LargestFile() noexcept { return std::numeric_limits<std::uint64_t>::max(); }
 
 std::uint64_t CurrentFileTime() noexcept {
   FILETIME now;
