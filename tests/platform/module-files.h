@@ -5,10 +5,9 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
 
+#include "platform/machine-fixture.h"
 #include "platform/module.h"
 #include "platform/utf.h"
 
@@ -24,24 +23,6 @@ inline std::filesystem::path ThisProgram() {
 
 inline std::filesystem::path FixtureFolder() {
   return ThisProgram().parent_path() / "platform-fixtures";
-}
-
-inline std::string FileContent(const std::filesystem::path& path) {
-  std::ifstream file(path, std::ios::binary);
-  EXPECT_TRUE(file.is_open()) << path;
-  return {std::istreambuf_iterator<char>(file), {}};
-}
-
-inline void WriteFile(const std::filesystem::path& path, const std::string& content) {
-  std::ofstream(path, std::ios::binary) << content;
-}
-
-inline WideString WidePathOf(const std::filesystem::path& path) {
-  WideString wide;
-  const std::u8string bytes = path.u8string();
-  EXPECT_TRUE(WideFromUtf8({reinterpret_cast<const char*>(bytes.data()), bytes.size()}, wide));
-  std::replace(wide.begin(), wide.end(), LarderWideChar{'/'}, LarderWideChar{'\\'});
-  return wide;
 }
 
 }  // namespace larder::platform

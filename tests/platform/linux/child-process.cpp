@@ -1,10 +1,13 @@
 #include "platform/linux/child-process.h"
 
+#include <fcntl.h>
 #include <grp.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <exception>
+#include <system_error>
 
 namespace larder {
 
@@ -37,5 +40,26 @@ pid_t StartAsNobody(const std::function<int()>& body) {
 }
 
 int RunAsNobody(const std::function<int()>& body) { return WaitForChild(StartAsNobody(body)); }
+
+Gate::Gate() {
+  if (pipe2(ends.data(), O_CLOEXEC) != 0)
+    throw std::system_error(errno, std::generic_category(), "no pipe");
+}
+
+Gate::~Gate() {
+  Open();
+  close(ends[0]);
+}
+
+void Gate::Open() {
+  if (ends[1] >= 0) close(ends[1]);
+  ends[1] = -1;
+}
+
+void Gate::Pass() {
+  Open();
+  char byte = 0;
+  if (read(ends[0], &byte, 1) != 0) throw std::runtime_error("the gate's pipe gave something");
+}
 
 }  // namespace larder

@@ -3,6 +3,7 @@
 
 #include <sys/types.h>
 
+#include <array>
 #include <functional>
 
 namespace larder {
@@ -17,5 +18,21 @@ int RunAsNobody(const std::function<int()>& body);
 pid_t StartChild(const std::function<int()>& body);
 pid_t StartAsNobody(const std::function<int()>& body);
 int WaitForChild(pid_t child);
+
+// A pipe by which one process lets others go on.
+class Gate {
+ public:
+  Gate();
+  ~Gate();
+  Gate(const Gate&) = delete;
+  Gate& operator=(const Gate&) = delete;
+
+  // Each process that has the gate opens its side of it; whoever passes waits for all the others.
+  void Open();
+  void Pass();
+
+ private:
+  std::array<int, 2> ends{-1, -1};
+};
 
 }  // namespace larder

@@ -1,0 +1,58 @@
+// A machine for each test, and files on it.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <string_view>
+
+#include "platform/code.h"
+#include "platform/utf.h"
+#include "testing/test-machine.h"
+
+namespace larder::platform {
+
+inline WideString Wide(std::string_view utf8) {
+  WideString wide;
+  EXPECT_TRUE(WideFromUtf8(utf8, wide)) << utf8;
+  return wide;
+}
+
+inline WideString WidePathOf(const std::filesystem::path& path) {
+  const std::u8string bytes = path.u8string();
+  WideString wide = Wide({reinterpret_cast<const char*>(bytes.data()), bytes.size()});
+  std::replace(wide.begin(), wide.end(), LarderWideChar{'/'}, LarderWideChar{'\\'});
+  return wide;
+}
+
+inline std::string FileContent(const std::filesystem::path& path) {
+  std::ifstream file(path, std::ios::binary);
+  EXPECT_TRUE(file.is_open()) << path;
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+inline void WriteFile(const std::filesystem::path& path, const std::string& content) {
+  std::ofstream(path, std::ios::binary) << content;
+}
+
+// Names are UTF-8, below the machine's folder.
+class MachineTest : public ::testing::Test {
+ protected:
+  WideString InFolder(const std::string& name) const { return machine.WideFolder() + Wide(name); }
+  std::filesystem::path Native(const std::string& name) const {
+    return machine.Folder() / std::filesystem::u8path(name);
+  }
+  void Write(const std::string& name, const std::string& content = "") const {
+    WriteFile(Native(name), content);
+  }
+  std::string Content(const std::string& name) const { return FileContent(Native(name)); }
+  bool Exists(const std::string& name) const { return std::filesystem::exists(Native(name)); }
+
+  TestMachine machine;
+};
+
+}  // namespace larder::platform
