@@ -1,4 +1,3 @@
-#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <signal.h>
@@ -9,16 +8,13 @@
 
 #include <array>
 #include <filesystem>
-#include <fstream>
 #include <set>
 #include <string>
 #include <vector>
 
 #include "platform/linux/child-process.h"
-#include "platform/module-files.h"
-#include "platform/registry.h"
-#include "platform/utf.h"
-#include "testing/test-machine.h"
+#include "platform/linux/open-descriptors.h"
+#include "platform/registry-key.h"
 
 namespace larder::platform {
 namespace {
@@ -29,82 +25,49 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::UnorderedElementsAre;
 
-Code OpenAndClose(const WideString& keyPath, std::uint32_t access) {
-  RegistryKey key = nullptr;
-  const Code code = OpenRegistryKey(keyPath, access, key);
-  CloseRegistryKey(key);
-  return code;
-}
+constexpr char kCorrupt[] = "code 1015";
 
-Code MakeAndClose(const WideString& keyPath, std::uint32_t access) {
-  RegistryKey key = nullptr;
-  const Code code = MakeRegistryKey(keyPath, access, key);
-  CloseRegistryKey(key);
-  return code;
-}
-
-std::vector<std::string> ListNames(RegistryKey key, decltype(RegistrySubkeyName) list) {
-  std::vector<std::string> names;
-  std::array<char16_t, 300> name;
-  std::uint32_t length = name.size();
-  for (std::uint32_t index = 0; list(key, index, name.data(), length) == kSuccess; ++index) {
-    names.push_back(Utf8FromWide({name.data(), length}));
-    length = name.size();
-  }
-  return names;
-}
-
-// A machine with the key "Key", open, and ways to look at it from behind.
-class RegistryStoreTest : public ::testing::Test {
+// With ways to look at the key "Key" from behind.
+class RegistryStoreTest : public RegistryTest {
  protected:
-  RegistryStoreTest() { EXPECT_EQ(MakeRegistryKey(u"Key", kKeyAllAccess, key), kSuccess); }
   ~RegistryStoreTest() override {
-    CloseRegistryKey(key);
     std::error_code gone;
     std::filesystem::permissions(KeyFolder(), perms(0755), gone);  // so that it can be removed
   }
 
-  path Hive() const { return path(getenv("LARDER_ROOT")) / "etc/larder/registry"; }
-  path KeyFolder() const { return Hive() / "Key"; }
-  path ValueFile() const { return KeyFolder() / "value.value"; }
+  static path Hive() { return path(getenv("LARDER_ROOT")) / "etc/larder/registry"; }
+  static path KeyFolder() { return Hive() / "Key"; }
+  static path ValueFile() { return KeyFolder() / "value.value"; }
 
-  Code Set(const WideString& name, std::string_view data) const {
-    return SetRegistryValue(key, name, kRegBinary, data.data(),
-                            static_cast<std::uint32_t>(data.size()));
-  }
-  Code Query(const WideString& name) const {
-    std::array<char, 64> data;
-    std::uint32_t type = 0;
-    std::uint32_t size = data.size();
-    return QueryRegistryValue(key, name, type, data.data(), size);
-  }
-  static std::set<std::string> Files(const path& folder) {
+  static std::set<std::string> Files() {
     std::set<std::string> names;
-    for (const auto& entry : std::filesystem::directory_iterator(folder))
+    for (const auto& entry : std::filesystem::directory_iterator(KeyFolder()))
       names.insert(entry.path().filename());
     return names;
   }
-
-  TestMachine machine;
-  RegistryKey key = nullptr;
+  // What an ordinary user gets with the key's directory in this mode.
+  static Code OpenAsNobody(int mode, std::uint32_t access) {
+    std::filesystem::permissions(KeyFolder(), perms(mode));
+    return static_cast<Code>(
+        RunAsNobody([access] { return static_cast<int>(Key().Open("Key", access)); }));
+  }
 };
 
 TEST_F(RegistryStoreTest, AKeyIsADirectoryAndAValueIsAFile) {
-  ASSERT_EQ(MakeAndClose(u"Software\\a.b\\c", kKeySetValue), kSuccess);
+  ASSERT_EQ(Key().Make("Software\\a.b\\c"), kSuccess);
   EXPECT_TRUE(std::filesystem::is_directory(Hive() / "Software/a%2Eb/c"));
-  ASSERT_EQ(SetRegistryValue(key, u"value", kRegDword, "\x01\x02\x03\x04", 4), kSuccess);
-  ASSERT_EQ(Set(u".dots.and/more%", ""), kSuccess);
-  EXPECT_THAT(Files(KeyFolder()),
-              UnorderedElementsAre("value.value", "%2Edots.and%2Fmore%25.value"));
+  ASSERT_EQ(key.Set("value", "\x01\x02\x03\x04", kRegDword), kSuccess);
+  ASSERT_EQ(key.Set(".dots.and/more%", ""), kSuccess);
+  EXPECT_THAT(Files(), UnorderedElementsAre("value.value", "%2Edots.and%2Fmore%25.value"));
   EXPECT_EQ(FileContent(ValueFile()), std::string("LRV1\4\0\0\0\4\0\0\0\1\2\3\4", 16));
 }
 
 TEST_F(RegistryStoreTest, FilesAndDirectoriesAreForAllToReadAsFarAsTheMaskLets) {
-  const auto modes = [this](const char* name) {
+  const auto modes = [this](const std::string& name) {
     struct stat folder {};
     struct stat file {};
-    EXPECT_EQ(Set(u"value", "data"), kSuccess);
-    EXPECT_EQ(MakeAndClose(name[0] == 'a' ? u"Key\\a" : u"Key\\b", kKeyRead), kSuccess);
+    EXPECT_EQ(key.Set("value", "data"), kSuccess);
+    EXPECT_EQ(Key().Make("Key\\" + name), kSuccess);
     EXPECT_EQ(stat((KeyFolder() / name).c_str(), &folder), 0);
     EXPECT_EQ(stat(ValueFile().c_str(), &file), 0);
     return std::make_pair(folder.st_mode & 07777, file.st_mode & 07777);
@@ -124,228 +87,185 @@ TEST_F(RegistryStoreTest, AFileThatIsNoWholeValueIsCorruptUntilItIsSetAnew) {
   for (std::size_t size = 0; size < good.size(); ++size) bad.push_back(good.substr(0, size));
   for (const std::string& content : bad) {
     WriteFile(ValueFile(), content);
-    EXPECT_EQ(Query(u"value"), kRegistryCorrupt) << ::testing::PrintToString(content);
-    EXPECT_EQ(Query(u"VALUE"), kRegistryCorrupt);
-    EXPECT_THAT(ListNames(key, RegistryValueName), ElementsAre("value"));
-    EXPECT_EQ(Set(u"Value", "data"), kSuccess);
+    std::uint32_t type = 77;
+    std::uint32_t size = 4;
+    std::array<char, 5> data{"abcd"};
+    EXPECT_EQ(QueryRegistryValue(key.raw, u"value", type, data.data(), size), kRegistryCorrupt)
+        << ::testing::PrintToString(content);
+    EXPECT_STREQ(data.data(), "abcd");
+    EXPECT_EQ(type, 77u);
+    EXPECT_EQ(size, 4u);
+    EXPECT_EQ(key.Get("VALUE"), kCorrupt);
+    EXPECT_THAT(key.Values(), ElementsAre("value"));
+    EXPECT_EQ(key.Set("Value", "data"), kSuccess);
     EXPECT_EQ(FileContent(ValueFile()), good);
   }
 }
 
-TEST_F(RegistryStoreTest, ACorruptFileLeavesTheCallersVariablesAlone) {
-  WriteFile(ValueFile(), std::string("LRV1\3\0\0\0\4\0\0\0dat", 15));
-  std::array<char, 4> data = {'a', 'b', 'c', 'd'};
-  std::uint32_t type = 77;
-  std::uint32_t size = data.size();
-  EXPECT_EQ(QueryRegistryValue(key, u"value", type, data.data(), size), kRegistryCorrupt);
-  EXPECT_EQ(std::string(data.data(), data.size()), "abcd");
-  EXPECT_EQ(type, 77u);
-  EXPECT_EQ(size, 4u);
-}
-
-TEST_F(RegistryStoreTest, ThingsInAValuesPlaceAreNoValues) {
+TEST_F(RegistryStoreTest, ThingsInAValuesPlaceAreNoValuesAndAreReplaced) {
   std::filesystem::create_directory(KeyFolder() / "directory.value");
   ASSERT_EQ(mkfifo((KeyFolder() / "fifo.value").c_str(), 0600), 0);
-  WriteFile(machine.Folder() / "outside", std::string("LRV1\3\0\0\0\4\0\0\0data", 16));
-  std::filesystem::create_symlink(machine.Folder() / "outside", KeyFolder() / "link.value");
-  for (const char16_t* name : {u"directory", u"fifo", u"link"})
-    EXPECT_EQ(Query(name), kRegistryCorrupt);
-  EXPECT_THAT(ListNames(key, RegistryValueName), IsEmpty());
+  const std::string good("LRV1\3\0\0\0\4\0\0\0data", 16);
+  Write("outside", good);
+  std::filesystem::create_symlink(Native("outside"), KeyFolder() / "link.value");
+  for (const char* name : {"directory", "fifo", "link"}) EXPECT_EQ(key.Get(name), kCorrupt);
+  EXPECT_THAT(key.Values(), IsEmpty());
+  EXPECT_EQ(key.Set("link", "new"), kSuccess);
+  EXPECT_EQ(Content("outside"), good);
+  EXPECT_FALSE(std::filesystem::is_symlink(KeyFolder() / "link.value"));
 }
 
-TEST_F(RegistryStoreTest, SettingAValueReplacesALinkAndNotWhatItLeadsTo) {
-  WriteFile(machine.Folder() / "outside", "mine");
-  std::filesystem::create_symlink(machine.Folder() / "outside", ValueFile());
-  EXPECT_EQ(Set(u"value", "data"), kSuccess);
-  EXPECT_EQ(FileContent(machine.Folder() / "outside"), "mine");
-  EXPECT_FALSE(std::filesystem::is_symlink(ValueFile()));
-}
-
-TEST_F(RegistryStoreTest, FilesOfOtherNamesAreNeitherKeysNorValues) {
-  WriteFile(KeyFolder() / ".tmp-1-1", "left over");
-  WriteFile(KeyFolder() / "README", "text");
-  WriteFile(KeyFolder() / "bad%zz.value", "text");
-  WriteFile(KeyFolder() / "lower%2f.value", "text");
-  WriteFile(KeyFolder() / "\xFF.value", "text");
-  std::filesystem::create_directory(KeyFolder() / "with.dot");
-  std::filesystem::create_directory(KeyFolder() / ".tmp-2");
+TEST_F(RegistryStoreTest, FilesOfOtherNamesAreNeitherKeysNorValuesAndGoWithATree) {
+  Write("mine", "text");
+  for (const char* name : {".tmp-1-1", "README", "bad%zz.value", "lower%2f.value", "\xFF.value"})
+    WriteFile(KeyFolder() / name, "text");
+  for (const char* name : {"with.dot", ".tmp-2"})
+    std::filesystem::create_directory(KeyFolder() / name);
   std::filesystem::create_directory_symlink(machine.Folder(), KeyFolder() / "link");
-  EXPECT_THAT(ListNames(key, RegistryValueName), IsEmpty());
-  EXPECT_THAT(ListNames(key, RegistrySubkeyName), IsEmpty());
-  EXPECT_EQ(Query(u"README"), kFileNotFound);
-  EXPECT_EQ(RemoveRegistryTree(u"Key"), kSuccess);
+  std::filesystem::create_symlink(Native("mine"), KeyFolder() / "file.value");
+  EXPECT_THAT(key.Values(), IsEmpty());
+  EXPECT_THAT(key.Subkeys(), IsEmpty());
+  EXPECT_EQ(key.Get("README"), "code 2");
+  EXPECT_EQ(RemoveTree("Key"), kSuccess);
   EXPECT_FALSE(std::filesystem::exists(KeyFolder()));
+  EXPECT_EQ(Content("mine"), "text");
 }
 
 TEST_F(RegistryStoreTest, AThingInAKeysPlaceIsNoKey) {
   WriteFile(Hive() / "File", "text");
   std::filesystem::create_directory_symlink(machine.Folder(), Hive() / "Link");
-  for (const char16_t* name : {u"File", u"Link"}) {
-    EXPECT_EQ(OpenAndClose(name, kKeyRead), kRegistryCorrupt);
-    EXPECT_EQ(MakeAndClose(name, kKeySetValue), kRegistryCorrupt);
-    EXPECT_EQ(RemoveRegistryTree(name), kRegistryCorrupt);
+  for (const char* name : {"File", "Link"}) {
+    EXPECT_EQ(Key().Open(name), kRegistryCorrupt);
+    EXPECT_EQ(Key().Make(name), kRegistryCorrupt);
+    EXPECT_EQ(RemoveTree(name), kRegistryCorrupt);
   }
 }
 
-TEST_F(RegistryStoreTest, RemovingATreeLeavesWhatItsLinksLeadTo) {
-  WriteFile(machine.Folder() / "mine", "text");
-  std::filesystem::create_directory_symlink(machine.Folder(), KeyFolder() / "folder");
-  std::filesystem::create_symlink(machine.Folder() / "mine", KeyFolder() / "file.value");
-  EXPECT_EQ(RemoveRegistryTree(u"Key"), kSuccess);
-  EXPECT_EQ(FileContent(machine.Folder() / "mine"), "text");
-}
-
 TEST_F(RegistryStoreTest, TheHiveItselfMayLieBehindALink) {
-  std::filesystem::rename(Hive(), machine.Folder() / "moved");
-  std::filesystem::create_directory_symlink(machine.Folder() / "moved", Hive());
-  EXPECT_EQ(MakeAndClose(u"Key\\Sub", kKeySetValue), kSuccess);
-  EXPECT_TRUE(std::filesystem::exists(machine.Folder() / "moved/Key/Sub"));
+  std::filesystem::rename(Hive(), Native("moved"));
+  std::filesystem::create_directory_symlink(Native("moved"), Hive());
+  EXPECT_EQ(Key().Make("Key\\Sub"), kSuccess);
+  EXPECT_TRUE(Exists("moved/Key/Sub"));
 }
 
 TEST_F(RegistryStoreTest, AValueThatCantBeWrittenLeavesTheOldOneAndNothingElse) {
-  ASSERT_EQ(Set(u"value", "old"), kSuccess);
+  ASSERT_EQ(key.Set("value", "old"), kSuccess);
   const int result = RunInChild([this] {
     signal(SIGXFSZ, SIG_IGN);
     const rlimit limit = {100, 100};
     if (setrlimit(RLIMIT_FSIZE, &limit) != 0) return 1;
-    if (Set(u"value", std::string(1000, 'n')) != kDiskFull) return 2;
-    return Set(u"other", std::string(1000, 'n')) == kDiskFull ? 0 : 3;
+    if (key.Set("value", std::string(1000, 'n')) != kDiskFull) return 2;
+    return key.Set("other", std::string(1000, 'n')) == kDiskFull ? 0 : 3;
   });
   EXPECT_EQ(result, 0);
-  EXPECT_THAT(Files(KeyFolder()), UnorderedElementsAre("value.value"));
-  EXPECT_EQ(FileContent(ValueFile()).substr(12), "old");
+  EXPECT_THAT(Files(), UnorderedElementsAre("value.value"));
+  EXPECT_EQ(key.Get("value"), "old");
 }
 
 TEST_F(RegistryStoreTest, NoDescriptorStaysOpenAndNoneIsInherited) {
-  const auto descriptors = [] {
-    std::vector<std::string> open;
-    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd"))
-      open.push_back(entry.path().filename());
-    return open.size();
-  };
-  const std::size_t before = descriptors();
-  ASSERT_EQ(MakeAndClose(u"Key\\A\\B", kKeyAllAccess), kSuccess);
-  ASSERT_EQ(OpenAndClose(u"KEY\\a\\Missing", kKeyAllAccess), kFileNotFound);
-  ASSERT_EQ(Set(u"value", "data"), kSuccess);
-  ASSERT_EQ(Query(u"VALUE"), kSuccess);
-  ASSERT_EQ(Query(u"missing"), kFileNotFound);
-  ASSERT_EQ(RemoveRegistryKey(key, u"A\\B"), kSuccess);
-  ASSERT_EQ(RemoveRegistryTree(u"Key\\A"), kSuccess);
-  EXPECT_EQ(descriptors(), before);
-  for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
-    std::error_code gone;
-    const path target = std::filesystem::read_symlink(entry.path(), gone);
-    if (gone || target != KeyFolder()) continue;
-    const int flags = fcntl(std::stoi(entry.path().filename()), F_GETFD);
-    EXPECT_NE(flags & FD_CLOEXEC, 0);
-  }
+  const std::set<int> before = OpenDescriptors();
+  ASSERT_EQ(Key().Make("Key\\A\\B", kKeyAllAccess), kSuccess);
+  ASSERT_EQ(Key().Open("KEY\\a\\Missing", kKeyAllAccess), kFileNotFound);
+  ASSERT_EQ(key.Set("value", "data"), kSuccess);
+  ASSERT_EQ(key.Get("VALUE"), "data");
+  ASSERT_EQ(key.Get("missing"), "code 2");
+  ASSERT_EQ(key.RemoveKey("A\\B"), kSuccess);
+  ASSERT_EQ(RemoveTree("Key\\A"), kSuccess);
+  EXPECT_EQ(OpenDescriptors(), before);
+  Key other;
+  ASSERT_EQ(other.Open("Key"), kSuccess);
+  const std::set<int> opened = OpenedSince(before);
+  ASSERT_EQ(opened.size(), 1u);
+  EXPECT_FALSE(IsInherited(*opened.begin()));
 }
 
 TEST_F(RegistryStoreTest, AKeyThatMayOnlyBeReadIsOpenedForReadingAlone) {
-  ASSERT_EQ(Set(u"value", "data"), kSuccess);
-  ASSERT_EQ(MakeAndClose(u"Key\\Sub", kKeyRead), kSuccess);
+  ASSERT_EQ(key.Set("value", "data"), kSuccess);
+  ASSERT_EQ(Key().Make("Key\\Sub"), kSuccess);
   std::filesystem::permissions(KeyFolder(), perms(0555));
   const int result = RunAsNobody([] {
-    RegistryKey own = nullptr;
-    if (OpenRegistryKey(u"Key", kKeyRead, own) != kSuccess) return 1;
-    std::uint32_t type = 0;
-    std::uint32_t size = 0;
-    if (QueryRegistryValue(own, u"value", type, nullptr, size) != kSuccess || size != 4) return 2;
-    if (OpenAndClose(u"Key", kKeyAllAccess) != kAccessDenied) return 3;
-    if (OpenAndClose(u"Key", kKeySetValue) != kAccessDenied) return 4;
-    if (MakeAndClose(u"Key", kKeySetValue) != kAccessDenied) return 5;
-    if (MakeAndClose(u"Key", kKeyRead) != kSuccess) return 6;
-    if (MakeAndClose(u"Key\\New", kKeyRead) != kAccessDenied) return 7;
-    if (RemoveRegistryKey(own, u"Sub") != kAccessDenied) return 8;
-    if (RemoveRegistryTree(u"Key") != kAccessDenied) return 9;
-    CloseRegistryKey(own);
-    return 0;
+    Key own;
+    if (own.Open("Key") != kSuccess) return 1;
+    if (own.Get("value") != "data") return 2;
+    if (Key().Open("Key", kKeyAllAccess) != kAccessDenied) return 3;
+    if (Key().Open("Key", kKeySetValue) != kAccessDenied) return 4;
+    if (Key().Make("Key", kKeySetValue) != kAccessDenied) return 5;
+    if (Key().Make("Key", kKeyRead) != kSuccess) return 6;
+    if (Key().Make("Key\\New", kKeyRead) != kAccessDenied) return 7;
+    if (own.RemoveKey("Sub") != kAccessDenied) return 8;
+    return RemoveTree("Key") == kAccessDenied ? 0 : 9;
   });
   EXPECT_EQ(result, 0);
-  EXPECT_THAT(Files(KeyFolder()), UnorderedElementsAre("Sub", "value.value"));
+  EXPECT_THAT(Files(), UnorderedElementsAre("Sub", "value.value"));
 }
 
 TEST_F(RegistryStoreTest, AKeyThatCantBeRemovedKeepsItsValues) {
-  ASSERT_EQ(Set(u"value", "data"), kSuccess);
+  ASSERT_EQ(key.Set("value", "data"), kSuccess);
   std::filesystem::permissions(KeyFolder(), perms(0777));
   std::filesystem::permissions(Hive(), perms(0555));
-  const int result = RunAsNobody([] { return static_cast<int>(RemoveRegistryTree(u"Key")); });
+  const int result = RunAsNobody([] { return static_cast<int>(RemoveTree("Key")); });
   std::filesystem::permissions(Hive(), perms(0755));
   EXPECT_EQ(result, static_cast<int>(kAccessDenied));
-  EXPECT_THAT(Files(KeyFolder()), UnorderedElementsAre("value.value"));
+  EXPECT_THAT(Files(), UnorderedElementsAre("value.value"));
 }
 
-TEST_F(RegistryStoreTest, AKeyThatMayNotBeReadIsDenied) {
-  for (const int mode : {0000, 0111, 0444, 0333}) {
-    std::filesystem::permissions(KeyFolder(), perms(mode));
-    const int result = RunAsNobody([] { return static_cast<int>(OpenAndClose(u"Key", kKeyRead)); });
-    EXPECT_EQ(result, static_cast<int>(kAccessDenied)) << mode;
-  }
+TEST_F(RegistryStoreTest, WhatMayNotBeReadIsDenied) {
+  ASSERT_EQ(key.Set("value", "data"), kSuccess);
+  for (const int mode : {0000, 0111, 0444, 0333})
+    EXPECT_EQ(OpenAsNobody(mode, kKeyRead), kAccessDenied) << mode;
+  EXPECT_EQ(OpenAsNobody(0755, kKeyRead), kSuccess);
+  std::filesystem::permissions(ValueFile(), perms(0000));
+  const int result = RunAsNobody([] {
+    Key own;
+    return own.Open("Key") == kSuccess && own.Get("value") == "code 5" ? 0 : 1;
+  });
+  EXPECT_EQ(result, 0);
 }
 
 TEST_F(RegistryStoreTest, AKeyThatMayOnlyBeWrittenTakesValuesThatAreThere) {
-  ASSERT_EQ(Set(u"value", "old"), kSuccess);
+  ASSERT_EQ(key.Set("value", "old"), kSuccess);
   std::filesystem::permissions(KeyFolder(), perms(0333));
   const int result = RunAsNobody([] {
-    RegistryKey own = nullptr;
-    if (OpenRegistryKey(u"Key", kKeySetValue, own) != kSuccess) return 1;
-    if (SetRegistryValue(own, u"value", kRegBinary, "new", 3) != kSuccess) return 2;
-    CloseRegistryKey(own);
-    return 0;
+    Key own;
+    if (own.Open("Key", kKeySetValue) != kSuccess) return 1;
+    return own.Set("value", "new") == kSuccess ? 0 : 2;
   });
   EXPECT_EQ(result, 0);
   EXPECT_EQ(FileContent(ValueFile()).substr(12), "new");
 }
 
-TEST_F(RegistryStoreTest, AValueThatMayNotBeReadIsDenied) {
-  ASSERT_EQ(Set(u"value", "data"), kSuccess);
-  std::filesystem::permissions(ValueFile(), perms(0000));
-  const int result = RunAsNobody([] {
-    RegistryKey own = nullptr;
-    if (OpenRegistryKey(u"Key", kKeyRead, own) != kSuccess) return 1;
-    std::uint32_t type = 0;
-    std::uint32_t size = 0;
-    return static_cast<int>(QueryRegistryValue(own, u"value", type, nullptr, size));
-  });
-  EXPECT_EQ(result, static_cast<int>(kAccessDenied));
-}
-
 TEST_F(RegistryStoreTest, ProcessesThatMakeOneTreeAtOnceAllSucceed) {
-  int gate[2];
-  ASSERT_EQ(pipe2(gate, O_CLOEXEC), 0);
   std::vector<pid_t> children;
+  Gate gate;
   for (int i = 0; i < 4; ++i) {
     children.push_back(StartChild([&gate] {
-      char byte = 0;
-      close(gate[1]);
-      if (read(gate[0], &byte, 1) != 0) return 1;  // until the gate is closed for all
-      for (char16_t round = u'a'; round <= u'z'; ++round) {
-        const WideString tree = WideString(u"Key\\") + round + u"\\By\\All";
-        if (MakeAndClose(tree, kKeySetValue) != kSuccess) return 2;
+      gate.Pass();
+      for (char round = 'a'; round <= 'z'; ++round) {
+        if (Key().Make(std::string("Key\\") + round + "\\By\\All") != kSuccess) return 1;
       }
       return 0;
     }));
   }
-  close(gate[0]);
-  close(gate[1]);
+  gate.Open();
   for (const pid_t child : children) EXPECT_EQ(WaitForChild(child), 0);
-  EXPECT_EQ(ListNames(key, RegistrySubkeyName).size(), 26u);
+  EXPECT_EQ(key.Subkeys().size(), 26u);
 }
 
 TEST_F(RegistryStoreTest, ANameThatNoFileCanHaveIsTooLong) {
-  EXPECT_EQ(MakeAndClose(u"Key\\" + WideString(256, u'n'), kKeySetValue), kNameTooLong);
-  EXPECT_EQ(OpenAndClose(u"Key\\" + WideString(256, u'n'), kKeyRead), kNameTooLong);
-  EXPECT_EQ(Set(WideString(249, u'n'), "data"), kSuccess);
-  EXPECT_EQ(Set(WideString(250, u'n'), "data"), kNameTooLong);
-  EXPECT_EQ(Query(WideString(250, u'n')), kNameTooLong);
+  const std::string name(256, 'n');
+  EXPECT_EQ(Key().Make("Key\\" + name), kNameTooLong);
+  EXPECT_EQ(Key().Open("Key\\" + name), kNameTooLong);
+  EXPECT_EQ(key.Set(name.substr(0, 249), "data"), kSuccess);
+  EXPECT_EQ(key.Set(name.substr(0, 250), "data"), kNameTooLong);
+  EXPECT_EQ(key.Get(name.substr(0, 250)), "code 206");
 }
 
 TEST_F(RegistryStoreTest, AMachineWithoutARootHasNoRegistryAndGetsNone) {
   const std::string root = getenv("LARDER_ROOT");
-  setenv("LARDER_ROOT", (machine.Folder() / "missing").c_str(), 1);
-  EXPECT_EQ(OpenAndClose(u"Key", kKeyRead), kFileNotFound);
-  EXPECT_EQ(MakeAndClose(u"Key", kKeySetValue), kFileNotFound);
-  EXPECT_FALSE(std::filesystem::exists(machine.Folder() / "missing"));
+  setenv("LARDER_ROOT", Native("missing").c_str(), 1);
+  EXPECT_EQ(Key().Open("Key"), kFileNotFound);
+  EXPECT_EQ(Key().Make("Key"), kFileNotFound);
+  EXPECT_FALSE(Exists("missing"));
   setenv("LARDER_ROOT", root.c_str(), 1);
 }
 
