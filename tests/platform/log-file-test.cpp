@@ -3,29 +3,18 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <filesystem>
-#include <set>
 #include <string>
 
-#include "platform/module-files.h"
-#include "platform/utf.h"
-#include "platform/wide-text.h"
-#include "testing/test-machine.h"
+#include "platform/machine-fixture.h"
 
 namespace larder::platform {
 namespace {
 
-using std::filesystem::path;
-
-class LogFileTest : public ::testing::Test {
+class LogFileTest : public MachineTest {
  protected:
   ~LogFileTest() override { CloseObject(file); }
 
-  WideString InFolder(const std::string& name) const { return machine.WideFolder() + Wide(name); }
-  path Native(const std::string& name) const {
-    return machine.Folder() / std::filesystem::u8path(name);
-  }
   bool Open(const std::string& name, WriteMode mode = WriteMode::kWrite) {
     CloseObject(file);
     file = OpenFileToWrite(InFolder(name), mode);
@@ -43,55 +32,35 @@ class LogFileTest : public ::testing::Test {
     return size;
   }
 
-  TestMachine machine;
+  const std::string cut = std::string("a\0b", 3);
   Handle file = InvalidHandle();
 };
 
-TEST_F(LogFileTest, AFileIsMadeAndGrowsAtItsEndInBothModes) {
+TEST_F(LogFileTest, AFileIsMadeAndGrowsAtItsEndInBothModesWhileOthersReadIt) {
   const std::string name = "gr\xC3\xBC\xC3\x9F\xF0\x9F\x98\x80.log";
   ASSERT_TRUE(Open(name, WriteMode::kReadWrite));
   EXPECT_EQ(SizeAtEnd(), 0u);
   EXPECT_EQ(Append("first\n"), kSuccess);
   EXPECT_EQ(SizeAtEnd(), 6u);
+  EXPECT_EQ(Content(name), "first\n");
   ASSERT_TRUE(Open(name, WriteMode::kWrite));
   EXPECT_EQ(SizeAtEnd(), 6u);
   EXPECT_EQ(Append("second\n"), kSuccess);
   ASSERT_TRUE(Open(name, WriteMode::kReadWrite));
   EXPECT_EQ(Append(std::string("th\0rd\n", 6)), kSuccess);
   EXPECT_EQ(SizeAtEnd(), 19u);
-  CloseObject(file);
-  file = InvalidHandle();
-  EXPECT_EQ(FileContent(Native(name)), std::string("first\nsecond\nth\0rd\n", 19));
-}
-
-TEST_F(LogFileTest, OthersReadItWhileItGrows) {
-  ASSERT_TRUE(Open("file.log"));
-  EXPECT_EQ(Append("first"), kSuccess);
-  EXPECT_EQ(FileContent(Native("file.log")), "first");
-  EXPECT_EQ(Append(" and second"), kSuccess);
-  EXPECT_EQ(FileContent(Native("file.log")), "first and second");
-}
-
-TEST_F(LogFileTest, TheEndIsWhereItIsNow) {
-  ASSERT_TRUE(Open("file.log"));
-  EXPECT_EQ(Append(std::string(100, 'x')), kSuccess);
-  const Handle first = std::exchange(file, InvalidHandle());
-  CloseObject(first);
-  WriteFile(Native("file.log"), "short");
-  ASSERT_TRUE(Open("file.log"));
-  EXPECT_EQ(SizeAtEnd(), 5u);
+  EXPECT_EQ(Content(name), std::string("first\nsecond\nth\0rd\n", 19));
 }
 
 TEST_F(LogFileTest, WhatIsNoFileIsNotOpened) {
   std::filesystem::create_directory(Native("directory"));
   for (const WriteMode mode : {WriteMode::kWrite, WriteMode::kReadWrite}) {
-    EXPECT_FALSE(Open("directory", mode));
-    EXPECT_FALSE(Open("missing\\file.log", mode));
-    EXPECT_FALSE(Open("", mode));
-    EXPECT_FALSE(Open(std::string("a\0b", 3), mode));
+    for (const char* name : {"directory", "missing\\file.log", ""})
+      EXPECT_FALSE(Open(name, mode)) << name;
+    EXPECT_FALSE(Open(cut, mode));
   }
   EXPECT_EQ(OpenFileToWrite(WideString(), WriteMode::kWrite), InvalidHandle());
-  EXPECT_FALSE(std::filesystem::exists(Native("a")));
+  EXPECT_FALSE(Exists("a"));
 }
 
 TEST_F(LogFileTest, ANoHandleIsRefused) {
@@ -104,28 +73,28 @@ TEST_F(LogFileTest, ANoHandleIsRefused) {
 }
 
 TEST_F(LogFileTest, AFileIsRemoved) {
-  WriteFile(Native("file.log"), "content");
+  Write("file.log", "content");
   EXPECT_EQ(RemoveFile(InFolder("file.log")), kSuccess);
-  EXPECT_FALSE(std::filesystem::exists(Native("file.log")));
+  EXPECT_FALSE(Exists("file.log"));
   EXPECT_EQ(RemoveFile(InFolder("file.log")), kFileNotFound);
   std::filesystem::create_directory(Native("directory"));
   EXPECT_EQ(RemoveFile(InFolder("directory")), kAccessDenied);
-  EXPECT_TRUE(std::filesystem::exists(Native("directory")));
-  EXPECT_EQ(RemoveFile(InFolder(std::string("a\0b", 3))), kInvalidName);
+  EXPECT_TRUE(Exists("directory"));
+  EXPECT_EQ(RemoveFile(InFolder(cut)), kInvalidName);
 }
 
 TEST_F(LogFileTest, RenamingMovesAFileAndNeverReplacesOne) {
-  WriteFile(Native("first"), "first");
-  WriteFile(Native("second"), "second");
+  Write("first", "first");
+  Write("second", "second");
   EXPECT_EQ(RenameFile(InFolder("first"), InFolder("second")), kAlreadyExists);
-  EXPECT_EQ(FileContent(Native("first")), "first");
-  EXPECT_EQ(FileContent(Native("second")), "second");
+  EXPECT_EQ(Content("first"), "first");
+  EXPECT_EQ(Content("second"), "second");
   EXPECT_EQ(RenameFile(InFolder("first"), InFolder("third")), kSuccess);
-  EXPECT_FALSE(std::filesystem::exists(Native("first")));
-  EXPECT_EQ(FileContent(Native("third")), "first");
+  EXPECT_FALSE(Exists("first"));
+  EXPECT_EQ(Content("third"), "first");
   EXPECT_EQ(RenameFile(InFolder("first"), InFolder("fourth")), kFileNotFound);
-  EXPECT_EQ(RenameFile(InFolder(std::string("a\0b", 3)), InFolder("x")), kInvalidName);
-  EXPECT_EQ(RenameFile(InFolder("third"), InFolder(std::string("a\0b", 3))), kInvalidName);
+  EXPECT_EQ(RenameFile(InFolder(cut), InFolder("x")), kInvalidName);
+  EXPECT_EQ(RenameFile(InFolder("third"), InFolder(cut)), kInvalidName);
 }
 
 TEST_F(LogFileTest, ATemporaryFileIsEmptyAndNamedByPrefixAndNumber) {
@@ -150,24 +119,14 @@ TEST_F(LogFileTest, ATemporaryFileIsEmptyAndNamedByPrefixAndNumber) {
   }
 }
 
-TEST_F(LogFileTest, TemporaryFilesAreDistinct) {
-  std::set<WideString> names;
-  for (int i = 0; i < 100; ++i) {
-    WideString made;
-    ASSERT_EQ(MakeTemporaryFile(machine.WideFolder(), Wide("x"), made), kSuccess);
-    EXPECT_TRUE(names.insert(made).second);
-  }
-}
-
 TEST_F(LogFileTest, WithoutADirectoryThereIsNoTemporaryFile) {
   const WideString before = Wide("before");
   WideString made = before;
-  EXPECT_EQ(MakeTemporaryFile(InFolder("missing"), Wide("lr_"), made), kInvalidDirectory);
-  EXPECT_EQ(MakeTemporaryFile(InFolder("missing\\"), Wide("lr_"), made), kInvalidDirectory);
-  EXPECT_EQ(MakeTemporaryFile(WideString(), Wide("lr_"), made), kInvalidDirectory);
-  EXPECT_EQ(MakeTemporaryFile(InFolder(std::string("\0x", 2)), Wide("lr_"), made), kInvalidName);
-  WriteFile(Native("file"), "");
-  EXPECT_EQ(MakeTemporaryFile(InFolder("file"), Wide("lr_"), made), kInvalidDirectory);
+  Write("file");
+  for (const WideString& folder :
+       {InFolder("missing"), InFolder("missing\\"), InFolder("file"), WideString()})
+    EXPECT_EQ(MakeTemporaryFile(folder, Wide("lr_"), made), kInvalidDirectory);
+  EXPECT_EQ(MakeTemporaryFile(InFolder(cut), Wide("lr_"), made), kInvalidName);
   EXPECT_EQ(made, before);
 }
 

@@ -3,23 +3,23 @@
 #include <gtest/gtest.h>
 
 #include <array>
-#include <filesystem>
 
 #include "platform/log-file.h"
-#include "testing/test-machine.h"
+#include "platform/machine-fixture.h"
+#include "platform/windows/long-folder.h"
 
 namespace larder::platform {
 namespace {
 
-class LogFileSharingTest : public ::testing::Test {
+class LogFileSharingTest : public MachineTest {
  protected:
   ~LogFileSharingTest() override { CloseObject(file); }
 
-  HANDLE OpenToRead(DWORD share) const {
-    return CreateFileW(path.c_str(), GENERIC_READ, share, nullptr, OPEN_EXISTING, 0, nullptr);
+  HANDLE OpenToRead() const {
+    return CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                       OPEN_EXISTING, 0, nullptr);
   }
 
-  TestMachine machine;
   WideString path = machine.WideFolder() + L"file.log";
   Handle file = InvalidHandle();
 };
@@ -27,7 +27,7 @@ class LogFileSharingTest : public ::testing::Test {
 TEST_F(LogFileSharingTest, AReaderComesInAndAnotherWriterDoesNot) {
   file = OpenFileToWrite(path, WriteMode::kWrite);
   ASSERT_NE(file, InvalidHandle());
-  const HANDLE reader = OpenToRead(FILE_SHARE_READ | FILE_SHARE_WRITE);
+  const HANDLE reader = OpenToRead();
   EXPECT_NE(reader, INVALID_HANDLE_VALUE);
   CloseHandle(reader);
   EXPECT_EQ(OpenFileToWrite(path, WriteMode::kReadWrite), InvalidHandle());
@@ -49,7 +49,7 @@ TEST_F(LogFileSharingTest, OnlyTheReadWriteModeReads) {
 
 TEST_F(LogFileSharingTest, AFileThatAReaderHoldsIsNeitherRenamedNorRemoved) {
   CloseObject(OpenFileToWrite(path, WriteMode::kWrite));
-  const HANDLE reader = OpenToRead(FILE_SHARE_READ | FILE_SHARE_WRITE);
+  const HANDLE reader = OpenToRead();
   ASSERT_NE(reader, INVALID_HANDLE_VALUE);
   EXPECT_EQ(RenameFile(path, path + L".1"), kSharingViolation);
   EXPECT_EQ(RemoveFile(path), kSharingViolation);
@@ -59,19 +59,12 @@ TEST_F(LogFileSharingTest, AFileThatAReaderHoldsIsNeitherRenamedNorRemoved) {
 }
 
 TEST_F(LogFileSharingTest, PathsOfAnyLengthAreTaken) {
-  WideString folder = L"\\\\?\\" + machine.WideFolder();
-  for (int level = 0; level < 4; ++level) {
-    folder += WideString(100, L'd') + L'\\';
-    ASSERT_NE(CreateDirectoryW(folder.c_str(), nullptr), FALSE);
-  }
-  const WideString plain = folder.substr(4) + L"file.log";
-  file = OpenFileToWrite(plain, WriteMode::kReadWrite);
-  ASSERT_NE(file, InvalidHandle());
-  EXPECT_EQ(WriteOnce(file, "x", 1), kSuccess);
-  CloseObject(file);
-  file = InvalidHandle();
-  EXPECT_EQ(RenameFile(plain, plain + L".1"), kSuccess);
-  EXPECT_EQ(RemoveFile(plain + L".1"), kSuccess);
+  path = MakeLongFolder(machine.WideFolder()) + L"file.log";
+  const Handle made = OpenFileToWrite(path, WriteMode::kReadWrite);
+  EXPECT_EQ(WriteOnce(made, "x", 1), kSuccess);
+  CloseObject(made);
+  EXPECT_EQ(RenameFile(path, path + L".1"), kSuccess);
+  EXPECT_EQ(RemoveFile(path + L".1"), kSuccess);
 }
 
 }  // namespace
