@@ -6,6 +6,7 @@
 #include <chrono>
 
 #include "platform/dependencies.h"
+#include "platform/machine-fixture.h"
 #include "platform/module-files.h"
 
 namespace larder::platform {

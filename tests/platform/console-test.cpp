@@ -2,56 +2,36 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 
-#include "platform/utf.h"
-#include "testing/test-machine.h"
+#include "platform/machine-fixture.h"
 
 namespace larder::platform {
 namespace {
 
-WideString Wide(const std::string& utf8) {
-  WideString wide;
-  EXPECT_TRUE(WideFromUtf8(utf8, wide));
-  return wide;
-}
-
-class ConsoleTest : public ::testing::Test {
+class ConsoleTest : public MachineTest {
  protected:
   ConsoleTest() { std::filesystem::current_path(machine.Folder()); }
   ~ConsoleTest() override { std::filesystem::current_path(former); }
 
-  WideString InFolder(const std::string& name) const { return machine.WideFolder() + Wide(name); }
-
   std::filesystem::path former = std::filesystem::current_path();
-  TestMachine machine;
 };
 
-TEST_F(ConsoleTest, ARelativePathIsCompletedWithTheCurrentDirectory) {
+TEST_F(ConsoleTest, ARelativePathIsCompletedWithTheCurrentDirectoryAndAFullOneStands) {
   WideString path;
   EXPECT_EQ(FullPath("file.bin", path), kSuccess);
   EXPECT_EQ(path, InFolder("file.bin"));
   EXPECT_EQ(FullPath("sub/./gr\xC3\xBC\xC3\x9F\xF0\x9F\x98\x80", path), kSuccess);
   EXPECT_EQ(path, InFolder("sub\\gr\xC3\xBC\xC3\x9F\xF0\x9F\x98\x80"));
-}
-
-TEST_F(ConsoleTest, AFullPathStandsAsItIs) {
-  WideString path;
-  const std::string given = Utf8FromWide(InFolder("file"));
-  std::string slashes = given;
-  for (char& c : slashes) c = c == '\\' ? '/' : c;
+  std::string slashes = Utf8FromWide(InFolder("file"));
+  std::replace(slashes.begin(), slashes.end(), '\\', '/');
   EXPECT_EQ(FullPath(slashes, path), kSuccess);
-  EXPECT_EQ(Utf8FromWide(path), given);
-}
-
-TEST_F(ConsoleTest, APathOf5000CharactersIsCompletedAsWell) {
-  WideString path;
-  const std::string name = std::string(200, 'd') + '/';
-  std::string given;
-  for (int i = 0; i < 25; ++i) given += name;
-  given += "file";
-  EXPECT_EQ(FullPath(given, path), kSuccess);
-  EXPECT_EQ(path.size(), machine.WideFolder().size() + given.size());
+  EXPECT_EQ(path, InFolder("file"));
+  std::string deep;
+  for (int i = 0; i < 25; ++i) deep += std::string(200, 'd') + '/';
+  EXPECT_EQ(FullPath(deep + "file", path), kSuccess);
+  EXPECT_EQ(path.size(), InFolder(deep + "file").size());
 }
 
 TEST_F(ConsoleTest, BytesThatAreNoUtf8AreNoPath) {

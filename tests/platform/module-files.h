@@ -7,7 +7,6 @@
 #include <filesystem>
 #include <string>
 
-#include "platform/machine-fixture.h"
 #include "platform/module.h"
 #include "platform/utf.h"
 

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 #include <stdlib.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <filesystem>
@@ -21,10 +20,7 @@ TEST(NativePathTest, BackslashesBecomeSlashesAndComeBack) {
   EXPECT_EQ(native, "/usr/lib/gr\xC3\xBC\xC3\x9F\xF0\x9F\x98\x80.dll");
   EXPECT_EQ(WidePath(native, wide), kSuccess);
   EXPECT_EQ(wide, u"\\usr\\lib\\gr\u00FC\u00DF\U0001F600.dll");
-}
-
-TEST(NativePathTest, WhatHasNoWidePathIsRefused) {
-  WideString wide = u"before";
+  wide = u"before";
   EXPECT_EQ(WidePath("/a/b\\c", wide), kInvalidName);
   EXPECT_EQ(WidePath("/a/\xFF", wide), kNoUnicodeTranslation);
   EXPECT_EQ(wide, u"before");
@@ -36,7 +32,7 @@ TEST(NativePathTest, TheMachineRootHasNoSlashAtItsEnd) {
   EXPECT_TRUE(std::filesystem::is_empty(root));
   setenv("LARDER_ROOT", (root + "//").c_str(), 1);
   EXPECT_EQ(MachineRoot(), root);
-  for (const char* real : {"/", "//", ""}) {
+  for (const char* real : {"//", ""}) {
     setenv("LARDER_ROOT", real, 1);
     EXPECT_EQ(MachineRoot(), "");
   }
@@ -45,17 +41,19 @@ TEST(NativePathTest, TheMachineRootHasNoSlashAtItsEnd) {
 }
 
 TEST(NativePathTest, FullPathsAreMadeFromTheTextAlone) {
-  const auto full = [](const std::string& path) {
-    WideString result;
-    EXPECT_EQ(FullPath(path, result), kSuccess);
-    return result;
-  };
-  EXPECT_EQ(full("/"), u"\\");
-  EXPECT_EQ(full("/."), u"\\");
-  EXPECT_EQ(full("//usr//./lib/."), u"\\usr\\lib");
-  EXPECT_EQ(full("/missing/../other"), u"\\missing\\..\\other");
-  EXPECT_EQ(full("/.hidden/..."), u"\\.hidden\\...");
+  const struct {
+    const char* given;
+    const char16_t* full;
+  } cases[] = {{"/", u"\\"},
+               {"/.", u"\\"},
+               {"//usr//./lib/.", u"\\usr\\lib"},
+               {"/missing/../other", u"\\missing\\..\\other"},
+               {"/.hidden/...", u"\\.hidden\\..."}};
   WideString result;
+  for (const auto& c : cases) {
+    EXPECT_EQ(FullPath(c.given, result), kSuccess) << c.given;
+    EXPECT_EQ(result, c.full);
+  }
   EXPECT_EQ(FullPath("/a\\b", result), kInvalidName);
 }
 
@@ -70,22 +68,14 @@ TEST(NativePathTest, ARelativePathBelowADirectoryThatIsGoneGivesACode) {
   std::filesystem::current_path(former);
 }
 
-TEST(ErrnoCodeTest, NoErrorIsASuccess) {
-  for (int error = -1; error < 200; ++error) EXPECT_NE(CodeFromErrno(error), kSuccess) << error;
-}
-
-TEST(ErrnoCodeTest, ErrorsHaveTheirCodes) {
-  EXPECT_EQ(CodeFromErrno(ENOENT), 2u);
-  EXPECT_EQ(CodeFromErrno(ENOTDIR), 3u);
+// Those that no test of this layer brings about.
+TEST(ErrnoCodeTest, ErrorsHaveTheirCodesAndNoneIsASuccess) {
   EXPECT_EQ(CodeFromErrno(EMFILE), 4u);
   EXPECT_EQ(CodeFromErrno(EROFS), 5u);
   EXPECT_EQ(CodeFromErrno(EBADF), 6u);
   EXPECT_EQ(CodeFromErrno(ENOSPC), 112u);
-  EXPECT_EQ(CodeFromErrno(ENOTEMPTY), 145u);
-  EXPECT_EQ(CodeFromErrno(EEXIST), 183u);
-  EXPECT_EQ(CodeFromErrno(ENAMETOOLONG), 206u);
-  EXPECT_EQ(CodeFromErrno(ELOOP), 1921u);
   EXPECT_EQ(CodeFromErrno(EPIPE), 31u);
+  for (int error = -1; error < 200; ++error) EXPECT_NE(CodeFromErrno(error), kSuccess) << error;
 }
 
 }  // namespace
