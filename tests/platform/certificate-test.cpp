@@ -45,30 +45,23 @@ std::string LongUnits() {
   return text;
 }
 
-TEST(CertificateTest, SubjectAndIssuerAreWrittenInTheOrderOfTheCertificate) {
+TEST(CertificateTest, SubjectAndIssuerAreWrittenInTheOrderOfTheCertificateWhateverItsKey) {
   EXPECT_EQ(NameIn("signer"), "C=US, O=Example, CN=Example Signer");
   EXPECT_EQ(NameIn("signer", CertificateName::kIssuer), "C=US, O=Example, CN=Example CA");
   EXPECT_EQ(NameIn("ca", CertificateName::kIssuer), NameIn("ca"));
-}
-
-TEST(CertificateTest, KeysOfEveryKindAreParsed) {
   EXPECT_EQ(NameIn("rsa"), "CN=Key of RSA");
   EXPECT_EQ(NameIn("ecdsa"), "CN=Key of ECDSA");
 }
 
-TEST(CertificateTest, WhatIsNoCertificateIsNotParsed) {
+TEST(CertificateTest, WhatIsNoCertificateIsNotParsedAndWhatLiesBehindOneIsNoPartOfIt) {
   EXPECT_EQ(NameIn("cut"), "unreadable");
   EXPECT_EQ(NameIn("text"), "unreadable");
   EXPECT_EQ(ParseCertificate("", 0), nullptr);
   Bytes bytes = CertificateFile("signer");
-  bytes[1] = 0xFF;
-  EXPECT_EQ(Parse(bytes), nullptr);
-}
-
-TEST(CertificateTest, BytesBehindACertificateAreNoPartOfIt) {
-  Bytes bytes = CertificateFile("signer");
   bytes.push_back(0x30);
   EXPECT_NE(Parse(bytes), nullptr);
+  bytes[1] = 0xFF;
+  EXPECT_EQ(Parse(bytes), nullptr);
 }
 
 TEST(CertificateTest, ACertificateOutlivesItsBytes) {
@@ -78,35 +71,32 @@ TEST(CertificateTest, ACertificateOutlivesItsBytes) {
   EXPECT_THAT(CertificateSerial(*certificate), ElementsAre(0xA0, 0x22, 0x1F, 0x0B));
 }
 
-TEST(CertificateTest, AttributesHaveTheirKeys) {
-  ExpectSubject("keys",
-                "CN=xy, O=xy, OU=xy, C=xy, L=xy, S=xy, STREET=xy, T=xy, G=xy, I=xy, SN=xy, DC=xy, "
-                "E=xy, SERIALNUMBER=xy, Description=xy, PostalCode=xy, POBox=xy, Phone=xy, "
-                "X21Address=xy, dnQualifier=xy");
-  ExpectSubject("unknown-key", "CN=x, OID.0.9.2342.19200300.100.1.1=y, OID.1.2.3.4=z");
-}
-
-TEST(CertificateTest, ValuesOfOnePlaceAreJoinedByAPlus) {
-  ExpectSubject("multiple", "O=One, CN=Two + OU=Three, OU=Four");
-}
-
-TEST(CertificateTest, ValuesAreQuotedWhereTheirCharactersNeedIt) {
-  ExpectSubject("quotes",
-                R"(CN="a,b", CN="a+b", CN="a=b", CN="""a""", CN="a<b", CN="a>b", CN="a#b", )"
-                R"(CN="a;b", CN=" a", CN=a\b, CN=a/b)");
-  ExpectSubject("blanks", "CN=\"a \", CN=a  bc");
-  ExpectSubject("empty-value", "CN=\"\", O=x");
-  ExpectSubject("empty-name", "");
-}
-
-TEST(CertificateTest, TextOfEveryKindIsRead) {
-  ExpectSubject("utf8", "CN=\xC5\xBDlu\xC5\xA5 \xE2\x82\xAC, O=\xC3\xA4");
-  ExpectSubject("bmp", "CN=\xC5\xBDlu\xC5\xA5 \xE2\x82\xAC, O=\xC3\xA4");
-  ExpectSubject("universal", "CN=A\xF0\x9F\x97\x9D");
-  ExpectSubject("teletex", "CN=\xC3\xA4, O=plain");
-  ExpectSubject("teletex-utf8", "CN=\xC3\xA4");
-  ExpectSubject("broken-utf8", "CN=a\xEF\xBF\xBD!");
-  ExpectSubject("no-text", "CN=#0A56CF");
+TEST(CertificateTest, NamesHaveKeysQuotesAndTextOfEveryKind) {
+  const struct {
+    const char* file;
+    const char* text;
+  } cases[] = {
+      {"keys",
+       "CN=xy, O=xy, OU=xy, C=xy, L=xy, S=xy, STREET=xy, T=xy, G=xy, I=xy, SN=xy, DC=xy, E=xy, "
+       "SERIALNUMBER=xy, Description=xy, PostalCode=xy, POBox=xy, Phone=xy, X21Address=xy, "
+       "dnQualifier=xy"},
+      {"unknown-key", "CN=x, OID.0.9.2342.19200300.100.1.1=y, OID.1.2.3.4=z"},
+      {"multiple", "O=One, CN=Two + OU=Three, OU=Four"},
+      {"quotes",
+       R"(CN="a,b", CN="a+b", CN="a=b", CN="""a""", CN="a<b", CN="a>b", CN="a#b", CN="a;b", )"
+       R"(CN=" a", CN=a\b, CN=a/b)"},
+      {"blanks", "CN=\"a \", CN=a  bc"},
+      {"empty-value", "CN=\"\", O=x"},
+      {"empty-name", ""},
+      {"utf8", "CN=\xC5\xBDlu\xC5\xA5 \xE2\x82\xAC, O=\xC3\xA4"},
+      {"bmp", "CN=\xC5\xBDlu\xC5\xA5 \xE2\x82\xAC, O=\xC3\xA4"},
+      {"universal", "CN=A\xF0\x9F\x97\x9D"},
+      {"teletex", "CN=\xC3\xA4, O=plain"},
+      {"teletex-utf8", "CN=\xC3\xA4"},
+      {"broken-utf8", "CN=a\xEF\xBF\xBD!"},
+      {"no-text", "CN=#0A56CF"},
+  };
+  for (const auto& c : cases) ExpectSubject(c.file, c.text);
 }
 
 TEST(CertificateTest, ANameIsCutToItsBuffer) {

@@ -6,8 +6,7 @@
 #include <chrono>
 
 #include "platform/dependencies.h"
-#include "platform/machine-fixture.h"
-#include "platform/module-files.h"
+#include "platform/module-fixture.h"
 
 namespace larder::platform {
 namespace {

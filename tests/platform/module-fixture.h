@@ -1,15 +1,29 @@
-// A module that is loaded, on a machine of its own.
+// This program's file, the modules that were built for these tests (see fixtures/), and a module
+// that is loaded.
 #pragma once
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <string>
 
 #include "platform/machine-fixture.h"
-#include "platform/module-files.h"
+#include "platform/module.h"
 
 namespace larder::platform {
+
+inline std::filesystem::path ThisProgram() {
+  WideString image;
+  EXPECT_EQ(HostImagePath(image), kSuccess);
+  std::string path = Utf8FromWide(image);
+  std::replace(path.begin(), path.end(), '\\', '/');
+  return std::filesystem::u8path(path);
+}
+
+inline std::filesystem::path FixtureFolder() {
+  return ThisProgram().parent_path() / "platform-fixtures";
+}
 
 class ModuleTest : public MachineTest {
  protected:

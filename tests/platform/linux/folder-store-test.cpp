@@ -123,16 +123,6 @@ TEST_F(FolderStoreTest, AListHasLinksAndSpecialFilesAndNamesOfAllBytes) {
   EXPECT_TRUE(entries.empty());
 }
 
-TEST_F(FolderStoreTest, APatternWithoutAFolderLooksInTheCurrentOne) {
-  Write("file");
-  const auto find = [this] {
-    std::filesystem::current_path(machine.Folder());
-    std::vector<WideString> names;
-    return FindNames(u"f*", names) == kSuccess && names.size() == 1 ? 0 : 1;
-  };
-  EXPECT_EQ(RunInChild(find), 0);
-}
-
 TEST_F(FolderStoreTest, AFolderThatMayNotBeReadIsDeniedAndNotCalledEmpty) {
   create_directory(Native("secret"));
   permissions(Native("secret"), perms::none);

@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/linux/child-process.h"
-#include "platform/module-files.h"
+#include "platform/module-fixture.h"
 #include "platform/process.h"
 
 namespace larder::platform {

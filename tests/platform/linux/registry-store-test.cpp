@@ -234,23 +234,6 @@ TEST_F(RegistryStoreTest, AKeyThatMayOnlyBeWrittenTakesValuesThatAreThere) {
   EXPECT_EQ(FileContent(ValueFile()).substr(12), "new");
 }
 
-TEST_F(RegistryStoreTest, ProcessesThatMakeOneTreeAtOnceAllSucceed) {
-  std::vector<pid_t> children;
-  Gate gate;
-  for (int i = 0; i < 4; ++i) {
-    children.push_back(StartChild([&gate] {
-      gate.Pass();
-      for (char round = 'a'; round <= 'z'; ++round) {
-        if (Key().Make(std::string("Key\\") + round + "\\By\\All") != kSuccess) return 1;
-      }
-      return 0;
-    }));
-  }
-  gate.Open();
-  for (const pid_t child : children) EXPECT_EQ(WaitForChild(child), 0);
-  EXPECT_EQ(key.Subkeys().size(), 26u);
-}
-
 TEST_F(RegistryStoreTest, ANameThatNoFileCanHaveIsTooLong) {
   const std::string name(256, 'n');
   EXPECT_EQ(Key().Make("Key\\" + name), kNameTooLong);

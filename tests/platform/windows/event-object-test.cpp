@@ -33,12 +33,5 @@ TEST(EventObjectTest, WhenTheNameIsAnotherObjectsThereIsNoEvent) {
   CloseHandle(mutex);
 }
 
-TEST(EventObjectTest, AHandleOfAnotherKindIsRefused) {
-  const HANDLE mutex = CreateMutexW(nullptr, FALSE, nullptr);
-  EXPECT_NE(RaiseEvent(reinterpret_cast<Handle>(mutex)), kSuccess);
-  EXPECT_NE(LowerEvent(reinterpret_cast<Handle>(mutex)), kSuccess);
-  CloseHandle(mutex);
-}
-
 }  // namespace
 }  // namespace larder::platform
