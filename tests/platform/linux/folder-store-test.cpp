@@ -21,6 +21,8 @@ using std::filesystem::path;
 using std::filesystem::permissions;
 using std::filesystem::perms;
 using ::testing::ElementsAre;
+using ::testing::Pair;
+using ::testing::UnorderedElementsAre;
 
 class FolderStoreTest : public MachineTest {
  protected:
@@ -99,7 +101,7 @@ TEST_F(FolderStoreTest, NamesThatNoWidePathCouldGiveAreSkipped) {
   ASSERT_EQ(FindNames(machine.WideFolder() + u"??*d", names), kSuccess);
   EXPECT_THAT(names, ElementsAre(u"good"));
   ASSERT_EQ(FindNames(machine.WideFolder() + u"?", names), kSuccess);
-  EXPECT_THAT(names, ::testing::UnorderedElementsAre(u".", WideString(1, 0xD800)));
+  EXPECT_THAT(names, UnorderedElementsAre(u".", WideString(1, 0xD800)));
   EXPECT_EQ(FindNames(machine.WideFolder() + u"b*", names), kFileNotFound);
 }
 
@@ -113,12 +115,10 @@ TEST_F(FolderStoreTest, AListHasLinksAndSpecialFilesAndNamesOfAllBytes) {
   ASSERT_EQ(ListFolder(machine.Folder(), entries), kSuccess);
   std::map<std::string, EntryKind> kinds;
   for (const FolderEntry& entry : entries) kinds[entry.name] = entry.kind;
-  const std::map<std::string, EntryKind> wanted = {{"to", EntryKind::kFolder},
-                                                   {"a link", EntryKind::kLink},
-                                                   {"dangling", EntryKind::kLink},
-                                                   {"fifo", EntryKind::kOther},
-                                                   {"bad\xFF\n\\", EntryKind::kRegular}};
-  EXPECT_EQ(kinds, wanted);
+  EXPECT_THAT(kinds, UnorderedElementsAre(
+                         Pair("to", EntryKind::kFolder), Pair("a link", EntryKind::kLink),
+                         Pair("dangling", EntryKind::kLink), Pair("fifo", EntryKind::kOther),
+                         Pair("bad\xFF\n\\", EntryKind::kRegular)));
   ASSERT_EQ(ListFolder(Native("a link"), entries), kSuccess);
   EXPECT_TRUE(entries.empty());
 }

@@ -1,5 +1,6 @@
-#include <dlfcn.h>
 #include <gtest/gtest.h>
+
+#include <utility>
 
 #include "platform/linux/child-process.h"
 #include "platform/module-fixture.h"
@@ -9,10 +10,9 @@ namespace larder::platform {
 namespace {
 
 int calls = 0;
-void Count() { ++calls; }
 
 TEST(ForkTest, TheFunctionIsCalledOnceInEveryChildAndNotInTheParent) {
-  CallInForkedChild(Count);
+  CallInForkedChild([] { ++calls; });
   const auto tellCalls = [] { return calls; };
   EXPECT_EQ(RunInChild(tellCalls), 1);
   EXPECT_EQ(RunInChild(tellCalls), 1);
@@ -22,17 +22,19 @@ TEST(ForkTest, TheFunctionIsCalledOnceInEveryChildAndNotInTheParent) {
 
 int childrenTold = 0;
 
-TEST(ForkTest, AFunctionIsForgottenWithTheModuleThatGaveIt) {
+using ForkingModuleTest = ModuleTest;
+
+TEST_F(ForkingModuleTest, AFunctionIsForgottenWithTheModuleThatGaveIt) {
   const std::filesystem::path file = FixtureFolder() / "forking-module.dll";
-  void* module = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
-  ASSERT_NE(module, nullptr) << dlerror();
+  ASSERT_EQ(Open(file), kSuccess);
   using TellChildren = void (*)(int* counter);
-  const auto tellChildren = reinterpret_cast<TellChildren>(dlsym(module, "LarderTestTellChildren"));
+  const auto tellChildren =
+      reinterpret_cast<TellChildren>(FindSymbol(module, "LarderTestTellChildren"));
   ASSERT_NE(tellChildren, nullptr);
   tellChildren(&childrenTold);
   EXPECT_EQ(RunInChild([] { return childrenTold; }), 1);
-  dlclose(module);
-  ASSERT_EQ(dlopen(file.c_str(), RTLD_NOW | RTLD_NOLOAD), nullptr);
+  CloseModule(std::exchange(module, nullptr));
+  ASSERT_EQ(FindLoadedModule(WidePathOf(file)), nullptr);
   EXPECT_EQ(RunInChild([] { return childrenTold; }), 0);
 }
 

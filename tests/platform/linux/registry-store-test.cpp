@@ -63,20 +63,18 @@ TEST_F(RegistryStoreTest, AKeyIsADirectoryAndAValueIsAFile) {
 }
 
 TEST_F(RegistryStoreTest, FilesAndDirectoriesAreForAllToReadAsFarAsTheMaskLets) {
-  const auto modes = [this](const std::string& name) {
-    struct stat folder {};
-    struct stat file {};
+  const auto modes = [this](mode_t mask) {
+    const mode_t former = umask(mask);
     EXPECT_EQ(key.Set("value", "data"), kSuccess);
-    EXPECT_EQ(Key().Make("Key\\" + name), kSuccess);
-    EXPECT_EQ(stat((KeyFolder() / name).c_str(), &folder), 0);
-    EXPECT_EQ(stat(ValueFile().c_str(), &file), 0);
-    return std::make_pair(folder.st_mode & 07777, file.st_mode & 07777);
+    EXPECT_EQ(Key().Make("Key\\Sub"), kSuccess);
+    umask(former);
+    const std::array<perms, 2> found = {std::filesystem::status(KeyFolder() / "Sub").permissions(),
+                                        std::filesystem::status(ValueFile()).permissions()};
+    EXPECT_EQ(key.RemoveKey("Sub"), kSuccess);
+    return found;
   };
-  const mode_t former = umask(0);
-  EXPECT_EQ(modes("a"), std::make_pair(0755u, 0644u));
-  umask(077);
-  EXPECT_EQ(modes("b"), std::make_pair(0700u, 0600u));
-  umask(former);
+  EXPECT_THAT(modes(0), ElementsAre(perms(0755), perms(0644)));
+  EXPECT_THAT(modes(077), ElementsAre(perms(0700), perms(0600)));
 }
 
 TEST_F(RegistryStoreTest, AFileThatIsNoWholeValueIsCorruptUntilItIsSetAnew) {

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
+#include <utility>
 
 #include "platform/log-file.h"
 #include "platform/machine-fixture.h"
@@ -24,26 +24,20 @@ class LogFileSharingTest : public MachineTest {
   Handle file = InvalidHandle();
 };
 
-TEST_F(LogFileSharingTest, AReaderComesInAndAnotherWriterDoesNot) {
-  file = OpenFileToWrite(path, WriteMode::kWrite);
-  ASSERT_NE(file, InvalidHandle());
-  const HANDLE reader = OpenToRead();
-  EXPECT_NE(reader, INVALID_HANDLE_VALUE);
-  CloseHandle(reader);
-  EXPECT_EQ(OpenFileToWrite(path, WriteMode::kReadWrite), InvalidHandle());
-  EXPECT_EQ(OpenFileToWrite(path, WriteMode::kWrite), InvalidHandle());
-}
-
-TEST_F(LogFileSharingTest, OnlyTheReadWriteModeReads) {
+TEST_F(LogFileSharingTest, AReaderComesInAnotherWriterDoesNotAndOnlyTheReadWriteModeReads) {
   for (const WriteMode mode : {WriteMode::kWrite, WriteMode::kReadWrite}) {
     file = OpenFileToWrite(path, mode);
     ASSERT_NE(file, InvalidHandle());
-    std::array<char, 4> buffer;
+    const HANDLE reader = OpenToRead();
+    EXPECT_NE(reader, INVALID_HANDLE_VALUE);
+    CloseHandle(reader);
+    EXPECT_EQ(OpenFileToWrite(path, WriteMode::kReadWrite), InvalidHandle());
+    EXPECT_EQ(OpenFileToWrite(path, WriteMode::kWrite), InvalidHandle());
+    char byte = 0;
     DWORD got = 0;
-    const BOOL read = ReadFile(reinterpret_cast<HANDLE>(file), buffer.data(), 4, &got, nullptr);
+    const BOOL read = ReadFile(reinterpret_cast<HANDLE>(file), &byte, 1, &got, nullptr);
     EXPECT_EQ(read != FALSE, mode == WriteMode::kReadWrite);
-    CloseObject(file);
-    file = InvalidHandle();
+    CloseObject(std::exchange(file, InvalidHandle()));
   }
 }
 
