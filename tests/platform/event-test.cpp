@@ -8,11 +8,8 @@
 #include <thread>
 #include <vector>
 
-#include "platform/console.h"
 #include "platform/machine-fixture.h"
-#include "platform/module-fixture.h"
 #include "platform/owned-event.h"
-#include "tools/run-program.h"
 
 namespace larder::platform {
 namespace {
@@ -103,13 +100,7 @@ TEST(EventTest, NoRaiseIsLostOnAWaiterThatLowersAndThenLooks) {
 class NamedEventTest : public MachineTest {
  protected:
   // Nobody else's, also where the names aren't the machine folder's.
-  std::string NarrowName() const { return machine.Folder().parent_path().filename().string(); }
-  WideString Name() const { return Wide(NarrowName()); }
-
-  // Runs this program in a second process; see main below.
-  int RunOther(const std::string& action) const {
-    return RunProgram(ThisProgram(), {action, NarrowName()}, Native("output"), Native("errors"));
-  }
+  WideString Name() const { return Wide(machine.Folder().parent_path().filename().string()); }
 };
 
 TEST_F(NamedEventTest, HandlesOfOneNameAreOneEvent) {
@@ -167,40 +158,5 @@ TEST_F(NamedEventTest, AnotherThreadEndsTheWaitByEitherEvent) {
   }
 }
 
-TEST_F(NamedEventTest, AnotherProcessRaisesItLowersItAndIsTold) {
-  const OwnedEvent stop(MakeEvent());
-  const OwnedEvent event(MakeNamedEvent(Name()));
-  std::thread raiser([this] { EXPECT_EQ(RunOther("raise"), 0); });
-  EXPECT_EQ(Wait({stop, event}), 1u);
-  raiser.join();
-  EXPECT_TRUE(IsRaised(event));
-  EXPECT_EQ(RunOther("lower"), 0);
-  EXPECT_FALSE(IsRaised(event));
-  std::thread waiter([this] { EXPECT_EQ(RunOther("wait"), 0); });
-  RaiseEvent(event);
-  waiter.join();
-}
-
-Code Perform(const std::string& action, Handle event) {
-  if (action == "raise") return RaiseEvent(event);
-  if (action == "lower") return LowerEvent(event);
-  std::size_t index = 0;
-  return action == "wait" ? WaitForAny(&event, 1, index) : kInvalidFunction;
-}
-
-// What the tests' second process does; 0 when it worked.
-int ActOnEvent(const std::string& action, const std::string& name) {
-  const OwnedEvent event(MakeNamedEvent(Wide(name)));
-  return Perform(action, event) == kSuccess ? 0 : 1;
-}
-
 }  // namespace
 }  // namespace larder::platform
-
-// With two arguments: does something with an event: raise|lower|wait NAME.
-int main(int argc, char** argv) {
-  ::testing::InitGoogleTest(&argc, argv);
-  if (argc != 3) return RUN_ALL_TESTS();
-  const std::vector<std::string> arguments = larder::platform::ProgramArguments(argc, argv);
-  return larder::platform::ActOnEvent(arguments[1], arguments[2]);
-}

@@ -4,7 +4,6 @@
 #include <stdlib.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <array>
 #include <filesystem>
@@ -218,18 +217,6 @@ TEST_F(RegistryStoreTest, WhatMayNotBeReadIsDenied) {
     return own.Open("Key") == kSuccess && own.Get("value") == "code 5" ? 0 : 1;
   });
   EXPECT_EQ(result, 0);
-}
-
-TEST_F(RegistryStoreTest, AKeyThatMayOnlyBeWrittenTakesValuesThatAreThere) {
-  ASSERT_EQ(key.Set("value", "old"), kSuccess);
-  std::filesystem::permissions(KeyFolder(), perms(0333));
-  const int result = RunAsNobody([] {
-    Key own;
-    if (own.Open("Key", kKeySetValue) != kSuccess) return 1;
-    return own.Set("value", "new") == kSuccess ? 0 : 2;
-  });
-  EXPECT_EQ(result, 0);
-  EXPECT_EQ(FileContent(ValueFile()).substr(12), "new");
 }
 
 TEST_F(RegistryStoreTest, ANameThatNoFileCanHaveIsTooLong) {
