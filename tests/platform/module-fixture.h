@@ -33,13 +33,13 @@ class ModuleTest : public MachineTest {
     CloseModule(module);
     return OpenModule(WidePathOf(path), module);
   }
+  static std::string PlainModule() { return FileContent(FixtureFolder() / "plain-module.dll"); }
   // What the module's one export gives; -1 where there is none.
   static int Answer(ModuleHandle from) {
     const auto answer = reinterpret_cast<int (*)()>(FindSymbol(from, "LarderTestAnswer"));
     return answer != nullptr ? answer() : -1;
   }
 
-  std::string plainModule = FileContent(FixtureFolder() / "plain-module.dll");
   ModuleHandle module = nullptr;
 };
 

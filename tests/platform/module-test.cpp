@@ -21,7 +21,7 @@ TEST_F(ModuleTest, AModuleGivesItsExportsAndNoOthers) {
 
 TEST_F(ModuleTest, AModuleIsFoundAsLongAsItIsLoaded) {
   const std::string name = "gr\xC3\xBC\xC3\x9F \xF0\x9F\x98\x80.dll";
-  Write(name, plainModule);
+  Write(name, PlainModule());
   EXPECT_EQ(FindLoadedModule(InFolder(name)), nullptr);
   EXPECT_EQ(FindLoadedModule({}), nullptr);
   ASSERT_EQ(Open(Native(name)), kSuccess);
@@ -44,7 +44,8 @@ TEST_F(ModuleTest, AMissingModuleOrDependencyIsNotFound) {
 TEST_F(ModuleTest, AFileThatIsNoModuleIsABadImage) {
   Write("text.dll", "This is no module, whatever its name says.\n");
   Write("empty.dll");
-  Write("cut.dll", plainModule.substr(0, plainModule.size() / 2));
+  const std::string whole = PlainModule();
+  Write("cut.dll", whole.substr(0, whole.size() / 2));
   for (const char* name : {"text.dll", "empty.dll", "cut.dll"}) {
     EXPECT_EQ(Open(Native(name)), kBadExeFormat) << name;
     EXPECT_EQ(module, nullptr);

@@ -254,7 +254,7 @@ TEST_F(RegistryTest, ThreadsThatReadAValueSeeWholeValuesOnlyWhileOthersWriteIt) 
   std::atomic<int> writers{3};
   std::atomic<int> blocks{0};
   std::vector<std::thread> threads;
-  for (const std::size_t first : {1, 50, 100}) {
+  for (const std::size_t first : {1u, 50u, 100u}) {
     threads.emplace_back([first, &writers] {
       WriteBlocks(first);
       --writers;

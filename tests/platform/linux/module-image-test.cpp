@@ -16,15 +16,16 @@ namespace {
 
 class ModuleImageTest : public ModuleTest {
  protected:
-  ModuleImageTest() { std::memcpy(&good, plainModule.data(), sizeof(good)); }
+  ModuleImageTest() { std::memcpy(&good, whole.data(), sizeof(good)); }
 
   Code OpenWith(const ElfW(Ehdr) & header) {
     CloseModule(std::exchange(module, nullptr));  // a change of its file would show in it
-    std::memcpy(plainModule.data(), &header, sizeof(header));
-    Write("module.dll", plainModule);
+    std::memcpy(whole.data(), &header, sizeof(header));
+    Write("module.dll", whole);
     return Open(Native("module.dll"));
   }
 
+  std::string whole = PlainModule();
   ElfW(Ehdr) good{};
 };
 
@@ -45,7 +46,7 @@ TEST_F(ModuleImageTest, AnImageThatIsNotForThisMachineIsBad) {
 TEST_F(ModuleImageTest, SegmentsOutsideOfTheFileAreBad) {
   auto header = good;
   for (const std::uint64_t offset :
-       {~std::uint64_t{0} - 8, plainModule.size() - sizeof(ElfW(Phdr)) + 1}) {
+       {~std::uint64_t{0} - 8, whole.size() - sizeof(ElfW(Phdr)) + 1}) {
     header.e_phoff = offset;
     EXPECT_EQ(OpenWith(header), kBadExeFormat) << offset;
   }
@@ -56,10 +57,10 @@ TEST_F(ModuleImageTest, SegmentsOutsideOfTheFileAreBad) {
 
 TEST_F(ModuleImageTest, EveryCutOfTheFileGivesACode) {
   bool wasRefused = true;
-  for (std::size_t size = 0; size < plainModule.size(); size += 509) {
+  for (std::size_t size = 0; size < whole.size(); size += 509) {
     // Never a file that is loaded already: the loader maps it, and a change would show.
     const std::string cut = std::to_string(size) + ".dll";
-    Write(cut, plainModule.substr(0, size));
+    Write(cut, whole.substr(0, size));
     const Code code = Open(Native(cut));
     EXPECT_TRUE(code == kBadExeFormat || code == kSuccess) << size << ": " << code;
     // What the loader needs lies in front, so one that is long enough is followed by others.
@@ -81,7 +82,7 @@ TEST_F(ModuleImageTest, WhatMayNotBeReadOrIsNoFileGivesACode) {
   EXPECT_EQ(Open(machine.Folder()), kAccessDenied);
   ASSERT_EQ(mkfifo(Native("fifo.dll").c_str(), 0600), 0);
   EXPECT_EQ(Open(Native("fifo.dll")), kBadExeFormat);
-  Write("module.dll", plainModule);
+  Write("module.dll", whole);
   std::filesystem::permissions(Native("module.dll"), std::filesystem::perms::none);
   EXPECT_EQ(RunAsNobody([this] { return static_cast<int>(Open(Native("module.dll"))); }),
             static_cast<int>(kAccessDenied));
