@@ -20,7 +20,7 @@ TEST(UtfTest, JoinsPairsAndCarriesLoneSurrogatesBothWays) {
     std::string utf8;
   } pairs[] = {
       {{}, ""},
-      {Units({0x41, 0x7F}), "A\x7F"},
+      {Units({0x41, 0x7F, 0xE4}), "A\x7F\xC3\xA4"},
       {Units({0x80, 0x7FF}), "\xC2\x80\xDF\xBF"},
       {Units({0x800, 0xFFFF}), "\xE0\xA0\x80\xEF\xBF\xBF"},
       {Units({0xD7FF, 0xE000}), "\xED\x9F\xBF\xEE\x80\x80"},
@@ -78,6 +78,9 @@ TEST(UtfTest, RefusesWhatIsNoUtf8AndLeavesTheResultUntouched) {
       EXPECT_EQ(wide, Units({0x58}));
     }
   }
+  WideString wide;
+  const std::vector<char> cut = {'\xC2'};  // with nothing behind it, not even a terminator
+  EXPECT_FALSE(WideFromUtf8({cut.data(), cut.size()}, wide));
 }
 
 }  // namespace
