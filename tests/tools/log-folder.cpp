@@ -1,34 +1,18 @@
 #include "tools/log-folder.h"
 
-#include <gtest/gtest.h>
-
 #include <chrono>
 #include <fstream>
 #include <thread>
 
-#include "platform/console.h"
-#include "platform/log-file.h"
+#include "tools/tool-test.h"
 
 namespace larder {
 namespace {
 
-constexpr const char* kOwnMark = "_tool-";
 constexpr int kOldest = 5;
 
-std::string ContentOf(const std::filesystem::path& path) {
-  std::ifstream stream(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-}
-
-WideString WideOf(const std::filesystem::path& path) {
-  const std::u8string text = path.u8string();
-  WideString wide;
-  EXPECT_EQ(platform::FullPath(std::string(text.begin(), text.end()), wide), platform::kSuccess);
-  return wide;
-}
-
 bool IsOwn(const std::filesystem::path& file) {
-  return file.filename().string().find(kOwnMark) != std::string::npos;
+  return file.filename().string().find("_tool-") != std::string::npos;
 }
 
 // The log of a handle that was built names the tool's image; that of a failure, the test's module.
@@ -41,8 +25,7 @@ bool IsToolLog(const std::filesystem::path& file) {
 
 }  // namespace
 
-LogFolder::LogFolder(const std::filesystem::path& logsPath)
-    : path((logsPath / "").parent_path()), before(Files()) {
+LogFolder::LogFolder(const std::filesystem::path& logsPath) : path(logsPath), before(Files()) {
   for (auto folder = path; !std::filesystem::exists(folder); folder = folder.parent_path()) {
     madeFolders.push_back(folder);
   }
@@ -78,15 +61,18 @@ void LogFolder::Append(const std::string& name, const std::string& line) {
 
 void LogFolder::Rotate(const std::string& name, const std::string& line) {
   const auto generation = [&](int number) {
-    return WideOf(path / (number == 0 ? name : name + "." + std::to_string(number)));
+    return path / (number == 0 ? name : name + "." + std::to_string(number));
   };
-  platform::RemoveFile(generation(kOldest));
-  for (int i = kOldest; i > 0; --i) platform::RenameFile(generation(i - 1), generation(i));
+  std::error_code ignored;  // a reader may hold a file open
+  std::filesystem::remove(generation(kOldest), ignored);
+  for (int i = kOldest; i > 0; --i) {
+    std::filesystem::rename(generation(i - 1), generation(i), ignored);
+  }
   Append(name, line);
 }
 
-std::set<std::filesystem::path> LogFolder::Files() const {
-  std::set<std::filesystem::path> files;
+LogFolder::Paths LogFolder::Files() const {
+  Paths files;
   std::error_code error;
   for (const auto& entry : std::filesystem::directory_iterator(path, error)) {
     files.insert(entry.path());
@@ -94,19 +80,9 @@ std::set<std::filesystem::path> LogFolder::Files() const {
   return files;
 }
 
-std::map<std::string, std::string> LogFolder::OwnFiles() const {
-  std::map<std::string, std::string> contents;
-  for (const auto& file : Files()) {
-    if (IsOwn(file)) contents[file.filename().string()] = ContentOf(file);
-  }
-  return contents;
-}
-
-std::vector<std::filesystem::path> LogFolder::ToolLogs() const {
-  std::vector<std::filesystem::path> logs;
-  for (const auto& file : Files()) {
-    if (!before.contains(file) && IsToolLog(file)) logs.push_back(file);
-  }
+LogFolder::Paths LogFolder::ToolLogs() const {
+  Paths logs = Files();
+  std::erase_if(logs, [&](const auto& file) { return before.contains(file) || !IsToolLog(file); });
   return logs;
 }
 

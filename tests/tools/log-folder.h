@@ -2,7 +2,6 @@
 #pragma once
 
 #include <filesystem>
-#include <map>
 #include <set>
 #include <string>
 #include <vector>
@@ -14,6 +13,7 @@ namespace larder {
 // has.
 class LogFolder {
  public:
+  using Paths = std::set<std::filesystem::path>;
   static constexpr const char* kMissingModule = "missing-tool-module.dll";
 
   explicit LogFolder(const std::filesystem::path& logsPath);
@@ -33,20 +33,18 @@ class LogFolder {
   // line goes to the old file when another program keeps that from being renamed.
   void Rotate(const std::string& name, const std::string& line);
 
-  // The test's own files with their content.
-  std::map<std::string, std::string> OwnFiles() const;
   // Logs that the tool has written since this object was made. One of a failed start is known by a
   // module that it couldn't load, kMissingModule.
-  std::vector<std::filesystem::path> ToolLogs() const;
+  Paths ToolLogs() const;
   // The same once one of them has this text in it; waits for that.
   std::filesystem::path WaitForToolLog(const std::string& text) const;
 
  private:
-  std::set<std::filesystem::path> Files() const;
+  Paths Files() const;
 
   std::filesystem::path path;
   std::vector<std::filesystem::path> madeFolders;
-  std::set<std::filesystem::path> before;
+  Paths before;
 };
 
 }  // namespace larder

@@ -5,30 +5,92 @@
 
 #include <deque>
 #include <functional>
+#include <map>
+#include <memory>
 #include <string>
+#include <vector>
 
 #include "log-runs.h"
-#include "tools/memory-logs.h"
+#include "platform/file.h"
 
-namespace larder::tool {
+namespace larder {
+namespace {
+
+struct MemoryFile {
+  std::uint64_t index;
+  std::string bytes;
+};
+struct Reading {
+  std::shared_ptr<MemoryFile> file;
+  std::size_t position = 0;
+};
+
+// In place of the platform's files, so that a host's steps can come between any two operations of a
+// reader.
+std::map<WideString, std::shared_ptr<MemoryFile>> Files;
+std::vector<std::unique_ptr<Reading>> Readings;
+std::function<void()> BeforeEachOperation;
+
+Reading& ReadingOf(platform::Handle file) { return *reinterpret_cast<Reading*>(file); }
+
+}  // namespace
+
+platform::Code platform::OpenFileToRead(const WideString& path, Handle& file, FileKind& kind) {
+  BeforeEachOperation();
+  kind = FileKind::kRegular;
+  const auto found = Files.find(path);
+  file = InvalidHandle();
+  if (found == Files.end()) return kFileNotFound;
+  Readings.push_back(std::make_unique<Reading>(Reading{found->second}));
+  file = reinterpret_cast<Handle>(Readings.back().get());
+  return kSuccess;
+}
+
+platform::Code platform::QueryFileInfo(Handle file, FileInfo& info) noexcept {
+  info = {};
+  info.size = ReadingOf(file).file->bytes.size();
+  info.index = ReadingOf(file).file->index;
+  return kSuccess;
+}
+
+platform::Code platform::ReadOn(Handle file, void* buffer, std::size_t size,
+                                std::size_t& got) noexcept {
+  BeforeEachOperation();
+  Reading& reading = ReadingOf(file);
+  got = reading.file->bytes.copy(static_cast<char*>(buffer), size, reading.position);
+  reading.position += got;
+  return kSuccess;
+}
+
+namespace tool {
 namespace {
 
 const WideString kRun = LARDER_WIDE("\\logs\\lr_1.log");
 
+void Append(const std::string& bytes) {
+  static std::uint64_t lastIndex = 0;
+  auto& file = Files[kRun];
+  if (!file) file = std::make_shared<MemoryFile>(MemoryFile{++lastIndex, {}});
+  file->bytes += bytes;
+}
+
+// As a system does: nothing happens without a file, or with one at the new path.
+void Rename(const WideString& from, const WideString& to) {
+  if (Files.contains(from) && !Files.contains(to)) Files[to] = Files.extract(from).mapped();
+}
+
 // The steps that a logger takes, one system call each, and the lines that come of them.
 class Host {
  public:
-  explicit Host(MemoryLogs& target) : logs(target) {}
-
   void PlanLine() {
     const std::string line = "line " + std::to_string(count++);
     lines += line + "\n";
-    Plan([=, this] { logs.Append(kRun, line + "\r\n"); });
+    steps.emplace_back([=] { Append(line + "\r\n"); });
   }
   void PlanRotation() {
-    Plan([this] { logs.Remove(GenerationPath(kRun, kOldestGeneration)); });
+    steps.emplace_back([] { Files.erase(GenerationPath(kRun, kOldestGeneration)); });
     for (std::uint32_t i = kOldestGeneration; i > 0; --i) {
-      Plan([=, this] { logs.Rename(GenerationPath(kRun, i - 1), GenerationPath(kRun, i)); });
+      steps.emplace_back([=] { Rename(GenerationPath(kRun, i - 1), GenerationPath(kRun, i)); });
     }
   }
   void TakeSteps(std::size_t wanted) {
@@ -42,24 +104,16 @@ class Host {
   const std::string& Lines() const { return lines; }
 
  private:
-  void Plan(const std::function<void()>& step) { steps.push_back(step); }
-
-  MemoryLogs& logs;
   std::deque<std::function<void()>> steps;
   std::string lines;
   int count = 0;
 };
 
-// How the host's steps come between the reader's: none before the first operations, then some
-// before each.
-struct Pace {
-  std::size_t idleOperations;
-  std::size_t stepsEach;
-};
-
-void FollowAtPace(Pace pace) {
-  MemoryLogs logs;
-  Host host(logs);
+// No steps of the host come before the reader's first operations, then some before each.
+void FollowAtPace(std::size_t idleOperations, std::size_t stepsEach) {
+  Files.clear();
+  Readings.clear();
+  Host host;
   for (int i = 0; i < 2; ++i) {
     host.PlanLine();
     host.PlanRotation();
@@ -72,8 +126,8 @@ void FollowAtPace(Pace pace) {
     host.PlanLine();
   }
   std::size_t operations = 0;
-  logs.beforeEachOperation = [&] {
-    if (++operations > pace.idleOperations) host.TakeSteps(pace.stepsEach);
+  BeforeEachOperation = [&] {
+    if (++operations > idleOperations) host.TakeSteps(stepsEach);
   };
   testing::internal::CaptureStdout();
   Output output;
@@ -87,14 +141,15 @@ void FollowAtPace(Pace pace) {
   EXPECT_TRUE(reader.Finish());
   EXPECT_TRUE(output.Finish());
   EXPECT_EQ(testing::internal::GetCapturedStdout(), host.Lines())
-      << pace.idleOperations << " operations, then " << pace.stepsEach << " steps before each";
+      << idleOperations << " operations, then " << stepsEach << " steps before each";
 }
 
 TEST(LogReaderTest, NoLineIsLostOrRepeatedWhereverTheHostRotates) {
   for (std::size_t idle = 0; idle < 60; ++idle) {
-    for (const std::size_t steps : {1U, 2U, 3U, 5U, 8U, 100U}) FollowAtPace({idle, steps});
+    for (const std::size_t steps : {1U, 2U, 3U, 5U, 8U, 100U}) FollowAtPace(idle, steps);
   }
 }
 
 }  // namespace
-}  // namespace larder::tool
+}  // namespace tool
+}  // namespace larder

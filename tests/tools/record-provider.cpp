@@ -2,12 +2,10 @@
 // its life, its queries and the blocks that come back as fixtures do (event-log.h).
 #include <larder/provider.h>
 
-#include <array>
 #include <cstddef>
 #include <cstring>
 #include <stdexcept>
 #include <string>
-#include <vector>
 
 #include "fixtures/event-log.h"
 #include "platform/event.h"
@@ -16,7 +14,7 @@
 
 namespace {
 
-using Bytes = std::vector<unsigned char>;
+using larder::RecordBytes;
 
 // The last part of the path; the names are ASCII.
 std::string NameOf(const void* objectDescriptor) {
@@ -32,73 +30,39 @@ std::string NameOf(const void* objectDescriptor) {
   return name;
 }
 
-template <typename Record>
-void Append(Bytes& block, const Record& record, std::size_t trailing = 0) {
-  const auto* bytes = reinterpret_cast<const unsigned char*>(&record);
-  block.insert(block.end(), bytes, bytes + sizeof record);
-  block.resize(block.size() + trailing);
+// Chains of real certificates, one certificate that is none, and a chain that is none.
+RecordBytes CertifiedRecord(FileDataRecord facts) {
+  using larder::CertificateFile;
+  std::memset(facts.peMD5, 0x77, sizeof facts.peMD5);
+  return larder::FileRecordBytes(facts, {{CertificateFile("signer"), CertificateFile("ca")},
+                                         {CertificateFile("utf8")},
+                                         {CertificateFile("ca"), CertificateFile("text")},
+                                         {{}}});
 }
 
-FileDataRecord Facts(std::uint32_t option) {
-  FileDataRecord facts{};
-  facts.fileId = option;
-  return facts;
-}
-
-Bytes PlainRecord(std::uint32_t option, std::uint32_t certSize) {
-  Bytes block;
-  Append(block, Facts(option));
-  Append(block, CertChainRecord{0, 0});
-  Append(block, CertDataRecord{0, certSize});
+// A certificate follows that has more bytes than the record.
+RecordBytes CutRecord(const FileDataRecord& facts) {
+  RecordBytes block;
+  larder::AppendRecord(block, facts);
+  larder::AppendRecord(block, CertChainRecord{0, 0});
+  larder::AppendRecord(block, CertDataRecord{0, 1});
   return block;
 }
-
-constexpr std::uint8_t kKept = 1;
 
 // One that FreeQuery knows again.
-Bytes KeptRecord(std::uint32_t option) {
-  Bytes block = PlainRecord(option, 0);
-  block[offsetof(FileDataRecord, reserved)] = kKept;
+constexpr std::uint8_t kKept = 1;
+constexpr std::size_t kMark = offsetof(FileDataRecord, reserved);
+
+RecordBytes Record(const std::string& name, std::uint32_t option) {
+  FileDataRecord facts{};
+  facts.fileId = option;
+  if (name == "certified") return CertifiedRecord(facts);
+  if (name == "cut") return CutRecord(facts);
+  if (name == "small" || name == "tiny") return RecordBytes(sizeof(DataBlockHeader));
+  if (name == "dump") return RecordBytes(100, 0xAA);
+  RecordBytes block = larder::FileRecordBytes(facts, {{{}}});
+  if (name == "kept") block[kMark] = kKept;
   return block;
-}
-
-bool IsKept(const unsigned char* block) {
-  DataBlockHeader header{};
-  std::memcpy(&header, block, sizeof header);
-  return header.dataSize >= sizeof(FileDataRecord) &&
-         block[offsetof(FileDataRecord, reserved)] == kKept;
-}
-
-// Two chains; a gap behind the first certificate.
-Bytes SignedRecord(std::uint32_t option) {
-  FileDataRecord facts = Facts(option);
-  std::memset(facts.peMD5, 0x77, sizeof facts.peMD5);
-  Bytes block;
-  Append(block, facts);
-  Append(block, CertChainRecord{8 + 16 + 11, 0});
-  Append(block, CertDataRecord{16, 5}, 8);
-  Append(block, CertDataRecord{0, 3}, 3);
-  Append(block, CertChainRecord{0, 0});
-  Append(block, CertDataRecord{0, 1}, 1);
-  return block;
-}
-
-// Two chains of real certificates, one certificate that is none, and a chain that is none.
-Bytes CertifiedRecord(std::uint32_t option) {
-  using larder::CertificateFile;
-  return larder::FileRecordBytes(Facts(option), {{CertificateFile("signer"), CertificateFile("ca")},
-                                                 {CertificateFile("utf8"), CertificateFile("text")},
-                                                 {{}}});
-}
-
-Bytes Record(const std::string& name, std::uint32_t option) {
-  if (name == "kept") return KeptRecord(option);
-  if (name == "signed") return SignedRecord(option);
-  if (name == "certified") return CertifiedRecord(option);
-  if (name == "cut") return PlainRecord(option, 1);
-  if (name == "small" || name == "tiny") return Bytes(sizeof(DataBlockHeader));
-  if (name == "dump") return Bytes(100, 0xAA);
-  return PlainRecord(option, 0);
 }
 
 // Tells that a query is running, and stays in it until it is told to go on.
@@ -126,7 +90,7 @@ class RecordProvider final : public IDataProvider {
     const std::string name = NameOf(objectDescriptor);
     if (name == "staying") StayInQuery();
     if (name == "failing") throw std::runtime_error("a failure");
-    Bytes block = Record(name, queryOption);
+    RecordBytes block = Record(name, queryOption);
     const DataBlockHeader header{name == "tiny" ? 7U : static_cast<std::uint32_t>(block.size()),
                                  name == "foreign" ? RECORD_TYPE + 1 : RECORD_TYPE};
     std::memcpy(block.data(), &header, sizeof header);
@@ -135,7 +99,9 @@ class RecordProvider final : public IDataProvider {
 
   void FreeQuery(DbBuffer* data) override {
     fixture::Report("free");
-    const bool isKept = IsKept(data->data);
+    DataBlockHeader header{};
+    std::memcpy(&header, data->data, sizeof header);
+    const bool isKept = header.dataSize > kMark && data->data[kMark] == kKept;
     data->Reset();
     if (isKept) throw std::runtime_error("the block is kept");
   }

@@ -1,6 +1,5 @@
 #include <gmock/gmock.h>
 
-#include <algorithm>
 #include <fstream>
 
 #include "tools/tool-test.h"
@@ -9,6 +8,7 @@ namespace larder {
 namespace {
 
 using testing::AllOf;
+using testing::ElementsAre;
 using testing::EndsWith;
 using testing::HasSubstr;
 using testing::Not;
@@ -45,8 +45,7 @@ class DataFolder {
 
 class RemoveCommandTest : public ToolTest {
  protected:
-  RemoveCommandTest()
-      : data(PathOf(LinesOf(MustRun({"log", "path"})).front()).parent_path().parent_path()) {
+  RemoveCommandTest() : data(LogsPath().parent_path()) {
     MustRun({"registry", "set", "Logging", "szOther", "text"});
   }
 
@@ -54,9 +53,8 @@ class RemoveCommandTest : public ToolTest {
 
   // A folder of modules that the registry names; gives the registry's text.
   std::string MakeProgramFolder() {
-    std::filesystem::create_directories(ProgramFolder() / "inner");
-    std::ofstream(ProgramFolder() / "inner" / "file") << "content";
-    const std::string text = RegistryTextOf(ProgramFolder());
+    MakeFile("modules/inner/file", "content");
+    std::string text = RegistryTextOf(ProgramFolder());
     MustRun({"registry", "set", "Install", "szLocation", text});
     return text;
   }
@@ -67,7 +65,7 @@ class RemoveCommandTest : public ToolTest {
 
 TEST_F(RemoveCommandTest, NothingGoesWithoutAYes) {
   for (const char* answer : {"", "\n", "n\n", "yep\n", " y\n", "no, yes\ny\n"}) {
-    const ToolRun run = RunAnswering(answer, {"remove", "--registry", "--data"});
+    const ToolRun run = Run({"remove", "--registry", "--data"}, answer);
     EXPECT_EQ(run.status, 1) << answer;
     EXPECT_EQ(run.errors, "larder: nothing was deleted\n") << answer;
     EXPECT_THAT(run.output,
@@ -81,43 +79,34 @@ TEST_F(RemoveCommandTest, NothingGoesWithoutAYes) {
 }
 
 TEST_F(RemoveCommandTest, AYesLetsGoWhatWasChosenAndNothingElse) {
-  ToolRun run = RunAnswering("y\n", {"remove", "--data"});
-  EXPECT_EQ(run.status, 0);
-  EXPECT_EQ(run.errors, "");
+  EXPECT_EQ(Run({"remove", "--data"}, "y\n").status, 0);
   EXPECT_FALSE(data.Exists());
   EXPECT_TRUE(HasRegistry());
-  run = RunAnswering("yes\r\n", {"remove", "--registry"});
-  EXPECT_EQ(run.status, 0);
-  EXPECT_EQ(run.errors, "");
+  EXPECT_EQ(Run({"remove", "--registry"}, "yes\r\n").status, 0);
   EXPECT_FALSE(HasRegistry());
 }
 
 TEST_F(RemoveCommandTest, WithYesNobodyIsAskedAndWhatIsGoneIsWell) {
   const std::string program = MakeProgramFolder();
-  const std::vector<std::string> arguments = {"remove",     "--yes",     "--data",
-                                              "--registry", "--program", program};
-  EXPECT_THAT(MustRun(arguments),
+  EXPECT_THAT(MustRun({"remove", "--yes", "--data", "--registry", "--program", program}),
               AllOf(Not(HasSubstr("[y/N]")), HasSubstr("deleted: registry key Software")));
   EXPECT_FALSE(data.Exists());
   EXPECT_FALSE(HasRegistry());
   EXPECT_FALSE(std::filesystem::exists(ProgramFolder()));
-  const std::string again = MustRun({"remove", "--data", "--registry"});
-  EXPECT_THAT(LinesOf(again), testing::Each(StartsWith("not there: ")));
-  EXPECT_EQ(LinesOf(again).size(), 2u);
+  EXPECT_THAT(MustList({"remove", "--data", "--registry"}),
+              ElementsAre(StartsWith("not there: "), StartsWith("not there: ")));
 }
 
 TEST_F(RemoveCommandTest, AnotherProgramDirectoryGoesOnlyWhenItIsNamed) {
   const std::string program = MakeProgramFolder();
-  const std::vector<std::vector<std::string>> refused = {
+  const std::vector<Words> refused = {
       {"remove", "--program", "--yes"},
       {"remove", "--yes", "--data", "--program"},
       {"remove", "--yes", "--data", "--program", RegistryTextOf(machine.Folder())},
       {"remove", "--yes", "--data", "--program", program.substr(0, program.size() - 1)}};
   for (const auto& arguments : refused) {
-    const ToolRun run = Run(arguments);
-    EXPECT_EQ(run.status, 1);
-    EXPECT_EQ(run.output, "");
-    EXPECT_THAT(run.errors, AllOf(StartsWith("larder: nothing was deleted: "), HasSubstr(program)));
+    EXPECT_THAT(MustFail(arguments),
+                AllOf(StartsWith("larder: nothing was deleted: "), HasSubstr(program)));
     EXPECT_TRUE(std::filesystem::exists(ProgramFolder() / "inner" / "file"));
     EXPECT_TRUE(data.Exists());
   }
@@ -128,18 +117,23 @@ TEST_F(RemoveCommandTest, AnotherProgramDirectoryGoesOnlyWhenItIsNamed) {
 // Without --yes and with nobody to ask, so that not even a broken tool would delete anything.
 TEST_F(RemoveCommandTest, NoRootNoShortPathAndNoDetourIsDeleted) {
   const std::string here = RegistryTextOf(machine.Folder());
-  for (const std::string& location :
-       {std::string("\\"), std::string("C:\\"), std::string("C:"),
-        std::string("\\no-such-folder\\"), std::string("C:\\no-such-folder\\"),
-        std::string("modules\\inner\\"), std::string(".\\"), std::string("\\\\server\\share\\"),
-        std::string("\\\\server\\share\\folder\\"), here + "..\\modules\\", here + "*",
-        here + "modul?s\\", here + "modules\\\\\\\\"}) {
+  Words locations = {"\\",
+                     "C:\\",
+                     "C:",
+                     "\\no-such-folder\\",
+                     "C:\\no-such-folder\\",
+                     "modules\\inner\\",
+                     ".\\",
+                     "\\\\server\\share\\",
+                     "\\\\server\\share\\folder\\"};
+  for (const char* end : {"..\\modules\\", "*", "modul?s\\", "modules\\\\\\\\"}) {
+    locations.push_back(here + end);
+  }
+  for (const std::string& location : locations) {
     MustRun({"registry", "set", "Install", "szLocation", location});
-    const ToolRun run = Run({"remove", "--program", location});
-    EXPECT_EQ(run.status, 1) << location;
-    EXPECT_EQ(run.output, "") << location;
-    EXPECT_EQ(run.errors, "larder: nothing was deleted: \"" + location +
-                              "\" is no full path of a folder at least two deep\n");
+    EXPECT_EQ(MustFail({"remove", "--program", location}),
+              "larder: nothing was deleted: \"" + location +
+                  "\" is no full path of a folder at least two deep\n");
   }
 }
 
@@ -147,9 +141,8 @@ TEST_F(RemoveCommandTest, ARealInstallationKeepsItsRegistry) {
   MustRun({"registry", "set", "Install", "szLocation",
            "c:\\program files\\common files\\velmor\\baserack\\"});
   const std::string before = MustRun({"registry", "list"});
-  const ToolRun run = Run({"remove", "--data", "--registry", "--yes"});
-  EXPECT_EQ(run.status, 1);
-  EXPECT_THAT(run.errors, HasSubstr("nothing was deleted: szLocation names the place of a real"));
+  EXPECT_THAT(MustFail({"remove", "--data", "--registry", "--yes"}),
+              HasSubstr("nothing was deleted: szLocation names the place of a real"));
   EXPECT_EQ(MustRun({"registry", "list"}), before);
   EXPECT_TRUE(data.Exists());
 }

@@ -17,16 +17,12 @@ int RunProgram(const std::filesystem::path& program, const std::vector<std::stri
                const std::filesystem::path& output, const std::filesystem::path& errors,
                const std::filesystem::path& input = {});
 
-// The same with a pipe as standard output that nobody reads from any more.
-int RunProgramIntoClosedPipe(const std::filesystem::path& program,
-                             const std::vector<std::string>& arguments,
-                             const std::filesystem::path& errors);
-
 // A program that runs beside the test. Standard error goes to a file, standard input is empty.
 class RunningProgram {
  public:
+  // Without a reader, standard output is a pipe that nobody reads from any more.
   RunningProgram(const std::filesystem::path& program, const std::vector<std::string>& arguments,
-                 const std::filesystem::path& errors);
+                 const std::filesystem::path& errors, bool hasReader = true);
   // Ends the program at once if it still runs.
   ~RunningProgram();
   RunningProgram(const RunningProgram&) = delete;

@@ -96,31 +96,22 @@ TEST(OrderedWorkTest, NoMoreThanTheWindowIsBegunBeforeTheFirstAnswerIsTaken) {
   EXPECT_EQ(TakeAll(work).size(), 100u);
 }
 
-TEST(OrderedWorkTest, AFileThatHasItsAnswerAlreadyIsNotAskedAbout) {
-  int left = 1;
-  OrderedWork work(
-      2, 4,
-      [&](ScanResult& result) {
-        result.error = "unreadable";
-        return left-- > 0;
-      },
-      [](ScanResult& result) { result.text = "asked"; });
-  EXPECT_THAT(TakeAll(work), testing::ElementsAre("unreadable"));
-}
-
-TEST(OrderedWorkTest, AnExceptionIsAnAnswersErrorAndOneOutOfTheWalkTheLastAnswer) {
+TEST(OrderedWorkTest, ErrorsOfTheWalkAreAnswersAndSoAreExceptions) {
   int given = 0;
   OrderedWork work(
       1, 4,
       [&](ScanResult& result) {
-        if (given == 2) throw std::runtime_error("the walk failed");
+        if (given == 3) throw std::runtime_error("the walk failed");
+        if (given == 2) result.error = " unreadable";
         result.path = std::to_string(given++);
         return true;
       },
       [](ScanResult& result) {
+        result.text = " asked";
         if (result.path == "0") throw std::runtime_error(" failed");
       });
-  EXPECT_THAT(TakeAll(work), testing::ElementsAre("0 failed", "1", "the walk failed"));
+  EXPECT_THAT(TakeAll(work),
+              testing::ElementsAre("0 asked failed", "1 asked", "2 unreadable", "the walk failed"));
 }
 
 TEST(OrderedWorkTest, WhatIsUnderWayIsWaitedForAndNothingElseBegunOnceItIsStopped) {
@@ -139,26 +130,19 @@ TEST(OrderedWorkTest, WhatIsUnderWayIsWaitedForAndNothingElseBegunOnceItIsStoppe
   EXPECT_LE(asked, 6);
 }
 
-TEST(ProgressLineTest, WithoutATotalThereAreCountsAndRates) {
+TEST(ProgressLineTest, ATotalGivesABarAndTheTimeLeftAndNoneJustCounts) {
   EXPECT_EQ(ProgressLine({3, 4'000'000, 0, 1}, std::nullopt, 2, 79),
             "4 files  4.0 MB  1 files/s, 2.0 MB/s");
-}
-
-TEST(ProgressLineTest, WithATotalThereIsABarAndTheTimeLeft) {
-  EXPECT_EQ(ProgressLine({50, 500'000, 0, 0}, Amount{100, 1'000'000}, 90, 79),
+  const ScanCounts half{50, 500'000, 0, 0};
+  EXPECT_EQ(ProgressLine(half, Amount{100, 1'000'000}, 90, 79),
             "[#####-----] 50%  1:30 left  50/100 files  500.0 kB  0 files/s, 5.6 kB/s");
+  EXPECT_EQ(ProgressLine(half, Amount{100, 1'000'000}, 90, 16), "[#####-----] 50%");
   EXPECT_THAT(ProgressLine({1, 0, 0, 0}, Amount{100, 0}, 360, 79), HasSubstr(" 9.9 h left "));
-}
-
-TEST(ProgressLineTest, ATreeThatGrewOrIsEmptyIsNeverMoreThanDone) {
+  // A tree that grew, and empty ones.
   EXPECT_THAT(ProgressLine({200, 0, 0, 0}, Amount{100, 0}, 1, 79),
               StartsWith("[##########] 100%  0:00 left  200/100 files"));
   EXPECT_THAT(ProgressLine({}, Amount{}, 0, 79), StartsWith("[##########] 100%"));
   EXPECT_THAT(ProgressLine({}, Amount{9, 9}, 1, 79), StartsWith("[----------] 0%  0/9 files"));
-}
-
-TEST(ProgressLineTest, ANarrowTerminalGetsItsBeginning) {
-  EXPECT_EQ(ProgressLine({50, 500'000, 0, 0}, Amount{100, 1'000'000}, 90, 16), "[#####-----] 50%");
 }
 
 TEST(ScanReportTest, PathsAndReasonsAreListedUpToALimitAndCountedBeyond) {
@@ -183,13 +167,10 @@ TEST(ScanReportTest, PathsAndReasonsAreListedUpToALimitAndCountedBeyond) {
 }
 
 TEST(SizeTextTest, SizesHaveOneDigitBehindThePointAndThreeInFrontAtMost) {
-  EXPECT_EQ(SizeText(0), "0 bytes");
-  EXPECT_EQ(SizeText(1), "1 byte");
-  EXPECT_EQ(SizeText(999), "999 bytes");
-  EXPECT_EQ(SizeText(1000), "1.0 kB");
-  EXPECT_EQ(SizeText(999'949), "999.9 kB");
-  EXPECT_EQ(SizeText(999'950), "1.0 MB");
-  EXPECT_EQ(SizeText(UINT64_MAX), "18.4 EB");
+  const std::vector<std::pair<std::uint64_t, std::string>> sizes = {
+      {0, "0 bytes"},        {1, "1 byte"},       {999, "999 bytes"},     {1000, "1.0 kB"},
+      {999'949, "999.9 kB"}, {999'950, "1.0 MB"}, {UINT64_MAX, "18.4 EB"}};
+  for (const auto& [size, text] : sizes) EXPECT_EQ(SizeText(size), text);
 }
 
 }  // namespace

@@ -7,73 +7,71 @@
 #include "platform/console.h"
 #include "platform/module.h"
 #include "platform/utf.h"
-#include "tools/run-program.h"
 
 namespace larder {
 
-ToolRun ToolTest::Run(const std::vector<std::string>& arguments) {
-  return RunCopy(ToolPath(), arguments);
-}
-
-ToolRun ToolTest::RunCopy(const std::filesystem::path& tool,
-                          const std::vector<std::string>& arguments) {
+ToolRun ToolTest::Run(const Words& arguments, const std::string& input) {
   const auto output = machine.Folder() / "standard-output";
   const auto errors = machine.Folder() / "standard-error";
-  const int status = RunProgram(tool, arguments, output, errors);
+  const int status = RunProgram(tool, arguments, output, errors, MakeFile("standard-input", input));
   return {status, ContentOf(output), ContentOf(errors)};
 }
 
-ToolRun ToolTest::RunAnswering(const std::string& input,
-                               const std::vector<std::string>& arguments) {
-  const auto output = machine.Folder() / "standard-output";
-  const auto errors = machine.Folder() / "standard-error";
-  const auto answers = MakeFile("standard-input", input);
-  const int status = RunProgram(ToolPath(), arguments, output, errors, answers);
-  return {status, ContentOf(output), ContentOf(errors)};
-}
-
-std::string ToolTest::MustRun(const std::vector<std::string>& arguments) {
+std::string ToolTest::MustRun(const Words& arguments) {
   const ToolRun run = Run(arguments);
   EXPECT_EQ(run.status, 0) << testing::PrintToString(arguments);
   EXPECT_EQ(run.errors, "") << testing::PrintToString(arguments);
   return run.output;
 }
 
-std::unique_ptr<RunningProgram> ToolTest::Start(const std::vector<std::string>& arguments) {
-  return std::make_unique<RunningProgram>(ToolPath(), arguments, machine.Folder() / "started");
+std::string ToolTest::MustFail(const Words& arguments, int status) {
+  const ToolRun run = Run(arguments);
+  EXPECT_EQ(run.status, status) << testing::PrintToString(arguments);
+  EXPECT_EQ(run.output, "") << testing::PrintToString(arguments);
+  return run.errors;
 }
 
-std::string ToolTest::ErrorsOfStarted() const { return ContentOf(machine.Folder() / "started"); }
+std::unique_ptr<RunningProgram> ToolTest::Start(const Words& arguments, bool hasReader) {
+  return std::make_unique<RunningProgram>(tool, arguments, machine.Folder() / "started", hasReader);
+}
 
-void ToolTest::RegisterModules(const std::vector<std::string>& names) {
+void ToolTest::RegisterModules(const Words& names) {
+  const auto copy = [&](const std::string& name) {
+    std::filesystem::copy_file(BuiltFile(name), machine.Folder() / name);
+  };
   MustRun({"registry", "set", "Install", "szLocation", RegistryTextOf(machine.Folder())});
   for (const std::string& name : names) {
-    CopyModule(name);
-    if (name == "feed-file.dll") CopyModule("stock-file-query.dll");
+    copy(name);
+    if (name == "feed-file.dll") copy("stock-file-query.dll");
     MustRun({"registry", "set", "DataProviders\\" + name, "szDLL", name});
   }
 }
 
-void ToolTest::CopyModule(const std::string& name) {
-  std::filesystem::copy_file(BuiltFile(name), machine.Folder() / name);
-}
-
-std::filesystem::path ToolTest::CopyTool(const std::string& folder) {
-  const std::filesystem::path copy = machine.Folder() / folder;
-  std::filesystem::create_directories(copy);
-  std::filesystem::copy_file(ToolPath(), copy / LARDER_TOOL_FILE);
-  for (const auto& entry : std::filesystem::directory_iterator(ToolPath().parent_path())) {
+void ToolTest::CopyTool(const std::string& name) {
+  const std::filesystem::path folder = machine.Folder() / name;
+  std::filesystem::create_directories(folder);
+  std::filesystem::copy_file(tool, folder / LARDER_TOOL_FILE);
+  for (const auto& entry : std::filesystem::directory_iterator(tool.parent_path())) {
     const std::string extension = entry.path().extension().string();
     if (extension != ".dll" && extension != ".so") continue;
-    std::filesystem::copy_file(entry.path(), copy / entry.path().filename());
+    std::filesystem::copy_file(entry.path(), folder / entry.path().filename());
   }
-  return copy / LARDER_TOOL_FILE;
+  tool = folder / LARDER_TOOL_FILE;
 }
 
 std::filesystem::path ToolTest::MakeFile(const std::string& utf8Name, const std::string& content) {
   const std::filesystem::path path = machine.Folder() / PathOf(utf8Name);
+  std::filesystem::create_directories(path.parent_path());
   std::ofstream(path, std::ios::binary) << content;
   return path;
+}
+
+std::string ToolTest::InFolder(const std::string& utf8Name) const {
+  return Utf8Of(machine.Folder()) + "/" + utf8Name;
+}
+
+std::filesystem::path ToolTest::LogsPath() {
+  return PathOf(MustList({"log", "path"}).at(0)).parent_path();
 }
 
 std::string ToolTest::RegistryTextOf(const std::filesystem::path& folder) {
@@ -85,12 +83,8 @@ std::string ToolTest::RegistryTextOf(const std::filesystem::path& folder) {
 std::filesystem::path ToolTest::BuiltFile(const std::string& name) {
   WideString image;
   EXPECT_EQ(platform::HostImagePath(image), platform::kSuccess);
-  std::string text = platform::Utf8FromWide(image);
-  std::replace(text.begin(), text.end(), '\\', '/');
-  return PathOf(text).parent_path() / name;
+  return PathOf(platform::PathText(image)).parent_path() / name;
 }
-
-std::filesystem::path ToolTest::ToolPath() { return BuiltFile(LARDER_TOOL_FILE); }
 
 std::filesystem::path ToolTest::PathOf(const std::string& utf8) {
   return {std::u8string(utf8.begin(), utf8.end())};
@@ -101,16 +95,16 @@ std::string ToolTest::Utf8Of(const std::filesystem::path& path) {
   return {text.begin(), text.end()};
 }
 
-std::vector<std::string> ToolTest::LinesOf(const std::string& text) {
-  std::vector<std::string> lines;
+Words ToolTest::LinesOf(const std::string& text) {
+  Words lines;
   std::istringstream stream(text);
   for (std::string line; std::getline(stream, line);) lines.push_back(line);
   return lines;
 }
 
-std::string ToolTest::ContentOf(const std::filesystem::path& path) {
+std::string ContentOf(const std::filesystem::path& path) {
   std::ifstream stream(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+  return {std::istreambuf_iterator<char>(stream), {}};
 }
 
 }  // namespace larder

@@ -1,38 +1,33 @@
 #include <gmock/gmock.h>
 
-#include "tools/run-program.h"
+#include "tools/log-folder.h"
 #include "tools/tool-test.h"
 
 namespace larder {
 namespace {
 
+using testing::AllOf;
 using testing::HasSubstr;
+using testing::Not;
 using testing::StartsWith;
 
 using UsageTest = ToolTest;
 
-TEST_F(UsageTest, TheVersionIsPrinted) { EXPECT_EQ(MustRun({"--version"}), "larder 0.1.0\n"); }
-
-TEST_F(UsageTest, HelpGoesToStandardOutputAndNamesWhatThereIs) {
-  EXPECT_THAT(MustRun({"--help"}),
-              testing::AllOf(HasSubstr("registry"), HasSubstr("query"), HasSubstr("scan"),
-                             HasSubstr("notify"), HasSubstr("log"), HasSubstr("setup"),
-                             HasSubstr("remove")));
-  EXPECT_THAT(MustRun({"notify", "--help"}), HasSubstr("--reset"));
+TEST_F(UsageTest, VersionAndHelpGoToStandardOutputUnlessNothingWasAskedFor) {
+  EXPECT_EQ(MustRun({"--version"}), "larder 0.1.0\n");
+  const std::string help = MustRun({"--help"});
+  for (const std::string command :
+       {"registry", "query", "scan", "notify", "log", "setup", "status", "remove"}) {
+    EXPECT_THAT(help, HasSubstr("  " + command + " "));
+  }
+  EXPECT_THAT(help, Not(HasSubstr("probe-provider")));
   EXPECT_THAT(MustRun({"log", "show", "--help"}), HasSubstr("--follow"));
-  EXPECT_THAT(MustRun({"query", "--help"}), HasSubstr("--option"));
   EXPECT_THAT(MustRun({"registry", "set", "--help"}), HasSubstr("REG_EXPAND_SZ"));
-}
-
-TEST_F(UsageTest, WithoutArgumentsTheHelpIsAnError) {
-  const ToolRun run = Run({});
-  EXPECT_EQ(run.status, 2);
-  EXPECT_EQ(run.output, "");
-  EXPECT_THAT(run.errors, testing::AllOf(HasSubstr("registry"), HasSubstr("query")));
+  EXPECT_EQ(MustFail({}, 2), help);
 }
 
 struct UsageError {
-  std::vector<std::string> arguments;
+  Words arguments;
   std::string named;  // what the message must name
 };
 
@@ -60,6 +55,9 @@ TEST_F(UsageTest, EachUsageErrorHasStatusTwoAndNamesItsReason) {
       {{"query", "--option", "-1", "a"}, "-1"},
       {{"query", "--option", "4294967296", "a"}, "4294967296"},
       {{"query", "a", "--loud"}, "--loud"},
+      {{"query", "--dump", "--json", "a"}, "--json"},
+      {{"query", "--dump", "--type", "3", "a"}, "the file provider's records (--type 1) only"},
+      {{"query", "--json", "--type", "3", "a"}, "the file provider's records (--type 1) only"},
       {{"scan"}, "DIR"},
       {{"scan", "--threads", "0", "a"}, "0"},
       {{"scan", "--threads", "257", "a"}, "257"},
@@ -71,50 +69,48 @@ TEST_F(UsageTest, EachUsageErrorHasStatusTwoAndNamesItsReason) {
       {{"notify", "upgrade", "--wait"}, "MESSAGE"},
       {{"notify", "--reset", "--wait"}, "MESSAGE"},
       {{"notify", "upgrade", "--once"}, "--once"},
-      {{"notify", "--once"}, "MESSAGE"},
       {{"notify", "upgrade", "uninstall"}, "uninstall"},
       {{"log"}, "command"},
-      {{"log", "of"}, "of"},
       {{"log", "on", "--follow"}, "--follow"},
       {{"log", "show", "one.log", "two.log"}, "two.log"},
       {{"setup", "more"}, "more"},
-      {{"setup", "--logs"}, "--logs"},
-      {{"remove"}, "--registry, --data and --program"},
+      {{"status", "--timeout", "0"}, "no number from 1 to 3600: 0"},
+      {{"status", "--timeout", "3601"}, "no number from 1 to 3600: 3601"},
+      {{"status", "--timeout", "ten"}, "no number from 1 to 3600: ten"},
       {{"remove", "--yes"}, "--registry, --data and --program"},
-      {{"remove", "--registry", "more"}, "more"},
       {{"remove", "--program", "one", "two"}, "two"},
   };
-  for (const UsageError& error : errors) {
-    const ToolRun run = Run(error.arguments);
-    const std::string shown = testing::PrintToString(error.arguments);
-    EXPECT_EQ(run.status, 2) << shown;
-    EXPECT_EQ(run.output, "") << shown;
-    EXPECT_THAT(run.errors, StartsWith("larder: ")) << shown;
-    EXPECT_THAT(run.errors, HasSubstr(error.named)) << shown;
+  for (const auto& [arguments, named] : errors) {
+    EXPECT_THAT(MustFail(arguments, 2), AllOf(StartsWith("larder: "), HasSubstr(named)))
+        << testing::PrintToString(arguments);
   }
 }
 
 TEST_F(UsageTest, ANumberThatIsNoneIsRefusedAndSetsNothing) {
   for (const char* number : {"4294967296", "0x100000000", "-1", "+1", "12a", "0x", "0xg", " 1", "",
                              "1.0", "99999999999999999999999"}) {
-    const ToolRun run =
-        Run({"registry", "set", "--type", "REG_DWORD", "--", "Install", "a", number});
-    EXPECT_EQ(run.status, 2) << number;
-    EXPECT_THAT(run.errors, HasSubstr(number)) << number;
+    EXPECT_THAT(MustFail({"registry", "set", "--type", "REG_DWORD", "--", "key", "a", number}, 2),
+                HasSubstr(std::string("no number from 0 to 4294967295: ") + number));
   }
-  EXPECT_EQ(Run({"registry", "get", "Install", "a"}).status, 1);
+  MustFail({"registry", "get", "key", "a"});
 }
 
-TEST_F(UsageTest, OutputIntoAClosedPipeIsAFailureWithAMessage) {
-  MustRun({"registry", "set", "Install", "a", "b"});
-  const auto errors = machine.Folder() / "errors";
-  for (const std::vector<std::string>& arguments : {std::vector<std::string>{"--version"},
-                                                    {"--help"},
-                                                    {"registry", "list"},
-                                                    {"registry", "get", "Install", "a"}}) {
-    EXPECT_EQ(RunProgramIntoClosedPipe(ToolPath(), arguments, errors), 1)
-        << testing::PrintToString(arguments);
-    EXPECT_THAT(ContentOf(errors), StartsWith("larder: cannot write to standard output: "));
+TEST_F(UsageTest, OutputIntoAClosedPipeEndsEachCommandAsAFailure) {
+  RegisterModules({"feed-file.dll"});
+  LogFolder logs(LogsPath());
+  logs.Write("lr_tool-A.log", {"line"});
+  for (int i = 0; i < 200; ++i) MakeFile("tree/" + std::to_string(i), "abc");
+  const std::string file = InFolder("tree/0");
+  for (const Words& arguments : std::vector<Words>{{"--version"},
+                                                   {"--help"},
+                                                   {"registry", "list"},
+                                                   {"registry", "get", "Install", "szLocation"},
+                                                   {"query", file, file},
+                                                   {"scan", InFolder("tree")},
+                                                   {"notify", "--wait"},
+                                                   {"log", "show", "lr_tool-A.log", "--follow"}}) {
+    EXPECT_EQ(Start(arguments, false)->Wait(), 1) << testing::PrintToString(arguments);
+    EXPECT_THAT(ErrorsOfStarted(), StartsWith("larder: cannot write to standard output: "));
   }
 }
 

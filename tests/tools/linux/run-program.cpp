@@ -73,20 +73,6 @@ int RunProgram(const std::filesystem::path& program, const std::vector<std::stri
   return WaitFor(Start(program, arguments, actions));
 }
 
-int RunProgramIntoClosedPipe(const std::filesystem::path& program,
-                             const std::vector<std::string>& arguments,
-                             const std::filesystem::path& errors) {
-  int ends[2];
-  Require(pipe2(ends, O_CLOEXEC) == 0 ? 0 : errno, "pipe");
-  close(ends[0]);
-  FileActions actions;
-  OpenCommon(actions, errors);
-  actions.Duplicate(ends[1], STDOUT_FILENO);
-  const int status = WaitFor(Start(program, arguments, actions));
-  close(ends[1]);
-  return status;
-}
-
 struct RunningProgram::Parts {
   pid_t child = 0;  // 0 once it has been waited for
   int output = -1;
@@ -94,15 +80,19 @@ struct RunningProgram::Parts {
 
 RunningProgram::RunningProgram(const std::filesystem::path& program,
                                const std::vector<std::string>& arguments,
-                               const std::filesystem::path& errors)
+                               const std::filesystem::path& errors, bool hasReader)
     : parts(std::make_unique<Parts>()) {
   int ends[2];
   Require(pipe2(ends, O_CLOEXEC) == 0 ? 0 : errno, "pipe");
+  if (hasReader) {
+    parts->output = ends[0];
+  } else {
+    close(ends[0]);
+  }
   FileActions actions;
   OpenCommon(actions, errors);
   actions.Duplicate(ends[1], STDOUT_FILENO);
   parts->child = Start(program, arguments, actions);
-  parts->output = ends[0];
   close(ends[1]);
 }
 

@@ -48,12 +48,6 @@ Pipe MakePipe() {
   return pipe;
 }
 
-HANDLE OpenClosedPipe() {
-  const Pipe pipe = MakePipe();
-  CloseHandle(pipe.reading);
-  return pipe.writing;
-}
-
 std::wstring CommandLine(const std::filesystem::path& program,
                          const std::vector<std::string>& arguments) {
   std::wstring line;
@@ -91,27 +85,14 @@ int WaitFor(HANDLE process) {
   return static_cast<int>(status);
 }
 
-int StartAndWait(const std::filesystem::path& program, const std::vector<std::string>& arguments,
-                 HANDLE output, const std::filesystem::path& errors,
-                 const std::filesystem::path& input = {}) {
-  const Inherited process(Start(program, arguments, output, errors, input));
-  return WaitFor(process.handle);
-}
-
 }  // namespace
 
 int RunProgram(const std::filesystem::path& program, const std::vector<std::string>& arguments,
                const std::filesystem::path& output, const std::filesystem::path& errors,
                const std::filesystem::path& input) {
   const Inherited out(Open(output, GENERIC_WRITE, CREATE_ALWAYS));
-  return StartAndWait(program, arguments, out.handle, errors, input);
-}
-
-int RunProgramIntoClosedPipe(const std::filesystem::path& program,
-                             const std::vector<std::string>& arguments,
-                             const std::filesystem::path& errors) {
-  const Inherited out(OpenClosedPipe());
-  return StartAndWait(program, arguments, out.handle, errors);
+  const Inherited process(Start(program, arguments, out.handle, errors, input));
+  return WaitFor(process.handle);
 }
 
 struct RunningProgram::Parts {
@@ -121,11 +102,15 @@ struct RunningProgram::Parts {
 
 RunningProgram::RunningProgram(const std::filesystem::path& program,
                                const std::vector<std::string>& arguments,
-                               const std::filesystem::path& errors)
+                               const std::filesystem::path& errors, bool hasReader)
     : parts(std::make_unique<Parts>()) {
   const Pipe pipe = MakePipe();
   const Inherited out(pipe.writing);
-  parts->output = pipe.reading;
+  if (hasReader) {
+    parts->output = pipe.reading;
+  } else {
+    CloseHandle(pipe.reading);
+  }
   parts->process = Start(program, arguments, out.handle, errors);
 }
 
