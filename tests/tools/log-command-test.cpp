@@ -1,7 +1,6 @@
 #include <gmock/gmock.h>
 
 #include <optional>
-#include <regex>
 
 #include "tools/log-folder.h"
 #include "tools/tool-test.h"
@@ -11,14 +10,12 @@ namespace {
 
 using testing::AllOf;
 using testing::Contains;
-using testing::Each;
 using testing::ElementsAre;
 using testing::EndsWith;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::SizeIs;
 using testing::StartsWith;
-using testing::Truly;
 
 const std::string kRun = "lr_tool-A.log";
 const std::string kOtherRun = "lr_tool-B.log";
@@ -40,10 +37,8 @@ TEST_F(LogCommandTest, TheSwitchDecidesWhetherAHostWritesALog) {
   EXPECT_EQ(MustRun({"log", "off"}), "");
   MustRun({"query", file});
   ASSERT_THAT(logs.ToolLogs(), SizeIs(1));
-  const auto lines = MustList({"log", "show", Utf8Of(logs.ToolLogs().begin()->filename())});
-  EXPECT_THAT(lines, Contains(EndsWith(" initialized Larder version 1.0.0.298, ref count 1")));
-  const std::regex form(R"(\d\d/\d\d/\d\d \d\d:\d\d:\d\d: (TRACE| WARN|ERROR): .*)");
-  EXPECT_THAT(lines, Each(Truly([&](const auto& line) { return std::regex_match(line, form); })));
+  EXPECT_THAT(MustList({"log", "show", Utf8Of(logs.ToolLogs().begin()->filename())}),
+              Contains(EndsWith(" initialized Larder version 1.0.0.298, ref count 1")));
 }
 
 TEST_F(LogCommandTest, TheSwitchIsSetWhateverStoodThere) {
@@ -93,21 +88,11 @@ TEST_F(LogCommandTest, AStartThatFailsLeavesAWholeLog) {
   MustRun({"registry", "set", "DataProviders\\A", "szDLL", LogFolder::kMissingModule});
   EXPECT_THAT(MustFail({"query", "file"}), HasSubstr("\"larder log on\""));
   MustRun({"log", "on"});
-  for (std::size_t runs = 1; runs <= 3; ++runs) {
-    EXPECT_THAT(MustFail({"query", "file"}), EndsWith("\"larder log show\" tells more\n"));
-    ASSERT_THAT(logs.ToolLogs(), SizeIs(runs));
-  }
-  for (const auto& log : logs.ToolLogs()) {
-    EXPECT_THAT(ContentOf(log), AllOf(HasSubstr("ERROR: Fatal error in LarderInit "),
-                                      HasSubstr("Failed to load dll"),
-                                      EndsWith("TRACE: Leaving LarderInit()\r\n")));
-  }
-}
-
-TEST_F(LogCommandTest, ThePathIsWrittenAsTheSystemWritesIt) {
-  const std::string path = MustList({"log", "path"}).front();
-  EXPECT_EQ(path, Utf8Of((logs.Path() / "").make_preferred()));
-  EXPECT_TRUE(logs.Path().is_absolute());
+  EXPECT_THAT(MustFail({"query", "file"}), EndsWith("\"larder log show\" tells more\n"));
+  ASSERT_THAT(logs.ToolLogs(), SizeIs(1));
+  EXPECT_THAT(ContentOf(*logs.ToolLogs().begin()),
+              AllOf(HasSubstr("ERROR: Fatal error in LarderInit "), HasSubstr("Failed to load dll"),
+                    EndsWith("TRACE: Leaving LarderInit()\r\n")));
 }
 
 TEST_F(LogCommandTest, LogsAndNothingElseAreListedRunByRunTheNewestRunLast) {

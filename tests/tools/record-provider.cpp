@@ -18,16 +18,10 @@ using larder::RecordBytes;
 
 // The last part of the path; the names are ASCII.
 std::string NameOf(const void* objectDescriptor) {
-  const auto* units = static_cast<const FileObjectDescriptor*>(objectDescriptor)->filePath;
-  std::string name;
-  for (; *units != 0; ++units) {
-    if (*units == LARDER_WIDE('\\')) {
-      name.clear();
-    } else {
-      name += static_cast<char>(*units);
-    }
-  }
-  return name;
+  const larder::WideView path =
+      static_cast<const FileObjectDescriptor*>(objectDescriptor)->filePath;
+  const larder::WideView name = path.substr(path.rfind(LARDER_WIDE('\\')) + 1);
+  return {name.begin(), name.end()};
 }
 
 // Chains of real certificates, one certificate that is none, and a chain that is none.

@@ -36,10 +36,9 @@ class RegistryCommandTest : public ToolTest {
 
 TEST_F(RegistryCommandTest, TextComesBackAsItWasGiven) {
   for (const std::string& text :
-       {std::string("plain"), std::string(), std::string(" blanks at both ends "),
-        std::string("C:\\Program Files\\Velmor\\"), std::string("\"quoted\" and \\\"half\\\\\""),
-        kStrange, std::string("++"), std::string("[a,b]"), std::string("[]"), std::string("%%"),
-        std::string("/slash"), std::string("\x01"), std::string(3000, 'x')}) {
+       Words{"plain", "", " blanks at both ends ", "C:\\Program Files\\Velmor\\",
+             "\"quoted\" and \\\"half\\\\\"", kStrange, "++", "[a,b]", "[]", "%%", "/slash", "\x01",
+             std::string(3000, 'x')}) {
     for (const char* type : {"REG_SZ", "REG_EXPAND_SZ"}) {
       MustRun({"registry", "set", "Install", "value", text, "--type", type});
       EXPECT_EQ(MustRun({"registry", "get", "Install", "value"}), text + "\n") << type;

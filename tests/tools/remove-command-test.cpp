@@ -117,19 +117,10 @@ TEST_F(RemoveCommandTest, AnotherProgramDirectoryGoesOnlyWhenItIsNamed) {
 // Without --yes and with nobody to ask, so that not even a broken tool would delete anything.
 TEST_F(RemoveCommandTest, NoRootNoShortPathAndNoDetourIsDeleted) {
   const std::string here = RegistryTextOf(machine.Folder());
-  Words locations = {"\\",
-                     "C:\\",
-                     "C:",
-                     "\\no-such-folder\\",
-                     "C:\\no-such-folder\\",
-                     "modules\\inner\\",
-                     ".\\",
-                     "\\\\server\\share\\",
-                     "\\\\server\\share\\folder\\"};
-  for (const char* end : {"..\\modules\\", "*", "modul?s\\", "modules\\\\\\\\"}) {
-    locations.push_back(here + end);
-  }
-  for (const std::string& location : locations) {
+  for (const std::string& location :
+       Words{"\\", "C:\\", "C:", "\\no-such-folder\\", "C:\\no-such-folder\\", "modules\\inner\\",
+             ".\\", "\\\\server\\share\\", "\\\\server\\share\\folder\\", here + "..\\modules\\",
+             here + "*", here + "modul?s\\", here + "modules\\\\\\\\"}) {
     MustRun({"registry", "set", "Install", "szLocation", location});
     EXPECT_EQ(MustFail({"remove", "--program", location}),
               "larder: nothing was deleted: \"" + location +

@@ -73,8 +73,7 @@ TEST_F(ScanCommandTest, LinksAndFilesThatAreNamedAreTakenAndNoLinkBelowThem) {
 TEST_F(ScanCommandTest, ErrorsDontStopTheScanAndAreToldAtTheEndWithTheirCounts) {
   RegisterModules({"record-feed-1.dll"});
   for (const char* name : {"cut", "failing", "kept", "other/failing", "plain"}) Plant(name, "");
-  const ToolRun run = Run({"scan", tree + "/missing", tree});
-  EXPECT_EQ(run.status, 1);
+  const ToolRun run = Run({"scan", tree + "/missing", tree}, 1);
   const std::string zeros = std::string(64, '0') + "  ";
   EXPECT_EQ(run.output, zeros + tree + "/kept\n" + zeros + tree + "/plain\n");
   const std::string cut =
@@ -93,8 +92,7 @@ TEST_F(ScanCommandTest, ErrorsDontStopTheScanAndAreToldAtTheEndWithTheirCounts) 
 TEST_F(ScanCommandTest, EachFileAndEachErrorHasALineOfJson) {
   RegisterModules({"record-feed-1.dll"});
   for (const char* name : {"certified", "failing", "plain"}) Plant(name, "");
-  const ToolRun run = Run({"scan", "--json", "--option", "255", tree, tree + "/missing"});
-  EXPECT_EQ(run.status, 1);
+  const ToolRun run = Run({"scan", "--json", "--option", "255", tree, tree + "/missing"}, 1);
   Words texts;
   for (const std::string& line : LinesOf(run.output)) {
     const auto parsed = nlohmann::json::parse(line);
@@ -113,8 +111,7 @@ TEST_F(ScanCommandTest, TheSummaryHasNothingButTheCounts) {
   Plant("plain", "abc");
   Plant("certified", "defg");
   Plant("failing", "abc");
-  const ToolRun run = Run({"scan", "--summary", tree});
-  EXPECT_EQ(run.status, 1);
+  const ToolRun run = Run({"scan", "--summary", tree}, 1);
   EXPECT_THAT(LinesOf(run.output),
               ElementsAre("files       2", "bytes       7", "errors      1", "signed      1",
                           "links       0", "special     0", StartsWith("seconds     "),

@@ -3,8 +3,7 @@
 #include <gmock/gmock.h>
 
 #include <atomic>
-#include <condition_variable>
-#include <mutex>
+#include <future>
 #include <stdexcept>
 #include <thread>
 
@@ -38,30 +37,11 @@ std::vector<std::string> TakeAll(OrderedWork& work) {
   return taken;
 }
 
-// Lets nobody past until it is opened.
-class Gate {
- public:
-  void Open() {
-    const std::lock_guard lock(mutex);
-    isOpen = true;
-    changed.notify_all();
-  }
-  void Pass() {
-    std::unique_lock lock(mutex);
-    changed.wait(lock, [this] { return isOpen; });
-  }
-
- private:
-  std::mutex mutex;
-  std::condition_variable changed;
-  bool isOpen = false;
-};
-
 TEST(OrderedWorkTest, AnswersComeInTheFilesOrderWhateverTheOrderOfTheirEnds) {
-  Gate laterIsDone;
+  std::promise<void> laterIsDone;
   OrderedWork work(2, 8, Numbers(3), [&](ScanResult& result) {
-    if (result.path == "0") laterIsDone.Pass();
-    if (result.path == "2") laterIsDone.Open();
+    if (result.path == "0") laterIsDone.get_future().wait();
+    if (result.path == "2") laterIsDone.set_value();
     result.text = "!";
   });
   EXPECT_THAT(TakeAll(work), testing::ElementsAre("0!", "1!", "2!"));
@@ -75,24 +55,19 @@ TEST(OrderedWorkTest, ManyThreadsThroughASmallWindowLoseNothing) {
 }
 
 TEST(OrderedWorkTest, NoMoreThanTheWindowIsBegunBeforeTheFirstAnswerIsTaken) {
-  std::atomic<int> given = 0;
-  Gate firstMayEnd;
-  Gate windowIsFull;
-  OrderedWork work(
-      2, 4,
-      [&](ScanResult& result) {
-        result.path = std::to_string(given++);
-        return given <= 100;
-      },
-      [&](ScanResult& result) {
-        if (result.path == "0") firstMayEnd.Pass();
-        if (result.path == "3") windowIsFull.Open();
-      });
-  windowIsFull.Pass();
+  std::atomic<int> asked = 0;
+  std::promise<void> firstMayEnd;
+  std::promise<void> windowIsFull;
+  OrderedWork work(2, 4, Numbers(100), [&](ScanResult& result) {
+    ++asked;
+    if (result.path == "0") firstMayEnd.get_future().wait();
+    if (result.path == "3") windowIsFull.set_value();
+  });
+  windowIsFull.get_future().wait();
   ScanResult result;
   EXPECT_EQ(work.Take(result, OrderedWork::Clock::now()), OrderedWork::Taken::kNoneYet);
-  EXPECT_EQ(given, 4);
-  firstMayEnd.Open();
+  EXPECT_EQ(asked, 4);
+  firstMayEnd.set_value();
   EXPECT_EQ(TakeAll(work).size(), 100u);
 }
 

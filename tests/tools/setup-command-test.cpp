@@ -44,8 +44,7 @@ TEST_F(SetupCommandTest, ARealInstallationIsLeftAsItIs) {
 
 TEST_F(SetupCommandTest, AFolderThatTheLibraryCannotReadBackIsAFailure) {
   CopyTool(std::string(99, 'x'));
-  const ToolRun run = Run({"setup"});
-  EXPECT_EQ(run.status, 1);
+  const ToolRun run = Run({"setup"}, 1);
   EXPECT_THAT(run.errors,
               AllOf(StartsWith("larder: value \"szLocation\" of key \"Install\" is of no use: "),
                     HasSubstr("98 at most: " + RegistryTextOf(tool.parent_path()))));

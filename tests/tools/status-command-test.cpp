@@ -35,8 +35,7 @@ class StatusCommandTest : public ToolTest {
 
   // The last line of the report, which says that not all is well.
   std::string Verdict() {
-    const ToolRun run = Run({"status"});
-    EXPECT_EQ(run.status, 1);
+    const ToolRun run = Run({"status"}, 1);
     EXPECT_EQ(run.errors, "");
     return LinesOf(run.output).back();
   }
@@ -54,8 +53,7 @@ class StatusCommandTest : public ToolTest {
   }
 
   Json StatusAsJson() {
-    const ToolRun run = Run({"status", "--json"});
-    EXPECT_EQ(run.status, 1);
+    const ToolRun run = Run({"status", "--json"}, 1);
     EXPECT_EQ(LinesOf(run.output).size(), 1U);
     return Json::parse(run.output);
   }
@@ -170,8 +168,7 @@ TEST_F(StatusCommandTest, AModuleThatEndsOrHoldsItsHostLetsTheToolLive) {
               AnyOf(AllOf(StartsWith("it crashes ("), HasSubstr("while it is being loaded")),
                     HasSubstr("can't be loaded: No access to memory location. (998)")));
   RegisterCopy("fixtures/hangs-when-loaded.dll", "hang.dll");
-  const ToolRun run = Run({"status", "--timeout", "1"});
-  EXPECT_EQ(run.status, 1);
+  const ToolRun run = Run({"status", "--timeout", "1"}, 1);
   EXPECT_THAT(run.output, HasSubstr("  loads     yes\n"));  // the other is tried all the same
   EXPECT_EQ(
       LinesOf(run.output).back(),

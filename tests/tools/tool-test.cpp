@@ -17,16 +17,20 @@ ToolRun ToolTest::Run(const Words& arguments, const std::string& input) {
   return {status, ContentOf(output), ContentOf(errors)};
 }
 
+ToolRun ToolTest::Run(const Words& arguments, int status) {
+  ToolRun run = Run(arguments);
+  EXPECT_EQ(run.status, status) << testing::PrintToString(arguments);
+  return run;
+}
+
 std::string ToolTest::MustRun(const Words& arguments) {
-  const ToolRun run = Run(arguments);
-  EXPECT_EQ(run.status, 0) << testing::PrintToString(arguments);
+  const ToolRun run = Run(arguments, 0);
   EXPECT_EQ(run.errors, "") << testing::PrintToString(arguments);
   return run.output;
 }
 
 std::string ToolTest::MustFail(const Words& arguments, int status) {
-  const ToolRun run = Run(arguments);
-  EXPECT_EQ(run.status, status) << testing::PrintToString(arguments);
+  const ToolRun run = Run(arguments, status);
   EXPECT_EQ(run.output, "") << testing::PrintToString(arguments);
   return run.errors;
 }

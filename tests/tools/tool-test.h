@@ -27,6 +27,8 @@ class ToolTest : public testing::Test {
  protected:
   // input: what the tool finds on standard input.
   ToolRun Run(const Words& arguments, const std::string& input = {});
+  // Run, and a test failure unless it ends with that status.
+  ToolRun Run(const Words& arguments, int status);
   // Run, and a test failure unless it succeeds without a word on standard error. Gives the output.
   std::string MustRun(const Words& arguments);
   Words MustList(const Words& arguments) { return LinesOf(MustRun(arguments)); }
