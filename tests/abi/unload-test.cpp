@@ -7,10 +7,9 @@
 #include <stdexcept>
 
 #include "abi/process-footprint.h"
+#include "host/file-descriptor.h"
+#include "host/host-machine.h"
 #include "platform/module.h"
-#include "platform/registry.h"
-#include "platform/utf.h"
-#include "testing/test-machine.h"
 
 namespace larder {
 namespace {
@@ -23,28 +22,8 @@ struct Note {
   char text[8] = "kept";
 };
 
-// A FileObjectDescriptor with a longer path.
-struct NamedObject {
-  std::uint32_t lastModified[2] = {0, 0};
-  LarderWideChar filePath[7] = {'o', 'b', 'j', 'e', 'c', 't', 0};
-};
-
 // The tests run in the folder that holds the library and the modules.
-WideString LibraryPath() {
-  WideString name;
-  if (!platform::WideFromUtf8(LARDER_LIBRARY_FILE, name)) throw std::runtime_error("no UTF-8");
-  return LARDER_WIDE(".\\") + name;
-}
-
-void SetString(const WideString& subkey, const WideString& name, const WideString& text) {
-  platform::RegistryKey key = nullptr;
-  const WideString path = LARDER_WIDE("Software\\Velmor\\Larder\\") + subkey;
-  ASSERT_EQ(platform::MakeRegistryKey(path, platform::kKeySetValue, key), platform::kSuccess);
-  const auto size = static_cast<std::uint32_t>((text.size() + 1) * sizeof(LarderWideChar));
-  EXPECT_EQ(platform::SetRegistryValue(key, name, platform::kRegSz, text.c_str(), size),
-            platform::kSuccess);
-  platform::CloseRegistryKey(key);
-}
+WideString LibraryPath() { return Wide(".\\" LARDER_LIBRARY_FILE); }
 
 // The library as a host has it that found its six functions by name.
 class LoadedLibrary {
@@ -78,7 +57,7 @@ class LoadedLibrary {
 };
 
 void WriteAndQuery(const LoadedLibrary& library, LarderHandle handle) {
-  const NamedObject object;
+  const TestDescriptor object(LARDER_WIDE("object"));
   const Note note;
   ASSERT_EQ(library.write(handle, &object, kFeedTestType, &note.header), LARDER_OK);
   DataBlockHeader* data = nullptr;
@@ -90,11 +69,7 @@ void WriteAndQuery(const LoadedLibrary& library, LarderHandle handle) {
 
 // Twice, so that the store is written to and read from.
 void QueryFile(const LoadedLibrary& library, LarderHandle handle) {
-  struct {
-    std::uint32_t lastModified[2] = {0, 0};
-    LarderWideChar filePath[16] = {'.', '\\', 'f', 'e', 'e', 'd', '-', 't',
-                                   'e', 's',  't', '.', 'd', 'l', 'l', 0};
-  } file;
+  const TestDescriptor file(LARDER_WIDE(".\\feed-test.dll"));
   for (int i = 0; i < 2; ++i) {
     DataBlockHeader* data = nullptr;
     ASSERT_EQ(library.query(handle, &file, kFeedFileType, 0, &data, LARDER_QUERY_VERSION),
@@ -119,21 +94,8 @@ void LiveOnce() {
   for (const char* module : kModules) EXPECT_FALSE(IsMapped(module)) << module;
 }
 
-void SetLocation() {
-  SetString(LARDER_WIDE("Install"), LARDER_WIDE("szLocation"), LARDER_WIDE(".\\"));
-}
-
-void RegisterProviders() {
-  SetString(LARDER_WIDE("DataProviders\\FeedTest"), LARDER_WIDE("szDLL"),
-            LARDER_WIDE("feed-test.dll"));
-  SetString(LARDER_WIDE("DataProviders\\FeedFile"), LARDER_WIDE("szDLL"),
-            LARDER_WIDE("feed-file.dll"));
-}
-
-// The first use of the registry and the first exception of a process: system and C++ runtime may
-// keep handles for these.
+// The first exception of a process: the C++ runtime may keep handles for it.
 void WarmUp() {
-  SetLocation();
   try {
     throw 0;
   } catch (int) {
@@ -163,10 +125,11 @@ void ExpectNothingLeft(const Live& live) {
 }
 
 TEST(Unload, LeavesNoThreadNoHandleAndNoModuleBehind) {
-  TestMachine machine;
-  machine.UseOwnCommonFolders();
+  HostMachine host;
+  host.AddProvider("FeedTest", "feed-test.dll");
+  host.AddProvider("FeedFile", "feed-file.dll");
+  host.AddModule("stock-file-query.dll");
   WarmUp();
-  RegisterProviders();
   ExpectNothingLeft(LiveOnce);
 }
 
@@ -178,7 +141,7 @@ void FailOnce() {
 }
 
 TEST(Unload, LeavesNothingBehindAfterAFailedInitEither) {
-  const TestMachine machine;
+  const HostMachine host;
   WarmUp();
   ExpectNothingLeft(FailOnce);
 }

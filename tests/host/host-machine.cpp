@@ -33,12 +33,15 @@ HostMachine::HostMachine() {
   log.Clear();
 }
 
-void HostMachine::AddProvider(const std::string& key, const std::string& module) {
+void HostMachine::AddModule(const std::string& module) {
   const std::filesystem::path source = FindModule(module);
-  if (std::filesystem::exists(source)) {
-    std::filesystem::copy_file(source, machine.Folder() / module,
-                               std::filesystem::copy_options::skip_existing);
-  }
+  if (!std::filesystem::exists(source)) return;
+  std::filesystem::copy_file(source, machine.Folder() / module,
+                             std::filesystem::copy_options::skip_existing);
+}
+
+void HostMachine::AddProvider(const std::string& key, const std::string& module) {
+  AddModule(module);
   SetRegistryString(LARDER_WIDE("DataProviders\\") + Wide(key), LARDER_WIDE("szDLL"), Wide(module));
   log.Clear();
 }

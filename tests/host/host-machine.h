@@ -15,9 +15,10 @@ class HostMachine {
  public:
   HostMachine();
 
-  // Puts a module of tests/fixtures or of the project on the machine, under the name of a subkey of
-  // "DataProviders"; registration follows the order of these names. A module that doesn't exist is
-  // registered all the same.
+  // Puts a module of tests/fixtures or of the project on the machine, if there is one.
+  void AddModule(const std::string& module);
+  // The same, and registers it under the name of a subkey of "DataProviders"; registration follows
+  // the order of these names.
   void AddProvider(const std::string& key, const std::string& module);
   void RemoveProvider(const std::string& key);
 

@@ -4,7 +4,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <atomic>
 #include <filesystem>
 #include <fstream>
@@ -13,44 +12,26 @@
 #include <thread>
 #include <vector>
 
-#include "platform/registry.h"
-#include "platform/wide.h"
-#include "testing/test-machine.h"
+#include "diag/log-files.h"
+#include "host/file-descriptor.h"
+#include "host/host-machine.h"
 
 namespace larder {
 namespace {
-
-void NoCall(std::int32_t) {}
-
-void SetString(const WideString& subkey, const WideString& name, const WideString& text) {
-  platform::RegistryKey key = nullptr;
-  ASSERT_EQ(platform::MakeRegistryKey(LARDER_WIDE("Software\\Velmor\\Larder\\") + subkey,
-                                      platform::kKeySetValue, key),
-            platform::kSuccess);
-  EXPECT_EQ(platform::SetRegistryValue(key, name, platform::kRegSz, text.c_str(),
-                                       static_cast<std::uint32_t>((text.size() + 1) * 2)),
-            platform::kSuccess);
-  platform::CloseRegistryKey(key);
-}
 
 // A machine with the test provider, logging switched on.
 class Fork : public testing::Test {
  protected:
   Fork() {
-    const std::filesystem::path modules = LARDER_TEST_MODULES;
-    std::filesystem::copy_file(modules / "feed-test.dll", machine.Folder() / "feed-test.dll");
-    for (const char* module : {"feed-file.dll", "stock-file-query.dll"}) {
-      std::filesystem::copy_file(modules / module, machine.Folder() / module);
-    }
-    SetString(LARDER_WIDE("Install"), LARDER_WIDE("szLocation"), machine.WideFolder());
-    SetString(LARDER_WIDE("DataProviders\\T"), LARDER_WIDE("szDLL"), LARDER_WIDE("feed-test.dll"));
-    SetString(LARDER_WIDE("Logging"), LARDER_WIDE("szEnable"), LARDER_WIDE("true"));
+    host.AddProvider("T", "feed-test.dll");
+    host.AddModule("stock-file-query.dll");
+    EnableLogging();
   }
 
   // How often each log tells of a handle that was built.
   std::map<std::string, int> HandlesBuiltPerLog() const {
     std::map<std::string, int> counts;
-    const auto root = machine.Folder().parent_path();
+    const auto root = host.machine.Folder().parent_path();
     for (const auto& entry : std::filesystem::recursive_directory_iterator(root)) {
       if (entry.path().filename().string().rfind("lr_", 0) != 0) continue;
       std::ifstream file(entry.path());
@@ -62,17 +43,17 @@ class Fork : public testing::Test {
     return counts;
   }
 
-  TestMachine machine;
+  HostMachine host;
 };
 
 // A handle's whole life in a child; ends it as a program ends.
 [[noreturn]] void LiveAndExit() {
   LarderHandle handle = nullptr;
-  const std::uint32_t descriptor[4] = {0, 0, 'a', 0};
+  const TestDescriptor descriptor(LARDER_WIDE("a"));
   DataBlockHeader* data = nullptr;
   if (LarderRelease() != LARDER_E_INVALID_HANDLE) exit(2);
-  if (LarderInit(NoCall, &handle) != LARDER_OK) exit(3);
-  if (LarderQuery(handle, descriptor, 2, 0, &data, 1) != LARDER_E_NO_DATA) exit(4);
+  if (LarderInit(UnexpectedCall, &handle) != LARDER_OK) exit(3);
+  if (LarderQuery(handle, &descriptor, 2, 0, &data, 1) != LARDER_E_NO_DATA) exit(4);
   if (LarderRelease() != LARDER_OK) exit(5);
   exit(0);
 }
@@ -85,16 +66,16 @@ int ResultOf(pid_t child) {
 
 TEST_F(Fork, AChildMayBuildAHandleOfItsOwnOrExitAndTheParentGoesOn) {
   LarderHandle handle = nullptr;
-  ASSERT_EQ(LarderInit(NoCall, &handle), LARDER_OK);
+  ASSERT_EQ(LarderInit(UnexpectedCall, &handle), LARDER_OK);
   const pid_t living = fork();
   if (living == 0) LiveAndExit();
   EXPECT_EQ(ResultOf(living), 0);
   const pid_t leaving = fork();
   if (leaving == 0) exit(0);
   EXPECT_EQ(ResultOf(leaving), 0);
-  const std::uint32_t descriptor[4] = {0, 0, 'a', 0};
+  const TestDescriptor descriptor(LARDER_WIDE("a"));
   DataBlockHeader* data = nullptr;
-  EXPECT_EQ(LarderQuery(handle, descriptor, 2, 0, &data, 1), LARDER_E_NO_DATA);
+  EXPECT_EQ(LarderQuery(handle, &descriptor, 2, 0, &data, 1), LARDER_E_NO_DATA);
   EXPECT_EQ(LarderRelease(), LARDER_OK);
   // One log for the parent, one for the child that lived, each with its own lines only.
   const auto built = HandlesBuiltPerLog();
@@ -104,14 +85,14 @@ TEST_F(Fork, AChildMayBuildAHandleOfItsOwnOrExitAndTheParentGoesOn) {
 
 TEST_F(Fork, AChildNeverWaitsForThreadsThatOnlyTheParentHas) {
   LarderHandle kept = nullptr;
-  ASSERT_EQ(LarderInit(NoCall, &kept), LARDER_OK);
+  ASSERT_EQ(LarderInit(UnexpectedCall, &kept), LARDER_OK);
   std::atomic<bool> isDone{false};
   std::vector<std::thread> threads;
   for (int i = 0; i < 2; ++i) {
     threads.emplace_back([&] {
       while (!isDone) {
         LarderHandle handle = nullptr;
-        LarderInit(NoCall, &handle);
+        LarderInit(UnexpectedCall, &handle);
         LarderRelease();
       }
     });
@@ -126,30 +107,26 @@ TEST_F(Fork, AChildNeverWaitsForThreadsThatOnlyTheParentHas) {
   EXPECT_EQ(LarderRelease(), LARDER_OK);
 }
 
-// The facts about a file that is always there.
+// Asks for the facts about a file that is always there.
 std::int32_t QueryFile(LarderHandle handle) {
-  const std::uint32_t words[] = {0, 0};
-  constexpr LarderWideChar kPath[] = u"\\proc\\self\\exe";
-  std::vector<unsigned char> descriptor(sizeof words + sizeof kPath);
-  std::copy_n(reinterpret_cast<const unsigned char*>(kPath), sizeof kPath,
-              descriptor.begin() + sizeof words);
+  const TestDescriptor file(LARDER_WIDE("\\proc\\self\\exe"));
   DataBlockHeader* data = nullptr;
-  const std::int32_t result = LarderQuery(handle, descriptor.data(), 1, 0, &data, 1);
+  const std::int32_t result = LarderQuery(handle, &file, 1, 0, &data, 1);
   return result == LARDER_OK ? LarderFreeQuery(handle, data) : result;
 }
 
 [[noreturn]] void QueryFileAndExit() {
   LarderHandle handle = nullptr;
-  if (LarderInit(NoCall, &handle) != LARDER_OK) exit(2);
+  if (LarderInit(UnexpectedCall, &handle) != LARDER_OK) exit(2);
   if (QueryFile(handle) != LARDER_OK || QueryFile(handle) != LARDER_OK) exit(3);
   if (LarderRelease() != LARDER_OK) exit(4);
   exit(0);
 }
 
 TEST_F(Fork, AChildHasTheFileProvidersStoreForItself) {
-  SetString(LARDER_WIDE("DataProviders\\F"), LARDER_WIDE("szDLL"), LARDER_WIDE("feed-file.dll"));
+  host.AddProvider("F", "feed-file.dll");
   LarderHandle handle = nullptr;
-  ASSERT_EQ(LarderInit(NoCall, &handle), LARDER_OK);
+  ASSERT_EQ(LarderInit(UnexpectedCall, &handle), LARDER_OK);
   for (int i = 0; i < 3; ++i) {
     EXPECT_EQ(QueryFile(handle), LARDER_OK);
     const pid_t child = fork();

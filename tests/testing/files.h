@@ -1,0 +1,26 @@
+// Files of a test.
+#pragma once
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+
+#include "platform/wide.h"
+
+namespace larder {
+
+// A path with backslashes as the system has it.
+inline std::filesystem::path PathOf(WideString path) {
+  std::replace(path.begin(), path.end(), LarderWideChar('\\'), LarderWideChar('/'));
+  return {path};
+}
+
+// Every byte of a file; empty for one that isn't there.
+inline std::string ContentOf(const std::filesystem::path& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+}  // namespace larder
