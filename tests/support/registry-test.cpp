@@ -16,11 +16,11 @@ using testing::IsEmpty;
 
 class Registry : public testing::Test {
  protected:
-  // Stores raw bytes as a value, as somebody else would.
-  static void Store(const WideString& subkey, const WideString& name, std::uint32_t type,
-                    const void* data, std::size_t size) {
+  // Stores raw bytes as a value of the subkey Install, as somebody else would.
+  static void Store(const WideString& name, std::uint32_t type, const void* data,
+                    std::size_t size) {
     platform::RegistryKey key = nullptr;
-    ASSERT_EQ(platform::MakeRegistryKey(WideString(LarderRegistryRoot) + subkey,
+    ASSERT_EQ(platform::MakeRegistryKey(WideString(LarderRegistryRoot) + LARDER_WIDE("Install"),
                                         platform::kKeySetValue, key),
               platform::kSuccess);
     EXPECT_EQ(platform::SetRegistryValue(key, name, type, data, static_cast<std::uint32_t>(size)),
@@ -29,8 +29,7 @@ class Registry : public testing::Test {
   }
 
   static void StoreText(const WideString& name, std::uint32_t type, const WideString& text) {
-    Store(LARDER_WIDE("Install"), name, type, text.c_str(),
-          (text.size() + 1) * sizeof(LarderWideChar));
+    Store(name, type, text.c_str(), (text.size() + 1) * sizeof(LarderWideChar));
   }
 
   std::vector<std::string> Warnings() {
@@ -50,75 +49,75 @@ class Registry : public testing::Test {
 
 TEST_F(Registry, AStringComesBackWholeUpToTheLongestOne) {
   const WideString longest(98, LARDER_WIDE('x'));
-  SetRegistryString(LARDER_WIDE("A\\B\\C"), LARDER_WIDE("szLongest"), longest);
-  SetRegistryString(LARDER_WIDE("A\\B\\C"), LARDER_WIDE("szTooLong"), longest + LARDER_WIDE("x"));
-  SetRegistryString(LARDER_WIDE("A\\B\\C"), LARDER_WIDE("szEmpty"), {});
+  SetRegistryString(LARDER_WIDE("A\\B\\C"), LARDER_WIDE("szText"), longest);
+  EXPECT_EQ(GetRegistryString(LARDER_WIDE("A\\B\\C"), LARDER_WIDE("szText")), longest);
+  SetRegistryString(LARDER_WIDE("A\\B\\C"), LARDER_WIDE("szText"), {});
+  EXPECT_EQ(GetRegistryString(LARDER_WIDE("A\\B\\C"), LARDER_WIDE("szText")), WideString());
   EXPECT_THAT(Warnings(), IsEmpty());
-  EXPECT_EQ(GetRegistryString(LARDER_WIDE("A\\B\\C"), LARDER_WIDE("szLongest")), longest);
-  EXPECT_EQ(GetRegistryString(LARDER_WIDE("A\\B\\C"), LARDER_WIDE("szEmpty")), WideString());
-  EXPECT_THAT(Warnings(), IsEmpty());
-  EXPECT_EQ(GetRegistryString(LARDER_WIDE("A\\B\\C"), LARDER_WIDE("szTooLong")), WideString());
-  EXPECT_THAT(
-      Warnings(),
-      ElementsAre(" WARN: RegQueryValueExW failed for \"A\\B\\C\", szTooLong: " + Error(0)));
+  SetRegistryString(LARDER_WIDE("A\\B\\C"), LARDER_WIDE("szText"), longest + LARDER_WIDE("x"));
+  EXPECT_EQ(GetRegistryString(LARDER_WIDE("A\\B\\C"), LARDER_WIDE("szText")), WideString());
+  EXPECT_THAT(Warnings(),
+              ElementsAre(" WARN: RegQueryValueExW failed for \"A\\B\\C\", szText: " + Error(0)));
 }
 
-TEST_F(Registry, AFailedReadOfAStringShowsTheTextOfCodeZero) {
-  EXPECT_EQ(GetRegistryString(LARDER_WIDE("Install"), LARDER_WIDE("szLocation")), WideString());
-  EXPECT_THAT(Warnings(), ElementsAre(" WARN: RegOpenKeyExW failed for \"Install\": " + Error(0)));
-  StoreText(LARDER_WIDE("szOther"), platform::kRegSz, LARDER_WIDE("x"));
-  EXPECT_EQ(GetRegistryString(LARDER_WIDE("Install"), LARDER_WIDE("szLocation")), WideString());
-  EXPECT_THAT(
-      Warnings(),
-      ElementsAre(" WARN: RegQueryValueExW failed for \"Install\", szLocation: " + Error(0)));
-}
-
-TEST_F(Registry, OnlyAPlainStringIsAString) {
+TEST_F(Registry, WhatIsNoPlainStringIsToldAndEmpty) {
+  const auto read = [](const WideString& name) {
+    EXPECT_EQ(GetRegistryString(LARDER_WIDE("Install"), name), WideString());
+  };
   const std::uint32_t number = 7;
+  read(LARDER_WIDE("none"));
+  Store(LARDER_WIDE("dword"), platform::kRegDword, &number, sizeof number);
   StoreText(LARDER_WIDE("expand"), platform::kRegExpandSz, LARDER_WIDE("%PATH%"));
-  Store(LARDER_WIDE("Install"), LARDER_WIDE("dword"), platform::kRegDword, &number, sizeof number);
-  EXPECT_EQ(GetRegistryString(LARDER_WIDE("Install"), LARDER_WIDE("expand")), WideString());
-  EXPECT_EQ(GetRegistryString(LARDER_WIDE("Install"), LARDER_WIDE("dword")), WideString());
-  EXPECT_THAT(Warnings(), ElementsAre(" WARN: Unexpected type 2", " WARN: Unexpected type 4"));
+  read(LARDER_WIDE("none"));
+  read(LARDER_WIDE("dword"));
+  // A failure to read a string shows the text of code zero.
+  EXPECT_THAT(Warnings(),
+              ElementsAre(" WARN: RegOpenKeyExW failed for \"Install\": " + Error(0),
+                          " WARN: RegQueryValueExW failed for \"Install\", none: " + Error(0),
+                          " WARN: Unexpected type 4"));
+  read(LARDER_WIDE("expand"));
+  EXPECT_EQ(log.Text(),
+            "TRACE: Entering GetRegistryString()\n"
+            " WARN: Unexpected type 2\n"
+            "TRACE: Destroying AutoRegKeyHandle handle <handle>\n"
+            "TRACE: Leaving GetRegistryString()\n");
 }
 
 TEST_F(Registry, AStringStoredWithoutATerminatorEndsWhereItsBytesEnd) {
   const WideString full(98, LARDER_WIDE('y'));
-  Store(LARDER_WIDE("Install"), LARDER_WIDE("full"), platform::kRegSz, full.data(), 196);
-  Store(LARDER_WIDE("Install"), LARDER_WIDE("odd"), platform::kRegSz, full.data(), 3);
-  Store(LARDER_WIDE("Install"), LARDER_WIDE("none"), platform::kRegSz, full.data(), 0);
-  Store(LARDER_WIDE("Install"), LARDER_WIDE("nul"), platform::kRegSz, LARDER_WIDE("ab\0cd"), 12);
-  EXPECT_EQ(GetRegistryString(LARDER_WIDE("Install"), LARDER_WIDE("full")), full);
-  EXPECT_EQ(GetRegistryString(LARDER_WIDE("Install"), LARDER_WIDE("odd")).substr(0, 1),
-            LARDER_WIDE("y"));
-  EXPECT_EQ(GetRegistryString(LARDER_WIDE("Install"), LARDER_WIDE("none")), WideString());
-  EXPECT_EQ(GetRegistryString(LARDER_WIDE("Install"), LARDER_WIDE("nul")), LARDER_WIDE("ab"));
+  const auto read = [](std::size_t size, const void* data) {
+    Store(LARDER_WIDE("text"), platform::kRegSz, data, size);
+    return GetRegistryString(LARDER_WIDE("Install"), LARDER_WIDE("text"));
+  };
+  EXPECT_EQ(read(196, full.data()), full);
+  EXPECT_EQ(read(3, full.data()).substr(0, 1), LARDER_WIDE("y"));
+  EXPECT_EQ(read(0, full.data()), WideString());
+  EXPECT_EQ(read(12, LARDER_WIDE("ab\0cd")), LARDER_WIDE("ab"));
 }
 
+// The integer changes for a value of 4 bytes whatever its type, and for none that is longer.
 TEST_F(Registry, AnIntegerIsADwordAndFailuresTellTheirReason) {
-  std::int32_t value = -1;
-  EXPECT_FALSE(GetRegistryInt(LARDER_WIDE("Install"), LARDER_WIDE("n"), &value));
+  const std::string query = " WARN: RegQueryValueExW failed for \"Install\", n: ";
+  std::int32_t value = 99;
+  const auto isRead = [&] {
+    return GetRegistryInt(LARDER_WIDE("Install"), LARDER_WIDE("n"), &value);
+  };
+  EXPECT_FALSE(isRead());
   EXPECT_THAT(Warnings(), ElementsAre(" WARN: RegOpenKeyExW failed for \"Install\": " + Error(2)));
-
+  StoreText(LARDER_WIDE("n"), platform::kRegSz, LARDER_WIDE("ABC"));
+  EXPECT_FALSE(isRead());
+  EXPECT_EQ(value, 99);
+  StoreText(LARDER_WIDE("n"), platform::kRegSz, LARDER_WIDE("A"));
+  EXPECT_FALSE(isRead());
   const std::int32_t stored = -123456;
-  Store(LARDER_WIDE("Install"), LARDER_WIDE("n"), platform::kRegDword, &stored, 4);
-  EXPECT_TRUE(GetRegistryInt(LARDER_WIDE("Install"), LARDER_WIDE("n"), &value));
+  Store(LARDER_WIDE("n"), platform::kRegDword, &stored, 2);
+  EXPECT_FALSE(isRead());
+  EXPECT_THAT(Warnings(), ElementsAre(query + Error(234), " WARN: Unexpected type/size 1",
+                                      " WARN: Unexpected type/size 4"));
+  Store(LARDER_WIDE("n"), platform::kRegDword, &stored, 4);
+  EXPECT_TRUE(isRead());
   EXPECT_EQ(value, stored);
   EXPECT_THAT(Warnings(), IsEmpty());
-
-  // A value of 4 bytes changes the integer whatever its type; a longer one doesn't.
-  StoreText(LARDER_WIDE("one"), platform::kRegSz, LARDER_WIDE("A"));
-  StoreText(LARDER_WIDE("three"), platform::kRegSz, LARDER_WIDE("ABC"));
-  value = 99;
-  EXPECT_FALSE(GetRegistryInt(LARDER_WIDE("Install"), LARDER_WIDE("three"), &value));
-  EXPECT_EQ(value, 99);
-  EXPECT_FALSE(GetRegistryInt(LARDER_WIDE("Install"), LARDER_WIDE("one"), &value));
-  EXPECT_EQ(value, 'A');
-  Store(LARDER_WIDE("Install"), LARDER_WIDE("short"), platform::kRegDword, &stored, 2);
-  EXPECT_FALSE(GetRegistryInt(LARDER_WIDE("Install"), LARDER_WIDE("short"), &value));
-  EXPECT_THAT(Warnings(),
-              ElementsAre(" WARN: RegQueryValueExW failed for \"Install\", three: " + Error(234),
-                          " WARN: Unexpected type/size 1", " WARN: Unexpected type/size 4"));
 }
 
 TEST_F(Registry, DeletingReportsTheOpenAndThenTheEmptyKey) {
@@ -127,35 +126,19 @@ TEST_F(Registry, DeletingReportsTheOpenAndThenTheEmptyKey) {
               ElementsAre(" WARN: RegOpenKeyEx failed for \"Software\\Velmor\\Larder\\Nowhere\": " +
                               Error(2),
                           " WARN: RegDeleteValue failed for \"v\": " + Error(6)));
-  StoreText(LARDER_WIDE("v"), platform::kRegSz, LARDER_WIDE("x"));
+  SetRegistryString(LARDER_WIDE("Install"), LARDER_WIDE("v"), LARDER_WIDE("x"));
   DeleteRegistryValue(LARDER_WIDE("Install"), LARDER_WIDE("V"));
-  EXPECT_THAT(Warnings(), IsEmpty());
-  DeleteRegistryValue(LARDER_WIDE("Install"), LARDER_WIDE("v"));
-  EXPECT_THAT(Warnings(), ElementsAre(" WARN: RegDeleteValue failed for \"v\": " + Error(2)));
-}
-
-TEST_F(Registry, EachRoutineClosesItsKeyAtItsEnd) {
-  StoreText(LARDER_WIDE("v"), platform::kRegExpandSz, LARDER_WIDE("x"));
-  GetRegistryString(LARDER_WIDE("Install"), LARDER_WIDE("v"));
   EXPECT_EQ(log.Text(),
-            "TRACE: Entering GetRegistryString()\n"
-            " WARN: Unexpected type 2\n"
+            "TRACE: Entering SetRegistryString()\n"
             "TRACE: Destroying AutoRegKeyHandle handle <handle>\n"
-            "TRACE: Leaving GetRegistryString()\n");
-  log.Clear();
-  DeleteRegistryValue(LARDER_WIDE("Install"), LARDER_WIDE("v"));
-  EXPECT_EQ(log.Text(),
+            "TRACE: Leaving SetRegistryString()\n"
             "TRACE: Entering DeleteRegistryValue()\n"
             "TRACE: Entering OpenRegistrySubkey()\n"
             "TRACE: Leaving OpenRegistrySubkey()\n"
             "TRACE: Destroying AutoRegKeyHandle handle <handle>\n"
             "TRACE: Leaving DeleteRegistryValue()\n");
-  log.Clear();
-  SetRegistryString(LARDER_WIDE("Install"), LARDER_WIDE("v"), LARDER_WIDE("x"));
-  EXPECT_EQ(log.Text(),
-            "TRACE: Entering SetRegistryString()\n"
-            "TRACE: Destroying AutoRegKeyHandle handle <handle>\n"
-            "TRACE: Leaving SetRegistryString()\n");
+  DeleteRegistryValue(LARDER_WIDE("Install"), LARDER_WIDE("v"));
+  EXPECT_THAT(Warnings(), ElementsAre(" WARN: RegDeleteValue failed for \"v\": " + Error(2)));
 }
 
 }  // namespace
