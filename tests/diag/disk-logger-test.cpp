@@ -1,79 +1,41 @@
-#include "diag/disk-logger.h"
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <fstream>
 #include <sstream>
 #include <thread>
 
+#include "diag/disk-log.h"
 #include "diag/log-statement.h"
 #include "testing/recorded-log.h"
-#include "testing/test-machine.h"
 
 namespace larder {
 namespace {
 
 using testing::EndsWith;
 
-constexpr std::uint32_t kLimit = 102400;
-
-class DiskLog : public testing::Test {
- protected:
-  std::filesystem::path File(int generation = 0) const {
-    const std::string suffix = generation == 0 ? "" : "." + std::to_string(generation);
-    return machine.Folder() / ("lr_1A2B.log" + suffix);
-  }
-  std::string Read(int generation = 0) const {
-    std::ifstream file(File(generation), std::ios::binary);
-    std::ostringstream bytes;
-    bytes << file.rdbuf();
-    return bytes.str();
-  }
-  void Fill(int generation, std::size_t size, char with = '.') const {
-    std::ofstream(File(generation), std::ios::binary) << std::string(size, with);
-  }
-  bool Exists(int generation) const { return std::filesystem::exists(File(generation)); }
-
-  // A logger that is fed directly and gone, with its lines on disk, when this returns.
-  template <typename Feed>
-  void WithLogger(Feed feed, std::uint32_t backups = 5) const {
-    DiskLogger logger(machine.WideFolder() + LARDER_WIDE("lr_1A2B.log"), kLimit, backups);
-    feed(logger);
-  }
-
-  TestMachine machine;
-};
-
 TEST_F(DiskLog, NothingTouchesTheDiskBeforeTheFirstLine) {
-  WithLogger([](DiskLogger&) {});
+  LogLines("never", 0);
   EXPECT_FALSE(Exists(0));
-  WithLogger([](DiskLogger& logger) { logger.Log("first\r\n"); });
-  WithLogger([](DiskLogger& logger) { logger.Log("second\r\n"); });
+  LogLines("first\r\n");
+  LogLines("second\r\n");
   EXPECT_EQ(Read(), "first\r\nsecond\r\n") << "a later logger goes on behind what is there";
 }
 
 TEST_F(DiskLog, AFileIsRotatedWhenItHasReachedTheLimitAndNotWhenALineWouldPassIt) {
   Fill(0, kLimit - 1);
-  WithLogger([](DiskLogger& logger) { logger.Log("over\r\n"); });
+  LogLines("over\r\n");
   EXPECT_FALSE(Exists(1));
   EXPECT_EQ(Read().size(), kLimit + 5);
-  WithLogger([](DiskLogger& logger) { logger.Log("next\r\n"); });
-  EXPECT_THAT(Read(1), EndsWith("over\r\n"));
-  EXPECT_EQ(Read(), "next\r\n");
-  for (const std::uint32_t full : {kLimit, kLimit + 1}) {
-    Fill(0, full);
-    WithLogger([](DiskLogger& logger) { logger.Log("new\r\n"); });
-    EXPECT_EQ(Read(1).size(), full);
-    EXPECT_EQ(Read(), "new\r\n");
-  }
+  Fill(0, kLimit);
+  LogLines("new\r\n");
+  EXPECT_EQ(Read(1).size(), kLimit);
+  EXPECT_EQ(Read(), "new\r\n");
 }
 
 TEST_F(DiskLog, FiveGenerationsAreKeptAndTheSixthIsGone) {
   Fill(0, kLimit, '0');
   for (int i = 1; i <= 5; ++i) Fill(i, 10, static_cast<char>('0' + i));
-  WithLogger([](DiskLogger& logger) { logger.Log("new\r\n"); });
+  LogLines("new\r\n");
   EXPECT_EQ(Read(), "new\r\n");
   EXPECT_EQ(Read(1), std::string(kLimit, '0'));
   for (int i = 2; i <= 5; ++i) EXPECT_EQ(Read(i), std::string(10, static_cast<char>('0' + i - 1)));
@@ -82,7 +44,7 @@ TEST_F(DiskLog, FiveGenerationsAreKeptAndTheSixthIsGone) {
 
 TEST_F(DiskLog, WithoutBackupsARotationDeletesTheFile) {
   Fill(0, kLimit);
-  WithLogger([](DiskLogger& logger) { logger.Log("new\r\n"); }, 0);
+  LogLines("new\r\n", 1, 0);
   EXPECT_EQ(Read(), "new\r\n");
   EXPECT_FALSE(Exists(1));
 }
@@ -161,29 +123,23 @@ TEST_F(DiskLog, AFileThatIsTakenAwayOrCutIsLivedWith) {
     std::filesystem::remove(File(), ignored);
     for (int i = 0; i < 10; ++i) logger.Log("more\r\n");
   });
-  WithLogger([](DiskLogger& logger) { logger.Log("last\r\n"); });
+  LogLines("last\r\n");
   EXPECT_THAT(Read(), EndsWith("last\r\n"));
 }
 
 TEST_F(DiskLog, AFolderInTheFilesPlaceLosesTheLinesAndNothingElse) {
   std::filesystem::create_directory(File());
-  WithLogger([](DiskLogger& logger) { logger.Log("lost\r\n"); });
+  LogLines("lost\r\n");
   EXPECT_TRUE(std::filesystem::is_directory(File()));
   std::filesystem::remove(File());
-  WithLogger([](DiskLogger& logger) { logger.Log("kept\r\n"); });
+  LogLines("kept\r\n");
   EXPECT_EQ(Read(), "kept\r\n");
 }
 
 TEST_F(DiskLog, AGenerationThatCantBeMovedLetsTheFileGrow) {
   std::filesystem::create_directory(File(1));
   Fill(0, kLimit);
-  WithLogger(
-      [](DiskLogger& logger) {
-        logger.Log("a\r\n");
-        logger.Log("b\r\n");
-      },
-      1);
-  EXPECT_THAT(Read(), EndsWith("a\r\nb\r\n"));
+  LogLines("a\r\n", 2, 1);
   EXPECT_EQ(Read().size(), kLimit + 6);
 }
 

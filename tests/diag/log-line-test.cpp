@@ -37,12 +37,8 @@ TEST(LogLine, InsertsNarrowPiecesAsAStreamDoes) {
   check(std::numeric_limits<std::int64_t>::min(), ' ', std::numeric_limits<std::uint64_t>::max());
   check(0, " ", -1, " ", 1234567U, " ", short{-3}, " ", static_cast<unsigned short>(65535));
   check(true, false, kSeven);
-  check('c', static_cast<std::uint8_t>(0x41), static_cast<std::int8_t>(0x7A));
+  check('c', static_cast<std::uint8_t>(2), static_cast<std::int8_t>(0x7A));
   check("before", null, "after");  // a null text fails the stream for good
-}
-
-TEST(LogLine, AnEightBitValueIsAByteAndNotANumber) {
-  EXPECT_EQ(Body("v", static_cast<std::uint8_t>(2), "!"), "v\x02!");
 }
 
 TEST(LogLine, WidePiecesAreCutAtTheirNulAndEncodedUnitByUnit) {
@@ -70,20 +66,15 @@ TEST(LogLine, LinesOfEveryLengthComeOutWhole) {
   }
 }
 
-// Digits grouped, as many countries write them.
-class Grouped : public std::numpunct<char> {
-  char do_thousands_sep() const override { return '.'; }
-  std::string do_grouping() const override { return "\3"; }
-  std::string do_truename() const override { return "ja"; }
-};
-
 TEST(LogLine, AHostsLocaleChangesNothing) {
+  struct Grouped : std::numpunct<char> {  // as many countries write numbers
+    char do_thousands_sep() const override { return '.'; }
+    std::string do_grouping() const override { return "\3"; }
+    std::string do_truename() const override { return "ja"; }
+  };
   const std::locale before = std::locale::global(std::locale(std::locale(), new Grouped));
   const std::string body = Body(1234567, " ", -7654321, " ", true);
-  std::ostringstream localized;
-  localized << 1234567;
   std::locale::global(before);
-  EXPECT_EQ(localized.str(), "1.234.567");
   EXPECT_EQ(body, "1234567 -7654321 1");
 }
 

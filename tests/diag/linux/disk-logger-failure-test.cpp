@@ -1,0 +1,72 @@
+// What goes wrong with files on a system that lets it go wrong.
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <string>
+
+#include "diag/disk-log.h"
+#include "platform/linux/child-process.h"
+
+namespace larder {
+namespace {
+
+TEST_F(DiskLog, AFullDiskTearsOneLineAndLoggingGoesOnWhenThereIsRoom) {
+  const int result = RunInChild([&] {
+    signal(SIGXFSZ, SIG_IGN);
+    rlimit limit{};
+    getrlimit(RLIMIT_FSIZE, &limit);
+    const rlimit small = {100, limit.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &small);
+    LogLines("ten bytes\n", 30);
+    setrlimit(RLIMIT_FSIZE, &limit);
+    LogLines("room again\n");
+    return 0;
+  });
+  EXPECT_EQ(result, 0);
+  std::string expected;
+  for (int i = 0; i < 10; ++i) expected += "ten bytes\n";
+  EXPECT_EQ(Read(), expected + "room again\n");
+  EXPECT_FALSE(Exists(1));
+}
+
+TEST_F(DiskLog, AKilledHostLeavesItsLinesInOrder) {
+  int started[2];
+  ASSERT_EQ(pipe(started), 0);
+  const pid_t host = StartChild([&]() -> int {
+    WithLogger(
+        [&](DiskLogger& logger) {
+          for (int i = 0;; ++i) {
+            logger.Log((std::to_string(i) + " is a line\n").c_str());
+            if (i == 1000 && write(started[1], "x", 1) != 1) return;
+          }
+        },
+        5, 10 * kLimit);
+    return 1;
+  });
+  char byte = 0;
+  ASSERT_EQ(read(started[0], &byte, 1), 1);
+  while (Read(1).empty() && Read().empty()) sched_yield();
+  kill(host, SIGKILL);
+  EXPECT_EQ(WaitForChild(host), -1);
+  // The kill may cut the system's last write short.
+  const std::string all = Read(1) + Read();
+  std::string lines;
+  for (int i = 0; lines.size() < all.size(); ++i) lines += std::to_string(i) + " is a line\n";
+  EXPECT_EQ(all, lines.substr(0, all.size()));
+}
+
+TEST_F(DiskLog, AReadOnlyFolderLosesTheLinesOnly) {
+  std::filesystem::permissions(machine.Folder(), std::filesystem::perms(0555));
+  EXPECT_EQ(RunAsNobody([&] {
+              LogLines("line\n", 100);
+              return 0;
+            }),
+            0);
+  EXPECT_FALSE(Exists(0));
+  std::filesystem::permissions(machine.Folder(), std::filesystem::perms(0755));
+}
+
+}  // namespace
+}  // namespace larder
