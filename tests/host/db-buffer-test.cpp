@@ -1,16 +1,10 @@
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <larder/provider.h>
 
 #include <cstdint>
 #include <string>
 
-#include "testing/recorded-log.h"
-
 namespace {
-
-using larder::RecordedLog;
-using testing::ElementsAre;
 
 std::string Contents(const DbBuffer& buffer) {
   return buffer.data == nullptr
@@ -66,34 +60,6 @@ TEST(DbBuffer, MovingEmptiesTheSourceAndCopiesNothing) {
   EXPECT_TRUE(IsEmpty(moved));  // NOLINT(bugprone-use-after-move)
   EXPECT_EQ(target.data, block);
   EXPECT_EQ(target.size, 5U);
-}
-
-TEST(DbBuffer, EveryStepStandsInTheLog) {
-  RecordedLog log;
-  { const DbBuffer buffer; }
-  EXPECT_THAT(
-      log.Lines(),
-      ElementsAre("TRACE: Entering DbBuffer::DbBuffer()", "TRACE: Leaving DbBuffer::DbBuffer()",
-                  "TRACE: Entering DbBuffer::~DbBuffer()", "TRACE: Entering DbBuffer::Reset()",
-                  "TRACE: Leaving DbBuffer::Reset()", "TRACE: Leaving DbBuffer::~DbBuffer()"));
-  DbBuffer buffer;
-  log.Clear();
-  buffer.Copy(reinterpret_cast<const unsigned char*>("x"), 1);
-  EXPECT_THAT(
-      log.Lines(),
-      ElementsAre("TRACE: Entering DbBuffer::Copy()", "TRACE: Entering DbBuffer::DbBuffer()",
-                  "TRACE: Leaving DbBuffer::DbBuffer()", "TRACE: Entering DbBuffer::operator =()",
-                  "TRACE: Entering DbBuffer::Reset()", "TRACE: Leaving DbBuffer::Reset()",
-                  "TRACE: Leaving DbBuffer::operator =()", "TRACE: Entering DbBuffer::~DbBuffer()",
-                  "TRACE: Entering DbBuffer::Reset()", "TRACE: Leaving DbBuffer::Reset()",
-                  "TRACE: Leaving DbBuffer::~DbBuffer()", "TRACE: Leaving DbBuffer::Copy()"));
-  log.Clear();
-  buffer.TakeOwnership(buffer.Release(), 1);
-  EXPECT_THAT(
-      log.Lines(),
-      ElementsAre("TRACE: Entering DbBuffer::Release()", "TRACE: Leaving DbBuffer::Release()",
-                  "TRACE: Entering DbBuffer::TakeOwnership()", "TRACE: Entering DbBuffer::Reset()",
-                  "TRACE: Leaving DbBuffer::Reset()", "TRACE: Leaving DbBuffer::TakeOwnership()"));
 }
 
 }  // namespace

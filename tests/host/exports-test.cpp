@@ -65,62 +65,41 @@ TEST_F(Exports, ABlockGoesInAndComesBackAsTheProvidersOwn) {
   EXPECT_EQ(Query(LARDER_WIDE("a")), LARDER_E_NO_DATA);
 }
 
-TEST_F(Exports, QueryTestsItsArgumentsInOrder) {
+TEST_F(Exports, ArgumentsAreTestedInOrder) {
   const TestDescriptor descriptor(LARDER_WIDE("a"));
-  int stale = 0;
-  const auto wrong = reinterpret_cast<LarderHandle>(&stale);
-  EXPECT_EQ(LarderQuery(nullptr, nullptr, 2, 0, nullptr, 0), LARDER_E_INVALID_HANDLE);
-  EXPECT_EQ(LarderQuery(wrong, &descriptor, 2, 0, &data, 1), LARDER_E_INVALID_HANDLE);
-  EXPECT_EQ(LarderQuery(handle, nullptr, 9, 0, nullptr, 2), LARDER_E_PARAMETER_2);
-  EXPECT_EQ(LarderQuery(handle, &descriptor, 9, 0, nullptr, 2), LARDER_E_PARAMETER_3);
-  EXPECT_EQ(LarderQuery(handle, &descriptor, 9, 0, &data, '7'), LARDER_E_WRONG_VERSION);
+  const auto wrong = reinterpret_cast<LarderHandle>(this);
+  std::string call = "LarderQuery";
+  const auto isRefused = [&](std::int32_t result, std::int32_t code, const std::string& reason) {
+    EXPECT_EQ(result, code) << reason;
+    EXPECT_EQ(host.LogText(), "TRACE: Entering " + call + "()\nERROR: <host> tried to " + reason +
+                                  "\nTRACE: Leaving " + call + "()\n");
+    host.log.Clear();
+  };
+  isRefused(LarderQuery(nullptr, nullptr, 2, 0, nullptr, 0), LARDER_E_INVALID_HANDLE,
+            "query with an invalid handle");
+  isRefused(LarderQuery(wrong, &descriptor, 2, 0, &data, 1), LARDER_E_INVALID_HANDLE,
+            "query with an invalid handle");
+  isRefused(LarderQuery(handle, nullptr, 9, 0, nullptr, 2), LARDER_E_PARAMETER_2,
+            "query with a null object descriptor");
+  isRefused(LarderQuery(handle, &descriptor, 9, 0, nullptr, 2), LARDER_E_PARAMETER_3,
+            "query with a null data pointer");
+  isRefused(LarderQuery(handle, &descriptor, 9, 0, &data, '7'), LARDER_E_WRONG_VERSION,
+            "query with version 7 and current version is 1");
+  isRefused(LarderQuery(handle, &descriptor, 2, 0, &data, 2), LARDER_E_WRONG_VERSION,
+            "query with version \x02 and current version is 1");
   EXPECT_EQ(data, untouched);
-  EXPECT_EQ(host.LogText(),
-            "TRACE: Entering LarderQuery()\n"
-            "ERROR: <host> tried to query with an invalid handle\n"
-            "TRACE: Leaving LarderQuery()\n"
-            "TRACE: Entering LarderQuery()\n"
-            "ERROR: <host> tried to query with an invalid handle\n"
-            "TRACE: Leaving LarderQuery()\n"
-            "TRACE: Entering LarderQuery()\n"
-            "ERROR: <host> tried to query with a null object descriptor\n"
-            "TRACE: Leaving LarderQuery()\n"
-            "TRACE: Entering LarderQuery()\n"
-            "ERROR: <host> tried to query with a null data pointer\n"
-            "TRACE: Leaving LarderQuery()\n"
-            "TRACE: Entering LarderQuery()\n"
-            "ERROR: <host> tried to query with version 7 and current version is 1\n"
-            "TRACE: Leaving LarderQuery()\n");
-  host.log.Clear();
-  EXPECT_EQ(LarderQuery(handle, &descriptor, 2, 0, &data, 2), LARDER_E_WRONG_VERSION);
-  EXPECT_THAT(host.LogText(), HasSubstr("version \x02 and current"));
-  EXPECT_EQ(LarderQuery(handle, &descriptor, 2, 0, &data, static_cast<std::uint8_t>(0x101)),
-            LARDER_E_NO_DATA);
-}
-
-TEST_F(Exports, FreeQueryAndWriteTestTheirArgumentsInOrder) {
-  const TestDescriptor descriptor(LARDER_WIDE("a"));
-  EXPECT_EQ(LarderFreeQuery(nullptr, nullptr), LARDER_E_INVALID_HANDLE);
-  EXPECT_EQ(LarderFreeQuery(handle, nullptr), LARDER_E_PARAMETER_2);
-  EXPECT_EQ(LarderWrite(nullptr, nullptr, 2, nullptr), LARDER_E_INVALID_HANDLE);
-  EXPECT_EQ(LarderWrite(handle, nullptr, 2, nullptr), LARDER_E_PARAMETER_2);
-  EXPECT_EQ(LarderWrite(handle, &descriptor, 2, nullptr), LARDER_E_PARAMETER_3);
-  EXPECT_EQ(host.LogText(),
-            "TRACE: Entering LarderFreeQuery()\n"
-            "ERROR: <host> tried to query with an invalid handle\n"
-            "TRACE: Leaving LarderFreeQuery()\n"
-            "TRACE: Entering LarderFreeQuery()\n"
-            "ERROR: <host> tried to query with a null data pointer\n"
-            "TRACE: Leaving LarderFreeQuery()\n"
-            "TRACE: Entering LarderWrite()\n"
-            "ERROR: <host> tried to write with an invalid handle\n"
-            "TRACE: Leaving LarderWrite()\n"
-            "TRACE: Entering LarderWrite()\n"
-            "ERROR: <host> tried to write with a null object descriptor\n"
-            "TRACE: Leaving LarderWrite()\n"
-            "TRACE: Entering LarderWrite()\n"
-            "ERROR: <host> tried to write with a null data pointer\n"
-            "TRACE: Leaving LarderWrite()\n");
+  call = "LarderFreeQuery";
+  isRefused(LarderFreeQuery(nullptr, nullptr), LARDER_E_INVALID_HANDLE,
+            "query with an invalid handle");
+  isRefused(LarderFreeQuery(handle, nullptr), LARDER_E_PARAMETER_2,
+            "query with a null data pointer");
+  call = "LarderWrite";
+  isRefused(LarderWrite(nullptr, nullptr, 2, nullptr), LARDER_E_INVALID_HANDLE,
+            "write with an invalid handle");
+  isRefused(LarderWrite(handle, nullptr, 2, nullptr), LARDER_E_PARAMETER_2,
+            "write with a null object descriptor");
+  isRefused(LarderWrite(handle, &descriptor, 2, nullptr), LARDER_E_PARAMETER_3,
+            "write with a null data pointer");
 }
 
 TEST_F(Exports, ATypeThatNobodyServesIsAGenericErrorWithItsTextInTheLog) {
@@ -183,16 +162,6 @@ TEST_F(Exports, AFailedFreeQueryStillFreesTheBlock) {
     EXPECT_EQ(LarderFreeQuery(handle, data), LARDER_E_GENERIC);
   }
   EXPECT_THAT(host.LogText(), HasSubstr("ERROR: Error in LarderFreeQuery.\n"));
-}
-
-TEST_F(Exports, AHandleOfAnEarlierLifeIsRefused) {
-  const LarderHandle stale = handle;
-  ASSERT_EQ(LarderRelease(), LARDER_OK);
-  const TestDescriptor descriptor(LARDER_WIDE("a"));
-  EXPECT_EQ(LarderQuery(stale, &descriptor, 2, 0, &data, 1), LARDER_E_INVALID_HANDLE);
-  EXPECT_EQ(LarderFreeQuery(stale, data), LARDER_E_INVALID_HANDLE);
-  EXPECT_EQ(LarderWrite(stale, &descriptor, 2, &block.header), LARDER_E_INVALID_HANDLE);
-  ASSERT_EQ(LarderInit(UnexpectedCall, &handle), LARDER_OK);
 }
 
 }  // namespace

@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 #include <larder/larder.h>
 
-#include <fstream>
 #include <regex>
 
 #include "host/host-machine.h"
@@ -12,8 +11,6 @@
 
 namespace larder {
 namespace {
-
-using testing::HasSubstr;
 
 struct Fault {
   const char* name;
@@ -100,18 +97,6 @@ TEST(FaultyMachine, AMachineWithoutProvidersFailsAndThenWorks) {
   host.AddProvider("A", "type-2.dll");
   EXPECT_EQ(LarderInit(UnexpectedCall, &handle), LARDER_OK);
   EXPECT_EQ(LarderRelease(), LARDER_OK);
-}
-
-TEST(FaultyMachine, AFileProviderWithoutItsQueryModuleFailsTheStartAndIsNamed) {
-  HostMachine host;
-  host.AddProvider("A", "feed-file.dll");
-  LarderHandle handle = nullptr;
-  EXPECT_EQ(LarderInit(UnexpectedCall, &handle), LARDER_E_DB_OPEN_FAILED);
-  const std::string text = host.LogText();
-  EXPECT_THAT(text, HasSubstr("ERROR: Fatal error in LarderInit Can't use the query module "
-                              "\"<folder>\\stock-file-query.dll\": "));
-  EXPECT_THAT(text, HasSubstr(" (code 126)\n"));
-  EXPECT_FALSE(IsLoaded(host, "feed-file.dll"));
 }
 
 TEST(FaultyMachine, ProvidersThatThrowEverywhereHarmNobodyElse) {

@@ -6,6 +6,7 @@
 #include <atomic>
 #include <condition_variable>
 #include <mutex>
+#include <string>
 #include <vector>
 
 #include "host/file-descriptor.h"
@@ -17,7 +18,6 @@ namespace larder {
 namespace {
 
 using testing::ElementsAre;
-using testing::HasSubstr;
 using testing::IsEmpty;
 
 // What the two clients of this process were told.
@@ -83,7 +83,7 @@ class Notification : public testing::Test {
   LarderHandle handle = nullptr;
 };
 
-TEST_F(Notification, TheTwoMessagesReachTheClientAndOnlyTheFirstSignalCounts) {
+TEST_F(Notification, TheTwoMessagesReachTheClientOnceAndChangeNothingElse) {
   const struct {
     const LarderWideChar* message;
     std::int32_t told;
@@ -97,6 +97,9 @@ TEST_F(Notification, TheTwoMessagesReachTheClientAndOnlyTheFirstSignalCounts) {
     WaitForTheThreadsEnd();
     installer.Lower();
     installer.Signal(LARDER_WIDE("upgrade"));  // nobody waits any more
+    const TestDescriptor descriptor(LARDER_WIDE("a"));
+    DataBlockHeader* data = nullptr;
+    EXPECT_EQ(LarderQuery(handle, &descriptor, 2, 0, &data, 1), LARDER_E_NO_DATA);
     EXPECT_EQ(LarderRelease(), LARDER_OK);
     EXPECT_EQ(FirstClient.size(), 1U);
     EXPECT_TRUE(host.log.Contains("TRACE: Calling callback with " + std::to_string(c.told)));
@@ -106,34 +109,21 @@ TEST_F(Notification, TheTwoMessagesReachTheClientAndOnlyTheFirstSignalCounts) {
 }
 
 TEST_F(Notification, AnUnknownMessageEndsTheWatchWithoutACall) {
-  const struct {
-    const LarderWideChar* message;
-    const char* shown;
-  } cases[] = {{LARDER_WIDE("Upgrade"), "Upgrade"},
-               {LARDER_WIDE("upgrade "), "upgrade "},
-               {LARDER_WIDE(""), ""}};
-  for (const auto& c : cases) {
+  for (const std::string message : {"absent", "Upgrade", "upgrade ", ""}) {
     host.log.Clear();
     Init();
-    installer.Signal(c.message);
+    if (message == "absent")
+      installer.Raise();
+    else
+      installer.Signal(Wide(message));
     WaitForTheThreadsEnd();
     EXPECT_EQ(LarderRelease(), LARDER_OK);
-    EXPECT_TRUE(
-        host.log.Contains(std::string("TRACE: Read \"") + c.shown + "\" from registry.\r\n"));
-    EXPECT_TRUE(
-        host.log.Contains(std::string(" WARN: Unknown installerMessage ") + c.shown + "\r\n"));
+    const std::string shown = message == "absent" ? "" : message;
+    EXPECT_TRUE(host.log.Contains("TRACE: Read \"" + shown + "\" from registry.\r\n"));
+    EXPECT_TRUE(host.log.Contains(" WARN: Unknown installerMessage " + shown + "\r\n"));
     installer.Lower();
   }
   EXPECT_THAT(FirstClient, IsEmpty());
-}
-
-TEST_F(Notification, AnAbsentMessageIsUnknownToo) {
-  Init();
-  installer.Raise();
-  WaitForTheThreadsEnd();
-  EXPECT_TRUE(host.log.Contains("TRACE: Read \"\" from registry.\r\n"));
-  EXPECT_TRUE(host.log.Contains(" WARN: Unknown installerMessage \r\n"));
-  EXPECT_EQ(LarderRelease(), LARDER_OK);
 }
 
 TEST_F(Notification, ASignalFromBeforeInitArrivesAtOnceAndForEveryNewHandle) {
@@ -154,23 +144,6 @@ TEST_F(Notification, OnlyTheClientThatBuiltTheHandleIsToldEvenAfterItHasGone) {
   EXPECT_THAT(WaitForFirst(), ElementsAre(1));
   EXPECT_EQ(LarderRelease(), LARDER_OK);
   EXPECT_THAT(SecondClient, IsEmpty());
-}
-
-TEST_F(Notification, EveryExportWorksOnAfterAnUninstall) {
-  Init();
-  installer.Signal(LARDER_WIDE("uninstall"));
-  WaitForFirst();
-  WaitForTheThreadsEnd();
-  const TestDescriptor descriptor(LARDER_WIDE("a"));
-  const DataBlockHeader block{sizeof block, 2};
-  DataBlockHeader* data = nullptr;
-  EXPECT_EQ(LarderWrite(handle, &descriptor, 2, &block), LARDER_OK);
-  EXPECT_EQ(LarderQuery(handle, &descriptor, 2, 0, &data, 1), LARDER_OK);
-  EXPECT_EQ(LarderFreeQuery(handle, data), LARDER_OK);
-  LarderHandle again = nullptr;
-  EXPECT_EQ(LarderInit(TellSecond, &again), LARDER_E_ALREADY_INITIALIZED);
-  EXPECT_EQ(LarderRelease(), LARDER_OK);
-  EXPECT_EQ(LarderRelease(), LARDER_OK);
 }
 
 TEST_F(Notification, AHandleWithoutASignalShutsItsThreadDown) {
@@ -204,26 +177,19 @@ TEST_F(Notification, ACallbackMayTakeItsTimeAndTheReleaseWaitsForIt) {
 
 using NotificationDeathTest = Notification;
 
-TEST_F(NotificationDeathTest, ACallbackThatThrowsEndsTheProcess) {
+TEST_F(NotificationDeathTest, ACallbackThatThrowsOrGivesTheLastReferenceBackEndsTheProcess) {
   testing::FLAGS_gtest_death_test_style = "threadsafe";
-  EXPECT_DEATH(
-      {
-        Init([](std::int32_t) { throw 1; });
-        installer.Signal(LARDER_WIDE("upgrade"));
-        WaitForTheThreadsEnd();
-      },
-      "");
-}
-
-TEST_F(NotificationDeathTest, ACallbackThatGivesTheLastReferenceBackEndsTheProcess) {
-  testing::FLAGS_gtest_death_test_style = "threadsafe";
-  EXPECT_DEATH(
-      {
-        Init([](std::int32_t) { LarderRelease(); });
-        installer.Signal(LARDER_WIDE("upgrade"));
-        WaitForTheThreadsEnd();
-      },
-      "");
+  const LarderNotifyCallback callbacks[] = {[](std::int32_t) { throw 1; },
+                                            [](std::int32_t) { LarderRelease(); }};
+  for (const LarderNotifyCallback callback : callbacks) {
+    EXPECT_DEATH(
+        {
+          Init(callback);
+          installer.Signal(LARDER_WIDE("upgrade"));
+          WaitForTheThreadsEnd();
+        },
+        "");
+  }
 }
 
 }  // namespace
