@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstddef>
-#include <string>
 
 namespace larder {
 
@@ -12,8 +11,5 @@ struct Footprint {
 };
 
 Footprint TakeFootprint();
-
-// Whether a file with this name is mapped as a module.
-bool IsMapped(const std::string& fileName);
 
 }  // namespace larder

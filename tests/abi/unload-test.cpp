@@ -10,6 +10,7 @@
 #include "host/file-descriptor.h"
 #include "host/host-machine.h"
 #include "platform/module.h"
+#include "testing/modules.h"
 
 namespace larder {
 namespace {
@@ -82,16 +83,16 @@ const char* const kModules[] = {"feed-test.dll", "feed-file.dll", "stock-file-qu
 
 // Load, use, let go. The library's file is mapped exactly as long as it is loaded, the providers'
 // as long as there is a handle.
-void LiveOnce() {
+void LiveOnce(const std::filesystem::path& folder) {
   const LoadedLibrary library;
-  EXPECT_TRUE(IsMapped(LARDER_LIBRARY_FILE));
+  EXPECT_TRUE(IsModuleLoaded(LARDER_LIBRARY_FILE));
   LarderHandle handle = nullptr;
   ASSERT_EQ(library.init([](std::int32_t) {}, &handle), LARDER_OK);
-  for (const char* module : kModules) EXPECT_TRUE(IsMapped(module)) << module;
+  for (const char* module : kModules) EXPECT_TRUE(IsModuleLoaded(folder / module)) << module;
   WriteAndQuery(library, handle);
   QueryFile(library, handle);
   EXPECT_EQ(library.release(), LARDER_OK);
-  for (const char* module : kModules) EXPECT_FALSE(IsMapped(module)) << module;
+  for (const char* module : kModules) EXPECT_FALSE(IsModuleLoaded(folder / module)) << module;
 }
 
 // The first exception of a process: the C++ runtime may keep handles for it.
@@ -115,8 +116,7 @@ void ExpectNothingLeft(const Live& live) {
   for (int life = 1; inARow < kLivesWithoutTrace; ++life) {
     ASSERT_LE(life, kMostLives) << before.threads << " threads, " << before.handles << " handles";
     live();
-    EXPECT_FALSE(IsMapped(LARDER_LIBRARY_FILE)) << "after life " << life;
-    for (const char* module : kModules) EXPECT_FALSE(IsMapped(module)) << "after life " << life;
+    EXPECT_FALSE(IsModuleLoaded(LARDER_LIBRARY_FILE)) << "after life " << life;
     const Footprint after = TakeFootprint();
     const bool hasGrown = after.threads > before.threads || after.handles > before.handles;
     inARow = hasGrown ? 0 : inARow + 1;
@@ -130,7 +130,7 @@ TEST(Unload, LeavesNoThreadNoHandleAndNoModuleBehind) {
   host.AddProvider("FeedFile", "feed-file.dll");
   host.AddModule("stock-file-query.dll");
   WarmUp();
-  ExpectNothingLeft(LiveOnce);
+  ExpectNothingLeft([&] { LiveOnce(host.machine.Folder()); });
 }
 
 void FailOnce() {

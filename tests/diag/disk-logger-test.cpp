@@ -42,25 +42,6 @@ TEST_F(DiskLog, FiveGenerationsAreKeptAndTheSixthIsGone) {
   EXPECT_FALSE(Exists(6));
 }
 
-TEST_F(DiskLog, WithoutBackupsARotationDeletesTheFile) {
-  Fill(0, kLimit);
-  LogLines("new\r\n", 1, 0);
-  EXPECT_EQ(Read(), "new\r\n");
-  EXPECT_FALSE(Exists(1));
-}
-
-TEST_F(DiskLog, ALineLongerThanTheLimitStaysWhole) {
-  const std::string line(3 * kLimit, 'x');
-  WithLogger([&](DiskLogger& logger) {
-    logger.Log((line + "1\r\n").c_str());
-    logger.Log((line + "2\r\n").c_str());
-    logger.Log("short\r\n");
-  });
-  EXPECT_EQ(Read(2), line + "1\r\n");
-  EXPECT_EQ(Read(1), line + "2\r\n");
-  EXPECT_EQ(Read(), "short\r\n");
-}
-
 TEST_F(DiskLog, EveryQueuedLineIsInTheFilesInOrderWhenTheLoggerIsGone) {
   constexpr int kLines = 100000;  // more than the generations hold: the oldest fall off the end
   WithLogger([&](DiskLogger& logger) {

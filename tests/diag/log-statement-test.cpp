@@ -71,22 +71,6 @@ TEST_F(LogStatement, EvaluatesItsPiecesOnceForEachLineThatIsBuilt) {
   EXPECT_THAT(log.Lines(), ElementsAre(" WARN: n 3", "ERROR: n 5"));
 }
 
-TEST_F(LogStatement, ASessionNeedsItsFlagAndInformationLevelForEveryWord) {
-  const struct {
-    std::uint8_t level;
-    std::uint32_t flags;
-    std::size_t lines;
-  } cases[] = {{3, 2, 0}, {4, 1, 0}, {4, 0xFFFFFFFD, 0}, {0, 2, 0}, {4, 2, 3}, {255, 0xF, 3}};
-  for (const auto& c : cases) {
-    EmittedMessages().clear();
-    Enable(c.level, c.flags);
-    LogTrace("t");
-    LogWarn("w");
-    LogError("e");
-    EXPECT_EQ(EmittedMessages().size(), c.lines) << +c.level << ' ' << c.flags;
-  }
-}
-
 TEST_F(LogStatement, AMessageCarriesTheFacilitysNumbers) {
   Enable(4, 2);
   LogTrace("body");

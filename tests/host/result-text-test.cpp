@@ -44,21 +44,16 @@ TEST(LarderErrorToString, GivesTheFixedTexts) {
 }
 
 TEST(LarderErrorToString, WritesTheWholeTextOrNothing) {
-  LarderWideChar buffer[20];
-  const auto fill = [&] { std::fill(std::begin(buffer), std::end(buffer), LarderWideChar{'#'}); };
-  fill();
-  EXPECT_EQ(LarderErrorToString(-4, 13, buffer), 14U);
-  EXPECT_EQ(buffer[0], '#');
-  EXPECT_EQ(LarderErrorToString(-4, 14, buffer), 14U);
-  EXPECT_EQ(WideView(buffer), LARDER_WIDE("Generic error"));
-  EXPECT_EQ(buffer[14], '#');
+  const auto written = [](std::int32_t code, std::uint32_t size) {
+    WideString buffer(20, LARDER_WIDE('#'));
+    LarderErrorToString(code, size, buffer.data());
+    return buffer.substr(0, buffer.find_last_not_of(LARDER_WIDE('#')) + 1);
+  };
+  EXPECT_EQ(written(-4, 13), WideString());
+  EXPECT_EQ(written(-4, 14), WideString(LARDER_WIDE("Generic error"), 14));
+  EXPECT_EQ(written(7, 0), WideString());
+  EXPECT_EQ(written(7, 1), WideString(1, 0));
   EXPECT_EQ(LarderErrorToString(-4, 14, nullptr), 14U);
-  fill();
-  EXPECT_EQ(LarderErrorToString(7, 0, buffer), 1U);
-  EXPECT_EQ(buffer[0], '#');
-  EXPECT_EQ(LarderErrorToString(7, 1, buffer), 1U);
-  EXPECT_EQ(buffer[0], 0);
-  EXPECT_EQ(buffer[1], '#');
 }
 
 }  // namespace

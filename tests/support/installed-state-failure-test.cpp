@@ -79,7 +79,11 @@ TEST_F(RefusedRemoval, TheMakersKeyIsLookedAtAlsoWhenTheTreeCannotGo) {
   EXPECT_THAT(
       log.Text(),
       HasSubstr(" WARN: RegDeleteTree failed for \"Software\\Velmor\\Larder\\\": " + Code(5)));
-  EXPECT_THAT(log.Text(), HasSubstr("TRACE: Velmor reg key is empty - deleting it.\n"));
+  EXPECT_THAT(log.Text(), HasSubstr("TRACE: Velmor reg key is empty - deleting it.\n"
+                                    "TRACE: Destroying AutoRegKeyHandle handle <handle>\n"
+                                    "TRACE: Destroying AutoRegKeyHandle handle <handle>\n"
+                                    "TRACE: Leaving DeleteVelmorRegistryKeyIfEmpty()\n"
+                                    "TRACE: Leaving DeleteLarderRegistryEntries()\n"));
 }
 
 TEST_F(RefusedRemoval, EachStepAtTheMakersKeyTellsWhyItIsTheLast) {

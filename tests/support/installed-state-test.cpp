@@ -6,7 +6,6 @@
 
 #include <fstream>
 
-#include "platform/registry.h"
 #include "support/paths.h"
 #include "support/registry.h"
 #include "support/text.h"
@@ -20,21 +19,11 @@ namespace {
 using testing::HasSubstr;
 using testing::Not;
 
-const WideString kMakerKey = LARDER_WIDE("Software\\Velmor");
-const WideString kProductKey = LARDER_WIDE("Software\\Velmor\\Larder");
-
 bool Exists(const WideString& path) { return std::filesystem::exists(PathOf(path)); }
 
 void MakeFile(const WideString& path) {
   std::filesystem::create_directories(PathOf(path).parent_path());
   std::ofstream(PathOf(path)) << "content";
-}
-
-bool KeyExists(const WideString& path) {
-  platform::RegistryKey key = nullptr;
-  const platform::Code code = platform::OpenRegistryKey(path, platform::kKeyRead, key);
-  platform::CloseRegistryKey(key);
-  return code == platform::kSuccess;
 }
 
 void SetLocation(const WideString& location) {
@@ -112,22 +101,6 @@ TEST_F(InstalledState, TheDataTreeGoesWithoutTheMakersDirectory) {
   EXPECT_TRUE(Exists(GetVelmorDataPath()));
 }
 
-TEST_F(InstalledState, TheRegistrysTreeGoesAndTheMakersKeyWithItWhenThatIsEmpty) {
-  for (const LarderWideChar* location : {LARDER_WIDE(""), LARDER_WIDE("D:\\elsewhere\\")}) {
-    SetLocation(location);
-    SetRegistryString(LARDER_WIDE("DataProviders\\A"), LARDER_WIDE("szDLL"), LARDER_WIDE("a.dll"));
-    const std::string text = LogOf(DeleteLarderRegistryEntries);
-    EXPECT_THAT(text, HasSubstr("TRACE: Velmor reg key is empty - deleting it.\n"
-                                "TRACE: Destroying AutoRegKeyHandle handle <handle>\n"
-                                "TRACE: Destroying AutoRegKeyHandle handle <handle>\n"
-                                "TRACE: Leaving DeleteVelmorRegistryKeyIfEmpty()\n"
-                                "TRACE: Leaving DeleteLarderRegistryEntries()\n"));
-    EXPECT_THAT(text, Not(HasSubstr("failed for \"Software")));
-    EXPECT_FALSE(KeyExists(kMakerKey));
-    EXPECT_TRUE(KeyExists(LARDER_WIDE("Software")));
-  }
-}
-
 TEST_F(InstalledState, ARealInstallationKeepsItsRegistryButNotItsData) {
   SetLocation(LARDER_WIDE("c:\\program files\\common files\\velmor\\baserack\\"));
   for (const auto routine :
@@ -135,7 +108,8 @@ TEST_F(InstalledState, ARealInstallationKeepsItsRegistryButNotItsData) {
     EXPECT_THAT(LogOf(routine), Not(HasSubstr("DeleteVelmorRegistryKeyIfEmpty")));
     EXPECT_EQ(GetRegistryString(LARDER_WIDE("Install"), LARDER_WIDE("szLocation")),
               LARDER_WIDE("c:\\program files\\common files\\velmor\\baserack\\"));
-    EXPECT_FALSE(KeyExists(kProductKey + LARDER_WIDE("\\DataProviders")));
+    EXPECT_EQ(GetRegistryString(LARDER_WIDE("DataProviders\\FeedTest"), LARDER_WIDE("szDLL")),
+              WideString());
   }
   MakeFile(GetLarderDataPath() + LARDER_WIDE("logs\\lr_1.log"));
   DeleteLarderDataDir();

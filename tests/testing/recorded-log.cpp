@@ -12,18 +12,10 @@ namespace {
 
 constexpr std::size_t kStampAndColon = 19;
 
+// All values but the empty ones.
 std::string WithoutHandles(const std::string& text) {
-  static const std::regex handle("\\b[0-9A-F]{16}\\b");
-  std::string result;
-  auto last = text.begin();
-  for (std::sregex_iterator match(text.begin(), text.end(), handle), end; match != end; ++match) {
-    result.append(last, text.begin() + match->position());
-    const std::string digits = match->str();
-    const bool isEmpty = digits.find_first_not_of(digits.front()) == std::string::npos;
-    result += isEmpty ? digits : "<handle>";
-    last = text.begin() + match->position() + match->length();
-  }
-  return result.append(last, text.end());
+  static const std::regex handle("\\b(?!0{16}|F{16})[0-9A-F]{16}\\b");
+  return std::regex_replace(text, handle, "<handle>");
 }
 
 std::string Replaced(std::string text, const std::string& part, const std::string& by) {

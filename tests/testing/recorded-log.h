@@ -12,8 +12,7 @@
 namespace larder {
 
 // Lines with every handle and pointer value but the empty ones as "<handle>" and the host's image
-// as
-// "<host>".
+// as "<host>".
 std::string WithoutVaryingParts(const std::string& text);
 
 class RecordedLog : public LRLogListener {

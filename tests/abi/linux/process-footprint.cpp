@@ -1,7 +1,6 @@
 #include "abi/process-footprint.h"
 
 #include <filesystem>
-#include <fstream>
 #include <iterator>
 
 namespace larder {
@@ -16,17 +15,6 @@ std::size_t EntriesIn(const char* folder) {
 
 Footprint TakeFootprint() {
   return {.threads = EntriesIn("/proc/self/task"), .handles = EntriesIn("/proc/self/fd")};
-}
-
-bool IsMapped(const std::string& fileName) {
-  std::ifstream maps("/proc/self/maps");
-  const std::string ending = '/' + fileName;
-  for (std::string line; std::getline(maps, line);) {
-    if (line.size() >= ending.size() &&
-        line.compare(line.size() - ending.size(), ending.size(), ending) == 0)
-      return true;
-  }
-  return false;
 }
 
 }  // namespace larder

@@ -34,6 +34,4 @@ std::size_t CountHandles() {
 
 Footprint TakeFootprint() { return {.threads = CountThreads(), .handles = CountHandles()}; }
 
-bool IsMapped(const std::string& fileName) { return GetModuleHandleA(fileName.c_str()) != nullptr; }
-
 }  // namespace larder
