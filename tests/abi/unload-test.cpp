@@ -10,6 +10,7 @@
 #include "host/file-descriptor.h"
 #include "host/host-machine.h"
 #include "platform/module.h"
+#include "support/scoped-handles.h"
 #include "testing/modules.h"
 
 namespace larder {
@@ -18,80 +19,45 @@ namespace {
 constexpr std::int32_t kFeedFileType = 1;
 constexpr std::int32_t kFeedTestType = 2;
 
-struct Note {
-  DataBlockHeader header = {.dataSize = sizeof(Note), .providerType = kFeedTestType};
-  char text[8] = "kept";
-};
-
-// The tests run in the folder that holds the library and the modules.
-WideString LibraryPath() { return Wide(".\\" LARDER_LIBRARY_FILE); }
-
-// The library as a host has it that found its six functions by name.
-class LoadedLibrary {
- public:
-  LoadedLibrary() {
-    EXPECT_EQ(platform::OpenModule(LibraryPath(), module), platform::kSuccess);
-    Find("LarderInit", init);
-    Find("LarderRelease", release);
-    Find("LarderQuery", query);
-    Find("LarderFreeQuery", freeQuery);
-    Find("LarderWrite", write);
-  }
-  ~LoadedLibrary() { platform::CloseModule(module); }
-  LoadedLibrary(const LoadedLibrary&) = delete;
-  LoadedLibrary& operator=(const LoadedLibrary&) = delete;
-
-  decltype(&LarderInit) init = nullptr;
-  decltype(&LarderRelease) release = nullptr;
-  decltype(&LarderQuery) query = nullptr;
-  decltype(&LarderFreeQuery) freeQuery = nullptr;
-  decltype(&LarderWrite) write = nullptr;
-
- private:
-  template <typename Function>
-  void Find(const char* name, Function& function) {
-    function = reinterpret_cast<Function>(platform::FindSymbol(module, name));
-    if (function == nullptr) throw std::runtime_error(name);
-  }
-
-  platform::ModuleHandle module = nullptr;
-};
-
-void WriteAndQuery(const LoadedLibrary& library, LarderHandle handle) {
-  const TestDescriptor object(LARDER_WIDE("object"));
-  const Note note;
-  ASSERT_EQ(library.write(handle, &object, kFeedTestType, &note.header), LARDER_OK);
-  DataBlockHeader* data = nullptr;
-  ASSERT_EQ(library.query(handle, &object, kFeedTestType, 0, &data, LARDER_QUERY_VERSION),
-            LARDER_OK);
-  EXPECT_STREQ(reinterpret_cast<const Note*>(data)->text, "kept");
-  EXPECT_EQ(library.freeQuery(handle, data), LARDER_OK);
-}
-
-// Twice, so that the store is written to and read from.
-void QueryFile(const LoadedLibrary& library, LarderHandle handle) {
-  const TestDescriptor file(LARDER_WIDE(".\\feed-test.dll"));
-  for (int i = 0; i < 2; ++i) {
-    DataBlockHeader* data = nullptr;
-    ASSERT_EQ(library.query(handle, &file, kFeedFileType, 0, &data, LARDER_QUERY_VERSION),
-              LARDER_OK);
-    EXPECT_EQ(library.freeQuery(handle, data), LARDER_OK);
-  }
-}
-
 const char* const kModules[] = {"feed-test.dll", "feed-file.dll", "stock-file-query.dll"};
+
+// The tests run in the folder that holds it.
+AutoModuleHandle OpenLibrary() {
+  AutoModuleHandle library;
+  EXPECT_EQ(platform::OpenModule(Wide(".\\" LARDER_LIBRARY_FILE), library.Out()),
+            platform::kSuccess);
+  return library;
+}
+
+template <typename Function>
+Function* Find(const AutoModuleHandle& library, const char* name) {
+  auto* const function = reinterpret_cast<Function*>(platform::FindSymbol(library.Get(), name));
+  if (function == nullptr) throw std::runtime_error(name);
+  return function;
+}
 
 // Load, use, let go. The library's file is mapped exactly as long as it is loaded, the providers'
 // as long as there is a handle.
 void LiveOnce(const std::filesystem::path& folder) {
-  const LoadedLibrary library;
+  const AutoModuleHandle library = OpenLibrary();
+  auto* const query = Find<decltype(LarderQuery)>(library, "LarderQuery");
+  auto* const freeQuery = Find<decltype(LarderFreeQuery)>(library, "LarderFreeQuery");
   EXPECT_TRUE(IsModuleLoaded(LARDER_LIBRARY_FILE));
   LarderHandle handle = nullptr;
-  ASSERT_EQ(library.init([](std::int32_t) {}, &handle), LARDER_OK);
+  ASSERT_EQ(Find<decltype(LarderInit)>(library, "LarderInit")(UnexpectedCall, &handle), LARDER_OK);
   for (const char* module : kModules) EXPECT_TRUE(IsModuleLoaded(folder / module)) << module;
-  WriteAndQuery(library, handle);
-  QueryFile(library, handle);
-  EXPECT_EQ(library.release(), LARDER_OK);
+  const TestDescriptor file(LARDER_WIDE(".\\feed-test.dll"));
+  const DataBlockHeader block = {sizeof block, kFeedTestType};
+  ASSERT_EQ(
+      Find<decltype(LarderWrite)>(library, "LarderWrite")(handle, &file, kFeedTestType, &block),
+      LARDER_OK);
+  // The file provider's store is written to, and then read from.
+  for (const std::int32_t type : {kFeedTestType, kFeedFileType, kFeedFileType}) {
+    DataBlockHeader* data = nullptr;
+    ASSERT_EQ(query(handle, &file, type, 0, &data, LARDER_QUERY_VERSION), LARDER_OK) << type;
+    EXPECT_EQ(freeQuery(handle, data), LARDER_OK);
+  }
+  EXPECT_EQ(Find<decltype(LarderRelease)>(library, "LarderRelease")(), LARDER_OK);
   for (const char* module : kModules) EXPECT_FALSE(IsModuleLoaded(folder / module)) << module;
 }
 
@@ -134,10 +100,10 @@ TEST(Unload, LeavesNoThreadNoHandleAndNoModuleBehind) {
 }
 
 void FailOnce() {
-  const LoadedLibrary library;
+  const AutoModuleHandle library = OpenLibrary();
   LarderHandle handle = nullptr;
-  EXPECT_EQ(library.init([](std::int32_t) {}, &handle), LARDER_E_DB_OPEN_FAILED);
-  EXPECT_EQ(library.release(), LARDER_E_INVALID_HANDLE);
+  EXPECT_EQ(Find<decltype(LarderInit)>(library, "LarderInit")(UnexpectedCall, &handle),
+            LARDER_E_DB_OPEN_FAILED);
 }
 
 TEST(Unload, LeavesNothingBehindAfterAFailedInitEither) {

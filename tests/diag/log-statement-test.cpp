@@ -137,26 +137,21 @@ TEST_F(LogStatement, APieceMayLogItself) {
   EXPECT_THAT(log.Lines(), ElementsAre(" WARN: inner", " WARN: inner", "TRACE: an outer line"));
 }
 
-// Names of this file that must not meet those of the statements.
+// Names that must not meet those of the statements.
 struct TRACE {};
 struct WARN {};
 struct Error {};
-namespace user {
-struct larder {};
 struct LogLine {
   const char* text = "a user's line";
 };
-}  // namespace user
 
 TEST_F(LogStatement, NamesOfTheUsersCantBreakIt) {
   const RecordedLog log;
-  using user::LogLine;
   const LogLine line;
   const char* const word = "word";
   const int body = 1;
   const int text = 2;
-  const user::larder larder;
-  (void)larder;
+  [[maybe_unused]] const int larder = 0;
   if (body == 1)
     LogTrace(line.text, ' ', word, ' ', body, text);
   else

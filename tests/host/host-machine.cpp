@@ -63,10 +63,8 @@ int HostMachine::Count(const std::string& event) const {
   return static_cast<int>(std::count(events.begin(), events.end(), event));
 }
 
-std::string HostMachine::LogText() const { return WithoutMachine(log.Text()); }
-
-std::string HostMachine::WithoutMachine(const std::string& lines) const {
-  std::string text = WithoutVaryingParts(lines);
+std::string HostMachine::LogText() const {
+  std::string text = log.Text();
   const std::string folder = WideToUtf8(machine.WideFolder());
   for (std::size_t at; (at = text.find(folder)) != std::string::npos;) {
     text.replace(at, folder.size(), "<folder>\\");

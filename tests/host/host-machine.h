@@ -27,11 +27,9 @@ class HostMachine {
   // How often one line stands there.
   int Count(const std::string& event) const;
 
-  // The log as RecordedLog::Text gives it, WithoutMachine.
+  // The log as RecordedLog::Text gives it, with the machine's folder as "<folder>" and the system's
+  // texts of codes as "<text>".
   std::string LogText() const;
-  // Lines with the machine's folder as "<folder>", the system's texts of codes as "<text>" and
-  // WithoutVaryingParts.
-  std::string WithoutMachine(const std::string& lines) const;
 
   RecordedLog log;
   TestMachine machine;

@@ -20,21 +20,15 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-// What the two clients of this process were told.
+// What the client was told.
 std::mutex Mutex;
 std::condition_variable Told;
-std::vector<std::int32_t> FirstClient;
-std::vector<std::int32_t> SecondClient;
+std::vector<std::int32_t> Messages;
 
-void TellFirst(std::int32_t message) {
+void Tell(std::int32_t message) {
   const std::lock_guard lock(Mutex);
-  FirstClient.push_back(message);
+  Messages.push_back(message);
   Told.notify_all();
-}
-
-void TellSecond(std::int32_t message) {
-  const std::lock_guard lock(Mutex);
-  SecondClient.push_back(message);
 }
 
 // The installer's part.
@@ -61,18 +55,17 @@ class Notification : public testing::Test {
  protected:
   void SetUp() override {
     host.AddProvider("FeedTest", "feed-test.dll");
-    FirstClient.clear();
-    SecondClient.clear();
+    Messages.clear();
   }
 
-  void Init(LarderNotifyCallback callback = TellFirst) {
+  void Init(LarderNotifyCallback callback = Tell) {
     const std::int32_t result = LarderInit(callback, &handle);
     ASSERT_TRUE(result == LARDER_OK || result == LARDER_E_ALREADY_INITIALIZED);
   }
-  static std::vector<std::int32_t> WaitForFirst() {
+  static std::vector<std::int32_t> WaitForMessage() {
     std::unique_lock lock(Mutex);
-    Told.wait(lock, [] { return !FirstClient.empty(); });
-    return FirstClient;
+    Told.wait(lock, [] { return !Messages.empty(); });
+    return Messages;
   }
   void WaitForTheThreadsEnd() {
     host.log.WaitFor("Leaving NotificationManager::WaitForNotification()");
@@ -90,10 +83,10 @@ TEST_F(Notification, TheTwoMessagesReachTheClientOnceAndChangeNothingElse) {
   } cases[] = {{LARDER_WIDE("upgrade"), 0}, {LARDER_WIDE("uninstall"), 1}};
   for (const auto& c : cases) {
     host.log.Clear();
-    FirstClient.clear();
+    Messages.clear();
     Init();
     installer.Signal(c.message);
-    EXPECT_THAT(WaitForFirst(), ElementsAre(c.told));
+    EXPECT_THAT(WaitForMessage(), ElementsAre(c.told));
     WaitForTheThreadsEnd();
     installer.Lower();
     installer.Signal(LARDER_WIDE("upgrade"));  // nobody waits any more
@@ -101,7 +94,7 @@ TEST_F(Notification, TheTwoMessagesReachTheClientOnceAndChangeNothingElse) {
     DataBlockHeader* data = nullptr;
     EXPECT_EQ(LarderQuery(handle, &descriptor, 2, 0, &data, 1), LARDER_E_NO_DATA);
     EXPECT_EQ(LarderRelease(), LARDER_OK);
-    EXPECT_EQ(FirstClient.size(), 1U);
+    EXPECT_EQ(Messages.size(), 1U);
     EXPECT_TRUE(host.log.Contains("TRACE: Calling callback with " + std::to_string(c.told)));
     EXPECT_FALSE(host.log.Contains("Shutdown event"));
     installer.Lower();
@@ -123,27 +116,26 @@ TEST_F(Notification, AnUnknownMessageEndsTheWatchWithoutACall) {
     EXPECT_TRUE(host.log.Contains(" WARN: Unknown installerMessage " + shown + "\r\n"));
     installer.Lower();
   }
-  EXPECT_THAT(FirstClient, IsEmpty());
+  EXPECT_THAT(Messages, IsEmpty());
 }
 
 TEST_F(Notification, ASignalFromBeforeInitArrivesAtOnceAndForEveryNewHandle) {
   installer.Signal(LARDER_WIDE("upgrade"));
   for (int i = 0; i < 2; ++i) {
-    FirstClient.clear();
+    Messages.clear();
     Init();
-    EXPECT_THAT(WaitForFirst(), ElementsAre(0));
+    EXPECT_THAT(WaitForMessage(), ElementsAre(0));
     EXPECT_EQ(LarderRelease(), LARDER_OK);
   }
 }
 
 TEST_F(Notification, OnlyTheClientThatBuiltTheHandleIsToldEvenAfterItHasGone) {
-  Init(TellFirst);
-  Init(TellSecond);
+  Init(Tell);
+  Init(UnexpectedCall);
   EXPECT_EQ(LarderRelease(), LARDER_OK);
   installer.Signal(LARDER_WIDE("uninstall"));
-  EXPECT_THAT(WaitForFirst(), ElementsAre(1));
+  EXPECT_THAT(WaitForMessage(), ElementsAre(1));
   EXPECT_EQ(LarderRelease(), LARDER_OK);
-  EXPECT_THAT(SecondClient, IsEmpty());
 }
 
 TEST_F(Notification, AHandleWithoutASignalShutsItsThreadDown) {
@@ -151,7 +143,7 @@ TEST_F(Notification, AHandleWithoutASignalShutsItsThreadDown) {
   EXPECT_EQ(LarderRelease(), LARDER_OK);
   EXPECT_TRUE(
       host.log.Contains("TRACE: Shutdown event in NotificationManager::WaitForNotification()\r\n"));
-  EXPECT_THAT(FirstClient, IsEmpty());
+  EXPECT_THAT(Messages, IsEmpty());
 }
 
 TEST_F(Notification, ACallbackMayTakeItsTimeAndTheReleaseWaitsForIt) {

@@ -31,10 +31,6 @@ std::string BodyOf(const std::string& line) {
 
 }  // namespace
 
-std::string WithoutVaryingParts(const std::string& text) {
-  return Replaced(WithoutHandles(text), WideToUtf8(GetModuleName()), "<host>");
-}
-
 RecordedLog::RecordedLog() { LRLogListenerList::Instance().AddListener(this); }
 
 RecordedLog::~RecordedLog() { LRLogListenerList::Instance().RemoveListener(this); }
@@ -66,7 +62,7 @@ std::string RecordedLog::Text() const {
       if (entry.thread == std::this_thread::get_id()) text += BodyOf(entry.line) + "\n";
     }
   }
-  return WithoutVaryingParts(text);
+  return Replaced(WithoutHandles(text), WideToUtf8(GetModuleName()), "<host>");
 }
 
 bool RecordedLog::Contains(const std::string& part) const {

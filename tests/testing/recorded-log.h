@@ -11,10 +11,6 @@
 
 namespace larder {
 
-// Lines with every handle and pointer value but the empty ones as "<handle>" and the host's image
-// as "<host>".
-std::string WithoutVaryingParts(const std::string& text);
-
 class RecordedLog : public LRLogListener {
  public:
   RecordedLog();
@@ -26,7 +22,8 @@ class RecordedLog : public LRLogListener {
   std::vector<std::string> WholeLines() const;
   // The lines without stamp and line end.
   std::vector<std::string> Lines() const;
-  // Those that this thread has written, in one text, one line each, WithoutVaryingParts.
+  // Those that this thread has written, in one text, one line each, with every handle and pointer
+  // value but the empty ones as "<handle>" and the host's image as "<host>".
   std::string Text() const;
   bool Contains(const std::string& part) const;
   void Clear();

@@ -5,16 +5,13 @@
 #include <unistd.h>
 
 #include <atomic>
-#include <filesystem>
-#include <fstream>
-#include <map>
-#include <string>
 #include <thread>
 #include <vector>
 
 #include "diag/log-files.h"
 #include "host/file-descriptor.h"
 #include "host/host-machine.h"
+#include "support/paths.h"
 
 namespace larder {
 namespace {
@@ -26,21 +23,6 @@ class Fork : public testing::Test {
     host.AddProvider("T", "feed-test.dll");
     host.AddModule("stock-file-query.dll");
     EnableLogging();
-  }
-
-  // How often each log tells of a handle that was built.
-  std::map<std::string, int> HandlesBuiltPerLog() const {
-    std::map<std::string, int> counts;
-    const auto root = host.machine.Folder().parent_path();
-    for (const auto& entry : std::filesystem::recursive_directory_iterator(root)) {
-      if (entry.path().filename().string().rfind("lr_", 0) != 0) continue;
-      std::ifstream file(entry.path());
-      int& count = counts[entry.path()];
-      for (std::string line; std::getline(file, line);) {
-        count += line.find(" created new handle") != std::string::npos ? 1 : 0;
-      }
-    }
-    return counts;
   }
 
   HostMachine host;
@@ -78,9 +60,10 @@ TEST_F(Fork, AChildMayBuildAHandleOfItsOwnOrExitAndTheParentGoesOn) {
   EXPECT_EQ(LarderQuery(handle, &descriptor, 2, 0, &data, 1), LARDER_E_NO_DATA);
   EXPECT_EQ(LarderRelease(), LARDER_OK);
   // One log for the parent, one for the child that lived, each with its own lines only.
-  const auto built = HandlesBuiltPerLog();
-  EXPECT_EQ(built.size(), 2U);
-  for (const auto& [log, count] : built) EXPECT_EQ(count, 1) << log;
+  const auto logs = GetLogFiles(LARDER_WIDE("lr_*.log"));
+  EXPECT_EQ(logs.size(), 2U);
+  for (const WideString& log : logs)
+    EXPECT_EQ(CountLinesContaining(log, " created new handle"), 1U);
 }
 
 TEST_F(Fork, AChildNeverWaitsForThreadsThatOnlyTheParentHas) {
