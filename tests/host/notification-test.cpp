@@ -119,16 +119,6 @@ TEST_F(Notification, AnUnknownMessageEndsTheWatchWithoutACall) {
   EXPECT_THAT(Messages, IsEmpty());
 }
 
-TEST_F(Notification, ASignalFromBeforeInitArrivesAtOnceAndForEveryNewHandle) {
-  installer.Signal(LARDER_WIDE("upgrade"));
-  for (int i = 0; i < 2; ++i) {
-    Messages.clear();
-    Init();
-    EXPECT_THAT(WaitForMessage(), ElementsAre(0));
-    EXPECT_EQ(LarderRelease(), LARDER_OK);
-  }
-}
-
 TEST_F(Notification, OnlyTheClientThatBuiltTheHandleIsToldEvenAfterItHasGone) {
   Init(Tell);
   Init(UnexpectedCall);
