@@ -14,7 +14,7 @@ endfunction()
 
 function(build_consumer)
   set(settings -DCMAKE_BUILD_TYPE=${BUILD_TYPE} -DCMAKE_CXX_COMPILER=${CXX} -DCMAKE_C_COMPILER=${CC}
-    -DCMAKE_PREFIX_PATH=${prefix})
+    -DCMAKE_PREFIX_PATH=${prefix} -DCLIENT=${CLIENT} -DPROVIDER=${PROVIDER})
   if(TOOLCHAIN)  # it looks for packages below its own root alone
     list(APPEND settings -DCMAKE_TOOLCHAIN_FILE=${TOOLCHAIN} -Dlarder_DIR=${prefix}/${LIBDIR}/cmake/larder)
   endif()
@@ -25,10 +25,11 @@ function(build_consumer)
   must_run(${CMAKE_COMMAND} --build ${consumer})
 endfunction()
 
-function(expect program expected)
-  machine_run(status out ${consumer}/${program}${EXE})
-  if(NOT status EQUAL 0 OR NOT out STREQUAL "${expected}")
-    message(FATAL_ERROR "${program}: exit status ${status}, printed:\n${out}\nexpected:\n${expected}")
+# expect(expression COMMAND...): succeeds, and prints what matches the expression.
+function(expect expected)
+  machine_run(status out ${ARGN})
+  if(NOT status EQUAL 0 OR NOT out MATCHES "^${expected}$")
+    message(FATAL_ERROR "${ARGN}: exit status ${status}, printed:\n${out}\nexpected:\n${expected}")
   endif()
 endfunction()
 
@@ -48,19 +49,19 @@ if(NOT DEFINED ENV{WINEPREFIX})  # the consumer's build folder would give its pr
   set(ENV{WINEPREFIX} ${BUILD}/wine)
 endif()
 set(TOOL ${prefix}/${BINDIR}/larder${EXE})
+set(cClient ${consumer}/consumer-c-client${EXE})
+set(file ${CMAKE_CURRENT_LIST_FILE})
+file(SHA256 ${file} digest)
 machine_make()
-expect(consumer-c-client "init: -3\ninit again: -3\nrelease: -5\nrelease: -5\nrelease: -5\n")
+expect("init: -3\ninit again: -3\nrelease: -5\nrelease: -5\nrelease: -5\n" ${cClient})
 
 machine_register(".\\installed\\consumer\\" PathLength=path-length.dll)
-expect(consumer-c-client "init: 0\ninit again: -11\nrelease: 0\nrelease: 0\nrelease: -5\n")
-expect(consumer-client "init: 0\nquery 10: 0, length 14, freed: 0\nquery 0: -13\nquery 99: 1234\nwrite: -4\nrelease: 0\n")
+expect("init: 0\ninit again: -11\nrelease: 0\nrelease: 0\nrelease: -5\n" ${cClient})
+expect("file .*\ntype +4\nsize +12\n.*" ${TOOL} query --type 4 ${file})
 
 machine_make()
 machine_register(".\\installed\\prefix\\${MODULE_FOLDER}\\" FeedFile=feed-file.dll FeedTest=feed-test.dll
   FeedStats=feed-stats.dll)
-machine_run(status out ${TOOL} query ${CMAKE_CURRENT_LIST_FILE})
-file(SHA256 ${CMAKE_CURRENT_LIST_FILE} digest)
-if(NOT status EQUAL 0 OR NOT out MATCHES "sha256 +${digest}\n")
-  message(FATAL_ERROR "the installed tool: exit status ${status}, printed:\n${out}")
-endif()
+expect(".*sha256 +${digest}\n.*" ${TOOL} query ${file})
+expect("${digest}\n" ${consumer}/consumer-client${EXE} ${file})
 machine_destroy()
