@@ -21,6 +21,12 @@ TEST_F(DiskLog, NothingTouchesTheDiskBeforeTheFirstLine) {
   EXPECT_EQ(Read(), "first\r\nsecond\r\n") << "a later logger goes on behind what is there";
 }
 
+// The stop comes at whatever point the writer has reached.
+TEST_F(DiskLog, ALineRightBeforeTheEndIsWritten) {
+  for (int i = 0; i < 300; ++i) LogLines("x");
+  EXPECT_EQ(Read().size(), 300U);
+}
+
 TEST_F(DiskLog, AFileIsRotatedWhenItHasReachedTheLimitAndNotWhenALineWouldPassIt) {
   Fill(0, kLimit - 1);
   LogLines("over\r\n");

@@ -125,6 +125,9 @@ TEST_F(RefusedRemoval, TheDefaultsAreWrittenRowByRowWhateverFails) {
     CurrentRegistry.codes[call] = platform::kAccessDenied;
   }
   RegisterDefaultProviders();
+  EXPECT_THAT(log.Text(),
+              HasSubstr(" WARN: RegSetValueEx failed for \"DataProviders\\FeedTest\", \"szDLL\": " +
+                        Code(5)));
   std::vector<std::string> calls = CurrentRegistry.calls;
   calls.erase(std::remove(calls.begin(), calls.end(), "query szLocation"), calls.end());
   EXPECT_THAT(calls, ElementsAre(install, install, install, tree, maker, maker,
