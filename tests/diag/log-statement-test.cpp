@@ -1,12 +1,18 @@
-#include "diag/log-statement.h"
-
+// Log statements, and the session that they go to besides the log.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <regex>
 #include <stdexcept>
+#include <string>
+#include <thread>
 
+#include "diag/log-statement.h"
+#include "diag/trace-session.h"
 #include "fakes/fake-trace.h"
+#include "platform/entry.h"
+#include "testing/files.h"
 #include "testing/recorded-log.h"
 
 namespace {
@@ -16,63 +22,189 @@ using larder::RecordedLog;
 using larder::ScopeTrace;
 using larder::TraceBlock;
 using larder::TraceControl;
+using larder::TraceFacility;
+using larder::UnregisteredTraceBlock;
+using larder::platform::kTraceDisableEvents;
+using larder::platform::kTraceEnableEvents;
 using testing::ElementsAre;
+using testing::HasSubstr;
 using testing::IsEmpty;
 
-// A process whose trace session can be switched; each test is a process of its own, so the disk
-// test is closed until a listener comes.
-class LogStatement : public testing::Test {
+std::string GuidText(const larder::platform::Guid& guid) {
+  char text[37];
+  const auto* tail = guid.data4;
+  std::snprintf(text, sizeof text, "%08x-%04x-%04x-%02x%02x-%02x%02x%02x%02x%02x%02x", guid.data1,
+                guid.data2, guid.data3, tail[0], tail[1], tail[2], tail[3], tail[4], tail[5],
+                tail[6], tail[7]);
+  return text;
+}
+
+// A process in which the library's module is loaded; a controller may be at work.
+class TraceSession : public testing::Test {
  protected:
   void SetUp() override {
+    TraceFacility() = {};
     EmittedMessages().clear();
     larder::DiskLogEnabled = false;  // as in a process that has had no listener yet
   }
-  void TearDown() override { TraceControl = &larder::UnregisteredTraceBlock; }
+  void TearDown() override { larder::platform::OnModuleDetach(); }
 
-  static void Enable(std::uint8_t level, std::uint32_t flags) {
-    TraceBlock.level = level;
-    TraceBlock.flags = flags;
-    TraceBlock.logger = 0x1234;
-    TraceControl = &TraceBlock;
+  static void Attach() { ASSERT_TRUE(larder::platform::OnModuleAttach(nullptr)); }
+
+  static void Enable(std::uint64_t handle, std::uint8_t level, std::uint32_t flags) {
+    TraceFacility().session = {handle, level, flags};
+    ASSERT_EQ(TraceFacility().Request(kTraceEnableEvents), larder::platform::kSuccess);
+    ASSERT_EQ(TraceFacility().bufferSize, 0U);
   }
 
-  static std::vector<std::string> Traced() {
+  static void ExpectBlock(std::uint64_t logger, std::uint8_t level, std::uint32_t flags) {
+    EXPECT_EQ(TraceBlock.logger, logger);
+    EXPECT_EQ(TraceBlock.level, level);
+    EXPECT_EQ(TraceBlock.flags, flags);
+  }
+
+  // The sessions that a line goes to, and the line.
+  static std::vector<std::string> Emitted() {
     std::vector<std::string> lines;
     for (const auto& message : EmittedMessages()) {
-      EXPECT_EQ(message.argument.back(), '\0');
-      lines.emplace_back(message.argument.c_str());
+      lines.push_back(std::to_string(message.session) + " " + message.argument.c_str());
     }
+    EmittedMessages().clear();
     return lines;
   }
 };
 
+TEST_F(TraceSession, AttachRegistersOnceAndDetachGivesTheRegistrationBack) {
+  Attach();
+  EXPECT_EQ(TraceControl, &TraceBlock);
+  EXPECT_EQ(TraceFacility().registrations, 1);
+  EXPECT_EQ(TraceFacility().context, &TraceBlock);
+  EXPECT_EQ(GuidText(TraceFacility().control), "3be0f7d4-8a61-4c0e-b527-196fd243a87c");
+  EXPECT_EQ(TraceBlock.registrationHandle, 0x77U);
+  EXPECT_EQ(TraceBlock.flagsLength, 1);
+  ExpectBlock(0, 0, 0);
+
+  EXPECT_TRUE(larder::platform::OnModuleDetach());
+  EXPECT_EQ(TraceControl, &UnregisteredTraceBlock);
+  EXPECT_EQ(TraceBlock.registrationHandle, 0U);
+  EXPECT_TRUE(larder::platform::OnModuleDetach());
+  EXPECT_THAT(TraceFacility().ended, ElementsAre(0x77U));
+}
+
+TEST_F(TraceSession, AControllerOpensChangesAndClosesTheGateAsOftenAsItLikes) {
+  Attach();
+  LogTrace("before");
+  Enable(5, 4, 2);
+  LogTrace("first");
+  Enable(5, 3, 2);
+  LogTrace("lower level");
+  Enable(5, 5, 1);
+  LogTrace("other flags");
+  Enable(6, 5, 0xFFFFFFFF);
+  LogWarn("another session");
+  ExpectBlock(6, 5, 0xFFFFFFFF);
+  EXPECT_EQ(TraceFacility().Request(kTraceDisableEvents), larder::platform::kSuccess);
+  EXPECT_EQ(TraceFacility().bufferSize, 0U);
+  ExpectBlock(0, 0, 0);
+  LogError("after");
+  EXPECT_THAT(Emitted(), ElementsAre("5 TRACE: first", "6  WARN: another session"));
+
+  Enable(7, 4, 3);
+  larder::platform::OnModuleDetach();
+  LogTrace("detached");
+  EXPECT_THAT(Emitted(), IsEmpty());
+}
+
+TEST_F(TraceSession, AnyOtherRequestIsRefusedAndChangesNothing) {
+  Attach();
+  Enable(5, 4, 2);
+  TraceFacility().session = {9, 9, 9};
+  for (const std::uint32_t request : {0U, 1U, 3U, 6U, 0xFFFFFFFFU}) {
+    EXPECT_EQ(TraceFacility().Request(request), 87U) << request;
+    EXPECT_EQ(TraceFacility().bufferSize, 0U);
+    ExpectBlock(5, 4, 2);
+  }
+}
+
+TEST_F(TraceSession, ASessionThatIsOnAlreadyReachesAModuleThatIsStillRegistering) {
+  TraceFacility().isEnabledAtOnce = true;
+  TraceFacility().session = {5, 4, 2};
+  Attach();
+  EXPECT_EQ(TraceBlock.registrationHandle, 0x77U);
+  LogTrace("at once");
+  EXPECT_THAT(Emitted(), ElementsAre("5 TRACE: at once"));
+}
+
+TEST_F(TraceSession, AFailedRegistrationLeavesTheGateClosedAndNothingToGiveBack) {
+  TraceFacility().registerCode = larder::platform::kAccessDenied;
+  Attach();
+  EXPECT_EQ(TraceControl, &TraceBlock);
+  ExpectBlock(0, 0, 0);
+  LogTrace("nobody listens");
+  EXPECT_TRUE(larder::platform::OnModuleDetach());
+  EXPECT_THAT(Emitted(), IsEmpty());
+  EXPECT_THAT(TraceFacility().ended, IsEmpty());
+}
+
+// The facility's thread writes without a lock while statements read.
+TEST_F(TraceSession, AControllerMaySwitchWhileOtherThreadsLog) {
+  Attach();
+  const RecordedLog log;
+  constexpr int kLines = 500;
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 4; ++i) {
+    threads.emplace_back([] {
+      for (int line = 0; line < kLines; ++line) LogTrace("line ", line);
+    });
+  }
+  for (int i = 0; i < kLines; ++i) {
+    Enable(5, 3, 2);  // never enough: nothing is emitted
+    TraceFacility().Request(kTraceDisableEvents);
+  }
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_THAT(Emitted(), IsEmpty());
+  EXPECT_EQ(log.Lines().size(), 4U * kLines);
+}
+
+TEST_F(TraceSession, TheDecodersFileIsNamedAfterTheMessageGuidAndFormatsMessage10AsOneString) {
+  const std::string guid = GuidText(larder::kTraceMessageGuidValue);
+  const std::string text = larder::ContentOf(LARDER_TEST_DOCS "/" + guid + ".tmf");
+  EXPECT_THAT(text, HasSubstr("\n" + guid + " larder //"));
+  EXPECT_THAT(text, HasSubstr(" " + std::to_string(larder::kTraceMessageNumber) + " \"%0%10!s!\""));
+  EXPECT_THAT(text, HasSubstr("{\nArg, ItemString -- 10\n}"));
+}
+
+using LogStatement = TraceSession;
+
 TEST_F(LogStatement, EvaluatesItsPiecesOnceForEachLineThatIsBuilt) {
   int evaluations = 0;
   const auto piece = [&] { return ++evaluations; };
+  Attach();
   LogTrace("n ", piece());
   EXPECT_EQ(evaluations, 0);
 
-  Enable(4, 2);
+  Enable(5, 4, 2);
   LogTrace("n ", piece());
   EXPECT_EQ(evaluations, 1);
-  EXPECT_THAT(Traced(), ElementsAre("TRACE: n 1"));
+  EXPECT_THAT(Emitted(), ElementsAre("5 TRACE: n 1"));
 
   const RecordedLog log;
   LogWarn("n ", piece());
   EXPECT_EQ(evaluations, 3);
-  EXPECT_THAT(Traced(), ElementsAre("TRACE: n 1", " WARN: n 2"));
+  EXPECT_THAT(Emitted(), ElementsAre("5  WARN: n 2"));
   EXPECT_THAT(log.Lines(), ElementsAre(" WARN: n 3"));
 
   // With the disk alone the trace line is still built, and dropped by the sink.
   TraceBlock.level = 0;
   LogError("n ", piece());
   EXPECT_EQ(evaluations, 5);
-  EXPECT_EQ(EmittedMessages().size(), 2U);
+  EXPECT_THAT(Emitted(), IsEmpty());
   EXPECT_THAT(log.Lines(), ElementsAre(" WARN: n 3", "ERROR: n 5"));
 }
 
 TEST_F(LogStatement, AMessageCarriesTheFacilitysNumbers) {
-  Enable(4, 2);
+  Attach();
+  Enable(0x1234, 4, 2);
   LogTrace("body");
   ASSERT_EQ(EmittedMessages().size(), 1U);
   const auto& message = EmittedMessages().front();
@@ -84,7 +216,7 @@ TEST_F(LogStatement, AMessageCarriesTheFacilitysNumbers) {
 
   larder::TraceOut(nullptr);
   EXPECT_EQ(EmittedMessages().back().argument, std::string("NULL", 5));
-  TraceControl = &larder::UnregisteredTraceBlock;
+  larder::platform::OnModuleDetach();
   larder::TraceOut("unregistered");
   EXPECT_EQ(EmittedMessages().size(), 2U);
 }
@@ -101,7 +233,8 @@ TEST_F(LogStatement, ADiskLineHasStampWordBodyAndLineEnd) {
 }
 
 TEST_F(LogStatement, APieceThatThrowsCostsOnlyItsOwnStatement) {
-  Enable(4, 2);
+  Attach();
+  Enable(5, 4, 2);
   const RecordedLog log;
   int calls = 0;
   const auto throwsAt = [&](int call) {
@@ -109,12 +242,12 @@ TEST_F(LogStatement, APieceThatThrowsCostsOnlyItsOwnStatement) {
     return "piece";
   };
   LogTrace("first ", throwsAt(1));
-  EXPECT_THAT(Traced(), IsEmpty());
+  EXPECT_THAT(Emitted(), IsEmpty());
   EXPECT_THAT(log.Lines(), IsEmpty());
 
   calls = 0;
   LogTrace("second ", throwsAt(2));  // at the disk line: the trace line is out
-  EXPECT_THAT(Traced(), ElementsAre("TRACE: second piece"));
+  EXPECT_THAT(Emitted(), ElementsAre("5 TRACE: second piece"));
   EXPECT_THAT(log.Lines(), IsEmpty());
 
   try {
@@ -160,15 +293,16 @@ TEST_F(LogStatement, NamesOfTheUsersCantBreakIt) {
 }
 
 TEST_F(LogStatement, TheTwoEndsOfAScopeAreIndependent) {
+  Attach();
   {
     ScopeTrace scope("Entering A()", "Leaving A()");
-    Enable(4, 2);
+    Enable(5, 4, 2);
   }
   {
     ScopeTrace scope("Entering B()", "Leaving B()");
     TraceBlock.flags = 0;
   }
-  EXPECT_THAT(Traced(), ElementsAre("TRACE: Leaving A()", "TRACE: Entering B()"));
+  EXPECT_THAT(Emitted(), ElementsAre("5 TRACE: Leaving A()", "5 TRACE: Entering B()"));
 
   const RecordedLog log;
   EXPECT_THROW(
