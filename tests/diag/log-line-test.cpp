@@ -60,6 +60,7 @@ TEST(LogLine, PointersAreSixteenUpperCaseDigits) {
 TEST(LogLine, LinesOfEveryLengthComeOutWhole) {
   for (std::size_t length = 200; length < 600; ++length) {
     const std::string text(length, 'x');
+    ASSERT_EQ(LogLine(text).ForTrace("TRACE: "), "TRACE: " + text);
     LogLine line(text, 7, text);
     const std::string disk = line.ForDisk("24/03/05 17:02:09", " WARN: ");
     ASSERT_EQ(disk, "24/03/05 17:02:09:  WARN: " + text + "7" + text + "\r\n");
