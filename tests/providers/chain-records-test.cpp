@@ -1,8 +1,7 @@
-// Certificate chains in a file's record, read back along the links.
+// Certificate chains in a file's record, byte for byte.
 #include "stock-file-query/chain-records.h"
 
 #include <gtest/gtest.h>
-#include <larder/records.h>
 
 #include <cstring>
 
@@ -11,68 +10,29 @@
 namespace larder::feed {
 namespace {
 
-using Block = std::vector<std::uint8_t>;
-
-template <typename Record>
-Record RecordAt(const Block& block, std::size_t offset) {
-  EXPECT_EQ(offset % 8, 0u);
-  Record record{};
-  if (offset + sizeof record > block.size()) {
-    ADD_FAILURE() << "a record leads out of the block";
-  } else {
-    std::memcpy(&record, &block[offset], sizeof record);
-  }
-  return record;
+// The two numbers of a chain's or a certificate's record.
+std::string Head(std::uint32_t first, std::uint32_t second) {
+  const std::uint32_t numbers[] = {first, second};
+  return {reinterpret_cast<const char*>(numbers), sizeof numbers};
 }
 
-// end: where the last certificate ends.
-std::vector<std::string> CertificatesAt(const Block& block, std::size_t offset, std::size_t& end) {
-  std::vector<std::string> certificates;
-  for (;;) {
-    const auto record = RecordAt<CertDataRecord>(block, offset);
-    end = offset + sizeof record + record.certSize;
-    if (end > block.size()) return {"leads out of the block"};
-    certificates.emplace_back(block.begin() + static_cast<std::ptrdiff_t>(offset + sizeof record),
-                              block.begin() + static_cast<std::ptrdiff_t>(end));
-    if (record.nextCert == 0) return certificates;
-    offset += record.nextCert;
-  }
-}
-
-// The chains from there on; checks that the block ends with the last certificate.
-std::vector<std::vector<std::string>> ChainsAt(const Block& block, std::size_t offset) {
-  std::vector<std::vector<std::string>> chains;
-  std::size_t end = 0;
-  for (;;) {
-    const auto record = RecordAt<CertChainRecord>(block, offset);
-    chains.push_back(CertificatesAt(block, offset + sizeof record, end));
-    if (record.nextChain == 0) break;
-    offset += record.nextChain;
-  }
-  EXPECT_EQ(end, block.size());
-  return chains;
-}
-
-TEST(ChainRecordsTest, HoldTheCertificatesOfEachChain) {
-  const std::vector<std::vector<std::string>> texts{
-      {"1", "22", std::string(1000, 'x')}, {"eight by"}, {"1234567", "123456789"}};
-  std::vector<CertChain> chains;
-  for (const auto& chain : texts) {
-    chains.emplace_back();
-    for (const std::string& text : chain) chains.back().push_back(BytesOf(text));
-  }
-  Block block(384, 0xcc);
+std::string Records(const std::vector<CertChain>& chains) {
+  std::vector<std::uint8_t> block(384, 0xcc);
   AppendChainRecords(chains, block);
-  EXPECT_EQ(ChainsAt(block, 384), texts);
-  EXPECT_EQ(Block(block.begin(), block.begin() + 384), Block(384, 0xcc));
+  const std::string text = TextOf(block);
+  EXPECT_EQ(text.substr(0, 384), std::string(384, '\xcc'));
+  return text.substr(384);
 }
 
-TEST(ChainRecordsTest, AreOneEmptyCertificateWithoutAChain) {
-  Block block(384, 0xcc);
-  AppendChainRecords({}, block);
-  Block expected(384, 0xcc);
-  expected.resize(400);
-  EXPECT_EQ(block, expected);
+TEST(ChainRecordsTest, AreLinkedAndBeginAtMultiplesOfEight) {
+  const std::string one = "1";
+  const std::string eight = "eight by";
+  const std::string nine = "nine byte";
+  EXPECT_EQ(Records({{BytesOf(one), BytesOf(eight)}, {BytesOf(nine)}, {BytesOf(one)}}),
+            Head(40, 0) + Head(16, 1) + one + std::string(7, '\0') + Head(0, 8) + eight +
+                Head(32, 0) + Head(0, 9) + nine + std::string(7, '\0') + Head(0, 0) + Head(0, 1) +
+                one);
+  EXPECT_EQ(Records({}), Head(0, 0) + Head(0, 0)) << "one empty certificate without a chain";
 }
 
 }  // namespace

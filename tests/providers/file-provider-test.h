@@ -9,6 +9,7 @@
 #include <string>
 #include <string_view>
 
+#include "platform/file.h"
 #include "platform/utf.h"
 #include "providers/provider-machine.h"
 #include "providers/provider-module.h"
@@ -28,18 +29,22 @@ class FileProviderTest : public testing::Test {
   // file was changed aren't stored.
   DbBuffer QueryUntilStored(const WideString& path) const {
     for (;;) {
-      FreeAny(QueryOf(*provider, Descriptor(path), LARDER_FEED_FILE_NOW));
+      QueryOf(*provider, Descriptor(path), LARDER_FEED_FILE_NOW);
       DbBuffer block = QueryOf(*provider, Descriptor(path), LARDER_FEED_FILE_STORED);
       if (block.data != nullptr) return block;
     }
   }
-  void FreeAny(DbBuffer block) const {
-    if (block.data != nullptr) FreeQueryOf(*provider, block);
+
+  static platform::FileInfo InfoOf(const WideString& path) {
+    platform::FileInfo info;
+    platform::FileKind kind{};
+    EXPECT_EQ(platform::LookAtFile(path, info, kind), platform::kSuccess);
+    return info;
   }
 
   // The exception's text of a query; "(nothing thrown)" if it ends well.
-  std::string FailureOf(const WideString& path) const {
-    return TextThrownBy([&] { QueryOf(*provider, Descriptor(path)); });
+  std::string FailureOf(const WideString& path, std::uint32_t option = 0) const {
+    return TextThrownBy([&] { QueryOf(*provider, Descriptor(path), option); });
   }
 
   // How the provider's texts about a file begin.

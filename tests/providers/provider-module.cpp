@@ -1,8 +1,6 @@
 #include "providers/provider-module.h"
 
 #include <algorithm>
-#include <cstring>
-#include <stdexcept>
 
 #include "platform/utf.h"
 
@@ -71,26 +69,16 @@ void FreeQueryOf(IDataProvider& provider, DbBuffer& block) {
 }
 
 DbBuffer BlockOf(std::string_view payload, std::int32_t providerType) {
-  const std::size_t size = sizeof(DataBlockHeader) + payload.size();
-  const DataBlockHeader header{static_cast<std::uint32_t>(size), providerType};
-  std::vector<unsigned char> bytes(size);
-  std::memcpy(bytes.data(), &header, sizeof header);
-  std::copy(payload.begin(), payload.end(), bytes.begin() + sizeof header);
-  DbBuffer block;
-  block.Copy(bytes.data(), bytes.size());
+  DbBuffer block(sizeof(DataBlockHeader) + payload.size());
+  const DataBlockHeader header{static_cast<std::uint32_t>(block.size), providerType};
+  std::memcpy(block.data, &header, sizeof header);
+  std::copy(payload.begin(), payload.end(), block.data + sizeof header);
   return block;
 }
 
 std::string PayloadOf(const DbBuffer& block) {
   return {reinterpret_cast<const char*>(block.data) + sizeof(DataBlockHeader),
           HeaderOf(block).dataSize - sizeof(DataBlockHeader)};
-}
-
-DataBlockHeader HeaderOf(const DbBuffer& block) {
-  if (block.data == nullptr) throw std::runtime_error("no block");
-  DataBlockHeader header;
-  std::memcpy(&header, block.data, sizeof header);
-  return header;
 }
 
 }  // namespace larder

@@ -4,8 +4,10 @@
 #include <larder/provider.h>
 
 #include <cstdint>
+#include <cstring>
 #include <exception>
 #include <filesystem>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -73,7 +75,16 @@ void FreeQueryOf(IDataProvider& provider, DbBuffer& block);
 DbBuffer BlockOf(std::string_view payload, std::int32_t providerType = 0);
 // What follows the header.
 std::string PayloadOf(const DbBuffer& block);
-DataBlockHeader HeaderOf(const DbBuffer& block);
+
+// A record in the block. Throws std::runtime_error if it isn't there as a whole.
+template <typename Record>
+Record RecordAt(const DbBuffer& block, std::size_t offset = 0) {
+  if (offset + sizeof(Record) > block.size) throw std::runtime_error("no record there");
+  Record record;
+  std::memcpy(&record, block.data + offset, sizeof record);
+  return record;
+}
+inline DataBlockHeader HeaderOf(const DbBuffer& block) { return RecordAt<DataBlockHeader>(block); }
 
 // The text of the std::exception that a call throws; "(nothing thrown)" if it throws none.
 template <typename Call>

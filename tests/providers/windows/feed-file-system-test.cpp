@@ -24,18 +24,13 @@ TEST_F(FeedFileOnWindows, NamesAFileThatAnotherHasOpenForItselfAlone) {
   EXPECT_TRUE(text.ends_with(" (code 32)")) << text;
 }
 
-TEST_F(FeedFileOnWindows, ReadsAFileThatAnotherWritesTo) {
+TEST_F(FeedFileOnWindows, SharesTheFileWithAWriterAndLeavesItFree) {
   const WideString path = MakeFile(LARDER_WIDE("file"), "abc");
   const HANDLE other =
       CreateFileW(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
   ASSERT_NE(other, INVALID_HANDLE_VALUE);
   EXPECT_NE(QueryOf(*provider, Descriptor(path)).data, nullptr);
   CloseHandle(other);
-}
-
-TEST_F(FeedFileOnWindows, LeavesTheFileFreeForOthers) {
-  const WideString path = MakeFile(LARDER_WIDE("file"), "abc");
-  QueryOf(*provider, Descriptor(path));
   TextThrownBy([&] { QueryOf(*provider, Descriptor(path, 1)); });
   EXPECT_NE(DeleteFileW(path.c_str()), 0);
 }
