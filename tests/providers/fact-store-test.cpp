@@ -3,18 +3,17 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <set>
 #include <thread>
 
 #include "platform/folder.h"
-#include "platform/registry.h"
 #include "platform/utf.h"
+#include "providers/provider-machine.h"
 #include "providers/provider-module.h"
 #include "providers/store-files.h"
-#include "testing/test-machine.h"
 #include "tools/run-program.h"
 
 namespace larder::feed {
@@ -24,32 +23,19 @@ constexpr std::uint64_t kMiB = std::uint64_t{1} << 20;
 
 class FactStoreTest : public testing::Test {
  protected:
-  FactStoreTest() {
-    machine.UseOwnCommonFolders();
-    EXPECT_EQ(platform::MakeFolder(folder), platform::kSuccess);
-  }
+  FactStoreTest() { EXPECT_EQ(platform::MakeFolder(folder), platform::kSuccess); }
 
   std::filesystem::path DataFile() const { return machine.Folder() / "store" / "data.mdb"; }
-  bool IsSetAside() const {
-    return std::filesystem::exists(machine.Folder() / "set-aside" / "data.mdb");
-  }
-
-  // As a C library takes it.
-  WideString SlashedFolder() const {
-    WideString path = folder;
-    std::replace(path.begin(), path.end(), LarderWideChar{'\\'}, LarderWideChar{'/'});
-    return path;
-  }
+  std::filesystem::path AsideFile() const { return machine.Folder() / "set-aside" / "data.mdb"; }
 
   void FillAndClose(int count) const {
     FactStore store(folder, kMiB);
-    for (int number = 0; number < count; ++number) {
-      Keep(store, number);
-    }
+    for (int number = 0; number < count; ++number) Keep(store, number);
   }
 
   // The store works, and what it had before is set aside.
   void ExpectMadeAnew() const {
+    const auto size = std::filesystem::file_size(DataFile());
     {
       FactStore store(folder, kMiB);
       KeepNow(store, 777);
@@ -57,7 +43,7 @@ class FactStoreTest : public testing::Test {
       EXPECT_FALSE(Has(store, 0));
       EXPECT_EQ(store.Figures().entries, 1u);
     }
-    EXPECT_TRUE(IsSetAside());
+    EXPECT_EQ(std::filesystem::file_size(AsideFile()), size);
     FactStore again(folder, kMiB);
     EXPECT_TRUE(Has(again, 777));
   }
@@ -71,14 +57,16 @@ class FactStoreTest : public testing::Test {
         machine.Folder() / ("errors-" + std::to_string(first)));
   }
 
-  TestMachine machine;
+  ProviderMachine machine;
   const WideString folder = machine.WideFolder() + LARDER_WIDE("store");
 };
 
 TEST_F(FactStoreTest, FindsWhatItKeepsAtOnceAndInItsNextLife) {
   {
     FactStore store(folder, kMiB);
-    Keep(store, 1);
+    const WideString path = PathOf(1);
+    store.Keep({path, kInfo}, RecordOf(5, 3000));
+    Keep(store, 1);  // in place of the other
     EXPECT_TRUE(Has(store, 1));
     KeepNow(store, 2, 3000);
     EXPECT_TRUE(Has(store, 2, 3000));
@@ -113,15 +101,6 @@ TEST_F(FactStoreTest, FindsNothingForAFileThatDiffersInAnything) {
   }
 }
 
-TEST_F(FactStoreTest, TakesTheLaterRecordOfAFile) {
-  FactStore store(folder, kMiB);
-  const WideString path = PathOf(1);
-  store.KeepNow({path, kInfo}, RecordOf(5, 3000));
-  KeepNow(store, 1);
-  EXPECT_TRUE(Has(store, 1));
-  EXPECT_EQ(store.Figures().entries, 1u);
-}
-
 TEST_F(FactStoreTest, LetsTheOldestGoWhenItIsFull) {
   constexpr int kCount = 4000;
   FactStore store(folder, 8 * kMiB);
@@ -137,15 +116,7 @@ TEST_F(FactStoreTest, LetsTheOldestGoWhenItIsFull) {
   }
   EXPECT_LE(std::filesystem::file_size(DataFile()), 8 * kMiB);
   EXPECT_EQ(store.Figures().refused, 0u);
-  EXPECT_FALSE(IsSetAside());
-}
-
-TEST_F(FactStoreTest, GrowsBeyondItsFirstSize) {
-  constexpr int kCount = 6000;
-  FactStore store(folder, 64 * kMiB);
-  for (int number = 0; number <= kCount; ++number) Keep(store, number, 3000);
-  for (int number = 0; number <= kCount; ++number) ASSERT_TRUE(Has(store, number, 3000)) << number;
-  EXPECT_GT(std::filesystem::file_size(DataFile()), 16 * kMiB);
+  EXPECT_FALSE(std::filesystem::exists(AsideFile()));
 }
 
 TEST_F(FactStoreTest, FollowsAnotherProcessThatLetItGrow) {
@@ -156,7 +127,7 @@ TEST_F(FactStoreTest, FollowsAnotherProcessThatLetItGrow) {
   const auto writer = StartWriter(64, 1, kCount, kSize);
   EXPECT_EQ(writer->Wait(), 0);
   EXPECT_GT(std::filesystem::file_size(DataFile()), 16 * kMiB);
-  EXPECT_TRUE(Has(store, kCount, kSize));
+  for (int number = 1; number <= kCount; ++number) EXPECT_TRUE(Has(store, number, kSize)) << number;
   KeepNow(store, kCount + 1);
   EXPECT_TRUE(Has(store, kCount + 1));
   EXPECT_TRUE(Has(store, 0));
@@ -180,39 +151,28 @@ TEST_F(FactStoreTest, LosesNothingThatWasStoredWhenWritersAreKilled) {
     EXPECT_TRUE(Has(store, number, number / kEach % 2 == 0 ? 3000 : 400)) << number;
   }
   EXPECT_GE(store.Figures().entries, stored.size());
-  EXPECT_FALSE(IsSetAside());
+  EXPECT_FALSE(std::filesystem::exists(AsideFile()));
   KeepNow(store, -1);
   EXPECT_TRUE(Has(store, -1));
 }
 
-TEST_F(FactStoreTest, SetsAsideWhatIsNoStore) {
-  std::ofstream(DataFile(), std::ios::binary) << std::string(10000, 'x');
-  ExpectMadeAnew();
-}
-
-TEST_F(FactStoreTest, SetsAsideAnotherOneEachTime) {
-  for (int time = 0; time < 3; ++time) {
-    std::ofstream(DataFile(), std::ios::binary | std::ios::trunc) << std::string(10000, 'x');
+TEST_F(FactStoreTest, SetsAsideWhatIsDamagedEachTime) {
+  const auto overwrite = [this] { std::ofstream(DataFile()) << std::string(10000, 'x'); };
+  // The tables are gone while the file's head is whole: it shows at the first use.
+  const auto hollow = [this] {
+    const auto size = std::filesystem::file_size(DataFile());
+    std::filesystem::resize_file(DataFile(), std::uintmax_t{2} * 4096);
+    std::filesystem::resize_file(DataFile(), size);
+  };
+  const auto cutOff = [this] {
+    std::filesystem::resize_file(DataFile(), std::uintmax_t{3} * 4096);
+  };
+  for (const std::function<void()>& damage :
+       std::initializer_list<std::function<void()>>{overwrite, overwrite, cutOff, hollow}) {
+    FillAndClose(300);
+    damage();
     ExpectMadeAnew();
   }
-}
-
-TEST_F(FactStoreTest, SetsAsideAStoreThatIsCutOff) {
-  FillAndClose(300);
-  std::filesystem::resize_file(DataFile(), 3 * 4096);
-  ExpectMadeAnew();
-}
-
-// The tables are gone while the file's head is whole: it shows at the first use.
-TEST_F(FactStoreTest, MakesAStoreAnewThatIsHollow) {
-  FillAndClose(300);
-  const auto size = std::filesystem::file_size(DataFile());
-  {
-    std::fstream file(DataFile(), std::ios::binary | std::ios::in | std::ios::out);
-    file.seekp(2 * 4096);
-    file << std::string(size - 2 * 4096, '\0');
-  }
-  ExpectMadeAnew();
 }
 
 TEST_F(FactStoreTest, GivesNoRecordWithABitThatFlipped) {
@@ -244,9 +204,9 @@ TEST_F(FactStoreTest, SetsAsideAStoreOfANewerFormatAndSaysSo) {
     MDB_env* environment = nullptr;
     ASSERT_EQ(mdb_env_create(&environment), 0);
     ASSERT_EQ(mdb_env_set_maxdbs(environment, 2), 0);
-    ASSERT_EQ(
-        mdb_env_open(environment, platform::Utf8FromWide(SlashedFolder()).c_str(), MDB_NOTLS, 0600),
-        0);
+    const std::u8string path = NativePath(folder).u8string();
+    const auto* const utf8 = reinterpret_cast<const char*>(path.c_str());
+    ASSERT_EQ(mdb_env_open(environment, utf8, MDB_NOTLS, 0600), 0);
     MDB_txn* transaction = nullptr;
     MDB_dbi table = 0;
     std::uint64_t format = kStoreFormat + 1;
@@ -259,15 +219,7 @@ TEST_F(FactStoreTest, SetsAsideAStoreOfANewerFormatAndSaysSo) {
     ASSERT_EQ(mdb_txn_commit(transaction), 0);
     mdb_env_close(environment);
   }
-  platform::RegistryKey key = nullptr;
-  const WideString on = LARDER_WIDE("true");
-  ASSERT_EQ(platform::MakeRegistryKey(LARDER_WIDE("Software\\Velmor\\Larder\\Logging"),
-                                      platform::kKeySetValue, key),
-            platform::kSuccess);
-  ASSERT_EQ(
-      platform::SetRegistryValue(key, LARDER_WIDE("szEnable"), platform::kRegSz, on.c_str(), 10),
-      platform::kSuccess);
-  platform::CloseRegistryKey(key);
+  machine.SetText(LARDER_WIDE("Logging"), LARDER_WIDE("szEnable"), LARDER_WIDE("true"));
   ExpectMadeAnew();
   WideString data;
   ASSERT_EQ(platform::CommonFolderPath(platform::CommonFolder::kData, data), platform::kSuccess);

@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
-#include <optional>
 
 #include "common/object-identity.h"
 #include "providers/provider-machine.h"
@@ -13,10 +12,7 @@
 namespace larder {
 namespace {
 
-using feed::Quoted;
-
-const LarderWideChar* const kKey = LARDER_WIDE("DataProviders\\FeedFile");
-const LarderWideChar* const kValue = LARDER_WIDE("szFileQuery");
+const LarderWideChar* const kStock = LARDER_WIDE("stock-file-query.dll");
 
 class QueryModuleTest : public testing::Test {
  protected:
@@ -25,10 +21,8 @@ class QueryModuleTest : public testing::Test {
   }
   ~QueryModuleTest() override { SetEnvironmentText("LARDER_FIXTURE_LOG", ""); }
 
-  // Lets the registry name one of the fixtures.
-  void NameFixture(const WideString& name) {
-    machine.AddModule(LARDER_WIDE("fixtures\\") + name);
-    machine.SetText(kKey, kValue, name);
+  void Name(const WideString& text) const {
+    machine.SetText(LARDER_WIDE("DataProviders\\FeedFile"), LARDER_WIDE("szFileQuery"), text);
   }
 
   bool IsLoaded(const WideString& name) const {
@@ -44,7 +38,7 @@ class QueryModuleTest : public testing::Test {
 
   // The text with which the provider's object isn't made.
   std::string Failure() const {
-    const ModuleFile file(BesideProgram(LARDER_WIDE("feed-file.dll")));
+    const ModuleFile file(providerPath);
     IDataProvider* provider = nullptr;
     std::string text = TextThrownBy([&] { file.GetProvider()(&provider); });
     EXPECT_EQ(provider, nullptr);
@@ -53,25 +47,30 @@ class QueryModuleTest : public testing::Test {
 
   // How the texts about a module begin.
   std::string CannotUse(const WideString& name) const {
-    return "Can't use the query module " + Quoted(machine.WideFolder() + name) + ": ";
+    return "Can't use the query module " + feed::Quoted(machine.WideFolder() + name) + ": ";
   }
 
   ProviderMachine machine;
+  const WideString providerPath = BesideProgram(LARDER_WIDE("feed-file.dll"));
 };
 
 TEST_F(QueryModuleTest, TheStockOneIsLoadedAsLongAsTheProviderLivesWhereNoneIsNamed) {
-  {
-    const ProviderModule provider(BesideProgram(LARDER_WIDE("feed-file.dll")));
-    EXPECT_TRUE(IsLoaded(LARDER_WIDE("stock-file-query.dll")));
+  for (int time = 0; time < 2; ++time) {
+    {
+      const ProviderModule provider(providerPath);
+      EXPECT_TRUE(IsLoaded(kStock));
+    }
+    EXPECT_FALSE(IsLoaded(kStock));
+    Name({});  // names none either
   }
-  EXPECT_FALSE(IsLoaded(LARDER_WIDE("stock-file-query.dll")));
 }
 
 TEST_F(QueryModuleTest, TheNamedOneIsUsedAndItsObjectGoesBeforeIt) {
-  NameFixture(LARDER_WIDE("file-query-throws.dll"));
+  machine.AddModule(LARDER_WIDE("fixtures\\file-query-throws.dll"));
+  Name(LARDER_WIDE("file-query-throws.dll"));
   {
-    const ProviderModule provider(BesideProgram(LARDER_WIDE("feed-file.dll")));
-    EXPECT_FALSE(IsLoaded(LARDER_WIDE("stock-file-query.dll")));
+    const ProviderModule provider(providerPath);
+    EXPECT_FALSE(IsLoaded(kStock));
     EXPECT_EQ(TextThrownBy([&] { QueryOf(*provider, Descriptor(LARDER_WIDE("any"))); }),
               "Query of file-query-throws fails");
   }
@@ -80,50 +79,38 @@ TEST_F(QueryModuleTest, TheNamedOneIsUsedAndItsObjectGoesBeforeIt) {
             "file-query-throws unloaded;");
 }
 
-TEST_F(QueryModuleTest, OneThatIsMissingIsNamedWithTheSystemsReason) {
-  machine.SetText(kKey, kValue, LARDER_WIDE("missing.dll"));
+TEST_F(QueryModuleTest, OneThatCannotBeUsedIsNamedWithTheReasonAndLetGo) {
+  const std::pair<WideString, std::string> cases[] = {
+      {LARDER_WIDE("feed-test.dll"), "it doesn't export GetFileQuery"},
+      // The reason outlives the module that gives it.
+      {LARDER_WIDE("fixtures\\get-file-query-throws.dll"), "get-file-query-throws fails"},
+      {LARDER_WIDE("fixtures\\no-file-query.dll"), "GetFileQuery makes no object"}};
+  for (const auto& [module, reason] : cases) {
+    machine.AddModule(module);
+    const WideString name = module.substr(module.rfind(u'\\') + 1);
+    Name(name);
+    EXPECT_EQ(Failure(), CannotUse(name) + reason);
+    EXPECT_FALSE(IsLoaded(name)) << reason;
+  }
+  EXPECT_EQ(Events(),
+            "get-file-query-throws loaded;get-file-query-throws unloaded;"
+            "no-file-query loaded;no-file-query unloaded;");
+  const WideString missing = LARDER_WIDE("missing.dll");
+  Name(missing);
   const std::string text = Failure();
-  EXPECT_TRUE(text.starts_with(CannotUse(LARDER_WIDE("missing.dll")))) << text;
-  EXPECT_TRUE(text.ends_with(" (code 126)")) << text;
-}
-
-TEST_F(QueryModuleTest, OneThatIsNoQueryModuleIsRefusedAndLetGo) {
-  machine.AddModule(LARDER_WIDE("feed-test.dll"));
-  machine.SetText(kKey, kValue, LARDER_WIDE("feed-test.dll"));
-  EXPECT_EQ(Failure(), CannotUse(LARDER_WIDE("feed-test.dll")) + "it doesn't export GetFileQuery");
-  EXPECT_FALSE(IsLoaded(LARDER_WIDE("feed-test.dll")));
-}
-
-TEST_F(QueryModuleTest, TheReasonOfOneThatFailsOutlivesIt) {
-  NameFixture(LARDER_WIDE("get-file-query-throws.dll"));
-  EXPECT_EQ(Failure(),
-            CannotUse(LARDER_WIDE("get-file-query-throws.dll")) + "get-file-query-throws fails");
-  EXPECT_EQ(Events(), "get-file-query-throws loaded;get-file-query-throws unloaded;");
-}
-
-TEST_F(QueryModuleTest, OneThatMakesNoObjectIsRefusedAndLetGo) {
-  NameFixture(LARDER_WIDE("no-file-query.dll"));
-  EXPECT_EQ(Failure(),
-            CannotUse(LARDER_WIDE("no-file-query.dll")) + "GetFileQuery makes no object");
-  EXPECT_EQ(Events(), "no-file-query loaded;no-file-query unloaded;");
+  EXPECT_TRUE(text.starts_with(CannotUse(missing)) && text.ends_with(" (code 126)")) << text;
 }
 
 TEST_F(QueryModuleTest, AValueThatCannotBeUsedIsNamedWithItsKey) {
   const std::string value =
       "Can't read the registry value \"szFileQuery\" of the key "
       "\"Software\\Velmor\\Larder\\DataProviders\\FeedFile\": ";
-  machine.SetNumber(kKey, kValue, 1);
+  machine.SetNumber(LARDER_WIDE("DataProviders\\FeedFile"), LARDER_WIDE("szFileQuery"), 1);
   EXPECT_EQ(Failure(), value + "it isn't of type REG_SZ");
-  machine.SetText(kKey, kValue, WideString(99, u'x'));
+  Name(WideString(99, u'x'));
   EXPECT_EQ(Failure(), value + "it has more than 98 characters");
-  machine.SetText(kKey, kValue, WideString(98, u'x'));
+  Name(WideString(98, u'x'));
   EXPECT_TRUE(Failure().starts_with(CannotUse(WideString(98, u'x'))));
-}
-
-TEST_F(QueryModuleTest, AnEmptyValueNamesNone) {
-  machine.SetText(kKey, kValue, {});
-  const ProviderModule provider(BesideProgram(LARDER_WIDE("feed-file.dll")));
-  EXPECT_TRUE(IsLoaded(LARDER_WIDE("stock-file-query.dll")));
 }
 
 }  // namespace
