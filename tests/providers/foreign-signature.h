@@ -1,4 +1,4 @@
-// Signatures as a reader sees them that isn't ours: OpenSSL's program on Linux, the system's
+// Signatures as a reader sees them that isn't ours: OpenSSL's functions on Linux, the system's
 // functions on Windows, which need the machine's real registry. One source for each system.
 #pragma once
 
@@ -14,8 +14,5 @@ struct ForeignSignature {
 
 // signature: a ContentInfo of SignedData. Throws std::runtime_error if the reader can't read it.
 ForeignSignature ReadForeign(const std::string& signature);
-
-// Whether the certificate's signature is one with the issuer's key.
-bool IsIssuedBy(const std::string& certificate, const std::string& issuer);
 
 }  // namespace larder::feed

@@ -1,89 +1,38 @@
 #include "providers/foreign-signature.h"
 
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <stdexcept>
-#include <vector>
+#include <openssl/pkcs7.h>
+#include <openssl/x509.h>
 
-#include "testing/test-machine.h"
-#include "tools/run-program.h"
+#include <memory>
+#include <stdexcept>
 
 namespace larder::feed {
 namespace {
 
-void Write(const std::filesystem::path& file, const std::string& bytes) {
-  std::ofstream(file, std::ios::binary) << bytes;
-}
-
-std::string Read(const std::filesystem::path& file) {
-  std::ifstream stream(file, std::ios::binary);
-  return {std::istreambuf_iterator<char>(stream), {}};
-}
-
-// Arguments that are files lie in the folder. The exit status.
-int OpenSsl(const std::vector<std::string>& arguments, const std::filesystem::path& folder) {
-  return RunProgram("/usr/bin/openssl", arguments, folder / "output", folder / "errors");
-}
-
-void Check(int status, const std::filesystem::path& folder) {
-  if (status != 0) throw std::runtime_error("openssl: " + Read(folder / "errors"));
-}
-
-std::string Decoded(const std::string& base64) {
-  const std::string digits = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-  std::string bytes;
-  unsigned bits = 0;
-  int count = 0;
-  for (const char c : base64) {
-    const std::size_t digit = digits.find(c);
-    if (digit == std::string::npos) continue;
-    bits = bits << 6 | static_cast<unsigned>(digit);
-    count += 6;
-    if (count < 8) continue;
-    count -= 8;
-    bytes += static_cast<char>(bits >> count);
+std::set<std::string> Encoded(const STACK_OF(X509) * certificates) {
+  std::set<std::string> all;
+  for (int i = 0; i < sk_X509_num(certificates); ++i) {
+    unsigned char* bytes = nullptr;
+    const int size = i2d_X509(sk_X509_value(certificates, i), &bytes);
+    if (size <= 0) throw std::runtime_error("i2d_X509");
+    all.emplace(reinterpret_cast<const char*>(bytes), static_cast<std::size_t>(size));
+    OPENSSL_free(bytes);
   }
-  return bytes;
-}
-
-std::set<std::string> CertificatesIn(const std::string& pem) {
-  const std::string begin = "-----BEGIN CERTIFICATE-----";
-  std::set<std::string> certificates;
-  for (std::size_t at = pem.find(begin); at != std::string::npos; at = pem.find(begin, at)) {
-    at += begin.size();
-    certificates.insert(Decoded(pem.substr(at, pem.find("-----END", at) - at)));
-  }
-  return certificates;
+  return all;
 }
 
 }  // namespace
 
 ForeignSignature ReadForeign(const std::string& signature) {
-  TestMachine machine;
-  const std::filesystem::path& folder = machine.Folder();
-  const std::string blob = folder / "signature";
-  const std::string signers = folder / "signers";
-  Write(blob, signature);
-  Check(OpenSsl({"pkcs7", "-inform", "DER", "-in", blob, "-print_certs"}, folder), folder);
-  ForeignSignature foreign{CertificatesIn(Read(folder / "output")), {}};
-  Check(OpenSsl({"smime", "-verify", "-inform", "DER", "-in", blob, "-content", "/dev/null",
-                 "-noverify", "-nosigs", "-signer", signers},
-                folder),
-        folder);
-  foreign.signers = CertificatesIn(Read(signers));
-  return foreign;
-}
-
-bool IsIssuedBy(const std::string& certificate, const std::string& issuer) {
-  TestMachine machine;
-  const std::filesystem::path& folder = machine.Folder();
-  const std::string issued = folder / "certificate";
-  const std::string trusted = folder / "issuer";
-  Write(issued, certificate);
-  Write(trusted, issuer);
-  return OpenSsl({"verify", "-partial_chain", "-no_check_time", "-trusted", trusted, issued},
-                 folder) == 0;
+  const auto* at = reinterpret_cast<const unsigned char*>(signature.data());
+  const std::unique_ptr<PKCS7, decltype(&PKCS7_free)> read(
+      d2i_PKCS7(nullptr, &at, static_cast<long>(signature.size())), &PKCS7_free);
+  if (read == nullptr || !PKCS7_type_is_signed(read.get())) throw std::runtime_error("d2i_PKCS7");
+  STACK_OF(X509)* const signers = PKCS7_get0_signers(read.get(), nullptr, 0);
+  if (signers == nullptr) throw std::runtime_error("PKCS7_get0_signers");
+  const std::unique_ptr<STACK_OF(X509), void (*)(STACK_OF(X509)*)> owner(
+      signers, [](STACK_OF(X509) * stack) { sk_X509_free(stack); });
+  return {Encoded(read->d.sign->cert), Encoded(signers)};
 }
 
 }  // namespace larder::feed

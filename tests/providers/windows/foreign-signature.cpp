@@ -4,9 +4,9 @@
 
 #include <wincrypt.h>
 
+#include <array>
 #include <memory>
 #include <stdexcept>
-#include <vector>
 
 namespace larder::feed {
 namespace {
@@ -47,25 +47,14 @@ Message Opened(const std::string& signature) {
 }
 
 std::string SignerAt(const Message& message, const Store& store, DWORD index) {
-  DWORD size = 0;
-  Check(CryptMsgGetParam(message.get(), CMSG_SIGNER_CERT_INFO_PARAM, index, nullptr, &size),
+  std::array<CERT_INFO, 32> info{};  // one, and room for what it points to
+  DWORD size = sizeof info;
+  Check(CryptMsgGetParam(message.get(), CMSG_SIGNER_CERT_INFO_PARAM, index, info.data(), &size),
         "CMSG_SIGNER_CERT_INFO_PARAM");
-  const auto info = std::make_unique<std::uint64_t[]>(size / 8 + 1);
-  Check(CryptMsgGetParam(message.get(), CMSG_SIGNER_CERT_INFO_PARAM, index, info.get(), &size),
-        "CMSG_SIGNER_CERT_INFO_PARAM");
-  const Context signer(CertGetSubjectCertificateFromStore(store.handle, kEncoding,
-                                                          reinterpret_cast<CERT_INFO*>(info.get())),
+  const Context signer(CertGetSubjectCertificateFromStore(store.handle, kEncoding, info.data()),
                        &CertFreeCertificateContext);
   Check(signer != nullptr, "CertGetSubjectCertificateFromStore");
   return Encoded(*signer);
-}
-
-Context ContextOf(const std::string& certificate) {
-  Context context(CertCreateCertificateContext(kEncoding, BytesOf(certificate),
-                                               static_cast<DWORD>(certificate.size())),
-                  &CertFreeCertificateContext);
-  Check(context != nullptr, "CertCreateCertificateContext");
-  return context;
 }
 
 }  // namespace
@@ -85,13 +74,6 @@ ForeignSignature ReadForeign(const std::string& signature) {
         "CMSG_SIGNER_COUNT_PARAM");
   for (DWORD i = 0; i < count; ++i) foreign.signers.insert(SignerAt(message, store, i));
   return foreign;
-}
-
-bool IsIssuedBy(const std::string& certificate, const std::string& issuer) {
-  const Context by = ContextOf(issuer);
-  return CryptVerifyCertificateSignature(0, kEncoding, BytesOf(certificate),
-                                         static_cast<DWORD>(certificate.size()),
-                                         &by->pCertInfo->SubjectPublicKeyInfo) != FALSE;
 }
 
 }  // namespace larder::feed
