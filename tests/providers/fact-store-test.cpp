@@ -48,6 +48,21 @@ class FactStoreTest : public testing::Test {
     EXPECT_TRUE(Has(again, 777));
   }
 
+  // Changes a byte of some text in the data file, wherever it stands: pages that aren't used any
+  // more may have copies.
+  void Change(const std::string& text, std::size_t index, char mask) const {
+    std::string bytes(std::filesystem::file_size(DataFile()), '\0');
+    std::fstream file(DataFile(), std::ios::binary | std::ios::in | std::ios::out);
+    file.read(bytes.data(), std::ssize(bytes));
+    const std::string before = bytes;
+    for (auto at = bytes.find(text); at != std::string::npos; at = bytes.find(text, at + 1)) {
+      bytes[at + index] ^= mask;
+    }
+    EXPECT_NE(bytes, before);
+    file.seekp(0);
+    file.write(bytes.data(), std::ssize(bytes));
+  }
+
   std::unique_ptr<RunningProgram> StartWriter(int limit, int first, int last,
                                               std::size_t size) const {
     return std::make_unique<RunningProgram>(
@@ -177,20 +192,8 @@ TEST_F(FactStoreTest, SetsAsideWhatIsDamagedEachTime) {
 
 TEST_F(FactStoreTest, GivesNoRecordWithABitThatFlipped) {
   FillAndClose(50);
-  std::string bytes(std::filesystem::file_size(DataFile()), '\0');
-  std::fstream file(DataFile(), std::ios::binary | std::ios::in | std::ios::out);
-  file.read(bytes.data(), std::ssize(bytes));
-  // Wherever it stands: pages that aren't used any more may have copies.
   const std::vector<unsigned char> record = RecordOf(7);
-  const std::string wanted(record.begin(), record.end());
-  int places = 0;
-  for (auto at = bytes.find(wanted); at != std::string::npos; at = bytes.find(wanted, at + 1)) {
-    file.seekp(static_cast<std::streamoff>(at) + 100);
-    file.put(static_cast<char>(bytes[at + 100] ^ 1));
-    ++places;
-  }
-  file.close();
-  ASSERT_GT(places, 0);
+  Change({record.begin(), record.end()}, 100, 1);
   FactStore store(folder, kMiB);
   EXPECT_FALSE(Has(store, 7));
   EXPECT_TRUE(Has(store, 8));
@@ -200,25 +203,7 @@ TEST_F(FactStoreTest, GivesNoRecordWithABitThatFlipped) {
 
 TEST_F(FactStoreTest, SetsAsideAStoreOfANewerFormatAndSaysSo) {
   FillAndClose(1);
-  {
-    MDB_env* environment = nullptr;
-    ASSERT_EQ(mdb_env_create(&environment), 0);
-    ASSERT_EQ(mdb_env_set_maxdbs(environment, 2), 0);
-    const std::u8string path = NativePath(folder).u8string();
-    const auto* const utf8 = reinterpret_cast<const char*>(path.c_str());
-    ASSERT_EQ(mdb_env_open(environment, utf8, MDB_NOTLS, 0600), 0);
-    MDB_txn* transaction = nullptr;
-    MDB_dbi table = 0;
-    std::uint64_t format = kStoreFormat + 1;
-    std::string name = "format";
-    MDB_val key{name.size(), name.data()};
-    MDB_val value{sizeof format, &format};
-    ASSERT_EQ(mdb_txn_begin(environment, nullptr, 0, &transaction), 0);
-    ASSERT_EQ(mdb_dbi_open(transaction, nullptr, 0, &table), 0);
-    ASSERT_EQ(mdb_put(transaction, table, &key, &value, 0), 0);
-    ASSERT_EQ(mdb_txn_commit(transaction), 0);
-    mdb_env_close(environment);
-  }
+  Change(std::string("format\1\0\0\0\0\0\0", 14), 6, 1 ^ 2);
   machine.SetText(LARDER_WIDE("Logging"), LARDER_WIDE("szEnable"), LARDER_WIDE("true"));
   ExpectMadeAnew();
   WideString data;

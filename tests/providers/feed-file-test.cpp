@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "providers/file-provider-test.h"
+#include "providers/made-image.h"
 
 namespace larder {
 namespace {
@@ -64,6 +65,29 @@ TEST_F(FeedFile, AnswersWithTheDigestsOfTheBytes) {
       << "neither an image nor signed";
   FreeQueryOf(*provider, block);
   EXPECT_EQ(block.data, nullptr);
+}
+
+// A signature is around the image, not in it.
+TEST_F(FeedFile, GivesAnImageItsDigestsAndItsSignersChain) {
+  const std::string leaf = feed::MakeCertificate({"leaf", "Leaf", "Issuer"});
+  const std::string issuer = feed::MakeCertificate({"issuer", "Issuer", "Issuer"});
+  const std::string table =
+      feed::MakeEntry(feed::MakeSignature({issuer, leaf}, {feed::MakeSigner("Issuer", "leaf")}));
+  const auto payloadOf = [this](const std::string& image) {
+    return PayloadOf(QueryOf(*provider, Descriptor(MakeFile(LARDER_WIDE("image"), image))));
+  };
+  constexpr std::size_t kFileDigests = offsetof(FileDataRecord, fileMD5) - sizeof(DataBlockHeader);
+  constexpr std::size_t kImageDigests = offsetof(FileDataRecord, peMD5) - sizeof(DataBlockHeader);
+  constexpr std::size_t kSize = kImageDigests - kFileDigests;
+  for (const std::size_t size : {std::size_t{512}, std::size_t{0x180000}}) {
+    const std::string before = payloadOf(feed::MakeImage({.size = size}));
+    const std::string after = payloadOf(feed::MakeSignedImage({.size = size}, table));
+    EXPECT_NE(after.substr(kFileDigests, kSize), before.substr(kFileDigests, kSize));
+    EXPECT_EQ(after.substr(kImageDigests, kSize), before.substr(kImageDigests, kSize));
+    EXPECT_NE(after.substr(kImageDigests, kSize), std::string(kSize, '\0'));
+    EXPECT_EQ(after.find(leaf), 400 - sizeof(DataBlockHeader));
+    EXPECT_TRUE(after.ends_with(issuer));
+  }
 }
 
 TEST_F(FeedFile, IdentifiesAFileByWhatItIsAndNotByItsContents) {

@@ -64,9 +64,7 @@ TEST_F(FileFactsTest, GivesUpOnAFileThatDoesNotStandStill) {
   CurrentFile = {.isEndless = true, .bytes = "abc", .infos = {kSteady}};
   EXPECT_TRUE(Failure().starts_with(changed));
   EXPECT_LT(CurrentFile.bytesGiven, 1'000'000u);
-}
 
-TEST_F(FileFactsTest, TellsAMismatchWhenTheFileIsTouchedAwayFromTheTimeAskedFor) {
   wanted.lastModified = 1000;
   CurrentFile.infos = {kSteady, kTouched};
   EXPECT_EQ(Failure(), "\"C:\\file\" was last modified at 1001, not at 1000: result -15");

@@ -1,13 +1,13 @@
 // Real images, made by make-images.sh: what is read from them against what their own signatures say
-// was signed, and against another reader of signatures.
+// was signed, and against the certificates that they were signed with.
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <fstream>
 #include <iterator>
+#include <map>
 
 #include "platform/digest.h"
-#include "providers/foreign-signature.h"
 #include "providers/made-image.h"
 #include "stock-file-query/certificate-table.h"
 #include "stock-file-query/der-reader.h"
@@ -136,8 +136,11 @@ TEST(SignedImagesTest, HaveTheChainsOfThoseWhoSignedThem) {
   EXPECT_EQ(ChainsIn("signed-memtest32.efi"), Chains{lone});
   EXPECT_EQ(ChainsIn("twice.efi"), (Chains{chain, lone}));
   EXPECT_EQ(ChainsIn("zlib32.dll"), Chains());
-  for (const CertChain& ofShim : ReadSignerChains(Image("shim.efi").table)) {
-    EXPECT_EQ(ofShim.size(), 2u) << "without its root";
+  for (const auto& [name, sizes] :
+       std::map<std::string, std::vector<std::size_t>>{{"shim.efi", {2, 2}}, {"grub.efi", {1}}}) {
+    std::vector<std::size_t> found;
+    for (const CertChain& one : ReadSignerChains(Image(name).table)) found.push_back(one.size());
+    EXPECT_EQ(found, sizes) << name;
   }
   // The order of those inside another signature is up to whoever wrote that.
   Chains nested = ChainsIn("nested.dll");
@@ -147,26 +150,6 @@ TEST(SignedImagesTest, HaveTheChainsOfThoseWhoSignedThem) {
   Chains all{chain, chain, lone};
   std::sort(all.begin(), all.end());
   EXPECT_EQ(nested, all);
-}
-
-TEST(SignedImagesTest, HoldTheCertificatesAndSignersThatAnotherReaderFinds) {
-  std::size_t compared = 0;
-  for (const Expected& expected : kImages) {
-    const Image image(expected.name);
-    for (const SignedData& signature : image.signatures) {
-      const ForeignSignature foreign = ReadForeign(TextOf(signature.whole));
-      std::set<std::string> certificates;
-      for (const auto& certificate : signature.certificates) {
-        certificates.insert(TextOf(certificate.whole));
-      }
-      EXPECT_EQ(certificates, foreign.certificates) << expected.name;
-      std::set<std::string> signers;
-      for (const CertChain& chain : ChainsOf(signature)) signers.insert(TextOf(chain.front()));
-      EXPECT_EQ(signers, foreign.signers) << expected.name;
-      ++compared;
-    }
-  }
-  EXPECT_EQ(compared, 11u);
 }
 
 }  // namespace
