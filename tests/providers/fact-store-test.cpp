@@ -188,6 +188,13 @@ TEST_F(FactStoreTest, SetsAsideWhatIsDamagedEachTime) {
     damage();
     ExpectMadeAnew();
   }
+  // One who only reads sees to it as well.
+  std::filesystem::remove_all(AsideFile().parent_path());
+  FillAndClose(300);
+  hollow();
+  FactStore store(folder, kMiB);
+  EXPECT_FALSE(Has(store, 0));
+  while (!std::filesystem::exists(AsideFile())) std::this_thread::yield();
 }
 
 TEST_F(FactStoreTest, GivesNoRecordWithABitThatFlipped) {

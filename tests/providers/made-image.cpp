@@ -37,7 +37,7 @@ std::string Name(const std::string& text) {
 }
 
 std::string Extension(const std::string& type, const std::string& value) {
-  return Der(0x30, Der(0x06, type) + Der(0x04, value));
+  return Der(0x30, Der(0x06, type) + Der(0x01, "\xff") + Der(0x04, value));
 }
 
 std::string Extensions(const CertificateShape& shape) {
@@ -89,16 +89,12 @@ std::string MakeCertificate(const CertificateShape& shape) {
   return Der(0x30, Der(0x30, fields) + Algorithm() + Der(0x03, "signature"));
 }
 
-std::string MakeNested(const std::vector<std::string>& signatures) {
-  const std::string type = "\x2b\x06\x01\x04\x01\x82\x37\x02\x04\x01";
-  return Der(0x30, Der(0x06, type) + Der(0x31, Joined(signatures)));
-}
-
 std::string MakeSigner(const std::string& issuer, const std::string& serial,
                        const std::vector<std::string>& nested) {
+  const std::string type = Der(0x06, "\x2b\x06\x01\x04\x01\x82\x37\x02\x04\x01");
   const std::string time = Der(0x30, Der(0x06, "\x2a\x05") + Der(0x31, Der(0x04, "time stamp")));
   return SignerInfo(Der(0x30, Name(issuer) + Der(0x02, serial)),
-                    nested.empty() ? time : time + MakeNested(nested));
+                    nested.empty() ? time : time + Der(0x30, type + Der(0x31, Joined(nested))));
 }
 
 std::string MakeSignerByKey(const std::string& keyId) { return SignerInfo(Der(0x80, keyId), ""); }
@@ -107,7 +103,8 @@ std::string MakeSignature(const std::vector<std::string>& certificates,
                           const std::vector<std::string>& signers) {
   const std::string data =
       Der(0x30, Der(0x02, "\x01") + Der(0x31, Algorithm()) + Der(0x30, Der(0x06, "\x2a\x07")) +
-                    Der(0xa0, Joined(certificates)) + Der(0x31, Joined(signers)));
+                    Der(0xa0, Joined(certificates)) + Der(0xa1, "revoked") +
+                    Der(0x31, Joined(signers)));
   return Der(0x30, Der(0x06, "\x2a\x86\x48\x86\xf7\x0d\x01\x07\x02") + Der(0xa0, data));
 }
 

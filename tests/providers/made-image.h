@@ -43,7 +43,6 @@ std::string MakeCertificate(const CertificateShape& shape);
 std::string MakeSigner(const std::string& issuer, const std::string& serial,
                        const std::vector<std::string>& nested = {});
 std::string MakeSignerByKey(const std::string& keyId);
-std::string MakeNested(const std::vector<std::string>& signatures);  // the attribute alone
 std::string MakeSignature(const std::vector<std::string>& certificates,
                           const std::vector<std::string>& signers);
 
