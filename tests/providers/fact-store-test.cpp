@@ -43,7 +43,7 @@ class FactStoreTest : public testing::Test {
       EXPECT_FALSE(Has(store, 0));
       EXPECT_EQ(store.Figures().entries, 1u);
     }
-    EXPECT_EQ(std::filesystem::file_size(AsideFile()), size);
+    EXPECT_GE(std::filesystem::file_size(AsideFile()), size);  // a map may have made it grow
     FactStore again(folder, kMiB);
     EXPECT_TRUE(Has(again, 777));
   }
