@@ -240,9 +240,10 @@ void StoreEnvironment::Check(int code) const {
 }
 
 bool StoreEnvironment::IsDamage(int code) const {
-  // Numbers that don't come in their order, and too deep a tree, are among them.
+  // Numbers that don't come in their order, too deep a tree, and a transaction that can't go on:
+  // LMDB keeps to itself what it found where it looked up a table.
   constexpr std::array kCodes{MDB_PAGE_NOTFOUND, MDB_CORRUPTED, MDB_VERSION_MISMATCH, MDB_INVALID,
-                              MDB_INCOMPATIBLE,  MDB_KEYEXIST,  MDB_CURSOR_FULL};
+                              MDB_INCOMPATIBLE,  MDB_KEYEXIST,  MDB_CURSOR_FULL,      MDB_BAD_TXN};
   if (std::find(kCodes.begin(), kCodes.end(), code) != kCodes.end()) return true;
   // A page beyond the end of any file: no whole store has one outside the map.
   return code == EFBIG && platform::LargestFile() > MapSize();

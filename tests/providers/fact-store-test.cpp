@@ -173,11 +173,12 @@ TEST_F(FactStoreTest, LosesNothingThatWasStoredWhenWritersAreKilled) {
 
 TEST_F(FactStoreTest, SetsAsideWhatIsDamagedEachTime) {
   const auto overwrite = [this] { std::ofstream(DataFile()) << std::string(10000, 'x'); };
-  // The tables are gone while the file's head is whole: it shows at the first use.
+  // The tables are gone while the file's head is whole.
   const auto hollow = [this] {
     const auto size = std::filesystem::file_size(DataFile());
-    std::filesystem::resize_file(DataFile(), std::uintmax_t{2} * 4096);
-    std::filesystem::resize_file(DataFile(), size);
+    std::fstream file(DataFile(), std::ios::binary | std::ios::in | std::ios::out);
+    file.seekp(2 * 4096);
+    file << std::string(size - 2 * 4096, '\0');
   };
   const auto cutOff = [this] {
     std::filesystem::resize_file(DataFile(), std::uintmax_t{3} * 4096);
@@ -188,13 +189,19 @@ TEST_F(FactStoreTest, SetsAsideWhatIsDamagedEachTime) {
     damage();
     ExpectMadeAnew();
   }
-  // One who only reads sees to it as well.
-  std::filesystem::remove_all(AsideFile().parent_path());
-  FillAndClose(300);
-  hollow();
+  // In use it shows to one who writes and to one who reads.
+  const auto aside = AsideFile().parent_path();
   FactStore store(folder, kMiB);
-  EXPECT_FALSE(Has(store, 0));
-  while (!std::filesystem::exists(AsideFile())) std::this_thread::yield();
+  KeepNow(store, 1);
+  std::filesystem::remove_all(aside);
+  hollow();
+  KeepNow(store, 2);
+  EXPECT_TRUE(Has(store, 2));
+  EXPECT_TRUE(std::filesystem::exists(aside));
+  std::filesystem::remove_all(aside);
+  hollow();
+  EXPECT_FALSE(Has(store, 2));
+  while (!std::filesystem::exists(aside)) std::this_thread::yield();
 }
 
 TEST_F(FactStoreTest, GivesNoRecordWithABitThatFlipped) {
