@@ -1,5 +1,6 @@
 // Real images, made by make-images.sh: what is read from them against what their own signatures say
-// was signed, and against the certificates that they were signed with.
+// was signed, against the certificates that they were signed with, and against another reader of
+// signatures.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -8,6 +9,7 @@
 #include <map>
 
 #include "platform/digest.h"
+#include "providers/foreign-signature.h"
 #include "providers/made-image.h"
 #include "stock-file-query/certificate-table.h"
 #include "stock-file-query/der-reader.h"
@@ -150,6 +152,26 @@ TEST(SignedImagesTest, HaveTheChainsOfThoseWhoSignedThem) {
   Chains all{chain, chain, lone};
   std::sort(all.begin(), all.end());
   EXPECT_EQ(nested, all);
+}
+
+TEST(SignedImagesTest, HoldTheCertificatesAndSignersThatAnotherReaderFinds) {
+  std::size_t compared = 0;
+  for (const Expected& expected : kImages) {
+    const Image image(expected.name);
+    for (const SignedData& signature : image.signatures) {
+      const ForeignSignature foreign = ReadForeign(TextOf(signature.whole));
+      std::set<std::string> certificates;
+      for (const auto& certificate : signature.certificates) {
+        certificates.insert(TextOf(certificate.whole));
+      }
+      EXPECT_EQ(certificates, foreign.certificates) << expected.name;
+      std::set<std::string> signers;
+      for (const CertChain& chain : ChainsOf(signature)) signers.insert(TextOf(chain.front()));
+      EXPECT_EQ(signers, foreign.signers) << expected.name;
+      ++compared;
+    }
+  }
+  EXPECT_EQ(compared, 11u);
 }
 
 }  // namespace
