@@ -1,11 +1,14 @@
 #include "feed-file/fact-store.h"
 
 #include <algorithm>
+#include <chrono>
+#include <thread>
 #include <utility>
 
 #include "common/object-identity.h"
 #include "feed-file/store-folder.h"
 #include "feed-file/store-log.h"
+#include "platform/file-lock.h"
 #include "platform/file.h"
 
 namespace larder::feed {
@@ -14,7 +17,12 @@ namespace {
 constexpr std::size_t kMostInBatch = 128;
 // More than the largest record, whose chains have up to 16 MiB.
 constexpr std::size_t kMostWaitingBytes = std::size_t{32} << 20;
-constexpr std::uint64_t kLeastRecords = 8;  // of the largest size that the store takes at all
+constexpr std::chrono::microseconds kPause(1'000);
+constexpr std::chrono::milliseconds kPatience(10'000);
+constexpr std::chrono::milliseconds kPatienceAtEnd(1'000);
+
+// A larger record isn't taken: much of what is stored would have to go for it.
+std::uint64_t LargestRecord(std::uint64_t limit) { return std::max(limit, kLeastLimit) / 8; }
 
 }  // namespace
 
@@ -24,6 +32,7 @@ FactStore::FactStore(const WideString& storeFolder, std::uint64_t mostBytes,
   if (folder.empty() || limit == 0) return;
   Open();
   if (environment == nullptr) return;
+  turn = platform::OpenLockFile(TurnFile(folder));
   if (work != nullptr) thread = platform::StartThread(RunWriter, this);
   if (thread != nullptr) return;
   environment.reset();
@@ -41,6 +50,7 @@ FactStore::~FactStore() {
     platform::CloseObject(thread);
   }
   platform::CloseObject(work);
+  platform::CloseObject(turn);
 }
 
 void FactStore::Open() try {
@@ -130,7 +140,7 @@ bool FactStore::Find(const StoredFile& file, DbBuffer* record) {
 // Null if there is no store, if the record is too large for it, or if too much waits.
 std::shared_ptr<FactStore::Waiting> FactStore::Enqueue(const StoredFile& file, EntryView record,
                                                        bool isAwaited) {
-  if (record.size() > limit / kLeastRecords) return {};
+  if (record.size() > LargestRecord(limit)) return {};
   const std::uint64_t key = StoreKey(file.path, file.info.lastModified);
   auto one = std::make_shared<Waiting>(KeyedEntry{key, MakeEntry(file, record)});
   if (isAwaited) {
@@ -160,7 +170,7 @@ void FactStore::KeepNow(const StoredFile& file, EntryView record) {
   const std::lock_guard lock(mutex);
   if (one && one->state == State::kStored) return;
   if (one || thread == nullptr) throw std::runtime_error(reason);
-  const bool isTooLarge = record.size() > limit / kLeastRecords;
+  const bool isTooLarge = record.size() > LargestRecord(limit);
   throw std::runtime_error(isTooLarge ? "it is too large for the store's limit"
                                       : "too much waits to be written");
 }
@@ -190,7 +200,10 @@ void FactStore::WriteUntilStopped() {
   for (;;) {
     const WaitingList batch = TakeBatch();
     if (!batch.empty()) {
-      Finish(batch, Write(batch));
+      const bool stored = TakeTurn() && Write(batch);
+      platform::UnlockFile(turn);
+      Finish(batch, stored);
+      std::this_thread::sleep_for(kPause);  // the others' turn
       continue;
     }
     if (IsAtEnd()) return;
@@ -199,6 +212,28 @@ void FactStore::WriteUntilStopped() {
     platform::LowerEvent(work);  // and then everything is looked at again
     if (TakeDamage()) OpenAnew(true);
   }
+}
+
+bool FactStore::IsStopping() {
+  const std::lock_guard lock(mutex);
+  return stops;
+}
+
+// False if it doesn't come. Where there is no file for it, LMDB's lock has to do.
+bool FactStore::TakeTurn() {
+  const auto begin = std::chrono::steady_clock::now();
+  const bool wasStuck = isStuck;
+  while (platform::TryToLockFile(turn) == platform::kSharingViolation) {
+    const auto patience = IsStopping() ? (wasStuck ? kPause : kPatienceAtEnd) : kPatience;
+    isStuck = std::chrono::steady_clock::now() - begin > patience;
+    if (isStuck) {
+      SetReason("another process that writes to the store doesn't go on");
+      return false;
+    }
+    std::this_thread::sleep_for(kPause / 2);
+  }
+  isStuck = false;
+  return true;
 }
 
 bool FactStore::IsAtEnd() {

@@ -34,7 +34,8 @@ class FactStore {
   // given.
   FactStore(const WideString& storeFolder, std::uint64_t mostBytes,
             const std::string& whyNone = {});
-  // Returns when all is written. No call may run.
+  // Returns when all is written, or has to be given up since another process that writes doesn't go
+  // on. No call may run.
   ~FactStore();
   FactStore(const FactStore&) = delete;
   FactStore& operator=(const FactStore&) = delete;
@@ -44,7 +45,8 @@ class FactStore {
 
   // Stores a copy of the record some time soon, or not at all.
   void Keep(const StoredFile& file, EntryView record);
-  // Returns when it is stored; throws std::runtime_error with the reason if it can't be.
+  // Returns when it is stored; throws std::runtime_error with the reason if it can't be. Waits for
+  // another process that writes for some seconds at most.
   void KeepNow(const StoredFile& file, EntryView record);
 
   // Counts what only the provider knows of.
@@ -72,6 +74,8 @@ class FactStore {
   bool IsAtEnd();
   bool TakeDamage();
   WaitingList TakeBatch();
+  bool IsStopping();
+  bool TakeTurn();
   void Finish(const WaitingList& batch, bool stored);
   static std::vector<const KeyedEntry*> LastOfEachKey(const WaitingList& batch);
   bool Write(const WaitingList& batch);
@@ -90,6 +94,11 @@ class FactStore {
   std::atomic<std::uint64_t> misses = 0;
   std::atomic<std::uint64_t> computed = 0;
   std::atomic<std::uint64_t> refused = 0;
+
+  // Whose turn it is to write, among all processes: LMDB's own lock would wait without a limit for
+  // one that was stopped amid a transaction.
+  platform::Handle turn = platform::InvalidHandle();
+  bool isStuck = false;  // the writer's: the turn never came the last time
 
   StoreLock environmentMutex;  // guards the pointer and the number; the writer alone changes them
   std::unique_ptr<StoreEnvironment> environment;

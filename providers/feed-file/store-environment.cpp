@@ -13,8 +13,6 @@ namespace larder::feed {
 namespace {
 
 constexpr std::uint64_t kFirstMap = std::uint64_t{16} << 20;
-// With less, what a single transaction changes would be a large part of the whole.
-constexpr std::uint64_t kLeastLimit = std::uint64_t{8} << 20;
 constexpr unsigned kMostReaders = 1022;  // of all processes together
 constexpr mdb_mode_t kFileMode = 0660;
 constexpr int kMostRemaps = 16;  // in a row, while another process makes the file larger

@@ -41,9 +41,12 @@ struct StoreSize {
   std::uint64_t bytes = 0;
 };
 
+// With less, what a single transaction changes would be a large part of the whole.
+inline constexpr std::uint64_t kLeastLimit = std::uint64_t{8} << 20;
+
 class StoreEnvironment {
  public:
-  // folder exists. mostBytes: how large the data file becomes at most, at least 8 MiB. Throws
+  // folder exists. mostBytes: how large the data file becomes at most, at least kLeastLimit. Throws
   // StoreError with the path and the reason: for what is no store, or one of another format, with
   // isDamage.
   StoreEnvironment(const WideString& folder, std::uint64_t mostBytes);

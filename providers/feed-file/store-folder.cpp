@@ -47,6 +47,10 @@ WideString MakeStoreFolder() {
   return path;
 }
 
+WideString TurnFile(const WideString& storeFolder) {
+  return storeFolder.substr(0, storeFolder.rfind(u'\\') + 1) + LARDER_WIDE("turn.lock");
+}
+
 std::uint64_t StoreIndex(const WideString& storeFolder) {
   platform::FileInfo info;
   platform::FileKind kind{};

@@ -9,6 +9,8 @@
 #include <set>
 #include <thread>
 
+#include "feed-file/store-folder.h"
+#include "platform/file-lock.h"
 #include "platform/folder.h"
 #include "platform/utf.h"
 #include "providers/provider-machine.h"
@@ -238,6 +240,32 @@ TEST_F(FactStoreTest, IsNoneWhereItCannotBe) {
   EXPECT_EQ(store.Figures().refused, 1u);
   const std::string text = TextThrownBy([&] { KeepNow(store, 1); });
   EXPECT_TRUE(text.starts_with("Can't use the store \"")) << text;
+}
+
+TEST_F(FactStoreTest, RefusesARecordThatWouldTakeMuchOfIt) {
+  FillAndClose(50);
+  FactStore store(folder, kMiB);
+  EXPECT_EQ(TextThrownBy([&] { KeepNow(store, 100, kMiB + 1); }),
+            "it is too large for the store's limit");
+  KeepNow(store, 101, kMiB);
+  EXPECT_TRUE(Has(store, 0));
+  EXPECT_TRUE(Has(store, 101, kMiB));
+}
+
+TEST_F(FactStoreTest, GivesUpAtTheEndWhatAnotherWriterHoldsUp) {
+  FillAndClose(1);
+  const platform::Handle turn = platform::OpenLockFile(TurnFile(folder));
+  ASSERT_EQ(platform::TryToLockFile(turn), platform::kSuccess);
+  {
+    FactStore store(folder, kMiB);
+    Keep(store, 1);
+    EXPECT_TRUE(Has(store, 0) && Has(store, 1));
+  }
+  platform::CloseObject(turn);
+  FactStore store(folder, kMiB);
+  EXPECT_TRUE(Has(store, 0));
+  EXPECT_FALSE(Has(store, 1));
+  KeepNow(store, 1);
 }
 
 TEST_F(FactStoreTest, BearsEightThreads) {

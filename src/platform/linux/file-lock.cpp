@@ -1,0 +1,47 @@
+#include "platform/file-lock.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <utility>
+
+#include "platform/linux/errno-code.h"
+#include "platform/linux/file-descriptor.h"
+#include "platform/linux/kernel-object.h"
+#include "platform/linux/native-path.h"
+
+namespace larder::platform {
+namespace {
+
+struct LockFileObject final : KernelObject {
+  explicit LockFileObject(FileDescriptor opened) noexcept : descriptor(std::move(opened)) {}
+  FileDescriptor descriptor;
+};
+
+Code SetLock(Handle file, short type) noexcept {
+  const auto* object = ObjectOf<LockFileObject>(file);
+  if (object == nullptr) return kInvalidHandle;
+  struct flock lock {};
+  lock.l_type = type;
+  lock.l_whence = SEEK_SET;  // the whole file
+  if (fcntl(object->descriptor.Get(), F_OFD_SETLK, &lock) == 0) return kSuccess;
+  return errno == EAGAIN || errno == EACCES ? kSharingViolation : CodeFromErrno(errno);
+}
+
+}  // namespace
+
+Handle OpenLockFile(const WideString& path) {
+  std::string native;
+  if (NativePath(path, native) != kSuccess) return InvalidHandle();
+  constexpr int kFlags = O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY;
+  FileDescriptor descriptor(open(native.c_str(), kFlags, 0660));
+  if (!descriptor.IsOpen()) return InvalidHandle();
+  return new LockFileObject(std::move(descriptor));
+}
+
+Code TryToLockFile(Handle file) noexcept { return SetLock(file, F_WRLCK); }
+
+Code UnlockFile(Handle file) noexcept { return SetLock(file, F_UNLCK); }
+
+}  // namespace larder::platform

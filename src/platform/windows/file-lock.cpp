@@ -1,0 +1,36 @@
+#include "platform/file-lock.h"
+
+#include <windows.h>
+
+#include "platform/windows/last-error.h"
+#include "platform/windows/native-path.h"
+
+namespace larder::platform {
+namespace {
+
+HANDLE Native(Handle file) { return reinterpret_cast<HANDLE>(file); }
+
+}  // namespace
+
+Handle OpenLockFile(const WideString& path) {
+  WideString native;
+  if (NativePath(path, native) != kSuccess) return InvalidHandle();
+  constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+  return reinterpret_cast<Handle>(CreateFileW(native.c_str(), GENERIC_READ | GENERIC_WRITE,
+                                              kShareAll, nullptr, OPEN_ALWAYS, 0, nullptr));
+}
+
+Code TryToLockFile(Handle file) noexcept {
+  OVERLAPPED place{};  // the first byte, whether it is there or not
+  constexpr DWORD kFlags = LOCKFILE_EXCLUSIVE_LOCK | LOCKFILE_FAIL_IMMEDIATELY;
+  if (LockFileEx(Native(file), kFlags, 0, 1, 0, &place) != FALSE) return kSuccess;
+  const DWORD error = GetLastError();
+  return error == ERROR_LOCK_VIOLATION || error == ERROR_IO_PENDING ? kSharingViolation : error;
+}
+
+Code UnlockFile(Handle file) noexcept {
+  OVERLAPPED place{};
+  return UnlockFileEx(Native(file), 0, 1, 0, &place) != FALSE ? kSuccess : LastError();
+}
+
+}  // namespace larder::platform
