@@ -24,8 +24,9 @@ std::string LoaderPath() {
         for (int i = 0; i < image->dlpi_phnum; ++i) {
           const ElfW(Phdr)& segment = image->dlpi_phdr[i];
           if (segment.p_type != PT_INTERP) continue;
-          *static_cast<std::string*>(result) =
-              reinterpret_cast<const char*>(image->dlpi_addr + segment.p_vaddr);
+          const auto address = image->dlpi_addr + segment.p_vaddr;
+          // NOLINTNEXTLINE(performance-no-int-to-ptr): the loader gives it as a number
+          *static_cast<std::string*>(result) = reinterpret_cast<const char*>(address);
         }
         return 1;
       },
@@ -38,9 +39,11 @@ Code RunLoader(const std::string& module, ChildEnd& end) {
   constexpr const char* kSwitch = "LD_TRACE_LOADED_OBJECTS";
   WideString loader;
   if (const Code code = WidePath(LoaderPath(), loader); code != kSuccess) return code;
+  // NOLINTBEGIN(concurrency-mt-unsafe): the caller's rule
   if (setenv(kSwitch, "1", 1) != 0) return CodeFromErrno(errno);
   const Code code = RunChild(loader, {module}, kMostLoaderTime, end);
   unsetenv(kSwitch);
+  // NOLINTEND(concurrency-mt-unsafe)
   return code;
 }
 

@@ -42,8 +42,10 @@ bool IsErrorTerminal(std::size_t& columns) noexcept {
   if (GetConsoleMode(error, &mode) == FALSE) return false;
   CONSOLE_SCREEN_BUFFER_INFO screen{};
   columns = 0;
-  if (GetConsoleScreenBufferInfo(error, &screen) != FALSE)
-    columns = static_cast<std::size_t>(screen.srWindow.Right - screen.srWindow.Left + 1);
+  if (GetConsoleScreenBufferInfo(error, &screen) != FALSE) {
+    const int width = screen.srWindow.Right - screen.srWindow.Left + 1;
+    columns = static_cast<std::size_t>(width);
+  }
   return true;
 }
 
