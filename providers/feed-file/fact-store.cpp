@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <limits>
 #include <thread>
 #include <utility>
 
@@ -198,12 +199,9 @@ void FactStore::RunWriter(void* store) { static_cast<FactStore*>(store)->WriteUn
 
 void FactStore::WriteUntilStopped() {
   for (;;) {
-    const WaitingList batch = TakeBatch();
+    const WaitingList batch = TakeBatch(kMostInBatch);
     if (!batch.empty()) {
-      const bool stored = TakeTurn() && Write(batch);
-      platform::UnlockFile(turn);
-      Finish(batch, stored);
-      std::this_thread::sleep_for(kPause);  // the others' turn
+      WriteInTurn(batch);
       continue;
     }
     if (IsAtEnd()) return;
@@ -214,6 +212,19 @@ void FactStore::WriteUntilStopped() {
   }
 }
 
+void FactStore::WriteInTurn(const WaitingList& batch) {
+  if (!TakeTurn()) {
+    Finish(batch, false);
+    // Nobody waits once more for what didn't come.
+    Finish(TakeBatch(std::numeric_limits<std::size_t>::max()), false);
+    return;
+  }
+  const bool stored = Write(batch);
+  platform::UnlockFile(turn);
+  Finish(batch, stored);
+  std::this_thread::sleep_for(kPause);  // the others' turn
+}
+
 bool FactStore::IsStopping() {
   const std::lock_guard lock(mutex);
   return stops;
@@ -222,17 +233,14 @@ bool FactStore::IsStopping() {
 // False if it doesn't come. Where there is no file for it, LMDB's lock has to do.
 bool FactStore::TakeTurn() {
   const auto begin = std::chrono::steady_clock::now();
-  const bool wasStuck = isStuck;
   while (platform::TryToLockFile(turn) == platform::kSharingViolation) {
-    const auto patience = IsStopping() ? (wasStuck ? kPause : kPatienceAtEnd) : kPatience;
-    isStuck = std::chrono::steady_clock::now() - begin > patience;
-    if (isStuck) {
+    const auto patience = IsStopping() ? kPatienceAtEnd : kPatience;
+    if (std::chrono::steady_clock::now() - begin > patience) {
       SetReason("another process that writes to the store doesn't go on");
       return false;
     }
     std::this_thread::sleep_for(kPause / 2);
   }
-  isStuck = false;
   return true;
 }
 
@@ -246,9 +254,9 @@ bool FactStore::TakeDamage() {
   return std::exchange(damagedGeneration, 0) == generation;
 }
 
-FactStore::WaitingList FactStore::TakeBatch() {
+FactStore::WaitingList FactStore::TakeBatch(std::size_t most) {
   const std::lock_guard lock(mutex);
-  const std::size_t count = std::min(queue.size(), kMostInBatch);
+  const std::size_t count = std::min(queue.size(), most);
   WaitingList batch(queue.begin(), queue.begin() + static_cast<std::ptrdiff_t>(count));
   queue.erase(queue.begin(), queue.begin() + static_cast<std::ptrdiff_t>(count));
   return batch;

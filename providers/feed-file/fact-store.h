@@ -73,7 +73,8 @@ class FactStore {
   void WriteUntilStopped();
   bool IsAtEnd();
   bool TakeDamage();
-  WaitingList TakeBatch();
+  WaitingList TakeBatch(std::size_t most);
+  void WriteInTurn(const WaitingList& batch);
   bool IsStopping();
   bool TakeTurn();
   void Finish(const WaitingList& batch, bool stored);
@@ -98,7 +99,6 @@ class FactStore {
   // Whose turn it is to write, among all processes: LMDB's own lock would wait without a limit for
   // one that was stopped amid a transaction.
   platform::Handle turn = platform::InvalidHandle();
-  bool isStuck = false;  // the writer's: the turn never came the last time
 
   StoreLock environmentMutex;  // guards the pointer and the number; the writer alone changes them
   std::unique_ptr<StoreEnvironment> environment;

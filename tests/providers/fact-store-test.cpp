@@ -258,8 +258,8 @@ TEST_F(FactStoreTest, GivesUpAtTheEndWhatAnotherWriterHoldsUp) {
   ASSERT_EQ(platform::TryToLockFile(turn), platform::kSuccess);
   {
     FactStore store(folder, kMiB);
-    Keep(store, 1);
-    EXPECT_TRUE(Has(store, 0) && Has(store, 1));
+    for (int number = 1; number < 400; ++number) Keep(store, number);  // several batches
+    EXPECT_TRUE(Has(store, 0) && Has(store, 399));
   }
   platform::CloseObject(turn);
   FactStore store(folder, kMiB);

@@ -86,8 +86,8 @@ void Command::AddChoice(const char* name, std::string& value,
   AddText(*app, name, value, help)->check(CLI::IsMember(choices));
 }
 
-void Command::AddOptionWithout(const char* name, const char* form,
-                               std::optional<std::string>& value, const char* help) const {
+void Command::AddOptionOrFlag(const char* name, const char* form, std::optional<std::string>& value,
+                              const char* help) const {
   AddText(*app, name, value, help)->type_name(form)->expected(0, 1);
 }
 

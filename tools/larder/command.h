@@ -56,8 +56,8 @@ class Command {
   void AddChoice(const char* name, std::string& value, const std::vector<std::string>& choices,
                  const char* help) const;
   // Can be given without a value, which is an empty one then. form: of the value, for --help.
-  void AddOptionWithout(const char* name, const char* form, std::optional<std::string>& value,
-                        const char* help) const;
+  void AddOptionOrFlag(const char* name, const char* form, std::optional<std::string>& value,
+                       const char* help) const;
   void AddRequired(const char* name, std::string& value, const char* help) const;
   // One or more.
   void AddRequired(const char* name, std::vector<std::string>& values, const char* help) const;

@@ -98,9 +98,9 @@ void AddRemoveCommand(const Command& top) {
       top.AddCommand("remove", "Delete what an installation left on the machine");
   remove.AddFlag("--registry", arguments->isRegistry, "The library's part of the registry");
   remove.AddFlag("--data", arguments->isData, "The data directory with all logs");
-  remove.AddOptionWithout("--program", "[DIR]", arguments->program,
-                          "The directory of the modules; DIR, spelled as szLocation, if that is "
-                          "another than the usual one");
+  remove.AddOptionOrFlag("--program", "[DIR]", arguments->program,
+                         "The directory of the modules; DIR, spelled as szLocation, if that is "
+                         "another than the usual one");
   remove.AddFlag("--yes", arguments->isYes, "Don't ask");
   remove.OnChosen([arguments] {
     if (!arguments->isRegistry && !arguments->isData && !arguments->program) {
