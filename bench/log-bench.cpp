@@ -4,8 +4,8 @@
 #include <memory>
 #include <mutex>
 
-#include "diag/disk-logger.h"
-#include "diag/log-statement.h"
+#include "log-file/disk-logger.h"
+#include "log/log-statement.h"
 #include "platform/event.h"
 #include "testing/test-machine.h"
 

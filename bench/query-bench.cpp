@@ -5,7 +5,7 @@
 #include <filesystem>
 #include <stdexcept>
 
-#include "diag/log-listener-list.h"
+#include "log/log-listener-list.h"
 #include "support/registry.h"
 #include "testing/test-machine.h"
 

@@ -15,9 +15,9 @@
 #include <string>
 #include <vector>
 
-#include "diag/log-listener-list.h"
 #include "feed-file/fact-store.h"
 #include "feed-file/store-folder.h"
+#include "log/log-listener-list.h"
 #include "platform/file.h"
 #include "platform/utf.h"
 #include "support/registry.h"

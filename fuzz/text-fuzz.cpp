@@ -3,6 +3,7 @@
 #include <stdexcept>
 #include <string>
 
+#include "log/log-pieces.h"
 #include "platform/utf.h"
 #include "support/text.h"
 

@@ -14,9 +14,6 @@
 
 namespace larder::feed {
 
-// The type that the blocks bear: the provider gives them to clients as they stand.
-inline constexpr std::int32_t kFileProviderType = 1;
-
 class IFileQuery {
  public:
   // Computes what is known about a file, links followed. False if there is no such file; seen and

@@ -6,12 +6,10 @@
 #include "common/object-identity.h"
 #include "common/system-reason.h"
 #include "platform/registry.h"
+#include "product/product.h"
 
 namespace larder::feed {
 namespace {
-
-constexpr WideView kRoot = LARDER_WIDE("Software\\Velmor\\Larder\\");
-constexpr std::size_t kMostCharacters = 98;  // as much as the library itself reads
 
 class OpenKey {
  public:
@@ -26,7 +24,7 @@ class OpenKey {
 class Value {
  public:
   Value(WideView subkey, const WideString& valueName)
-      : path(WideString(kRoot).append(subkey)), name(valueName) {}
+      : path(WideString(LarderRegistryRoot).append(subkey)), name(valueName) {}
 
   // False if there is no such value.
   bool Read(std::uint32_t wantedType, const char* typeName, void* data, std::uint32_t size) const {
@@ -40,7 +38,9 @@ class Value {
     if (code != platform::kSuccess && code != platform::kMoreData) Fail(SystemReason(code));
     if (type != wantedType) Fail(std::string("it isn't of type ") + typeName);
     if (code == platform::kMoreData) {
-      Fail(type == platform::kRegSz ? "it has more than 98 characters" : "it is too long");
+      Fail(type == platform::kRegSz
+               ? "it has more than " + std::to_string(kMaxRegistryCharacters) + " characters"
+               : "it is too long");
     }
     return true;
   }
@@ -59,8 +59,8 @@ class Value {
 
 WideString ReadRegistryText(WideView subkey, const WideString& name) {
   // One unit more than is asked for, so that a value stored without a terminator ends here.
-  LarderWideChar text[kMostCharacters + 2] = {};
-  const std::uint32_t size = (kMostCharacters + 1) * sizeof(LarderWideChar);
+  LarderWideChar text[kMaxRegistryCharacters + 2] = {};
+  const std::uint32_t size = (kMaxRegistryCharacters + 1) * sizeof(LarderWideChar);
   if (!Value(subkey, name).Read(platform::kRegSz, "REG_SZ", text, size)) return {};
   return text;
 }

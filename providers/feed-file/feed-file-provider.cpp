@@ -9,15 +9,13 @@
 
 #include "common/file-id.h"
 #include "common/file-refusal.h"
-#include "diag/record-validation.h"
 #include "feed-file/query-module-path.h"
 #include "feed-file/shared-store.h"
 #include "platform/file.h"
+#include "records/record-validation.h"
 
 namespace larder::feed {
 namespace {
-
-static_assert(kFileProviderType == LARDER_FEED_FILE_TYPE);
 
 // By how much two changes of the file must lie apart to be sure to leave different times. Where
 // both times are whole seconds nothing finer may be kept, whatever the file system is.
@@ -70,7 +68,7 @@ EntryView ViewOf(const DbBuffer& block) { return {block.data, block.size}; }
 
 FeedFileProvider::FeedFileProvider() : query(QueryModulePath()), store(SharedStore()) {}
 
-std::int32_t FeedFileProvider::GetType() { return kFileProviderType; }
+std::int32_t FeedFileProvider::GetType() { return LARDER_FEED_FILE_TYPE; }
 
 void FeedFileProvider::GetKey(const void* objectDescriptor, std::uint64_t* key) {
   ObjectIdentity wanted = ReadDescriptor(objectDescriptor);

@@ -8,6 +8,7 @@
 #include "platform/file.h"
 #include "platform/folder.h"
 #include "platform/log-file.h"
+#include "product/product.h"
 
 namespace larder::feed {
 namespace {
@@ -39,9 +40,9 @@ WideString MakeStoreFolder() {
   if (code != platform::kSuccess) {
     throw std::runtime_error("The system tells no folder for common data: " + SystemReason(code));
   }
-  for (const WideView level :
-       {LARDER_WIDE("\\Velmor"), LARDER_WIDE("\\Larder"), LARDER_WIDE("\\db"),
-        LARDER_WIDE("\\feed-file"), LARDER_WIDE("\\store")}) {
+  for (const WideView level : {kMakerFolder, kProductFolder, kDatabasesFolder,
+                               LARDER_WIDE("feed-file"), LARDER_WIDE("store")}) {
+    path += '\\';
     Make(path.append(level));
   }
   return path;

@@ -10,13 +10,12 @@
 #include "platform/folder.h"
 #include "platform/handle.h"
 #include "platform/log-file.h"
+#include "product/product.h"
 
 namespace larder::feed {
 namespace {
 
-bool IsLoggingEnabled() {
-  return ReadRegistryText(LARDER_WIDE("Logging"), LARDER_WIDE("szEnable")) == LARDER_WIDE("true");
-}
+bool IsLoggingEnabled() { return ReadRegistryText(kLoggingKey, kLoggingValue) == kLoggingOn; }
 
 // "24/02/29 11:09:55:  WARN: ", in UTC, as the library's own lines begin.
 std::string Stamp() {
@@ -38,8 +37,8 @@ bool MakeLogFolder(WideString& path) {
   if (platform::CommonFolderPath(platform::CommonFolder::kData, path) != platform::kSuccess) {
     return false;
   }
-  for (const WideView level :
-       {LARDER_WIDE("\\Velmor"), LARDER_WIDE("\\Larder"), LARDER_WIDE("\\logs")}) {
+  for (const WideView level : {kMakerFolder, kProductFolder, kLogsFolder}) {
+    path += '\\';
     const platform::Code code = platform::MakeFolder(path.append(level));
     if (code != platform::kSuccess && code != platform::kAlreadyExists) return false;
   }

@@ -4,6 +4,7 @@
 
 #include "common/registry-value.h"
 #include "platform/module.h"
+#include "product/product.h"
 
 namespace larder::feed {
 namespace {
@@ -20,10 +21,9 @@ class LoadedModule {
 };
 
 WideString ModulePath() try {
-  const WideString file =
-      ReadRegistryText(LARDER_WIDE("DataProviders\\FeedFile"), LARDER_WIDE("szDLL"));
+  const WideString file = ReadRegistryText(kFeedFileKey, kModuleValue);
   if (file.empty()) return {};
-  return ReadRegistryText(LARDER_WIDE("Install"), LARDER_WIDE("szLocation")) + file;
+  return ReadRegistryText(kInstallKey, kLocationValue) + file;
 } catch (const std::runtime_error&) {  // the library can't have loaded it from there either
   return {};
 }

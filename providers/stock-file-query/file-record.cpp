@@ -1,5 +1,7 @@
 #include "stock-file-query/file-record.h"
 
+#include <larder/feed-file.h>
+
 #include <algorithm>
 #include <cstring>
 
@@ -21,7 +23,7 @@ void Set(std::uint8_t (&field)[size], const Digest& digest) {
 
 DbBuffer MakeFileRecord(const FileFacts& facts) {
   FileDataRecord record{};
-  record.providerType = kFileProviderType;
+  record.providerType = LARDER_FEED_FILE_TYPE;
   record.fileId = FileIdOf(facts.info);
   Set(record.fileMD5, facts.digests.md5);
   Set(record.fileSHA1, facts.digests.sha1);

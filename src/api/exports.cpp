@@ -8,8 +8,8 @@
 
 #include "api/int-larder-handle.h"
 #include "api/result-text.h"
-#include "diag/log-files.h"
-#include "diag/log-statement.h"
+#include "log-file/log-files.h"
+#include "log/log-statement.h"
 
 namespace {
 

@@ -2,8 +2,8 @@
 
 #include <new>
 
-#include "diag/log-files.h"
-#include "diag/log-statement.h"
+#include "log-file/log-files.h"
+#include "log/log-statement.h"
 
 namespace larder {
 

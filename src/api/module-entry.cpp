@@ -2,8 +2,8 @@
 #include <exception>
 
 #include "api/int-larder-handle.h"
-#include "diag/log-statement.h"
-#include "diag/trace-session.h"
+#include "log/log-statement.h"
+#include "log/trace-session.h"
 #include "platform/entry.h"
 #include "platform/process.h"
 

@@ -1,7 +1,8 @@
 #include "notify/notification-mgr.h"
 
-#include "diag/log-statement.h"
+#include "log/log-statement.h"
 #include "platform/event.h"
+#include "product/product.h"
 #include "support/registry.h"
 
 namespace larder {
@@ -54,7 +55,7 @@ void NotificationManager::WaitForNotification() noexcept {
 void NotificationManager::SendNotification() noexcept {
   ScopeTrace scope("Entering NotificationManager::SendNotification()",
                    "Leaving NotificationManager::SendNotification()");
-  const WideString message = GetRegistryString(LARDER_WIDE("Install"), LARDER_WIDE("szMessage"));
+  const WideString message = GetRegistryString(kInstallKey, kMessageValue);
   LogTrace("Read \"", message, "\" from registry.");
   if (message == kUpgrade) {
     CallBack(kUpgradeMessage);

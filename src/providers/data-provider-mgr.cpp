@@ -4,15 +4,14 @@
 #include <string>
 #include <utility>
 
-#include "diag/log-statement.h"
+#include "log/log-pieces.h"
+#include "log/log-statement.h"
+#include "product/product.h"
 #include "providers/provider-discovery.h"
-#include "support/text.h"
 
 namespace larder {
 
 namespace {
-
-constexpr std::int32_t kTypeCount = 6;
 
 std::runtime_error Failure(int number, const std::string& message) {
   return std::runtime_error(__FILE__ ":" + std::to_string(number) + " " + message);
@@ -27,7 +26,7 @@ std::string TypeText(std::int32_t type) {
 // travels on must be the library's.
 struct UnknownFailure {};
 
-bool IsInRange(std::int32_t type) { return type >= 0 && type < kTypeCount; }
+bool IsInRange(std::int32_t type) { return type >= 0 && type < kProviderTypeCount; }
 
 }  // namespace
 
@@ -87,7 +86,7 @@ std::int32_t DataProviderManager::Provider::GetType() {
   return type;
 }
 
-DataProviderManager::DataProviderManager() : providers(kTypeCount) {
+DataProviderManager::DataProviderManager() : providers(kProviderTypeCount) {
   ScopeTrace scope("Entering DataProviderManager::DataProviderManager()",
                    "Leaving DataProviderManager::DataProviderManager()");
   const std::vector<WideString> paths = GetDataProviderPaths();

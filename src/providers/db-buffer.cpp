@@ -1,7 +1,7 @@
 // The library's own DbBuffer: the contract's operations, each reported in the log.
 #include <larder/provider.h>
 
-#include "diag/log-statement.h"
+#include "log/log-statement.h"
 
 using larder::ScopeTrace;
 

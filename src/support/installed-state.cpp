@@ -3,8 +3,9 @@
 #include <algorithm>
 #include <vector>
 
-#include "diag/log-statement.h"
+#include "log/log-statement.h"
 #include "platform/folder.h"
+#include "product/product.h"
 #include "support/paths.h"
 #include "support/registry.h"
 #include "support/scoped-handles.h"
@@ -15,10 +16,8 @@ namespace {
 
 constexpr WideView kDefaultLocation =
     LARDER_WIDE("C:\\Program Files\\Common Files\\Velmor\\Baserack\\");
-constexpr const LarderWideChar* kMakerKey = LARDER_WIDE("Software\\Velmor\\");
 constexpr const LarderWideChar* kMakerParent = LARDER_WIDE("Software\\");
 constexpr const LarderWideChar* kMakerName = LARDER_WIDE("Velmor");
-constexpr std::uint32_t kNameRoom = 256;  // characters, terminator included
 
 LarderWideChar LowerCase(LarderWideChar unit) {
   return unit >= 'A' && unit <= 'Z' ? static_cast<LarderWideChar>(unit + ('a' - 'A')) : unit;
@@ -35,8 +34,8 @@ using Enumeration = platform::Code (*)(platform::RegistryKey key, std::uint32_t 
 
 // Whether an enumeration of the maker's key finds nothing; tells why it isn't so. call: its name.
 bool FindsNothing(const AutoRegKeyHandle& key, Enumeration enumerate, const char* call) {
-  LarderWideChar name[kNameRoom] = {};
-  std::uint32_t length = kNameRoom;
+  LarderWideChar name[kRegistryNameRoom] = {};
+  std::uint32_t length = kRegistryNameRoom;
   const platform::Code code = enumerate(key.Get(), 0, name, length);
   if (code == platform::kNoMoreItems) return true;
   if (code == platform::kSuccess) {
@@ -68,7 +67,7 @@ void DeleteMakerKey() {
 }  // namespace
 
 bool IsInstalledInCommonFiles() {
-  const WideString location = GetRegistryString(LARDER_WIDE("Install"), LARDER_WIDE("szLocation"));
+  const WideString location = GetRegistryString(kInstallKey, kLocationValue);
   if (location.empty()) return false;
   const WideView prefix = kDefaultLocation.substr(0, location.size());
   return std::equal(
@@ -105,7 +104,8 @@ void DeleteLarderProgramDir() {
 void DeleteLarderDataTree() {
   WideString path;
   if (platform::CommonFolderPath(platform::CommonFolder::kData, path) != platform::kSuccess) return;
-  static_cast<void>(DeleteTree(path.append(LARDER_WIDE("\\Velmor\\Larder\\"))));
+  static_cast<void>(DeleteTree(path + LARDER_WIDE("\\") + kMakerFolder + LARDER_WIDE("\\") +
+                               kProductFolder + LARDER_WIDE("\\")));
 }
 
 void DeleteLarderRegistryEntries() {
@@ -136,14 +136,11 @@ void RemoveRegistryIfNotInstalled() {
 }
 
 std::vector<DefaultValue> DefaultProviderValues() {
-  return {
-      {LARDER_WIDE("Install"), LARDER_WIDE("szLocation"), GetPath(GetModuleName())},
-      {LARDER_WIDE("DataProviders\\FeedTest"), LARDER_WIDE("szDLL"), LARDER_WIDE("feed-test.dll")},
-      {LARDER_WIDE("DataProviders\\FeedFile"), LARDER_WIDE("szDLL"), LARDER_WIDE("feed-file.dll")},
-      {LARDER_WIDE("DataProviders\\FeedFile"), LARDER_WIDE("szFileQuery"),
-       LARDER_WIDE("stock-file-query.dll")},
-      {LARDER_WIDE("DataProviders\\FeedStats"), LARDER_WIDE("szDLL"),
-       LARDER_WIDE("feed-stats.dll")}};
+  return {{kInstallKey, kLocationValue, GetPath(GetModuleName())},
+          {kFeedTestKey, kModuleValue, LARDER_WIDE("feed-test.dll")},
+          {kFeedFileKey, kModuleValue, LARDER_WIDE("feed-file.dll")},
+          {kFeedFileKey, kQueryModuleValue, kStockQueryModule},
+          {kFeedStatsKey, kModuleValue, LARDER_WIDE("feed-stats.dll")}};
 }
 
 void RegisterDefaultProviders() {

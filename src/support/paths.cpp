@@ -1,8 +1,9 @@
 #include "support/paths.h"
 
-#include "diag/log-statement.h"
+#include "log/log-statement.h"
 #include "platform/file.h"
 #include "platform/folder.h"
+#include "product/product.h"
 #include "support/registry.h"
 #include "support/text.h"
 
@@ -11,8 +12,6 @@ namespace larder {
 namespace {
 
 constexpr LarderWideChar kSeparator = '\\';
-constexpr WideView kMaker = LARDER_WIDE("\\Velmor\\");
-constexpr WideView kProduct = LARDER_WIDE("Larder\\");
 
 WideString MakerPath(platform::CommonFolder folder) {
   WideString path;
@@ -21,7 +20,7 @@ WideString MakerPath(platform::CommonFolder folder) {
     LogWarn("SHGetFolderPath failed: ", FormatSystemError(code));
     return {};
   }
-  return path.append(kMaker);
+  return path + kSeparator + kMakerFolder + kSeparator;
 }
 
 // Counts the lines of a text as its bytes come in.
@@ -67,12 +66,12 @@ WideString GetVelmorProgramPath() {
   return MakerPath(platform::CommonFolder::kProgramFiles);
 }
 
-WideString GetLarderDataPath() { return GetVelmorDataPath().append(kProduct); }
+WideString GetLarderDataPath() { return GetVelmorDataPath() + kProductFolder + kSeparator; }
 
 WideString GetLarderProgramDir() {
-  WideString location = GetRegistryString(LARDER_WIDE("Install"), LARDER_WIDE("szLocation"));
+  WideString location = GetRegistryString(kInstallKey, kLocationValue);
   if (!location.empty()) return location;
-  return GetVelmorProgramPath().append(kProduct);
+  return GetVelmorProgramPath() + kProductFolder + kSeparator;
 }
 
 WideString MakeLarderDbDir(const WideString& name) {
@@ -80,8 +79,9 @@ WideString MakeLarderDbDir(const WideString& name) {
   if (platform::CommonFolderPath(platform::CommonFolder::kData, path) != platform::kSuccess) {
     return {};
   }
-  for (const WideView level : {kMaker, kProduct, WideView(LARDER_WIDE("db\\"))}) {
-    path.append(level);
+  path += kSeparator;
+  for (const WideView level : {kMakerFolder, kProductFolder, kDatabasesFolder}) {
+    path.append(level) += kSeparator;
     if (!EnsureFolder(path)) return path;
   }
   path += name;

@@ -1,12 +1,12 @@
 #include "support/registry.h"
 
-#include "diag/log-statement.h"
+#include "log/log-statement.h"
 
 namespace larder {
 
 namespace {
 
-constexpr std::size_t kStringRoom = kMostRegistryCharacters + 1;  // with the terminator
+constexpr std::size_t kStringRoom = kMaxRegistryCharacters + 1;  // with the terminator
 
 WideString WholePath(const WideString& subkey) { return WideString(LarderRegistryRoot) + subkey; }
 

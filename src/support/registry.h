@@ -2,25 +2,19 @@
 //
 // Each routine opens the key that it needs, does one thing and closes the key. Failures are told by
 // WARN lines only: a caller can't tell an absent value from an unreadable one. A subkey is relative
-// to LarderRegistryRoot, may hold several levels ("DataProviders\FeedFile") and may not begin with
-// a backslash. Any thread. Nothing is thrown but std::bad_alloc.
+// to LarderRegistryRoot (product/product.h), may hold several levels ("DataProviders\FeedFile") and
+// may not begin with a backslash. Any thread. Nothing is thrown but std::bad_alloc.
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 
 #include "platform/wide.h"
+#include "product/product.h"
 #include "support/scoped-handles.h"
 
 namespace larder {
 
-// Below the machine hive; a subkey is appended as it stands.
-inline constexpr WideView LarderRegistryRoot = LARDER_WIDE("Software\\Velmor\\Larder\\");
-
-// The longest text that is read.
-inline constexpr std::size_t kMostRegistryCharacters = 98;
-
-// A value of type REG_SZ with at most that many characters; empty when there is none, when it is
+// A value of type REG_SZ with at most kMaxRegistryCharacters; empty when there is none, when it is
 // longer, of another type or unreadable.
 WideString GetRegistryString(const WideString& subkey, const WideString& valueName);
 

@@ -1,6 +1,6 @@
 #include "support/scoped-handles.h"
 
-#include "diag/log-statement.h"
+#include "log/log-statement.h"
 
 namespace larder {
 

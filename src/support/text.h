@@ -10,12 +10,8 @@
 
 namespace larder {
 
-// Encodes each 16-bit unit by itself, one to three bytes, in the manner of UTF-8; neighbours are
-// not regarded, so that a surrogate pair becomes two three-byte sequences. Every unit converts; NUL
-// becomes a zero byte. Throws nothing but std::bad_alloc.
-std::string WideToUtf8(WideView text);
-
-// The way back: each sequence of one to six bytes gives one unit. Overlong forms are taken; a value
+// The way back from WideToUtf8 (log/log-pieces.h): each sequence of one to six bytes gives one
+// unit. Overlong forms are taken; a value
 // above 0xFFFF loses its upper bits. An invalid or cut sequence, or a value above 0x10FFFF, throws
 // std::range_error with the text "bad conversion".
 WideString Utf8ToWide(const std::string& text);
@@ -34,10 +30,5 @@ std::string& Trim(std::string& text);
 // The fields between the separators. Empty fields are kept, and empty text has one.
 std::vector<std::string> SplitString(const std::string& text, char separator);
 std::vector<WideString> SplitString(const WideString& text, LarderWideChar separator);
-
-// A pointer or handle value as 16 upper-case hexadecimal digits, on every system.
-inline constexpr std::size_t kPointerDigits = 16;
-void WritePointerDigits(const void* pointer, char* digits) noexcept;
-std::string PointerText(const void* pointer);
 
 }  // namespace larder

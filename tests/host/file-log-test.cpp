@@ -8,8 +8,8 @@
 #include <regex>
 #include <sstream>
 
-#include "diag/log-files.h"
 #include "host/host-machine.h"
+#include "log-file/log-files.h"
 #include "platform/utf.h"
 #include "support/paths.h"
 #include "support/registry.h"

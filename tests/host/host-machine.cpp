@@ -7,8 +7,8 @@
 #include <fstream>
 #include <regex>
 
+#include "log/log-pieces.h"
 #include "support/registry.h"
-#include "support/text.h"
 #include "testing/environment.h"
 
 namespace larder {

@@ -4,8 +4,8 @@
 #include <limits>
 #include <vector>
 
+#include "log/log-pieces.h"
 #include "platform/wide.h"
-#include "support/text.h"
 
 namespace larder {
 namespace {

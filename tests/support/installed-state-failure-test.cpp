@@ -2,11 +2,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "diag/log-pieces.h"
 #include "fakes/fake-folder.h"
 #include "fakes/fake-registry.h"
+#include "log/log-pieces.h"
 #include "support/installed-state.h"
-#include "support/text.h"
 #include "testing/recorded-log.h"
 
 namespace larder {

@@ -6,9 +6,9 @@
 
 #include <fstream>
 
+#include "log/log-pieces.h"
 #include "support/paths.h"
 #include "support/registry.h"
-#include "support/text.h"
 #include "testing/files.h"
 #include "testing/recorded-log.h"
 #include "testing/test-machine.h"

@@ -5,9 +5,8 @@
 
 #include <fstream>
 
-#include "diag/log-pieces.h"
+#include "log/log-pieces.h"
 #include "support/registry.h"
-#include "support/text.h"
 #include "testing/recorded-log.h"
 #include "testing/test-machine.h"
 

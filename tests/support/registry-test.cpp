@@ -3,8 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "diag/log-pieces.h"
-#include "support/text.h"
+#include "log/log-pieces.h"
 #include "testing/recorded-log.h"
 #include "testing/test-machine.h"
 

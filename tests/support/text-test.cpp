@@ -17,13 +17,6 @@ WideString Units(std::initializer_list<unsigned> units) {
   return text;
 }
 
-TEST(WideToUtf8, EncodesEachUnitByItself) {
-  EXPECT_EQ(WideToUtf8(Units({0x7F, 0x80, 0x7FF, 0x800, 0xFFFF})),
-            "\x7F\xC2\x80\xDF\xBF\xE0\xA0\x80\xEF\xBF\xBF");
-  EXPECT_EQ(WideToUtf8(Units({0xD83D, 0xDE00})), "\xED\xA0\xBD\xED\xB8\x80");
-  EXPECT_EQ(WideToUtf8(Units({'a', 0, 'b'})), std::string("a\0b", 3));
-}
-
 TEST(Utf8ToWide, EachSequenceGivesOneUnit) {
   EXPECT_EQ(Utf8ToWide("a\xC3\xA4\xE2\x82\xAC"), Units({'a', 0xE4, 0x20AC}));
   EXPECT_EQ(Utf8ToWide("\xF0\x9F\x98\x80"), Units({0xF600}));

@@ -3,8 +3,7 @@
 #include <algorithm>
 #include <regex>
 
-#include "diag/log-pieces.h"
-#include "support/text.h"
+#include "log/log-pieces.h"
 
 namespace larder {
 

@@ -7,7 +7,7 @@
 #include <thread>
 #include <vector>
 
-#include "diag/log-listener-list.h"
+#include "log/log-listener-list.h"
 
 namespace larder {
 

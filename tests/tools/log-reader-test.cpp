@@ -12,6 +12,7 @@
 
 #include "log-runs.h"
 #include "platform/file.h"
+#include "product/product.h"
 
 namespace larder {
 namespace {
@@ -88,8 +89,8 @@ class Host {
     steps.emplace_back([=] { Append(line + "\r\n"); });
   }
   void PlanRotation() {
-    steps.emplace_back([] { Files.erase(GenerationPath(kRun, kOldestGeneration)); });
-    for (std::uint32_t i = kOldestGeneration; i > 0; --i) {
+    steps.emplace_back([] { Files.erase(GenerationPath(kRun, kMaxLogGenerations)); });
+    for (std::uint32_t i = kMaxLogGenerations; i > 0; --i) {
       steps.emplace_back([=] { Rename(GenerationPath(kRun, i - 1), GenerationPath(kRun, i)); });
     }
   }

@@ -5,8 +5,8 @@
 #include <thread>
 #include <vector>
 
-#include "diag/log-files.h"
 #include "errors.h"
+#include "log-file/log-files.h"
 #include "support/paths.h"
 
 namespace larder::tool {

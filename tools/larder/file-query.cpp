@@ -4,9 +4,9 @@
 #include <cstring>
 #include <vector>
 
-#include "diag/record-validation.h"
 #include "errors.h"
 #include "platform/console.h"
+#include "records/record-validation.h"
 
 namespace larder::tool {
 namespace {
@@ -39,7 +39,8 @@ std::string FaultOf(const DataBlockHeader& header, const FileQuestion& question)
   if (header.dataSize < sizeof header) {
     return std::to_string(header.dataSize) + " bytes are too few for a header";
   }
-  if (header.providerType == kFileType) return ValidateFileDataRecord(&header, header.dataSize);
+  if (header.providerType == LARDER_FEED_FILE_TYPE)
+    return ValidateFileDataRecord(&header, header.dataSize);
   return question.onlyFileRecords ? "its type is " + std::to_string(header.providerType) : "";
 }
 

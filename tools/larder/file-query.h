@@ -1,6 +1,7 @@
 // One file asked about through the library. A client like any other: exports only.
 #pragma once
 
+#include <larder/feed-file.h>
 #include <larder/larder.h>
 
 #include <cstdint>
@@ -11,10 +12,8 @@
 
 namespace larder::tool {
 
-inline constexpr std::int32_t kFileType = 1;  // the file provider's
-
 struct FileQuestion {
-  std::int32_t type = kFileType;
+  std::int32_t type = LARDER_FEED_FILE_TYPE;
   std::uint32_t option = 0;
   // Any other record is a fault then, whatever the type that was asked.
   bool onlyFileRecords = true;

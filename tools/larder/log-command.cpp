@@ -6,12 +6,13 @@
 #include <thread>
 #include <vector>
 
-#include "diag/log-files.h"
 #include "errors.h"
 #include "interrupt.h"
+#include "log-file/log-files.h"
 #include "log-reader.h"
 #include "log-runs.h"
 #include "platform/console.h"
+#include "product/product.h"
 #include "registry-edit.h"
 #include "support/paths.h"
 #include "text.h"
@@ -21,13 +22,13 @@ namespace {
 
 constexpr std::chrono::milliseconds kPauseBetweenLooks(20);  // a run keeps few bytes: look often
 
-ValueName Switch() { return {LARDER_WIDE("Logging"), LARDER_WIDE("szEnable")}; }
+ValueName Switch() { return {kLoggingKey, kLoggingValue}; }
 
 int SwitchOn() {
   EnableLogging();
   if (IsLoggingEnabled()) return kExitOk;
   // The library keeps the reason to itself; the same once more tells it.
-  const platform::Code code = SetValue(Switch(), TextValue(platform::kRegSz, LARDER_WIDE("true")));
+  const platform::Code code = SetValue(Switch(), TextValue(platform::kRegSz, kLoggingOn));
   if (!Succeeded("set " + ValueLabel(Switch()), code)) return kExitFailed;
   if (IsLoggingEnabled()) return kExitOk;
   PrintError("cannot read " + ValueLabel(Switch()) + " back");

@@ -7,6 +7,7 @@
 #include "errors.h"
 #include "log-runs.h"
 #include "platform/console.h"
+#include "product/product.h"
 
 namespace larder::tool {
 namespace {
@@ -57,7 +58,7 @@ bool LogReader::Open(std::uint32_t number, Generation& generation) {
 // The newest first. Files only ever move to older places: in this order none is missed.
 LogReader::Generations LogReader::OpenEach() {
   Generations generations;
-  for (std::uint32_t number = 0; number <= kOldestGeneration; ++number) {
+  for (std::uint32_t number = 0; number <= kMaxLogGenerations; ++number) {
     Generation generation;
     if (Open(number, generation)) generations.push_back(std::move(generation));
   }
@@ -122,7 +123,7 @@ LogReader::Generations LogReader::TakeNewer(Generations generations) {
   const auto own = std::find_if(
       generations.begin(), generations.end(),
       [&](const Generation& generation) { return IsSameFile(generation.info, current.info); });
-  const bool isFull = !generations.empty() && generations.back().number == kOldestGeneration;
+  const bool isFull = !generations.empty() && generations.back().number == kMaxLogGenerations;
   if (own == generations.end() && isFull) {
     Report(platform::PathText(path) +
            " was rotated faster than it could be printed: lines are lost");

@@ -4,10 +4,11 @@
 #include <map>
 #include <tuple>
 
-#include "diag/log-files.h"
 #include "errors.h"
+#include "log-file/log-files.h"
 #include "platform/console.h"
 #include "platform/folder.h"
+#include "product/product.h"
 #include "support/scoped-handles.h"
 
 namespace larder::tool {
@@ -20,7 +21,7 @@ constexpr WideView kExtension = LARDER_WIDE(".log");
 WideString RunOf(const WideString& path, std::uint32_t& generation) {
   generation = 0;
   if (path.ends_with(kExtension)) return path;
-  for (generation = 1; generation <= kOldestGeneration; ++generation) {
+  for (generation = 1; generation <= kMaxLogGenerations; ++generation) {
     const WideString suffix = GenerationPath(WideString(kExtension), generation);
     if (path.ends_with(suffix))
       return path.substr(0, path.size() - suffix.size()).append(kExtension);

@@ -10,10 +10,8 @@
 
 namespace larder::tool {
 
-// The oldest generation that a run keeps; 0 is the current file, 1 the youngest.
-inline constexpr std::uint32_t kOldestGeneration = 5;
-
-// Path of a generation. run: path of the current file.
+// Path of a generation: 0 is the current file, 1 the youngest older one. run: path of the current
+// file.
 WideString GenerationPath(const WideString& run, std::uint32_t generation);
 
 struct LogFile {

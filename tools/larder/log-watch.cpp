@@ -4,13 +4,10 @@
 #include <utility>
 
 #include "errors.h"
+#include "product/product.h"
 
 namespace larder::tool {
 namespace {
-
-// A line is a stamp and ": ", a word, the body, CR LF.
-constexpr std::size_t kWordAt = 19;
-constexpr std::size_t kBodyAt = kWordAt + 7;
 
 // How the routine begins that reads a value.
 bool IsReading(std::string_view body) {
@@ -26,10 +23,10 @@ LogWatch::~LogWatch() { LRLogListenerList::Instance().RemoveListener(this); }
 
 void LogWatch::Log(const char* line) {
   std::string_view rest = line;
-  if (rest.size() < kBodyAt) return;
-  const std::string_view word = rest.substr(kWordAt, kBodyAt - kWordAt);
+  if (rest.size() < kLogBodyStart) return;
+  const std::string_view word = rest.substr(kLogWordStart, kLogWordSize);
   if (word != " WARN: " && word != "ERROR: ") return;
-  rest.remove_prefix(kBodyAt);
+  rest.remove_prefix(kLogBodyStart);
   if (rest.ends_with("\r\n")) rest.remove_suffix(2);
   if (!IsReading(rest)) reports.emplace_back(rest);
 }

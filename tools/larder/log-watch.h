@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "diag/log-listener-list.h"
+#include "log/log-listener-list.h"
 
 namespace larder::tool {
 

@@ -6,13 +6,14 @@
 #include <limits>
 #include <map>
 
-#include "diag/log-files.h"
 #include "errors.h"
+#include "log-file/log-files.h"
 #include "log-runs.h"
 #include "module-form.h"
 #include "platform/console.h"
 #include "platform/folder.h"
 #include "platform/utf.h"
+#include "product/product.h"
 #include "registry-edit.h"
 #include "registry-tree.h"
 #include "registry-value.h"
@@ -22,12 +23,8 @@
 namespace larder::tool {
 namespace {
 
-constexpr std::uint32_t kNameRoom = 256;  // of a key's name, as the library has it
-constexpr std::int32_t kTypeCount = 6;
-
-ValueName LocationValue() { return {LARDER_WIDE("Install"), LARDER_WIDE("szLocation")}; }
-ValueName SwitchValue() { return {LARDER_WIDE("Logging"), LARDER_WIDE("szEnable")}; }
-constexpr const LarderWideChar* kProvidersKey = LARDER_WIDE("DataProviders");
+ValueName LocationValue() { return {kInstallKey, kLocationValue}; }
+ValueName SwitchValue() { return {kLoggingKey, kLoggingValue}; }
 
 // --- The registry
 // ---------------------------------------------------------------------------------
@@ -47,10 +44,9 @@ std::string ReasonOfNoText(const ValueName& target) {
   if (code == platform::kFileNotFound) return "the value isn't there";
   if (code != platform::kSuccess) return "the value can't be read: " + SystemReason(code);
   const std::size_t characters = value.data.size() / sizeof(LarderWideChar);
-  if (characters > kMostRegistryCharacters + 1) {
+  if (characters > kMaxRegistryCharacters + 1) {
     return "the value is too long: " + std::to_string(characters - 1) +
-           " characters, where the library reads at most " +
-           std::to_string(kMostRegistryCharacters);
+           " characters, where the library reads at most " + std::to_string(kMaxRegistryCharacters);
   }
   if (value.type != platform::kRegSz) {
     return "the value has the type " + TypeName(value.type) + ", not REG_SZ";
@@ -72,8 +68,8 @@ std::vector<WideString> ProviderKeys(std::string& fault) {
       platform::OpenRegistryKey(PathOfSubkey(kProvidersKey), platform::kKeyAllAccess, opened);
   const OwnedKey key(opened);
   while (code == platform::kSuccess) {
-    std::array<LarderWideChar, kNameRoom> name{};
-    std::uint32_t length = kNameRoom;
+    std::array<LarderWideChar, kRegistryNameRoom> name{};
+    std::uint32_t length = kRegistryNameRoom;
     const auto index = static_cast<std::uint32_t>(keys.size());
     code = platform::RegistrySubkeyName(opened, index, name.data(), length);
     if (code == platform::kSuccess) keys.emplace_back(name.data(), length);
@@ -149,7 +145,7 @@ ProviderStatus FindProvider(const WideString& key, const StatusValue& location,
                             std::chrono::milliseconds limit) {
   ProviderStatus provider;
   provider.key = key;
-  provider.dll = ReadValue({kProvidersKey + (LARDER_WIDE('\\') + key), LARDER_WIDE("szDLL")});
+  provider.dll = ReadValue({kProvidersKey + (LARDER_WIDE('\\') + key), kModuleValue});
   if (provider.dll.text.empty()) return provider;
   provider.path = location.text + provider.dll.text;
   Locate(location, provider);
@@ -170,7 +166,7 @@ void FindClashes(std::vector<ProviderStatus>& providers) {
     if (!provider.probe.fault.empty() || !provider.probe.type) continue;
     const std::int32_t type = *provider.probe.type;
     const auto [owner, isFirst] = owners.emplace(type, provider.key);
-    if (type < 0 || type >= kTypeCount) {
+    if (type < 0 || type >= kProviderTypeCount) {
       provider.probe.fault =
           "it reports the type " + std::to_string(type) + ", not one from 0 to 5";
     } else if (!isFirst) {

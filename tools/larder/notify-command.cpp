@@ -10,6 +10,7 @@
 #include "errors.h"
 #include "interrupt.h"
 #include "platform/event.h"
+#include "product/product.h"
 #include "registry-edit.h"
 #include "support/scoped-handles.h"
 
@@ -38,7 +39,7 @@ int ChangeEvent(const std::string& verb, platform::Code (*change)(platform::Hand
 
 // The value first: whoever is woken by the event reads it at once.
 int Announce(const WideString& message) {
-  const ValueName value{LARDER_WIDE("Install"), LARDER_WIDE("szMessage")};
+  const ValueName value{kInstallKey, kMessageValue};
   const platform::Code code = SetValue(value, TextValue(platform::kRegSz, message));
   if (!Succeeded("set " + ValueLabel(value), code)) return kExitFailed;
   return ChangeEvent("raise", &platform::RaiseEvent);

@@ -37,7 +37,7 @@ struct Query {
 // Only the file provider's records are known well enough.
 Form CheckedForm(const Arguments& arguments, std::int32_t type) {
   if (!arguments.dump && !arguments.json) return Form::kText;
-  if (type == kFileType) return arguments.dump ? Form::kDump : Form::kJson;
+  if (type == LARDER_FEED_FILE_TYPE) return arguments.dump ? Form::kDump : Form::kJson;
   throw UsageError(arguments.dump ? "--dump" : "--json",
                    "for the file provider's records (--type 1) only");
 }
@@ -58,9 +58,9 @@ std::string TextOf(const FileAnswer& answer, Form form) {
   if (form == Form::kJson) return JsonLine(answer);
   if (answer.block.empty()) return {};
   if (form == Form::kDump) return FileRecordDump(answer.Record());
-  return RecordLine("file", Printable(answer.path)) + (answer.Header().providerType == kFileType
-                                                           ? FileRecordText(answer.Record())
-                                                           : BlockText(answer.block));
+  return RecordLine("file", Printable(answer.path)) +
+         (answer.Header().providerType == LARDER_FEED_FILE_TYPE ? FileRecordText(answer.Record())
+                                                                : BlockText(answer.block));
 }
 
 bool QueryFiles(LarderHandle handle, const Query& query, Output& output) {

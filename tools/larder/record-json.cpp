@@ -3,8 +3,8 @@
 #include <nlohmann/json.hpp>
 #include <vector>
 
-#include "diag/record-dump.h"
 #include "record-text.h"
+#include "records/record-dump.h"
 #include "text.h"
 
 namespace larder::tool {

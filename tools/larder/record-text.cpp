@@ -4,7 +4,7 @@
 #include <cstring>
 #include <string_view>
 
-#include "diag/record-dump.h"
+#include "records/record-dump.h"
 #include "text.h"
 
 namespace larder::tool {

@@ -8,6 +8,7 @@
 #include "platform/folder.h"
 #include "platform/registry.h"
 #include "platform/utf.h"
+#include "product/product.h"
 #include "registry-tree.h"
 #include "support/installed-state.h"
 #include "support/paths.h"
@@ -60,7 +61,7 @@ std::string ProgramObstacle(const WideString& path, const std::optional<WideStri
     return "the program directory is " + platform::Utf8FromWide(path) + ", not " +
            platform::Utf8FromWide(*named);
   }
-  const WideString usual = GetVelmorProgramPath() + LARDER_WIDE("Larder");
+  const WideString usual = GetVelmorProgramPath() + kProductFolder;
   if (WithoutLastSeparator(path) == usual) return {};
   return "szLocation names another program directory than the usual one; to delete it say "
          "--program \"" +

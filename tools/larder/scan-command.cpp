@@ -69,7 +69,7 @@ Scan CheckedScan(const Arguments& arguments) {
     throw UsageError("--option", "no number from 0 to 4294967295: " + arguments.option);
   }
   Scan scan{arguments.roots,
-            {kFileType, static_cast<std::uint32_t>(*option), true},
+            {LARDER_FEED_FILE_TYPE, static_cast<std::uint32_t>(*option), true},
             CheckedThreads(arguments.threads),
             arguments.json ? Form::kJson : Form::kDigests};
   if (arguments.summary) scan.form = Form::kSummary;

@@ -4,10 +4,11 @@
 #include <string>
 #include <vector>
 
-#include "diag/log-files.h"
 #include "errors.h"
+#include "log-file/log-files.h"
 #include "log-watch.h"
 #include "platform/utf.h"
+#include "product/product.h"
 #include "registry-edit.h"
 #include "support/installed-state.h"
 #include "support/registry.h"
@@ -19,7 +20,7 @@ namespace {
 std::vector<DefaultValue> ExpectedValues(bool withLog) {
   std::vector<DefaultValue> values = DefaultProviderValues();
   if (withLog) {
-    values.push_back({LARDER_WIDE("Logging"), LARDER_WIDE("szEnable"), LARDER_WIDE("true")});
+    values.push_back({kLoggingKey, kLoggingValue, kLoggingOn});
   }
   return values;
 }
@@ -35,9 +36,9 @@ bool IsAsWritten(const DefaultValue& value) {
   const WideString found = GetRegistryString(value.subkey, value.name);
   if (found == value.data && !found.empty()) return true;
   const std::string what = ValueLabel({value.subkey, value.name});
-  if (value.data.size() > kMostRegistryCharacters) {
+  if (value.data.size() > kMaxRegistryCharacters) {
     PrintError(what + " is of no use: it has " + std::to_string(value.data.size()) +
-               " characters, and the library reads " + std::to_string(kMostRegistryCharacters) +
+               " characters, and the library reads " + std::to_string(kMaxRegistryCharacters) +
                " at most: " + platform::Utf8FromWide(value.data));
   } else {
     PrintError("cannot set " + what + " to \"" + platform::Utf8FromWide(value.data) +
@@ -48,8 +49,7 @@ bool IsAsWritten(const DefaultValue& value) {
 
 int SetUp(bool withLog, Output& output) {
   if (IsInstalledInCommonFiles()) {
-    const WideString location =
-        GetRegistryString(LARDER_WIDE("Install"), LARDER_WIDE("szLocation"));
+    const WideString location = GetRegistryString(kInstallKey, kLocationValue);
     PrintError("nothing was written: szLocation names the place of a real installation, " +
                platform::Utf8FromWide(location));
     return kExitFailed;

@@ -8,9 +8,9 @@
 #include <thread>
 #include <vector>
 
-#include "diag/log-files.h"
 #include "host/file-descriptor.h"
 #include "host/host-machine.h"
+#include "log-file/log-files.h"
 #include "support/paths.h"
 
 namespace larder {

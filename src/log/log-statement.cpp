@@ -1,4 +1,4 @@
-#include "diag/log-statement.h"
+#include "log/log-statement.h"
 
 namespace larder {
 
@@ -9,7 +9,7 @@ void WriteStatement(const char* word, LogBody body) noexcept {
       TraceOut(line.ForTrace(word));
     }
     if (!IsDiskLogEnabled()) return;
-    char stamp[LogLine::kStampSize];
+    char stamp[kLogStampSize];
     WriteTimeStamp(stamp);
     LogLine line = body.Build();
     LRLogListenerList::Instance().Log(line.ForDisk(stamp, word));

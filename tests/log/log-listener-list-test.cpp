@@ -1,4 +1,4 @@
-#include "diag/log-listener-list.h"
+#include "log/log-listener-list.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -8,7 +8,7 @@
 
 #include <vector>
 
-#include "diag/disk-logger.h"
+#include "log-file/disk-logger.h"
 #include "platform/wide.h"
 
 namespace larder {

@@ -1,4 +1,4 @@
-#include "diag/log-pieces.h"
+#include "log/log-pieces.h"
 
 #include <gtest/gtest.h>
 
@@ -7,8 +7,8 @@
 #include <regex>
 
 #include "fakes/fake-message.h"
+#include "log/log-pieces.h"
 #include "platform/utf.h"
-#include "support/text.h"
 
 namespace larder {
 namespace {
@@ -16,6 +16,14 @@ namespace {
 std::string ErrorWithText(const WideString& text, platform::Code code = 5) {
   FakeSystemMessage = text;
   return WideToUtf8(FormatSystemError(code));
+}
+
+TEST(WideToUtf8, EncodesEachUnitByItself) {
+  const auto encoded = [](WideString units) { return WideToUtf8(units); };
+  EXPECT_EQ(encoded({0x7F, 0x80, 0x7FF, 0x800, 0xFFFF}),
+            "\x7F\xC2\x80\xDF\xBF\xE0\xA0\x80\xEF\xBF\xBF");
+  EXPECT_EQ(encoded({0xD83D, 0xDE00}), "\xED\xA0\xBD\xED\xB8\x80");
+  EXPECT_EQ(encoded({'a', 0, 'b'}), std::string("a\0b", 3));
 }
 
 TEST(FormatSystemError, CutsTheLastTwoCharactersOfALongerTextWhateverTheyAre) {

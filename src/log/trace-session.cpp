@@ -1,4 +1,4 @@
-#include "diag/trace-session.h"
+#include "log/trace-session.h"
 
 #include <cstring>
 

@@ -1,4 +1,4 @@
-#include "diag/record-dump.h"
+#include "records/record-dump.h"
 
 #include <gmock/gmock.h>
 

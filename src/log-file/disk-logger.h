@@ -7,7 +7,7 @@
 #include <mutex>
 #include <string>
 
-#include "diag/log-listener-list.h"
+#include "log/log-listener-list.h"
 #include "support/scoped-handles.h"
 
 namespace larder {

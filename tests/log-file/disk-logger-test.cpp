@@ -4,8 +4,8 @@
 #include <sstream>
 #include <thread>
 
-#include "diag/disk-log.h"
-#include "diag/log-statement.h"
+#include "log-file/disk-log.h"
+#include "log/log-statement.h"
 #include "testing/recorded-log.h"
 
 namespace larder {

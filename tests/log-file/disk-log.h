@@ -7,7 +7,7 @@
 #include <fstream>
 #include <string>
 
-#include "diag/disk-logger.h"
+#include "log-file/disk-logger.h"
 #include "testing/files.h"
 #include "testing/test-machine.h"
 

@@ -11,6 +11,7 @@
 #include <type_traits>
 
 #include "platform/wide.h"
+#include "product/product.h"
 
 namespace larder {
 
@@ -31,9 +32,6 @@ namespace larder {
 // A line stays where it was built: it is neither copied nor moved.
 class LogLine {
  public:
-  static constexpr std::size_t kStampSize = 17;
-  static constexpr std::size_t kWordSize = 7;
-
   template <typename... Pieces>
   explicit LogLine(const Pieces&... pieces) {
     (Insert(pieces), ...);
@@ -44,16 +42,13 @@ class LogLine {
     if (text != room) delete[] text;
   }
 
-  // The line for the trace session: word and body. word has kWordSize characters.
+  // The line for the trace session: word and body. word has kLogWordSize characters.
   const char* ForTrace(const char* word) noexcept;
-  // The line for the disk: stamp, ": ", word, body and line end. stamp has kStampSize characters.
-  // Call it once.
+  // The line for the disk: stamp, ": ", word, body and line end. stamp has kLogStampSize
+  // characters. Call it once.
   const char* ForDisk(const char* stamp, const char* word);
 
  private:
-  static constexpr std::size_t kWordStart = kStampSize + 2;
-  static constexpr std::size_t kBodyStart = kWordStart + kWordSize;
-
   template <typename Piece>
   void Insert(const Piece& piece) {
     using Type = std::decay_t<Piece>;
@@ -103,7 +98,7 @@ class LogLine {
 
   char room[256];
   char* text = room;
-  std::size_t size = kBodyStart;
+  std::size_t size = kLogBodyStart;
   std::size_t capacity = sizeof room;
   bool ended = false;
 };

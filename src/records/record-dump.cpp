@@ -1,11 +1,11 @@
-#include "diag/record-dump.h"
+#include "records/record-dump.h"
 
 #include <array>
 #include <cstring>
 
+#include "log/log-pieces.h"
 #include "platform/certificate.h"
 #include "platform/wide.h"
-#include "support/text.h"
 
 namespace larder {
 namespace {

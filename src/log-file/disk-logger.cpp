@@ -1,4 +1,4 @@
-#include "diag/disk-logger.h"
+#include "log-file/disk-logger.h"
 
 #include <utility>
 

@@ -1,8 +1,9 @@
-#include "diag/log-files.h"
+#include "log-file/log-files.h"
 
-#include "diag/log-statement.h"
+#include "log/log-statement.h"
 #include "platform/folder.h"
 #include "platform/log-file.h"
+#include "product/product.h"
 #include "support/paths.h"
 #include "support/registry.h"
 
@@ -10,13 +11,8 @@ namespace larder {
 
 namespace {
 
-constexpr LarderWideChar kSwitchKey[] = LARDER_WIDE("Logging");
-constexpr LarderWideChar kSwitchValue[] = LARDER_WIDE("szEnable");
-constexpr LarderWideChar kSwitchOn[] = LARDER_WIDE("true");
-constexpr WideView kLogs = LARDER_WIDE("logs\\");
 constexpr WideView kLogExtension = LARDER_WIDE("log");
 constexpr std::uint32_t kMaxFileSize = 102400;
-constexpr std::uint32_t kMaxBackups = 5;
 
 // A name that is free in the directory now, by making a file of that name and taking it away again.
 WideString DrawTemporaryName(const WideString& directory, const WideString& prefix) {
@@ -31,18 +27,18 @@ WideString DrawTemporaryName(const WideString& directory, const WideString& pref
 
 constinit DiskLogger* CurrentDiskLogger = nullptr;
 
-bool IsLoggingEnabled() { return GetRegistryString(kSwitchKey, kSwitchValue) == kSwitchOn; }
+bool IsLoggingEnabled() { return GetRegistryString(kLoggingKey, kLoggingValue) == kLoggingOn; }
 
-void EnableLogging() { SetRegistryString(kSwitchKey, kSwitchValue, kSwitchOn); }
+void EnableLogging() { SetRegistryString(kLoggingKey, kLoggingValue, kLoggingOn); }
 
 WideString GetLogDirectory(const WideString& name) {
   WideString path;
   if (platform::CommonFolderPath(platform::CommonFolder::kData, path) != platform::kSuccess) {
     return {};
   }
-  for (const WideView level :
-       {WideView(LARDER_WIDE("\\Velmor\\")), WideView(LARDER_WIDE("Larder\\")), kLogs}) {
-    path.append(level);
+  path += '\\';
+  for (const WideView level : {kMakerFolder, kProductFolder, kLogsFolder}) {
+    path.append(level) += '\\';
     if (!EnsureFolder(path)) return path;
   }
   return path + name;
@@ -53,7 +49,7 @@ DiskLogger* CreateDiskLogger(const WideString& prefix) {
   WideString name = DrawTemporaryName(GetLogDirectory({}), prefix);
   if (name.size() <= kLogExtension.size()) return nullptr;
   name.replace(name.size() - kLogExtension.size(), kLogExtension.size(), kLogExtension);
-  auto logger = std::make_unique<DiskLogger>(name, kMaxFileSize, kMaxBackups);
+  auto logger = std::make_unique<DiskLogger>(name, kMaxFileSize, kMaxLogGenerations);
   LRLogListenerList::Instance().AddListener(logger.get());
   return logger.release();
 }
@@ -64,7 +60,7 @@ void DestroyDiskLogger(DiskLogger* logger) {
   delete logger;
 }
 
-WideString GetLarderLogPath() { return GetLarderDataPath().append(kLogs); }
+WideString GetLarderLogPath() { return GetLarderDataPath() + kLogsFolder + LARDER_WIDE("\\"); }
 
 std::vector<WideString> GetLogFiles(const WideString& pattern) {
   const WideString directory = GetLarderLogPath();

@@ -14,10 +14,10 @@
 #include <cstddef>
 #include <type_traits>
 
-#include "diag/log-line.h"
-#include "diag/log-listener-list.h"
-#include "diag/log-pieces.h"
-#include "diag/trace-session.h"
+#include "log/log-line.h"
+#include "log/log-listener-list.h"
+#include "log/log-pieces.h"
+#include "log/trace-session.h"
 
 namespace larder {
 

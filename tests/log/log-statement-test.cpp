@@ -8,9 +8,9 @@
 #include <string>
 #include <thread>
 
-#include "diag/log-statement.h"
-#include "diag/trace-session.h"
 #include "fakes/fake-trace.h"
+#include "log/log-statement.h"
+#include "log/trace-session.h"
 #include "platform/entry.h"
 #include "testing/files.h"
 #include "testing/recorded-log.h"

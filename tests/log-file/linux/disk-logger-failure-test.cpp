@@ -6,7 +6,7 @@
 
 #include <string>
 
-#include "diag/disk-log.h"
+#include "log-file/disk-log.h"
 #include "platform/linux/child-process.h"
 
 namespace larder {

@@ -1,4 +1,4 @@
-#include "diag/log-line.h"
+#include "log/log-line.h"
 
 #include <gtest/gtest.h>
 
@@ -15,7 +15,7 @@ namespace {
 template <typename... Pieces>
 std::string Body(const Pieces&... pieces) {
   LogLine line(pieces...);
-  return line.ForTrace("       ") + LogLine::kWordSize;
+  return line.ForTrace("       ") + kLogWordSize;
 }
 
 template <typename... Pieces>

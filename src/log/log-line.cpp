@@ -1,21 +1,21 @@
-#include "diag/log-line.h"
+#include "log/log-line.h"
 
 #include <algorithm>
 
-#include "support/text.h"
+#include "log/log-pieces.h"
 
 namespace larder {
 
 const char* LogLine::ForTrace(const char* word) noexcept {
-  std::memcpy(text + kWordStart, word, kWordSize);
+  std::memcpy(text + kLogWordStart, word, kLogWordSize);
   text[size] = '\0';
-  return text + kWordStart;
+  return text + kLogWordStart;
 }
 
 const char* LogLine::ForDisk(const char* stamp, const char* word) {
-  std::memcpy(text, stamp, kStampSize);
-  std::memcpy(text + kStampSize, ": ", 2);
-  std::memcpy(text + kWordStart, word, kWordSize);
+  std::memcpy(text, stamp, kLogStampSize);
+  std::memcpy(text + kLogStampSize, ": ", 2);
+  std::memcpy(text + kLogWordStart, word, kLogWordSize);
   Append("\r\n", 2);
   text[size] = '\0';
   return text;

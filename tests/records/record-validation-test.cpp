@@ -1,4 +1,4 @@
-#include "diag/record-validation.h"
+#include "records/record-validation.h"
 
 #include <gtest/gtest.h>
 
