@@ -1,28 +1,17 @@
 #include "records/record-dump.h"
 
 #include <array>
-#include <cstring>
 
 #include "log/log-pieces.h"
 #include "platform/certificate.h"
 #include "platform/wide.h"
+#include "records/record-cursor.h"
 
 namespace larder {
 namespace {
 
 constexpr std::size_t kLabelWidth = 20;
 constexpr std::string_view kDigits = "0123456789abcdef";
-
-template <typename Value>
-Value ReadAt(const void* source, std::size_t offset = 0) {
-  Value value;
-  std::memcpy(&value, static_cast<const unsigned char*>(source) + offset, sizeof value);
-  return value;
-}
-
-const void* Behind(const void* record, std::size_t distance) {
-  return static_cast<const unsigned char*>(record) + distance;
-}
 
 std::string FieldLine(const std::string& indent, std::string_view name, const std::string& value) {
   std::string label = "  " + std::string(name) + ":";
@@ -60,21 +49,22 @@ void AppendCertificate(std::string& text, const void* cert, const std::string& i
   text += indent + "}";
 }
 
-void AppendChain(std::string& text, const void* chain, const std::string& indent) {
+// cursor: at the chain.
+void AppendChain(std::string& text, RecordCursor& cursor, const std::string& indent) {
   text += indent + " CertChain: [\r\n";
   const std::string twice = indent + indent;
   text += twice + "  CertData: [\r\n";
-  for (const void* cert = Behind(chain, sizeof(CertChainRecord)); cert != nullptr;) {
-    AppendCertificate(text, cert, twice + indent);
-    cert = NextRecord(cert);
-    text += cert != nullptr ? ",\r\n" : "\r\n";
+  for (bool isFirst = true; cursor.NextCertificate(); isFirst = false) {
+    if (!isFirst) text += ",\r\n";
+    AppendCertificate(text, cursor.Certificate(), twice + indent);
   }
-  text += twice + "  ]";
+  text += "\r\n" + twice + "  ]";
 }
 
 platform::AutoCertificate Parse(const void* cert) {
-  return platform::ParseCertificate(Behind(cert, sizeof(CertDataRecord)),
-                                    ReadAt<CertDataRecord>(cert).certSize);
+  return platform::ParseCertificate(
+      static_cast<const unsigned char*>(cert) + sizeof(CertDataRecord),
+      ReadUnaligned<CertDataRecord>(cert).certSize);
 }
 
 std::string NameOf(const void* cert, platform::CertificateName name) {
@@ -94,11 +84,11 @@ std::string DumpFileObjectDescriptor(const FileObjectDescriptor* descriptor, std
       std::uint64_t{descriptor->lastModified[1]} << 32 | descriptor->lastModified[0];
   WideString path;
   // Through the whole record: the field itself is declared with one unit.
-  for (std::size_t offset = offsetof(FileObjectDescriptor, filePath);;
-       offset += sizeof(LarderWideChar)) {
-    const auto unit = ReadAt<LarderWideChar>(descriptor, offset);
-    if (unit == 0) break;
-    path += unit;
+  const auto* unit =
+      reinterpret_cast<const unsigned char*>(descriptor) + offsetof(FileObjectDescriptor, filePath);
+  while (const auto value = ReadUnaligned<LarderWideChar>(unit)) {
+    path += value;
+    unit += sizeof value;
   }
   return indent + "{\r\n" + FieldLine(indent, "lastModified", std::to_string(time)) +
          FieldLine(indent, "filePath", WideToUtf8(path)) + indent + "}";
@@ -107,12 +97,12 @@ std::string DumpFileObjectDescriptor(const FileObjectDescriptor* descriptor, std
 std::string DumpFileDataRecord(const FileDataRecord* record, std::uint64_t level) {
   const std::string indent = MakeIndent(level);
   std::string text = indent + "{\r\n" + FactLines(*record, indent);
-  for (const void* chain = Behind(record, sizeof *record); chain != nullptr;) {
-    AppendChain(text, chain, indent);
-    chain = NextRecord(chain);
-    text += chain != nullptr ? ",\r\n" : "\r\n";
+  RecordCursor cursor(*record);
+  for (bool isFirst = true; cursor.NextChain(); isFirst = false) {
+    if (!isFirst) text += ",\r\n";
+    AppendChain(text, cursor, indent);
   }
-  return text + indent + "  ]\r\n" + indent + "}";
+  return text + "\r\n" + indent + "  ]\r\n" + indent + "}";
 }
 
 std::string FormatFileId(const std::uint64_t* fileId) {
@@ -129,17 +119,12 @@ std::string MakeIndent(std::uint64_t count) { return std::string(count * 2, ' ')
 std::string BytesToHexString(const void* bytes, std::size_t count) {
   std::string text;
   for (std::size_t i = 0; i < count; ++i) {
-    const auto byte = ReadAt<unsigned char>(bytes, i);
+    const unsigned byte = static_cast<const unsigned char*>(bytes)[i];
     if (i > 0) text += ' ';
     text += kDigits[byte >> 4];
     text += kDigits[byte & 15];
   }
   return text;
-}
-
-const void* NextRecord(const void* record) {
-  const auto distance = ReadAt<std::uint32_t>(record);
-  return distance == 0 ? nullptr : Behind(record, distance);
 }
 
 std::string GetCertSubject(const void* cert) {

@@ -29,10 +29,6 @@ std::string MakeIndent(std::uint64_t count);
 // Two lower-case hexadecimal digits for each byte, a blank between two bytes.
 std::string BytesToHexString(const void* bytes, std::size_t count);
 
-// Chains and certificates lie at whatever address the links lead to, so they are no typed pointers.
-// record: a CertChainRecord or a CertDataRecord. Null behind the last one of its list.
-const void* NextRecord(const void* record);
-
 // cert: a CertDataRecord. The names are as platform/certificate.h has them, at most 1023 bytes. The
 // serial's bytes are printed in the order of CertificateSerial, the least significant one first.
 std::string GetCertSubject(const void* cert);

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "platform/wide.h"
+#include "records/record-cursor.h"
 #include "testing/certificate-file.h"
 #include "testing/file-record-bytes.h"
 

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <string_view>
 
+#include "records/record-cursor.h"
 #include "records/record-dump.h"
 #include "text.h"
 
@@ -47,10 +48,6 @@ std::string ChainText(const std::vector<const void*>& certs) {
   return text + NameLine("  issuer", GetCertIssuer(certs.back()), certs.back());
 }
 
-const void* Behind(const void* record, std::size_t distance) {
-  return static_cast<const unsigned char*>(record) + distance;
-}
-
 std::string HeaderText(const DataBlockHeader& header) {
   return RecordLine("type", std::to_string(header.providerType)) +
          RecordLine("size", std::to_string(header.dataSize));
@@ -84,11 +81,9 @@ std::string FileRecordDump(const FileDataRecord& record) {
 
 std::vector<std::vector<const void*>> ChainsOf(const FileDataRecord& record) {
   std::vector<std::vector<const void*>> chains;
-  const void* chain = Behind(&record, sizeof record);
-  for (; chain != nullptr; chain = NextRecord(chain)) {
+  for (RecordCursor cursor(&record, record.dataSize); cursor.NextChain();) {
     std::vector<const void*>& certs = chains.emplace_back();
-    const void* cert = Behind(chain, sizeof(CertChainRecord));
-    for (; cert != nullptr; cert = NextRecord(cert)) certs.push_back(cert);
+    while (cursor.NextCertificate()) certs.push_back(cursor.Certificate());
   }
   return chains;
 }
@@ -103,9 +98,7 @@ bool IsNoChain(const std::vector<const void*>& certs) {
 }
 
 std::uint32_t CertificateSize(const void* cert) {
-  CertDataRecord record{};
-  std::memcpy(&record, cert, sizeof record);
-  return record.certSize;
+  return ReadUnaligned<CertDataRecord>(cert).certSize;
 }
 
 bool HasNoImageDigests(const FileDataRecord& record) {

@@ -1,0 +1,74 @@
+// A walk over the chains and certificates of a file record (larder/records.h). Needs the public
+// headers alone.
+#pragma once
+
+#include <larder/records.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <limits>
+#include <string>
+
+namespace larder {
+
+// Visits each chain in order, and each certificate of the current chain:
+//
+//   for (RecordCursor cursor(bytes, size); cursor.NextChain();) {
+//     while (cursor.NextCertificate()) Use(cursor.Certificate());
+//   }
+//
+// The record may be at any address. The cursor points into it and owns no memory but the text of a
+// fault. One thread at a time.
+class RecordCursor {
+ public:
+  // record: one that ValidateFileDataRecord accepts. Its links are followed unchecked.
+  explicit RecordCursor(const FileDataRecord& record) noexcept
+      : start(reinterpret_cast<const unsigned char*>(&record)), size(kUnchecked) {}
+  // Reads nothing beyond recordSize bytes, and stops at the first link that leads there or into the
+  // record it comes from. Each certificate is visited once, so the walk always ends.
+  RecordCursor(const void* record, std::size_t recordSize) noexcept
+      : start(static_cast<const unsigned char*>(record)), size(recordSize) {}
+
+  // False after the last one, and at a fault.
+  bool NextChain();
+  bool NextCertificate();
+
+  // The current certificate: a CertDataRecord and, behind it, certSize bytes.
+  [[nodiscard]] const void* Certificate() const noexcept { return start + certificateOffset; }
+
+  // Which link or size is wrong, and where; empty unless the walk stopped at a fault.
+  [[nodiscard]] const std::string& Fault() const noexcept { return fault; }
+
+ private:
+  // 64 bits wide, so that a sum of 32-bit words of the record can't wrap.
+  using Offset = std::uint64_t;
+  static constexpr Offset kUnchecked = std::numeric_limits<Offset>::max();
+
+  template <typename Record>
+  bool Read(Offset offset, Record& record) const noexcept;
+  bool Fail(const char* what, Offset offset, const char* problem);
+
+  const unsigned char* start;
+  Offset size;
+  CertChainRecord chain{};
+  Offset chainOffset = 0;  // 0 before the first chain
+  Offset certificateOffset = 0;
+  Offset nextCertificate = 0;  // 0 when the chain has no more
+  Offset end = 0;              // of the certificates visited so far
+  std::string fault;
+};
+
+// Reads a value at any address, aligned or not.
+template <typename Value>
+Value ReadUnaligned(const void* source) noexcept {
+  Value value;
+  std::memcpy(&value, source, sizeof value);
+  return value;
+}
+
+// Where the first word of a CertChainRecord or CertDataRecord leads: that many bytes further on, or
+// null for 0. Nothing is checked.
+const void* NextRecord(const void* record) noexcept;
+
+}  // namespace larder
