@@ -1,13 +1,12 @@
-// The six functions that clients see. Each opens its scope trace outside one try block, and lets no
-// exception out; only here does a failure become a result code.
+// The exported functions but for LarderErrorToString, which is in result-text.cpp. Each opens its
+// scope trace outside its one try block and lets no exception out. Only here does a failure become
+// a result code.
 #include <larder/larder.h>
 
-#include <cstring>
 #include <exception>
 #include <system_error>
 
 #include "api/int-larder-handle.h"
-#include "api/result-text.h"
 #include "log-file/log-files.h"
 #include "log/log-statement.h"
 
@@ -25,13 +24,13 @@ bool IsCurrentHandle(LarderHandle handle) noexcept {
   return handle != nullptr && handle == PublicHandle(CurrentHandle.load(std::memory_order_acquire));
 }
 
-// Reads CurrentHandle anew at each call.
+// Reads CurrentHandle at each call: a query may outlive the handle that it began with.
 IDataProvider* ProviderOf(std::int32_t type) {
   return CurrentHandle.load(std::memory_order_acquire)->dataProviderManager.GetDataProvider(type);
 }
 
-// The logger comes first, so that the loading of the providers reaches it. A failure later on
-// leaves it in the listener list.
+// The logger is created first, so that it receives the lines about loading the providers. It stays
+// in the listener list if the rest fails.
 void BuildHandle(LarderNotifyCallback callback) {
   CurrentDiskLogger = CreateDiskLogger(LARDER_WIDE("lr_"));
   CurrentHandle.store(new IntLarderHandle(callback), std::memory_order_release);
@@ -89,7 +88,7 @@ std::int32_t Query(LarderHandle handle, const void* objectDescriptor, std::int32
     return LARDER_E_PARAMETER_3;
   }
   if (version != LARDER_QUERY_VERSION) {
-    // The caller's version goes in as a byte, the current one as a number.
+    // The caller's version is logged as a byte, the current one as a number.
     LogError(GetModuleName(), " tried to query with version ", version, " and current version is ",
              LARDER_QUERY_VERSION);
     return LARDER_E_WRONG_VERSION;
@@ -208,15 +207,4 @@ std::int32_t LarderWrite(LarderHandle handle, const void* objectDescriptor,
     LogError("Error in LarderWrite.");
   }
   return LARDER_E_GENERIC;
-}
-
-std::uint32_t LarderErrorToString(std::int32_t code, std::uint32_t bufferSize,
-                                  LarderWideChar* buffer) {
-  const WideView text = ResultText(code);
-  const auto needed = static_cast<std::uint32_t>(text.size() + 1);
-  if (buffer != nullptr && bufferSize >= needed) {
-    text.copy(buffer, text.size());
-    buffer[text.size()] = 0;
-  }
-  return needed;
 }

@@ -13,7 +13,7 @@ std::recursive_mutex HandleLock;
 LarderNotifyCallback CallbackOf(const IntLarderHandle& handle) noexcept { return handle.callback; }
 
 void ForgetHandleInForkedChild() {
-  new (&HandleLock) std::recursive_mutex;  // another thread of the parent may have held it
+  new (&HandleLock) std::recursive_mutex;  // another thread of the parent may hold it
   CurrentHandle.store(nullptr);
   CurrentDiskLogger = nullptr;
   LRLogListenerList::Instance().ForgetInForkedChild();

@@ -1,5 +1,5 @@
-// The one handle of the process: the root of everything that lives from the first LarderInit to the
-// last LarderRelease.
+// The process's one handle. It owns everything that lives from the first LarderInit to the last
+// LarderRelease.
 #pragma once
 
 #include <larder/larder.h>
@@ -13,11 +13,11 @@
 
 namespace larder {
 
-// Members are constructed in their order and destroyed in the reverse one: the notification thread
-// has ended before any provider goes.
+// Members are destroyed in reverse order: the notification thread has ended before any provider is
+// destroyed.
 class IntLarderHandle {
  public:
-  // Throws whatever keeps a member from being built.
+  // Throws what the construction of a member throws.
   explicit IntLarderHandle(LarderNotifyCallback clientCallback);
   ~IntLarderHandle();
   IntLarderHandle(const IntLarderHandle&) = delete;
@@ -25,20 +25,21 @@ class IntLarderHandle {
 
   std::int32_t refCount = 1;  // guarded by HandleLock
   std::int64_t reserved = -1;
-  LarderNotifyCallback callback;  // of the LarderInit that built the handle; never null
+  LarderNotifyCallback callback;  // from the LarderInit that built the handle; never null
   DataProviderManager dataProviderManager;
   NotificationManager notificationManager;
 };
 
-// The handle, or null. Written with HandleLock held, read by the working exports without it.
+// The handle, or null. Written with HandleLock held; the query, free and write calls read it
+// without the lock.
 extern std::atomic<IntLarderHandle*> CurrentHandle;
 
-// Held over the whole of LarderInit and LarderRelease, and so over the loading of modules. A
-// provider that calls one of the two from its entry point or its destructor enters it again.
+// Held during the whole of LarderInit and LarderRelease, and so while modules are loaded.
+// Recursive, because a provider may call either function from its entry point or its destructor.
 extern std::recursive_mutex HandleLock;
 
-// Makes a forked child a process without a handle, whose next LarderInit builds one. What the
-// parent had stays behind unused in the child's memory: its threads don't exist here.
+// Leaves a forked child without a handle; its next LarderInit builds one. The parent's objects stay
+// in the child's memory, unused, because their threads don't exist there.
 void ForgetHandleInForkedChild();
 
 }  // namespace larder

@@ -1,4 +1,4 @@
-// What happens when the library is loaded and unloaded.
+// What runs when the library is loaded and unloaded.
 #include <exception>
 
 #include "api/int-larder-handle.h"
@@ -11,10 +11,10 @@ namespace larder {
 
 namespace {
 
-// Stored for whoever debugs a host; nothing reads it.
+// For somebody who debugs a host; nothing reads it.
 [[maybe_unused]] void* ModuleInstance = nullptr;
 
-// Runs one of the two steps with the handlers that both share.
+// Runs a step with the exception handlers that loading and unloading share.
 template <typename Step>
 bool GuardedStep(Step step) noexcept {
   try {
@@ -38,7 +38,7 @@ bool platform::OnModuleAttach(void* moduleInstance) noexcept {
   });
 }
 
-// A handle that wasn't released stays as it is, with its modules.
+// A handle that wasn't released is left alone, with its modules.
 bool platform::OnModuleDetach() noexcept {
   return GuardedStep([] { DetachTrace(); });
 }

@@ -1,4 +1,7 @@
-#include "api/result-text.h"
+// The fixed texts of the result codes.
+#include <larder/larder.h>
+
+#include "platform/wide.h"
 
 namespace larder {
 
@@ -25,11 +28,22 @@ constexpr WideView kTexts[] = {
 };
 constexpr std::uint32_t kTextCount = sizeof kTexts / sizeof kTexts[0];
 
-}  // namespace
-
+// Empty for any other code.
 WideView ResultText(std::int32_t code) noexcept {
   const std::uint32_t row = static_cast<std::uint32_t>(code) + (kTextCount - 1);
   return row < kTextCount ? kTexts[row] : WideView();
 }
 
+}  // namespace
 }  // namespace larder
+
+std::uint32_t LarderErrorToString(std::int32_t code, std::uint32_t bufferSize,
+                                  LarderWideChar* buffer) {
+  const larder::WideView text = larder::ResultText(code);
+  const auto needed = static_cast<std::uint32_t>(text.size() + 1);
+  if (buffer != nullptr && bufferSize >= needed) {
+    text.copy(buffer, text.size());
+    buffer[text.size()] = 0;
+  }
+  return needed;
+}

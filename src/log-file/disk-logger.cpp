@@ -50,7 +50,7 @@ void DiskLogger::WriterThread(void* logger) {
 void DiskLogger::WriteUntilStopped() {
   const platform::Handle events[] = {stopEvent.Get(), wakeEvent.Get()};
   for (;;) {
-    // Lowered before the look at the queue: a line that comes after the look leaves it raised.
+    // Lowered before the queue is checked: a line that is queued after the check raises it again.
     platform::LowerEvent(wakeEvent.Get());
     if (!IsQueueEmpty()) {
       Write(*TakeFront());
@@ -58,7 +58,7 @@ void DiskLogger::WriteUntilStopped() {
     }
     std::size_t index = kStopIndex + 1;
     const platform::Code code = platform::WaitForAny(events, std::size(events), index);
-    // Looked at once more: lines may have come, and the stop behind them, since the last look.
+    // Checked again: lines may have been queued, and then the stop event raised, since the check.
     if (code == platform::kSuccess && index == kStopIndex && IsQueueEmpty()) return;
   }
 }
@@ -81,7 +81,7 @@ void DiskLogger::Write(const LRLogDiskWriterInfo& info) {
     {
       AutoHandle opened(platform::OpenFileToWrite(fileName, platform::WriteMode::kWrite));
       file = std::move(opened);
-    }  // the moved-from handle writes its line here, behind the one in hand
+    }  // the moved-from handle logs its closing here, after the line in hand
     if (file.IsEmpty()) return;
     std::uint64_t size = 0;
     if (platform::SeekToEnd(file.Get(), size) != platform::kSuccess) return;
@@ -89,7 +89,7 @@ void DiskLogger::Write(const LRLogDiskWriterInfo& info) {
   platform::WriteOnce(file.Get(), info.text.data(), static_cast<std::uint32_t>(info.text.size()));
 }
 
-// Leaves the file closed when it was full or couldn't be opened, otherwise open and at its end.
+// Leaves the file closed if it was full or couldn't be opened, otherwise open and at its end.
 void DiskLogger::Rotate() {
   if (file.IsEmpty()) {
     file = platform::OpenFileToWrite(fileName, platform::WriteMode::kReadWrite);

@@ -12,20 +12,21 @@
 
 namespace larder {
 
-// Takes finished lines into a queue without bound and returns; its thread writes them in the order
-// they came, one write each, and rotates the file ahead of a line when it has reached its limit:
-// "name" becomes "name.1", that "name.2", and so on. It knows nothing of the lines' form.
+// Log appends the line to an unbounded queue and returns. The logger's thread writes the lines in
+// order, one write each. Before it writes to a file that has reached its limit, it rotates: "name"
+// becomes "name.1", "name.1" becomes "name.2", and so on.
 //
-// A line that can't be written is lost without a word, and the next one tries again; a logger
-// without its events or its thread takes no lines. Nothing touches the disk before the first line.
+// A line that can't be written is dropped silently, and the next one is tried again. A logger whose
+// events or thread couldn't be created accepts no lines. Nothing touches the disk before the first
+// line.
 //
-// Threads: Log on any number at once, the logger's own included. Take the logger out of the
-// listener list before deleting it; the destructor then returns when everything queued has been
-// written. After a fork the child has no such thread: it must not delete the logger.
+// Threads: Log may be called from any thread, the logger's own included. Remove the logger from the
+// listener list before deleting it; the destructor returns when every queued line has been written.
+// A forked child must not delete the logger, whose thread doesn't exist there.
 class DiskLogger : public LRLogListener {
  public:
-  // logFile: full path. limit: bytes; a file that has reached it is rotated. backups: how many old
-  // generations are kept.
+  // logFile: full path. limit: bytes; a file that has reached it is rotated. backups: the number of
+  // old generations to keep.
   DiskLogger(const WideString& logFile, std::uint32_t limit, std::uint32_t backups);
 
   void Log(const char* line) override;
@@ -51,7 +52,7 @@ class DiskLogger : public LRLogListener {
   WideString fileName;
   std::uint32_t maxFileSize;
   std::uint32_t maxBackups;
-  std::recursive_mutex mutex;  // guards queue; ready before the thread that takes it first
+  std::recursive_mutex mutex;  // guards queue; declared before the thread, which locks it first
   AutoHandle file;
   AutoHandle stopEvent;
   AutoHandle wakeEvent;

@@ -14,7 +14,7 @@ namespace {
 constexpr WideView kLogExtension = LARDER_WIDE("log");
 constexpr std::uint32_t kMaxFileSize = 102400;
 
-// A name that is free in the directory now, by making a file of that name and taking it away again.
+// A name that is free in the directory now: a temporary file of that name is created and removed.
 WideString DrawTemporaryName(const WideString& directory, const WideString& prefix) {
   WideString name;
   if (platform::MakeTemporaryFile(directory, prefix, name) == platform::kSuccess) {

@@ -47,7 +47,7 @@ void LogLine::InsertPointer(const void* pointer) {
 
 void LogLine::Append(const char* bytes, std::size_t count) {
   if (ended) return;
-  if (count >= capacity - size) Grow(size + count + 1);  // room for the final NUL stays
+  if (count >= capacity - size) Grow(size + count + 1);  // leaves space for the final NUL
   std::memcpy(text + size, bytes, count);
   size += count;
 }

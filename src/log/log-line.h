@@ -1,4 +1,4 @@
-// One line of the log while it is being built.
+// One log line under construction.
 #pragma once
 
 #include <charconv>
@@ -15,21 +15,21 @@
 
 namespace larder {
 
-// Holds a body made of pieces, with room ahead of it for what the two sinks put there: the seven
-// characters of the word, and ahead of them time stamp and ": ". So one body serves as the trace
-// line and as the disk line without being moved.
+// Holds a body made of pieces, and space in front of it for what the two sinks add: the seven
+// characters of the word and, before them, the time stamp and ": ". One body so serves as the trace
+// line and as the disk line without being copied.
 //
-// Each piece is inserted as a narrow text stream of the classic locale would insert it, byte for
-// byte, though no stream and no locale is involved:
-//   narrow text               as it stands
+// Each piece is formatted byte for byte as a narrow stream of the classic locale would format it,
+// without a stream or a locale:
+//   narrow text               unchanged
 //   wide text                 up to its first NUL, each unit by itself in UTF-8 (WideToUtf8)
 //   integers, bool            decimal; true is 1
 //   8-bit values, char        that byte
 //   pointers and handles      16 upper-case hexadecimal digits on every system
-// A null narrow text ends the insertion: nothing that follows goes in. A null wide text throws
-// std::logic_error. Otherwise only std::bad_alloc. An ordinary line needs no allocation.
+// A null narrow text ends the insertion: the pieces after it are dropped. A null wide text throws
+// std::logic_error; otherwise only std::bad_alloc is thrown. An ordinary line needs no allocation.
 //
-// A line stays where it was built: it is neither copied nor moved.
+// Neither copyable nor movable.
 class LogLine {
  public:
   template <typename... Pieces>
@@ -71,13 +71,13 @@ class LogLine {
     } else if constexpr (std::is_integral_v<Type>) {
       static_assert(!std::is_same_v<Type, wchar_t> && !std::is_same_v<Type, char8_t> &&
                         !std::is_same_v<Type, char16_t> && !std::is_same_v<Type, char32_t>,
-                    "a single wide character is no piece");
+                    "a single wide character can't be logged");
       InsertInteger(piece);
     } else if constexpr (std::is_enum_v<Type>) {
-      static_assert(std::is_convertible_v<Type, int>, "a scoped enumeration is no piece");
+      static_assert(std::is_convertible_v<Type, int>, "a scoped enumeration can't be logged");
       InsertInteger(+piece);
     } else {
-      static_assert(std::is_convertible_v<Type, const void*>, "no piece of a log line");
+      static_assert(std::is_convertible_v<Type, const void*>, "this type can't be logged");
       InsertPointer(piece);
     }
   }

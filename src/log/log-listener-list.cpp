@@ -1,3 +1,13 @@
+// Statements read the list far more often than it changes, so a reader takes no lock.
+//
+// The listeners are in an immutable array that is published as a whole. Adding one publishes a
+// larger array in which every listener keeps its index, so a reader that goes on from one array to
+// the next neither misses nor repeats a listener. Removing one sets its entry to null.
+//
+// Before a removed listener or an old array may be freed, all readers that may still see it must
+// have left. Each reader increments one of two counters, chosen by the parity of the current
+// period. A removal advances the period and waits until the old period's counter is zero: it waits
+// for exactly the readers that entered before the change, however many new ones arrive.
 #include "log/log-listener-list.h"
 
 #include <algorithm>
@@ -8,7 +18,7 @@ namespace larder {
 
 constinit std::atomic<bool> DiskLogEnabled{false};
 
-// Counts this thread as a reader while it lives.
+// Registers this thread as a reader during its lifetime.
 class LRLogListenerList::Reading {
  public:
   explicit Reading(LRLogListenerList& owner) noexcept : list(owner) {
@@ -16,7 +26,7 @@ class LRLogListenerList::Reading {
       const std::uint32_t now = list.period.load();
       mine = now & 1;
       list.readers[mine].fetch_add(1);
-      // Still the same period: a change from here on finds this reader in the count.
+      // If the period is still the same, a removal from here on sees this reader in the counter.
       if (list.period.load() == now) return;
       Leave();
     }
@@ -41,8 +51,8 @@ LRLogListenerList& LRLogListenerList::Instance() {
   return list;
 }
 
-// Runs at process exit, when threads may still be making statements: they find an empty list.
-// Nothing waits here; an array that a thread is reading is left to the system.
+// Runs at process exit, when other threads may still execute statements; they find an empty list.
+// Nothing waits here: arrays that a thread may be reading are leaked.
 LRLogListenerList::~LRLogListenerList() {
   Array* const last = current.exchange(nullptr);
   if (readers[0].load() == 0 && readers[1].load() == 0) FreeArrays(last);
@@ -85,7 +95,7 @@ void LRLogListenerList::AddListener(LRLogListener* listener) {
     for (std::size_t i = 0; i < kept; ++i) grown->entries[i] = old->entries[i].load();
     grown->entries[kept] = listener;
     grown->count = kept + 1;
-    grown->retired = old;  // nobody is waited for here: the next removal frees it
+    grown->retired = old;  // readers may still use it; the next removal frees it
     current.store(grown);
   }
   DiskLogEnabled.store(true, std::memory_order_relaxed);

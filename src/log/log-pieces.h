@@ -1,4 +1,4 @@
-// The routines that make the pieces of a log line.
+// Formats the pieces of a log line.
 #pragma once
 
 #include <cstddef>
@@ -9,9 +9,9 @@
 
 namespace larder {
 
-// Encodes each 16-bit unit by itself, one to three bytes, in the manner of UTF-8; neighbours are
-// not regarded, so that a surrogate pair becomes two three-byte sequences. Every unit converts; NUL
-// becomes a zero byte. Throws nothing but std::bad_alloc.
+// Encodes each 16-bit unit by itself, as UTF-8 would encode that code point, in one to three bytes;
+// a surrogate pair becomes two three-byte sequences. Every unit converts; NUL becomes a zero byte.
+// Throws nothing but std::bad_alloc.
 std::string WideToUtf8(WideView text);
 
 // A pointer or handle value as 16 upper-case hexadecimal digits, on every system.
@@ -19,17 +19,17 @@ inline constexpr std::size_t kPointerDigits = 16;
 void WritePointerDigits(const void* pointer, char* digits) noexcept;
 std::string PointerText(const void* pointer);
 
-// The moment in UTC as "%y/%m/%d %H:%M:%S", 17 characters.
+// The current time in UTC as "%y/%m/%d %H:%M:%S", kLogStampSize characters.
 std::string GetTimeStamp();
-// The same, written to 17 characters of the caller's.
+// The same, written to a buffer of kLogStampSize characters, without a terminator.
 void WriteTimeStamp(char* stamp) noexcept;
 
 // A system code with its text: the number in decimal, a blank, and the system's text in double
 // quotes, without its line end. The text is empty for a code that has none.
 WideString FormatSystemError(platform::Code code);
 
-// Full path of the host process's image, as far as it fits in 520 characters with its terminator;
-// empty, after a WARN line, when the system doesn't tell.
+// Full path of the host process's image, truncated to 519 characters; empty, after a WARN line, if
+// the system doesn't report it.
 WideString GetModuleName();
 
 }  // namespace larder

@@ -13,7 +13,7 @@ void WriteStatement(const char* word, LogBody body) noexcept {
     WriteTimeStamp(stamp);
     LogLine line = body.Build();
     LRLogListenerList::Instance().Log(line.ForDisk(stamp, word));
-  } catch (...) {  // NOLINT(bugprone-empty-catch): a statement costs its caller nothing but time
+  } catch (...) {  // NOLINT(bugprone-empty-catch): a failed statement must not affect its caller
   }
 }
 

@@ -1,14 +1,14 @@
-// The statements by which the whole library reports on itself.
+// The log statements of the whole library.
 //
 //   LogTrace("Reading data for key ", key);
 //   LogWarn("RegEnumKeyEx failed: ", FormatSystemError(status));
 //
-// One statement feeds two sinks, a trace session (trace-session.h) and the listeners of this
-// process (log-listener-list.h), each with a line of its own. The three words are text at the head
-// of the line, not levels: one gate serves all. With the gate closed a statement costs the reads of
-// the gate, and its pieces aren't evaluated; with it open they are evaluated once for each line
-// that is really built. A statement never throws: whatever goes wrong inside ends that statement in
-// silence. What a piece may be is said in log-line.h.
+// A statement has two sinks, a trace session (trace-session.h) and the listeners of this process
+// (log-listener-list.h), and builds a line for each. TRACE, WARN and ERROR are words at the head of
+// the line, not levels: one gate serves all three. With the gate closed a statement costs the reads
+// of the gate, and its arguments aren't evaluated; with the gate open they are evaluated once for
+// each line that is built. A statement never throws: a failure inside ends it silently. log-line.h
+// lists the types of arguments.
 #pragma once
 
 #include <cstddef>
@@ -23,7 +23,7 @@ namespace larder {
 
 inline bool IsLogGateOpen() noexcept { return IsTraceEnabled() || IsDiskLogEnabled(); }
 
-// Builds a body anew at each call. Refers to a callable that outlives it.
+// Builds the line at each call. Refers to a callable that outlives it.
 class LogBody {
  public:
   template <typename Callable>
@@ -43,10 +43,10 @@ inline constexpr char kTraceWord[] = "TRACE: ";
 inline constexpr char kWarnWord[] = " WARN: ";
 inline constexpr char kErrorWord[] = "ERROR: ";
 
-// What a statement does behind its gate.
+// What a statement does when the gate is open.
 void WriteStatement(const char* word, LogBody body) noexcept;
 
-// No name is introduced around the pieces, so that none of theirs can be hidden.
+// Declares no names around the arguments, so it can hide none of theirs.
 #define LARDER_LOG_STATEMENT(word, ...)                                                            \
   do {                                                                                             \
     if (::larder::IsLogGateOpen())                                                                 \
@@ -57,7 +57,7 @@ void WriteStatement(const char* word, LogBody body) noexcept;
 #define LogWarn(...) LARDER_LOG_STATEMENT(::larder::kWarnWord, __VA_ARGS__)
 #define LogError(...) LARDER_LOG_STATEMENT(::larder::kErrorWord, __VA_ARGS__)
 
-// A text that is known when compiling and lives for ever.
+// A string literal.
 class LogLiteral {
  public:
   template <std::size_t Size>
@@ -67,9 +67,9 @@ class LogLiteral {
   const char* text;
 };
 
-// Writes the lines that open and close a function: the first local of the function that it traces.
-// The two ends look at the gate independently of each other; the closing line is also written when
-// an exception leaves the function. Keeping the leave text costs no allocation and can't fail.
+// Logs the entry and the exit of a function, whose first local variable it is. Each of the two
+// checks the gate by itself. The exit is also logged when an exception leaves the function. Stores
+// only a pointer, so it can't fail.
 class ScopeTrace {
  public:
   ScopeTrace(LogLiteral enter, LogLiteral leave) noexcept : leaveText(leave.text) {

@@ -48,7 +48,7 @@ platform::Code TraceControlCallback(std::uint32_t requestCode, void* context,
   auto* const block = static_cast<TraceControlBlock*>(context);
   block->level.store(level, std::memory_order_relaxed);
   block->logger.store(logger, std::memory_order_relaxed);
-  // Whoever sends a line because of these flags sends it to this session.
+  // Last, with release: a statement that sees these flags sees this session too.
   block->flags.store(flags, std::memory_order_release);
   return platform::kSuccess;
 }
@@ -56,8 +56,7 @@ platform::Code TraceControlCallback(std::uint32_t requestCode, void* context,
 void TraceOut(const char* line) noexcept {
   const TraceControlBlock* const block = TraceControl.load(std::memory_order_relaxed);
   if (block == &UnregisteredTraceBlock) return;
-  // Tested again: the gate may have been opened by the disk test alone, or the session may have
-  // gone.
+  // Checked again: the gate may be open for the disk alone, or the session may have ended.
   if ((block->flags.load(std::memory_order_acquire) & kTraceFlag) == 0) return;
   if (block->level.load(std::memory_order_relaxed) < kTraceLevel) return;
   if (line == nullptr) line = "NULL";

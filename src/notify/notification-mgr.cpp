@@ -17,7 +17,7 @@ constexpr std::int32_t kUninstallMessage = 1;
 
 }  // namespace
 
-// Neither event is looked at: with a null one the wait fails, which the thread reports.
+// The events aren't checked: with a null one the wait fails, and the thread logs that.
 NotificationManager::NotificationManager(const IntLarderHandle* handle)
     : owner(handle),
       installerEvent(platform::MakeNamedEvent(kEventName)),
@@ -37,7 +37,7 @@ NotificationManager::~NotificationManager() {
 void NotificationManager::WaitForNotification() noexcept {
   ScopeTrace scope("Entering NotificationManager::WaitForNotification()",
                    "Leaving NotificationManager::WaitForNotification()");
-  // When both are raised, the shutdown wins.
+  // The first event wins when both are raised.
   const platform::Handle events[] = {shutdownEvent.Get(), installerEvent.Get()};
   std::size_t index = 0;
   const platform::Code code = platform::WaitForAny(events, std::size(events), index);
@@ -69,7 +69,8 @@ void NotificationManager::SendNotification() noexcept {
 
 void NotificationManager::CallBack(std::int32_t message) {
   LogTrace("Calling callback with ", message);
-  CallbackOf (*owner)(message);
+  const LarderNotifyCallback callback = CallbackOf(*owner);
+  callback(message);
 }
 
 }  // namespace larder

@@ -1,4 +1,4 @@
-// Waits for the installer's signal and tells the client.
+// Waits for the installer's signal and calls the client's callback.
 #pragma once
 
 #include <larder/larder.h>
@@ -13,22 +13,21 @@ namespace larder {
 
 class IntLarderHandle;
 
-// The callback that the handle was built with; given by the room that owns the handle.
+// The callback that the handle was built with. Defined by the room that owns the handle.
 LarderNotifyCallback CallbackOf(const IntLarderHandle& handle) noexcept;
 
-// Watches for one signal in its lifetime, on a thread of its own. The installer writes "upgrade" or
-// "uninstall" as szMessage under "Install" and then raises the event "InstallerEvent"; the client's
-// callback is called with 0 or 1. After the first signal the thread has ended, whatever the message
-// was. Nobody else is told, and nothing else changes.
+// Waits for one signal, on a thread of its own. The installer writes "upgrade" or "uninstall" to
+// the value szMessage of the key "Install" and then raises the event "InstallerEvent"; the client's
+// callback is called with 0 or 1. The thread ends after the first signal, whatever the message was.
 //
-// An exception out of the callback, and a destruction on the notification thread itself, end the
-// process.
+// An exception out of the callback ends the process, and so does destroying the object on the
+// notification thread.
 class NotificationManager {
  public:
-  // owner: the handle that is being built, whose callback is set already; used only at the moment
-  // of the call. Throws std::system_error when the thread can't be started.
+  // owner: the handle under construction, with its callback set. Throws std::system_error if the
+  // thread can't be started.
   explicit NotificationManager(const IntLarderHandle* handle);
-  // Ends the wait and joins the thread, which may be in the client's callback.
+  // Ends the wait and joins the thread. Waits for the client's callback if that is running.
   ~NotificationManager();
   NotificationManager(const NotificationManager&) = delete;
   NotificationManager& operator=(const NotificationManager&) = delete;
@@ -42,7 +41,7 @@ class NotificationManager {
   AutoHandle installerEvent;
   AutoHandle shutdownEvent;
   std::thread waitThread;
-  std::atomic<bool> uninstalling{false};  // a record only
+  std::atomic<bool> uninstalling{false};  // set, but never read
 };
 
 }  // namespace larder

@@ -17,13 +17,13 @@ std::runtime_error Failure(int number, const std::string& message) {
   return std::runtime_error(__FILE__ ":" + std::to_string(number) + " " + message);
 }
 
-// Sign-extended to 64 bits and shown without a sign.
+// Sign-extended to 64 bits and printed as unsigned.
 std::string TypeText(std::int32_t type) {
   return std::to_string(static_cast<std::uint64_t>(static_cast<std::int64_t>(type)));
 }
 
-// Code and data of the module's own exception go with the module, which the unwinding unloads: what
-// travels on must be the library's.
+// Thrown in place of a module's own exception: unwinding unloads the module, and with it the code
+// and data of that exception.
 struct UnknownFailure {};
 
 bool IsInRange(std::int32_t type) { return type >= 0 && type < kProviderTypeCount; }
@@ -110,8 +110,8 @@ void DataProviderManager::Load(const WideString& path) {
   LogTrace("Got HMODULE ", module.Get());
   Provider provider(std::move(module));
   const std::int32_t type = provider.GetType();
-  // The module has moved into the provider by now: the two texts name the null handle that is left,
-  // not the offending module's.
+  // The handle has moved into the provider, so the two texts name the null handle that is left, not
+  // the module's.
   if (!IsInRange(type)) {
     throw Failure(
         110, "Unexpected data provider type " + TypeText(type) + " in " + PointerText(nullptr));

@@ -10,36 +10,35 @@
 
 namespace larder {
 
-// A fixed table of live providers, indexed by provider type. Construction is all or nothing: every
-// module that the registry names is loaded and filed, or an exception leaves the constructor and
-// nothing stays loaded.
+// A table of providers, indexed by type. Construction is all or nothing: either every module that
+// the registry names is loaded, or an exception leaves the constructor and none stays loaded.
 //
-// Every exception is a std::runtime_error whose text begins with the source unit, a colon, a number
-// and a blank. The numbers are part of the texts that support looks for; they don't follow the
-// lines of the source.
+// Every exception is a std::runtime_error whose text begins with the source file, a colon, a number
+// and a blank. Support searches logs for these texts, so the numbers are fixed; they aren't line
+// numbers of today's source.
 //
-// Threads: construction and destruction run under the handle's lock. In between the table doesn't
-// change, and GetDataProvider may run on any number of threads.
+// Threads: construction and destruction run under the handle's lock. The table doesn't change in
+// between, and GetDataProvider may be called from any thread.
 class DataProviderManager {
  public:
   DataProviderManager();
-  // Each provider is destroyed and then its module unloaded, by ascending type.
+  // Destroys each provider and then unloads its module, in the order of their types.
   ~DataProviderManager();
   DataProviderManager(const DataProviderManager&) = delete;
   DataProviderManager& operator=(const DataProviderManager&) = delete;
 
-  // The provider of a type; never null, owned by the manager, to be used at once.
+  // The provider of a type; never null, owned by the manager.
   IDataProvider* GetDataProvider(std::int32_t type);
 
-  // One loaded module and its provider object. An empty one has three zero fields.
+  // One loaded module and its provider object; all fields are zero when empty.
   class Provider {
    public:
     Provider();
-    // Takes the module over and asks it for its provider. When that fails, the module is unloaded,
-    // and an object that it had made already isn't destroyed.
+    // Takes ownership of the module and calls its GetProvider. On failure the module is unloaded;
+    // an object that GetProvider had created is not destroyed.
     explicit Provider(AutoModuleHandle&& loadedModule);
     Provider(Provider&& other) noexcept;
-    // Swaps all with the other, so that the old contents die with it.
+    // Swaps with the other, so that the old contents are destroyed with it.
     Provider& operator=(Provider&& other) noexcept;
     ~Provider();
 

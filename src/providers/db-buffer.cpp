@@ -1,4 +1,4 @@
-// The library's own DbBuffer: the contract's operations, each reported in the log.
+// The host's DbBuffer: the operations of larder/provider.h, each logged.
 #include <larder/provider.h>
 
 #include "log/log-statement.h"

@@ -25,7 +25,8 @@ std::vector<WideString> GetDataProviderPaths() {
   ScopeTrace scope("Entering GetDataProviderPaths()", "Leaving GetDataProviderPaths()");
   std::vector<WideString> paths;
   const WideString location = GetRegistryString(kInstallKey, kLocationValue);
-  // All access, though the key is only read: a process that may not write here gets no providers.
+  // Opened for all access although it is only read: a process without write access gets no
+  // providers.
   const AutoRegKeyHandle key = OpenRegistrySubkey(kProvidersKey, platform::kKeyAllAccess);
   platform::Code status = platform::kSuccess;
   for (std::uint32_t index = 0;; ++index) {

@@ -1,9 +1,8 @@
-// Which provider modules the machine has.
-//
-// Beneath the library's registry root (support/registry.h), all of type REG_SZ:
-//   "Install"              szLocation  directory of the modules, with its trailing backslash
+// Which provider modules the registry names. Below LarderRegistryRoot (product/product.h), all of
+// type REG_SZ:
+//   "Install"              szLocation  directory of the modules, with a trailing backslash
 //   "DataProviders\<any>"  szDLL       file name of one provider's module
-// A subkey's name has at most 255 characters; the values have at most 98.
+// A subkey's name has at most 255 characters, a value at most 98.
 #pragma once
 
 #include <vector>
@@ -12,9 +11,9 @@
 
 namespace larder {
 
-// The paths of the modules in the registry's order: szLocation and szDLL joined as they stand. A
-// subkey without a readable szDLL is skipped. Failures are told by WARN lines; the list is then
-// short or empty.
+// Paths of the modules, in the registry's order: szLocation followed by szDLL, unchanged. A subkey
+// without a readable szDLL is skipped. Failures are logged as WARN lines, and the list is shorter
+// or empty.
 std::vector<WideString> GetDataProviderPaths();
 
 }  // namespace larder

@@ -49,7 +49,7 @@ void AppendCertificate(std::string& text, const void* cert, const std::string& i
   text += indent + "}";
 }
 
-// cursor: at the chain.
+// The chain at which the cursor is.
 void AppendChain(std::string& text, RecordCursor& cursor, const std::string& indent) {
   text += indent + " CertChain: [\r\n";
   const std::string twice = indent + indent;
@@ -83,7 +83,7 @@ std::string DumpFileObjectDescriptor(const FileObjectDescriptor* descriptor, std
   const std::uint64_t time =
       std::uint64_t{descriptor->lastModified[1]} << 32 | descriptor->lastModified[0];
   WideString path;
-  // Through the whole record: the field itself is declared with one unit.
+  // The field is declared with one unit but holds the whole path.
   const auto* unit =
       reinterpret_cast<const unsigned char*>(descriptor) + offsetof(FileObjectDescriptor, filePath);
   while (const auto value = ReadUnaligned<LarderWideChar>(unit)) {

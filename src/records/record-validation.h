@@ -1,4 +1,4 @@
-// Whether the file provider's record can be believed.
+// Checks the structure of the file provider's record.
 #pragma once
 
 #include <cstddef>
@@ -6,14 +6,13 @@
 
 namespace larder {
 
-// bytes: what is said to be a FileDataRecord with its chains and certificates, at any address.
-// size: how much may be read there; the record itself is the dataSize bytes that it tells of, and
-// what stands behind them isn't looked at.
+// bytes: a FileDataRecord with its chains and certificates, at any address. size: the number of
+// bytes that may be read. The record is its first dataSize bytes; what follows isn't read.
 //
-// Gives what is wrong, in a few words that name the place, or the empty text. Accepted is a record
-// in which every chain and certificate lies behind the one before it and inside dataSize; bytes
-// between and behind them are no fault, and neither are the certificates' own bytes and
-// providerType. One pass, no memory of its own.
+// Returns what is wrong and where, or empty text. A record is accepted if every chain and
+// certificate begins after the end of the one before it and ends within dataSize. Unused bytes
+// between and after them are allowed. providerType and the certificates' contents aren't checked.
+// Linear time.
 std::string ValidateFileDataRecord(const void* bytes, std::size_t size);
 
 }  // namespace larder

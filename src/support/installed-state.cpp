@@ -32,7 +32,7 @@ int DeleteTree(const WideString& directory) {
 using Enumeration = platform::Code (*)(platform::RegistryKey key, std::uint32_t index,
                                        LarderWideChar* name, std::uint32_t& length);
 
-// Whether an enumeration of the maker's key finds nothing; tells why it isn't so. call: its name.
+// Whether an enumeration of the maker's key finds nothing; logs why not. call: its name in the log.
 bool FindsNothing(const AutoRegKeyHandle& key, Enumeration enumerate, const char* call) {
   LarderWideChar name[kRegistryNameRoom] = {};
   std::uint32_t length = kRegistryNameRoom;

@@ -1,10 +1,9 @@
-// What an installation leaves on the machine: taking it away, and setting up a machine on which the
-// modules lie beside the running program.
+// Removes what an installation leaves on the machine, and registers the modules beside the running
+// program.
 //
-// No exported operation comes here: the routines are for the tool, and the library is linked
-// without them. They tell nothing to their caller: a failure is a WARN line, and ends the one
-// routine in which it happened. Nothing is thrown but std::bad_alloc. Any thread; nothing guards
-// the machine against others that change it at the same time.
+// For the tool; the library is linked without these routines. They return nothing: a failure is
+// logged as a WARN line and ends the routine. They throw nothing but std::bad_alloc. They may be
+// called from any thread, but don't guard against other changes of the machine at the same time.
 #pragma once
 
 #include <vector>
@@ -13,28 +12,27 @@
 
 namespace larder {
 
-// True when szLocation is the location of a real installation or a leading part of it, without
-// case.
+// True if szLocation is the path of a real installation or a prefix of it, compared without case.
 bool IsInstalledInCommonFiles();
 
-// Deletes a directory with all that is in it, for good, and then its parent if that is empty.
-// The parent stays when the deletion fails. Both paths may end in a backslash.
+// Deletes a directory with its contents, permanently, and then its parent if that is empty. The
+// parent stays if the deletion fails. Both paths may end in a backslash.
 void DeleteDirectoryAndParentIfEmpty(const WideString& directory, const WideString& parent);
 
-// The data directory (logs and databases), and the maker's data directory if that is empty then.
-// Neither this nor the next asks for IsInstalledInCommonFiles.
+// Deletes the data directory (logs and databases), and the maker's data directory if that is then
+// empty. Neither this routine nor the next checks IsInstalledInCommonFiles.
 void DeleteLarderDataDir();
-// The directory that GetLarderProgramDir gives, wherever that is, and the maker's directory among
-// the common program files if that is empty.
+// Deletes the directory that GetLarderProgramDir returns, wherever that is, and the maker's
+// directory among the common program files if that is empty.
 void DeleteLarderProgramDir();
-// The data directory without the maker's; silent.
+// Deletes the data directory but not the maker's; logs nothing.
 void DeleteLarderDataTree();
 
-// The library's part of the registry, and the maker's key if that has neither subkeys nor values
-// then. Nothing at all if IsInstalledInCommonFiles.
+// Deletes the library's part of the registry, and the maker's key if that then has neither subkeys
+// nor values. Does nothing if IsInstalledInCommonFiles.
 void DeleteLarderRegistryEntries();
 void DeleteVelmorRegistryKeyIfEmpty();
-// The same as DeleteLarderRegistryEntries, with a second look at the maker's key.
+// DeleteLarderRegistryEntries, followed by a second check of the maker's key.
 void RemoveRegistryIfNotInstalled();
 
 struct DefaultValue {
@@ -43,11 +41,11 @@ struct DefaultValue {
   WideString data;
 };
 
-// What RegisterDefaultProviders writes, in its order.
+// What RegisterDefaultProviders writes, in that order.
 std::vector<DefaultValue> DefaultProviderValues();
 
-// Replaces the library's part of the registry by the three providers that come with it, to be found
-// in the folder of this process's image. Nothing at all if IsInstalledInCommonFiles.
+// Replaces the library's part of the registry by the three providers that come with it, located in
+// the folder of this process's image. Does nothing if IsInstalledInCommonFiles.
 void RegisterDefaultProviders();
 
 }  // namespace larder

@@ -23,7 +23,7 @@ WideString MakerPath(platform::CommonFolder folder) {
   return path + kSeparator + kMakerFolder + kSeparator;
 }
 
-// Counts the lines of a text as its bytes come in.
+// Counts the matching lines of a text that arrives in pieces.
 class LineCounter {
  public:
   explicit LineCounter(const std::string& textToFind) : wanted(textToFind) {}

@@ -1,8 +1,8 @@
-// The places on disk that the library knows, and what is done with paths.
+// The library's directories, and operations on paths.
 //
-// A directory's path ends in a backslash, so that a file name is appended as it stands. Failures
-// are told by log lines and by an empty, short or false result. No state; any thread. Nothing is
-// thrown but std::bad_alloc.
+// A directory's path ends in a backslash, so that a file name can be appended. A failure is logged
+// and gives an empty, shorter or false result. Stateless; any thread. Nothing is thrown but
+// std::bad_alloc.
 #pragma once
 
 #include <cstdint>
@@ -13,37 +13,37 @@
 namespace larder {
 
 // The maker's directories below the system's folders for common data and common program files.
-// Empty, after a WARN line, when the system doesn't tell the folder. Nothing is made.
+// Empty, after a WARN line, if the system doesn't know the folder. Nothing is created.
 WideString GetVelmorDataPath();
 WideString GetVelmorProgramPath();
 
-// The product's data directory; the bare "Larder\" when GetVelmorDataPath failed.
+// The product's data directory; just "Larder\" if GetVelmorDataPath failed.
 WideString GetLarderDataPath();
 
-// Where the product's modules are: szLocation of the registry as it stands, with or without a
-// backslash at its end, or else the product's directory among the common program files.
+// The directory of the product's modules: the registry's szLocation, unchanged (with or without a
+// backslash at its end), or else the product's directory among the common program files.
 WideString GetLarderProgramDir();
 
-// Makes a database directory of this name below the product's data directory, and the levels above
-// it. The path as far as it was made; silent.
+// Creates a database directory of this name below the product's data directory, with the levels
+// above it. Returns the path as far as it could be created; logs nothing.
 WideString MakeLarderDbDir(const WideString& name);
 
-// The part up to and including the last backslash; empty, after a WARN line, without one.
+// The part up to and including the last backslash; empty, after a WARN line, if there is none.
 WideString GetPath(const WideString& path);
-// The part behind the last backslash, or the whole path.
+// The part after the last backslash, or the whole path.
 WideString GetFileNameInPath(const WideString& path);
-// The directory of the host process's image with a file name behind it.
+// A path in the directory of the host process's image.
 WideString GetFileNameInModuleLocation(const WideString& fileName);
 
 bool DirectoryExists(const WideString& path);
-// Makes the missing levels of a path; true when the whole path is a directory at the end.
+// Creates the missing levels of a path. True if the path is a directory afterwards.
 bool CreateDirectoryTree(const WideString& path);
 
-// Makes one level unless it exists already; silent.
+// Creates one level unless it exists; logs nothing. False if it neither exists nor could be
+// created.
 bool EnsureFolder(const WideString& path);
 
-// How many lines of a text file contain a text; 0 for a file that can't be read. A line counts
-// once.
+// The number of lines of a file that contain a text; 0 for a file that can't be read.
 std::uint32_t CountLinesContaining(const WideString& path, const std::string& text);
 
 }  // namespace larder

@@ -10,15 +10,15 @@ constexpr std::size_t kStringRoom = kMaxRegistryCharacters + 1;  // with the ter
 
 WideString WholePath(const WideString& subkey) { return WideString(LarderRegistryRoot) + subkey; }
 
-// What a reading routine asks for, and how it reports: a routine that hides reasons shows the text
-// of code 0 for whatever went wrong.
+// What to read, and how to log a failure: a routine that hides reasons logs the text of code 0
+// whatever the failure.
 struct ReadRequest {
   const WideString& subkey;
   const WideString& valueName;
   bool hidesReasons;
 };
 
-// The key stays open for the caller, whose end is where it is closed.
+// The key stays open until the caller returns.
 bool ReadValue(const ReadRequest& request, AutoRegKeyHandle& key, std::uint32_t& type, void* data,
                std::uint32_t& size) {
   const auto shown = [&](platform::Code code) {
@@ -45,7 +45,7 @@ WideString GetRegistryString(const WideString& subkey, const WideString& valueNa
   ScopeTrace scope("Entering GetRegistryString()", "Leaving GetRegistryString()");
   AutoRegKeyHandle key;
   std::uint32_t type = 0;
-  // One unit more than is asked for, so that a value stored without a terminator ends here.
+  // One unit more than is read, so that a value stored without a terminator ends there.
   LarderWideChar text[kStringRoom + 1] = {};
   std::uint32_t size = kStringRoom * sizeof(LarderWideChar);
   if (!ReadValue({subkey, valueName, true}, key, type, text, size)) return {};

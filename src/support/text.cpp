@@ -12,7 +12,7 @@ constexpr std::uint32_t kLastCodePoint = 0x10FFFF;
 
 [[noreturn]] void FailConversion() { throw std::range_error("bad conversion"); }
 
-// What the first byte of a sequence says.
+// What the first byte of a sequence encodes.
 struct SequenceHead {
   std::size_t following;  // continuation bytes
   std::uint32_t bits;     // its share of the value
