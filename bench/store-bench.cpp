@@ -103,7 +103,7 @@ class Machine {
       if (i % (entries / static_cast<std::int64_t>(kFiles)) == 0) {
         file.path =
             paths[static_cast<std::size_t>(i * static_cast<std::int64_t>(kFiles) / entries)];
-        if (platform::LookAtFile(WideString(file.path), file.info, kind) != 0) std::abort();
+        if (platform::QueryPathInfo(WideString(file.path), file.info, kind) != 0) std::abort();
       }
       batch.push_back({feed::StoreKey(file.path, file.info.lastModified),
                        feed::MakeEntry(file, ViewOf(record))});

@@ -233,7 +233,7 @@ bool FactStore::IsStopping() {
 // False if it doesn't come. Where there is no file for it, LMDB's lock has to do.
 bool FactStore::TakeTurn() {
   const auto begin = std::chrono::steady_clock::now();
-  while (platform::TryToLockFile(turn) == platform::kSharingViolation) {
+  while (platform::TryLockFile(turn) == platform::kSharingViolation) {
     const auto patience = IsStopping() ? kPatienceAtEnd : kPatience;
     if (std::chrono::steady_clock::now() - begin > patience) {
       SetReason("another process that writes to the store doesn't go on");

@@ -22,7 +22,7 @@ namespace {
 std::uint64_t StepOf(const ObjectIdentity& wanted, const platform::FileInfo& info) {
   constexpr std::uint64_t kSecond = 10'000'000;
   if (info.lastModified % kSecond == 0 && info.changed % kSecond == 0) return 2 * kSecond;
-  return platform::FileTimeStep(wanted.path);
+  return platform::FileTimeGranularity(wanted.path);
 }
 
 // Whether the file had stood still long enough at a moment for any change after it to show in its
@@ -51,7 +51,7 @@ platform::FileInfo LookAtWritten(const ObjectIdentity& wanted) {
   platform::FileInfo info;
   platform::FileKind kind{};
   const std::uint64_t moment = platform::CurrentFileTime();
-  if (!IsThere(wanted, platform::LookAtFile(wanted.path, info, kind))) {
+  if (!IsThere(wanted, platform::QueryPathInfo(wanted.path, info, kind))) {
     RefuseBlock(wanted, "there is no such file");
   }
   RequireRegular(wanted, kind);
@@ -97,7 +97,7 @@ void FeedFileProvider::Query(const void* objectDescriptor, std::uint32_t queryOp
 bool FeedFileProvider::FindStored(const ObjectIdentity& wanted, DbBuffer* result) {
   platform::FileInfo info;
   platform::FileKind kind{};
-  if (!IsThere(wanted, platform::LookAtFile(wanted.path, info, kind))) return false;
+  if (!IsThere(wanted, platform::QueryPathInfo(wanted.path, info, kind))) return false;
   RequireRegular(wanted, kind);
   RequireTime(wanted, info);
   const WideString folded = platform::FoldCase(wanted.path);

@@ -244,7 +244,7 @@ bool StoreEnvironment::IsDamage(int code) const {
                               MDB_INCOMPATIBLE,  MDB_KEYEXIST,  MDB_CURSOR_FULL,      MDB_BAD_TXN};
   if (std::find(kCodes.begin(), kCodes.end(), code) != kCodes.end()) return true;
   // A page beyond the end of any file: no whole store has one outside the map.
-  return code == EFBIG && platform::LargestFile() > MapSize();
+  return code == EFBIG && platform::MaxFileSize() > MapSize();
 }
 
 void StoreEnvironment::Open() {
@@ -292,7 +292,7 @@ bool StoreEnvironment::OpenTables(unsigned flags) {
   Check(mdb_txn_commit(transaction.release()));
   platform::FileInfo info;
   platform::FileKind kind{};
-  if (platform::LookAtFile(dataFile, info, kind) == platform::kSuccess) dataIndex = info.index;
+  if (platform::QueryPathInfo(dataFile, info, kind) == platform::kSuccess) dataIndex = info.index;
   return true;
 }
 
@@ -318,13 +318,13 @@ void StoreEnvironment::CheckFormat(MDB_txn* transaction, bool make) const {
 std::uint64_t StoreEnvironment::DataFileSize() const {
   platform::FileInfo info;
   platform::FileKind kind{};
-  return platform::LookAtFile(dataFile, info, kind) == platform::kSuccess ? info.size : 0;
+  return platform::QueryPathInfo(dataFile, info, kind) == platform::kSuccess ? info.size : 0;
 }
 
 bool StoreEnvironment::IsInPlace() const {
   platform::FileInfo info;
   platform::FileKind kind{};
-  return platform::LookAtFile(dataFile, info, kind) == platform::kSuccess &&
+  return platform::QueryPathInfo(dataFile, info, kind) == platform::kSuccess &&
          info.index == dataIndex;
 }
 

@@ -56,7 +56,7 @@ std::uint64_t StoreIndex(const WideString& storeFolder) {
   platform::FileInfo info;
   platform::FileKind kind{};
   static_cast<void>(
-      platform::LookAtFile(storeFolder + LARDER_WIDE("\\data.mdb"), info, kind));  // 0 then
+      platform::QueryPathInfo(storeFolder + LARDER_WIDE("\\data.mdb"), info, kind));  // 0 then
   return info.index;
 }
 

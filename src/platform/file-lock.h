@@ -14,7 +14,7 @@ namespace larder::platform {
 
 // Never waits: kSharingViolation while another handle holds the lock. It is given back by
 // UnlockFile, by closing the handle, and when the process ends, however it does.
-[[nodiscard]] Code TryToLockFile(Handle file) noexcept;
+[[nodiscard]] Code TryLockFile(Handle file) noexcept;
 Code UnlockFile(Handle file) noexcept;
 
 }  // namespace larder::platform

@@ -33,14 +33,14 @@ struct FileInfo {
 
 // What QueryFileInfo would tell of a path, links followed, from a look that needs no right to read
 // the file, disturbs nobody and never blocks. info is that of a regular file, else untouched.
-[[nodiscard]] Code LookAtFile(const WideString& path, FileInfo& info, FileKind& kind);
+[[nodiscard]] Code QueryPathInfo(const WideString& path, FileInfo& info, FileKind& kind);
 
 // By how much two changes of a file must lie apart to be sure to leave different times, where the
 // path leads: it depends on the file system. 100 ns.
-[[nodiscard]] std::uint64_t FileTimeStep(const WideString& path);
+[[nodiscard]] std::uint64_t FileTimeGranularity(const WideString& path);
 
 // How many bytes this process may make a file hold; the largest number if nothing is set.
-[[nodiscard]] std::uint64_t LargestFile() noexcept;
+[[nodiscard]] std::uint64_t MaxFileSize() noexcept;
 
 // The system's clock, in the form of a file's times.
 [[nodiscard]] std::uint64_t CurrentFileTime() noexcept;
@@ -49,12 +49,13 @@ struct FileInfo {
 // case tells files apart.
 [[nodiscard]] WideString FoldCase(WideString path);
 
-// Reads on from where the last read ended; got is 0 at the end of the file.
-[[nodiscard]] Code ReadOn(Handle file, void* buffer, std::size_t size, std::size_t& got) noexcept;
+// Reads on from where the last read ended; bytesRead is 0 at the end of the file.
+[[nodiscard]] Code ReadNext(Handle file, void* buffer, std::size_t size,
+                            std::size_t& bytesRead) noexcept;
 
-// Reads at an offset; got is less than size at the end of the file and nowhere else. Where ReadOn
-// goes on afterwards is not defined.
+// Reads at an offset; bytesRead is less than size at the end of the file and nowhere else. Where
+// ReadNext goes on afterwards is not defined.
 [[nodiscard]] Code ReadAt(Handle file, std::uint64_t offset, void* buffer, std::size_t size,
-                          std::size_t& got) noexcept;
+                          std::size_t& bytesRead) noexcept;
 
 }  // namespace larder::platform

@@ -154,9 +154,10 @@ std::uint32_t CountLinesContaining(const WideString& path, const std::string& te
   }
   LineCounter counter(text);
   char bytes[4096];
-  std::size_t got = 0;
-  while (platform::ReadOn(file.Get(), bytes, sizeof bytes, got) == platform::kSuccess && got > 0) {
-    counter.Add(bytes, got);
+  std::size_t bytesRead = 0;
+  while (platform::ReadNext(file.Get(), bytes, sizeof bytes, bytesRead) == platform::kSuccess &&
+         bytesRead > 0) {
+    counter.Add(bytes, bytesRead);
   }
   return counter.Finish();
 }

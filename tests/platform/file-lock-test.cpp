@@ -14,19 +14,19 @@ TEST_F(FileLockTest, OneHandleHoldsTheLockUntilItIsGivenBackOrClosed) {
   const Handle other = OpenLockFile(InFolder("lock"));
   ASSERT_NE(one, InvalidHandle());
   ASSERT_NE(other, InvalidHandle());
-  ASSERT_EQ(TryToLockFile(one), kSuccess);
-  EXPECT_EQ(TryToLockFile(other), kSharingViolation);
+  ASSERT_EQ(TryLockFile(one), kSuccess);
+  EXPECT_EQ(TryLockFile(other), kSharingViolation);
   EXPECT_EQ(UnlockFile(one), kSuccess);
-  ASSERT_EQ(TryToLockFile(other), kSuccess);
-  EXPECT_EQ(TryToLockFile(one), kSharingViolation);
+  ASSERT_EQ(TryLockFile(other), kSuccess);
+  EXPECT_EQ(TryLockFile(one), kSharingViolation);
   CloseObject(other);
-  EXPECT_EQ(TryToLockFile(one), kSuccess);
+  EXPECT_EQ(TryLockFile(one), kSuccess);
   CloseObject(one);
 }
 
 TEST_F(FileLockTest, WhatCannotBeOpenedCannotBeLocked) {
   EXPECT_EQ(OpenLockFile(InFolder("missing/lock")), InvalidHandle());
-  EXPECT_EQ(TryToLockFile(InvalidHandle()), kInvalidHandle);
+  EXPECT_EQ(TryLockFile(InvalidHandle()), kInvalidHandle);
   EXPECT_EQ(UnlockFile(InvalidHandle()), kInvalidHandle);
 }
 

@@ -24,9 +24,9 @@ TEST_F(FileTest, ARegularFileIsReadToItsEnd) {
     std::string read;
     std::string buffer(777, '\0');
     std::size_t got = 0;
-    while (ReadOn(file, buffer.data(), buffer.size(), got) == kSuccess && got > 0)
+    while (ReadNext(file, buffer.data(), buffer.size(), got) == kSuccess && got > 0)
       read.append(buffer, 0, got);
-    EXPECT_EQ(ReadOn(file, buffer.data(), buffer.size(), got), kSuccess);
+    EXPECT_EQ(ReadNext(file, buffer.data(), buffer.size(), got), kSuccess);
     EXPECT_EQ(got, 0u);
     EXPECT_EQ(read, whole);
   }
@@ -46,7 +46,7 @@ TEST_F(FileTest, TheInformationTellsSizeAndIdentity) {
   ASSERT_EQ(Open(InFolder("renamed")), kSuccess);
   EXPECT_EQ(Info().index, info.index);
   FileInfo seen;
-  ASSERT_EQ(LookAtFile(InFolder("renamed"), seen, kind), kSuccess);
+  ASSERT_EQ(QueryPathInfo(InFolder("renamed"), seen, kind), kSuccess);
   EXPECT_EQ(kind, FileKind::kRegular);
   EXPECT_EQ(seen, Info());
 }
@@ -73,7 +73,7 @@ TEST_F(FileTest, ADirectoryIsToldAsOneAndNotOpened) {
   for (const WideString& path : {machine.WideFolder(), WidePathOf(machine.Folder())}) {
     ExpectNotOpened(path, FileKind::kDirectory);
     kind = FileKind::kRegular;
-    ASSERT_EQ(LookAtFile(path, info, kind), kSuccess);
+    ASSERT_EQ(QueryPathInfo(path, info, kind), kSuccess);
     EXPECT_EQ(kind, FileKind::kDirectory);
     EXPECT_EQ(info, FileInfo{});
   }
@@ -83,7 +83,7 @@ TEST_F(FileTest, WhatIsNotThereOrCantBeGivesACode) {
   Write("file");
   FileInfo info;
   EXPECT_EQ(Open(InFolder("missing")), kFileNotFound);
-  EXPECT_EQ(LookAtFile(InFolder("missing"), info, kind), kFileNotFound);
+  EXPECT_EQ(QueryPathInfo(InFolder("missing"), info, kind), kFileNotFound);
   EXPECT_EQ(Open(InFolder(std::string("file\0s", 6))), kInvalidName);
   EXPECT_NE(Open(WideString()), kSuccess);
   std::string deep;
@@ -116,7 +116,7 @@ TEST_F(FileTest, ANoHandleIsRefused) {
   std::size_t got = 1;
   for (const Handle none : {InvalidHandle(), Handle{nullptr}}) {
     EXPECT_EQ(QueryFileInfo(none, info), kInvalidHandle);
-    EXPECT_EQ(ReadOn(none, buffer.data(), buffer.size(), got), kInvalidHandle);
+    EXPECT_EQ(ReadNext(none, buffer.data(), buffer.size(), got), kInvalidHandle);
     EXPECT_EQ(got, 0u);
     EXPECT_EQ(ReadAt(none, 0, buffer.data(), buffer.size(), got), kInvalidHandle);
   }
@@ -137,8 +137,8 @@ TEST_F(FileTest, TheClockIsThatOfTheFilesTimes) {
   FileInfo info;
   const std::uint64_t before = CurrentFileTime();
   Write("file", "12345");
-  ASSERT_EQ(LookAtFile(InFolder("file"), info, kind), kSuccess);
-  const std::uint64_t step = FileTimeStep(InFolder("file"));
+  ASSERT_EQ(QueryPathInfo(InFolder("file"), info, kind), kSuccess);
+  const std::uint64_t step = FileTimeGranularity(InFolder("file"));
   EXPECT_GE(step, 100'000u);
   EXPECT_LE(step, 20'000'000u);
   EXPECT_LE(before, info.lastModified + step);

@@ -255,7 +255,7 @@ TEST_F(FactStoreTest, RefusesARecordThatWouldTakeMuchOfIt) {
 TEST_F(FactStoreTest, GivesUpAtTheEndWhatAnotherWriterHoldsUp) {
   FillAndClose(1);
   const platform::Handle turn = platform::OpenLockFile(TurnFile(folder));
-  ASSERT_EQ(platform::TryToLockFile(turn), platform::kSuccess);
+  ASSERT_EQ(platform::TryLockFile(turn), platform::kSuccess);
   {
     FactStore store(folder, kMiB);
     for (int number = 1; number < 400; ++number) Keep(store, number);  // several batches

@@ -38,7 +38,7 @@ class FileProviderTest : public testing::Test {
   static platform::FileInfo InfoOf(const WideString& path) {
     platform::FileInfo info;
     platform::FileKind kind{};
-    EXPECT_EQ(platform::LookAtFile(path, info, kind), platform::kSuccess);
+    EXPECT_EQ(platform::QueryPathInfo(path, info, kind), platform::kSuccess);
     return info;
   }
 

@@ -26,19 +26,19 @@ Code QueryFileInfo(Handle, FileInfo& info) noexcept {
 }
 
 Code ReadAt(Handle, std::uint64_t offset, void* buffer, std::size_t size,
-            std::size_t& got) noexcept {
+            std::size_t& bytesRead) noexcept {
   const std::string& bytes = CurrentFile.bytes;
-  got = 0;
-  while (got < size) {
-    std::size_t place = static_cast<std::size_t>(offset) + got;
+  bytesRead = 0;
+  while (bytesRead < size) {
+    std::size_t place = static_cast<std::size_t>(offset) + bytesRead;
     if (CurrentFile.isEndless) place %= bytes.size();
     if (place >= bytes.size()) break;
-    const std::size_t count = std::min(size - got, bytes.size() - place);
-    std::memcpy(static_cast<char*>(buffer) + got, bytes.data() + place, count);
-    got += count;
+    const std::size_t count = std::min(size - bytesRead, bytes.size() - place);
+    std::memcpy(static_cast<char*>(buffer) + bytesRead, bytes.data() + place, count);
+    bytesRead += count;
   }
-  CurrentFile.bytesGiven += got;
-  return got < size ? CurrentFile.readCode : kSuccess;
+  CurrentFile.bytesGiven += bytesRead;
+  return bytesRead < size ? CurrentFile.readCode : kSuccess;
 }
 
 }  // namespace platform

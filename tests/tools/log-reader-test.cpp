@@ -54,12 +54,12 @@ platform::Code platform::QueryFileInfo(Handle file, FileInfo& info) noexcept {
   return kSuccess;
 }
 
-platform::Code platform::ReadOn(Handle file, void* buffer, std::size_t size,
-                                std::size_t& got) noexcept {
+platform::Code platform::ReadNext(Handle file, void* buffer, std::size_t size,
+                                  std::size_t& bytesRead) noexcept {
   BeforeEachOperation();
   Reading& reading = ReadingOf(file);
-  got = reading.file->bytes.copy(static_cast<char*>(buffer), size, reading.position);
-  reading.position += got;
+  bytesRead = reading.file->bytes.copy(static_cast<char*>(buffer), size, reading.position);
+  reading.position += bytesRead;
   return kSuccess;
 }
 

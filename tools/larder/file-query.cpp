@@ -75,7 +75,8 @@ void AskLibrary(LarderHandle handle, const FileQuestion& question, const Descrip
 platform::FileInfo FileInfoOf(const WideString& path) {
   platform::FileInfo info;
   platform::FileKind kind{};
-  return platform::LookAtFile(path, info, kind) == platform::kSuccess ? info : platform::FileInfo();
+  return platform::QueryPathInfo(path, info, kind) == platform::kSuccess ? info
+                                                                         : platform::FileInfo();
 }
 
 FileAnswer QueryFile(LarderHandle handle, const FileQuestion& question, const std::string& file) {

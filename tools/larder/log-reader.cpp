@@ -85,7 +85,7 @@ bool LogReader::Print(Generation& generation) {
   while (!output.Failed()) {
     std::size_t got = 0;
     const platform::Code code =
-        platform::ReadOn(generation.file.Get(), bytes.data(), bytes.size(), got);
+        platform::ReadNext(generation.file.Get(), bytes.data(), bytes.size(), got);
     if (code != platform::kSuccess) {
       const WideString name = GenerationPath(path, generation.number);
       Report("cannot read " + platform::PathText(name) + ": " + SystemReason(code));

@@ -65,7 +65,7 @@ bool ReadHead(const WideString& path, std::array<unsigned char, kHeadSize>& buff
   size = 0;
   if (platform::OpenFileToRead(path, file.Out(), kind) != platform::kSuccess) return false;
   if (kind != platform::FileKind::kRegular) return false;
-  return platform::ReadOn(file.Get(), buffer.data(), buffer.size(), size) == platform::kSuccess;
+  return platform::ReadNext(file.Get(), buffer.data(), buffer.size(), size) == platform::kSuccess;
 }
 
 const char* NameOf(Format format) { return format == Format::kElf ? "Linux" : "Windows"; }

@@ -32,7 +32,7 @@
 namespace larder::platform {
 namespace {
 
-constexpr std::size_t kMostEvents = 64;
+constexpr std::size_t kMaxEvents = 64;
 constexpr std::array<std::string_view, 3> kLevels = {"run", "larder", "events"};
 
 struct EventObject : KernelObject {
@@ -209,7 +209,7 @@ class NamedEvent final : public EventObject {
   FileDescriptor watch;  // closed when the levels are to be looked for anew
 };
 
-using EventList = std::array<EventObject*, kMostEvents>;
+using EventList = std::array<EventObject*, kMaxEvents>;
 
 Code FindRaised(const EventList& events, std::size_t count, std::size_t& index, bool& isRaised) {
   isRaised = false;
@@ -221,7 +221,7 @@ Code FindRaised(const EventList& events, std::size_t count, std::size_t& index, 
 }
 
 Code SleepUntilAChange(const EventList& events, std::size_t count) {
-  std::array<pollfd, kMostEvents> polled;
+  std::array<pollfd, kMaxEvents> polled;
   for (std::size_t i = 0; i < count; ++i) polled[i] = {events[i]->Descriptor(), POLLIN, 0};
   if (poll(polled.data(), count, -1) < 0) return errno == EINTR ? kSuccess : CodeFromErrno(errno);
   for (std::size_t i = 0; i < count; ++i) {
@@ -259,7 +259,7 @@ Code LowerEvent(Handle event) noexcept {
 }
 
 Code WaitForAny(const Handle* events, std::size_t count, std::size_t& index) noexcept {
-  if (count == 0 || count > kMostEvents) return kInvalidParameter;
+  if (count == 0 || count > kMaxEvents) return kInvalidParameter;
   EventList objects;
   for (std::size_t i = 0; i < count; ++i) {
     objects[i] = ObjectOf<EventObject>(events[i]);

@@ -40,7 +40,7 @@ Handle OpenLockFile(const WideString& path) {
   return new LockFileObject(std::move(descriptor));
 }
 
-Code TryToLockFile(Handle file) noexcept { return SetLock(file, F_WRLCK); }
+Code TryLockFile(Handle file) noexcept { return SetLock(file, F_WRLCK); }
 
 Code UnlockFile(Handle file) noexcept { return SetLock(file, F_UNLCK); }
 

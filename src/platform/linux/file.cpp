@@ -108,7 +108,7 @@ Code QueryFileInfo(Handle file, FileInfo& info) noexcept {
   return kSuccess;
 }
 
-Code LookAtFile(const WideString& path, FileInfo& info, FileKind& kind) {
+Code QueryPathInfo(const WideString& path, FileInfo& info, FileKind& kind) {
   std::string native;
   if (const Code code = NativePath(path, native); code != kSuccess) return code;
   struct stat status {};
@@ -118,7 +118,7 @@ Code LookAtFile(const WideString& path, FileInfo& info, FileKind& kind) {
   return kSuccess;
 }
 
-std::uint64_t FileTimeStep(const WideString& path) {
+std::uint64_t FileTimeGranularity(const WideString& path) {
   constexpr std::uint64_t kTick = 100'000;  // 10 ms, that of the slowest kernel's clock
   constexpr std::uint64_t kCoarse = 20'000'000;
   std::string native;
@@ -127,7 +127,7 @@ std::uint64_t FileTimeStep(const WideString& path) {
   return HasFineTimes(system) ? kTick : kCoarse;
 }
 
-std::uint64_t LargestFile() noexcept {
+std::uint64_t MaxFileSize() noexcept {
   rlimit limit{};
   const bool isSet = getrlimit(RLIMIT_FSIZE, &limit) == 0 && limit.rlim_cur != RLIM_INFINITY;
   return isSet ? limit.rlim_cur : std::numeric_limits<std::uint64_t>::max();
@@ -141,8 +141,8 @@ std::uint64_t CurrentFileTime() noexcept {
 
 WideString FoldCase(WideString path) { return path; }
 
-Code ReadOn(Handle file, void* buffer, std::size_t size, std::size_t& got) noexcept {
-  got = 0;
+Code ReadNext(Handle file, void* buffer, std::size_t size, std::size_t& bytesRead) noexcept {
+  bytesRead = 0;
   const auto* object = ObjectOf<FileObject>(file);
   if (object == nullptr) return kInvalidHandle;
   ssize_t result = -1;
@@ -150,21 +150,21 @@ Code ReadOn(Handle file, void* buffer, std::size_t size, std::size_t& got) noexc
     result = read(object->descriptor.Get(), buffer, size);
   } while (result < 0 && errno == EINTR);
   if (result < 0) return CodeFromErrno(errno);
-  got = static_cast<std::size_t>(result);
+  bytesRead = static_cast<std::size_t>(result);
   return kSuccess;
 }
 
 Code ReadAt(Handle file, std::uint64_t offset, void* buffer, std::size_t size,
-            std::size_t& got) noexcept {
-  got = 0;
+            std::size_t& bytesRead) noexcept {
+  bytesRead = 0;
   const auto* object = ObjectOf<FileObject>(file);
   if (object == nullptr) return kInvalidHandle;
-  while (got < size) {
-    const ssize_t result = pread(object->descriptor.Get(), static_cast<char*>(buffer) + got,
-                                 size - got, static_cast<off_t>(offset + got));
+  while (bytesRead < size) {
+    const ssize_t result = pread(object->descriptor.Get(), static_cast<char*>(buffer) + bytesRead,
+                                 size - bytesRead, static_cast<off_t>(offset + bytesRead));
     if (result == 0) break;
     if (result > 0) {
-      got += static_cast<std::size_t>(result);
+      bytesRead += static_cast<std::size_t>(result);
     } else if (errno != EINTR) {
       return CodeFromErrno(errno);
     }

@@ -365,12 +365,12 @@ std::uint32_t GetNumber(const unsigned char* bytes) {
 Code ReadBytes(int file, void* data, std::size_t size) {
   auto* next = static_cast<char*>(data);
   while (size > 0) {
-    const ssize_t got = read(file, next, size);
-    if (got < 0 && errno == EINTR) continue;
-    if (got < 0) return CodeFromErrno(errno);
-    if (got == 0) return kRegistryCorrupt;
-    next += got;
-    size -= static_cast<std::size_t>(got);
+    const ssize_t bytesRead = read(file, next, size);
+    if (bytesRead < 0 && errno == EINTR) continue;
+    if (bytesRead < 0) return CodeFromErrno(errno);
+    if (bytesRead == 0) return kRegistryCorrupt;
+    next += bytesRead;
+    size -= static_cast<std::size_t>(bytesRead);
   }
   return kSuccess;
 }

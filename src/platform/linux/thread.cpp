@@ -42,7 +42,7 @@ sigset_t SentSignals() {
 
 // A thread begins with its maker's mask, so that there is no moment in which the program's signal
 // handlers could run on it.
-bool StartDeaf(pthread_t& thread, Task* task) {
+bool StartWithSignalsBlocked(pthread_t& thread, Task* task) {
   const sigset_t signals = SentSignals();
   sigset_t before;
   if (pthread_sigmask(SIG_BLOCK, &signals, &before) != 0) return false;
@@ -56,7 +56,7 @@ bool StartDeaf(pthread_t& thread, Task* task) {
 Handle StartThread(void (*body)(void* argument), void* argument) noexcept {
   std::unique_ptr<Task> task(new (std::nothrow) Task{body, argument});
   std::unique_ptr<ThreadObject> object(new (std::nothrow) ThreadObject);
-  if (!task || !object || !StartDeaf(object->thread, task.get())) return nullptr;
+  if (!task || !object || !StartWithSignalsBlocked(object->thread, task.get())) return nullptr;
   static_cast<void>(task.release());
   object->isOurs = true;
   return object.release();

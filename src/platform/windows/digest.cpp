@@ -22,7 +22,7 @@ BCRYPT_ALG_HANDLE OpenAlgorithm(const wchar_t* name) noexcept {
 }
 
 // How many bytes go at once, since the system counts in 32 bits.
-constexpr std::size_t kMostAtOnce = 0x40000000;
+constexpr std::size_t kMaxHashBlock = 0x40000000;
 
 }  // namespace
 
@@ -63,7 +63,7 @@ bool AddToDigest(Digest& digest, const void* bytes, std::size_t size) noexcept {
   // The system reads them only, whatever its parameter's type says.
   auto* next = static_cast<UCHAR*>(const_cast<void*>(bytes));
   while (size > 0) {
-    const std::size_t count = std::min(size, kMostAtOnce);
+    const std::size_t count = std::min(size, kMaxHashBlock);
     if (BCryptHashData(&digest, next, static_cast<ULONG>(count), 0) != 0) return false;
     next += count;
     size -= count;

@@ -20,7 +20,7 @@ Handle OpenLockFile(const WideString& path) {
                                               kShareAll, nullptr, OPEN_ALWAYS, 0, nullptr));
 }
 
-Code TryToLockFile(Handle file) noexcept {
+Code TryLockFile(Handle file) noexcept {
   OVERLAPPED place{};  // the first byte, whether it is there or not
   constexpr DWORD kFlags = LOCKFILE_EXCLUSIVE_LOCK | LOCKFILE_FAIL_IMMEDIATELY;
   if (LockFileEx(Native(file), kFlags, 0, 1, 0, &place) != FALSE) return kSuccess;

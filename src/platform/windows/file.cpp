@@ -89,7 +89,7 @@ Code QueryFileInfo(Handle file, FileInfo& info) noexcept {
   return kSuccess;
 }
 
-Code LookAtFile(const WideString& path, FileInfo& info, FileKind& kind) {
+Code QueryPathInfo(const WideString& path, FileInfo& info, FileKind& kind) {
   WideString native;
   if (const Code code = NativePath(path, native); code != kSuccess) return code;
   const Handle opened = OpenWith(FILE_READ_ATTRIBUTES, native);
@@ -100,7 +100,7 @@ Code LookAtFile(const WideString& path, FileInfo& info, FileKind& kind) {
   return QueryFileInfo(opened, info);
 }
 
-std::uint64_t FileTimeStep(const WideString& path) {
+std::uint64_t FileTimeGranularity(const WideString& path) {
   constexpr std::uint64_t kTick = 200'000;  // 20 ms: the clock's 15.6 ms and something
   constexpr std::uint64_t kCoarse = 20'000'000;
   WideString native;
@@ -111,7 +111,7 @@ std::uint64_t FileTimeStep(const WideString& path) {
   return HasFineTimes(opened) ? kTick : kCoarse;
 }
 
-std::uint64_t LargestFile() noexcept { return std::numeric_limits<std::uint64_t>::max(); }
+std::uint64_t MaxFileSize() noexcept { return std::numeric_limits<std::uint64_t>::max(); }
 
 std::uint64_t CurrentFileTime() noexcept {
   FILETIME now;
@@ -122,40 +122,41 @@ std::uint64_t CurrentFileTime() noexcept {
 WideString FoldCase(WideString path) {
   const auto length = static_cast<int>(path.size());
   WideString folded(path.size(), L'\0');
-  const int got = LCMapStringEx(LOCALE_NAME_INVARIANT, LCMAP_UPPERCASE, path.data(), length,
-                                folded.data(), length, nullptr, nullptr, 0);
-  return got == length ? folded : path;
+  const int written = LCMapStringEx(LOCALE_NAME_INVARIANT, LCMAP_UPPERCASE, path.data(), length,
+                                    folded.data(), length, nullptr, nullptr, 0);
+  return written == length ? folded : path;
 }
 
-Code ReadOn(Handle file, void* buffer, std::size_t size, std::size_t& got) noexcept {
-  got = 0;
+Code ReadNext(Handle file, void* buffer, std::size_t size, std::size_t& bytesRead) noexcept {
+  bytesRead = 0;
   if (file == nullptr || file == InvalidHandle()) return kInvalidHandle;
-  constexpr std::size_t kMost = 1u << 30;
+  constexpr std::size_t kMaxRead = 1u << 30;
   DWORD count = 0;
-  const auto wanted = static_cast<DWORD>(std::min(size, kMost));
+  const auto wanted = static_cast<DWORD>(std::min(size, kMaxRead));
   if (ReadFile(Native(file), buffer, wanted, &count, nullptr) == FALSE) return LastError();
-  got = count;
+  bytesRead = count;
   return kSuccess;
 }
 
 Code ReadAt(Handle file, std::uint64_t offset, void* buffer, std::size_t size,
-            std::size_t& got) noexcept {
-  got = 0;
+            std::size_t& bytesRead) noexcept {
+  bytesRead = 0;
   if (file == nullptr || file == InvalidHandle()) return kInvalidHandle;
-  constexpr std::size_t kMost = 1u << 30;
-  while (got < size) {
-    const std::uint64_t place = offset + got;
+  constexpr std::size_t kMaxRead = 1u << 30;
+  while (bytesRead < size) {
+    const std::uint64_t place = offset + bytesRead;
     OVERLAPPED where{};
     where.Offset = static_cast<DWORD>(place);
     where.OffsetHigh = static_cast<DWORD>(place >> 32);
     DWORD count = 0;
-    const auto wanted = static_cast<DWORD>(std::min(size - got, kMost));
-    if (ReadFile(Native(file), static_cast<char*>(buffer) + got, wanted, &count, &where) == FALSE) {
+    const auto wanted = static_cast<DWORD>(std::min(size - bytesRead, kMaxRead));
+    if (ReadFile(Native(file), static_cast<char*>(buffer) + bytesRead, wanted, &count, &where) ==
+        FALSE) {
       const Code code = LastError();
       return code == ERROR_HANDLE_EOF ? kSuccess : code;
     }
     if (count == 0) break;
-    got += count;
+    bytesRead += count;
   }
   return kSuccess;
 }

@@ -24,7 +24,7 @@ TEST_F(FileKindTest, SpecialFilesAreToldAndNotOpened) {
   ExpectNotOpened(InFolder("fifo"), FileKind::kOther);
   FileInfo info;
   kind = FileKind::kRegular;
-  EXPECT_EQ(LookAtFile(InFolder("fifo"), info, kind), kSuccess);
+  EXPECT_EQ(QueryPathInfo(InFolder("fifo"), info, kind), kSuccess);
   EXPECT_EQ(kind, FileKind::kOther);
   inotify_event event;
   EXPECT_EQ(read(watch, &event, sizeof(event)), -1);
@@ -67,7 +67,7 @@ TEST_F(FileKindTest, AFileThatMayNotBeReadIsDeniedButTold) {
   std::filesystem::permissions(Native("secret"), std::filesystem::perms::none);
   const auto open = [this] {
     FileInfo info;
-    if (LookAtFile(InFolder("secret"), info, kind) != kSuccess || info.size != 7) return 1;
+    if (QueryPathInfo(InFolder("secret"), info, kind) != kSuccess || info.size != 7) return 1;
     return Open(InFolder("secret")) == kAccessDenied && file == InvalidHandle() ? 0 : 2;
   };
   EXPECT_EQ(RunAsNobody(open), 0);

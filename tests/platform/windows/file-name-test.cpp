@@ -55,7 +55,7 @@ TEST_F(FileNameTest, AFileThatOthersMayNotReadIsASharingViolationButTold) {
   const HANDLE holder = MakeAndHold(path);
   EXPECT_EQ(Open(path), kSharingViolation);
   FileInfo info;
-  EXPECT_EQ(LookAtFile(path, info, kind), kSuccess);
+  EXPECT_EQ(QueryPathInfo(path, info, kind), kSuccess);
   EXPECT_EQ(kind, FileKind::kRegular);
   EXPECT_NE(info.changed, 0u);
   CloseHandle(holder);
