@@ -5,21 +5,11 @@
 
 #include "common/object-identity.h"
 #include "common/system-reason.h"
-#include "platform/registry.h"
+#include "platform/scoped-handle.h"
 #include "product/product.h"
 
 namespace larder::feed {
 namespace {
-
-class OpenKey {
- public:
-  OpenKey() = default;
-  ~OpenKey() { platform::CloseRegistryKey(key); }
-  OpenKey(const OpenKey&) = delete;
-  OpenKey& operator=(const OpenKey&) = delete;
-
-  platform::RegistryKey key = nullptr;
-};
 
 class Value {
  public:
@@ -28,11 +18,11 @@ class Value {
 
   // False if there is no such value.
   bool Read(std::uint32_t wantedType, const char* typeName, void* data, std::uint32_t size) const {
-    OpenKey open;
+    platform::OwnedRegistryKey key;
     std::uint32_t type = 0;
-    platform::Code code = platform::OpenRegistryKey(path, platform::kKeyRead, open.key);
+    platform::Code code = platform::OpenRegistryKey(path, platform::kKeyRead, key.Out());
     if (code == platform::kSuccess) {
-      code = platform::QueryRegistryValue(open.key, name, type, data, size);
+      code = platform::QueryRegistryValue(key.Get(), name, type, data, size);
     }
     if (code == platform::kFileNotFound) return false;
     if (code != platform::kSuccess && code != platform::kMoreData) Fail(SystemReason(code));

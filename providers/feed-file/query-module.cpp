@@ -17,12 +17,12 @@ constexpr const char* kExport = "GetFileQuery";
 }  // namespace
 
 QueryModule::File::File(const WideString& path) {
-  const platform::Code code = platform::OpenModule(path, handle);
+  const platform::Code code = platform::OpenModule(path, module.Out());
   if (code != platform::kSuccess) Fail(path, SystemReason(code));
 }
 
 std::unique_ptr<IFileQuery> QueryModule::File::MakeQuery(const WideString& path) const {
-  const platform::Symbol symbol = platform::FindSymbol(handle, kExport);
+  const platform::Symbol symbol = platform::FindSymbol(module.Get(), kExport);
   if (symbol == nullptr) Fail(path, std::string("it doesn't export ") + kExport);
   IFileQuery* made = nullptr;
   // The module is unloaded on the way out, and its exception's code with it: what travels on must

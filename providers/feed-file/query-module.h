@@ -4,7 +4,7 @@
 #include <memory>
 
 #include "common/file-query.h"
-#include "platform/module.h"
+#include "platform/scoped-handle.h"
 
 namespace larder::feed {
 
@@ -21,14 +21,11 @@ class QueryModule {
   class File {
    public:
     explicit File(const WideString& path);
-    ~File() { platform::CloseModule(handle); }
-    File(const File&) = delete;
-    File& operator=(const File&) = delete;
 
     std::unique_ptr<IFileQuery> MakeQuery(const WideString& path) const;
 
    private:
-    platform::ModuleHandle handle = nullptr;
+    platform::OwnedModule module;
   };
 
   File file;  // goes last

@@ -8,8 +8,8 @@
 
 #include "common/registry-value.h"
 #include "platform/folder.h"
-#include "platform/handle.h"
 #include "platform/log-file.h"
+#include "platform/scoped-handle.h"
 #include "product/product.h"
 
 namespace larder::feed {
@@ -46,12 +46,11 @@ bool MakeLogFolder(WideString& path) {
 }
 
 void Append(const WideString& path, const std::string& line) {
-  const platform::Handle file = platform::OpenFileToWrite(path, platform::WriteMode::kWrite);
+  const platform::OwnedHandle file(platform::OpenFileToWrite(path, platform::WriteMode::kWrite));
   std::uint64_t size = 0;
-  if (platform::SeekToEnd(file, size) == platform::kSuccess) {
-    platform::WriteOnce(file, line.data(), static_cast<std::uint32_t>(line.size()));
+  if (platform::SeekToEnd(file.Get(), size) == platform::kSuccess) {
+    platform::WriteOnce(file.Get(), line.data(), static_cast<std::uint32_t>(line.size()));
   }
-  platform::CloseObject(file);
 }
 
 }  // namespace

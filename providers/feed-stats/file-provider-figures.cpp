@@ -3,22 +3,11 @@
 #include <stdexcept>
 
 #include "common/registry-value.h"
-#include "platform/module.h"
+#include "platform/scoped-handle.h"
 #include "product/product.h"
 
 namespace larder::feed {
 namespace {
-
-// Keeps the module, if the process has it, from being unloaded.
-class LoadedModule {
- public:
-  explicit LoadedModule(const WideString& path) : handle(platform::FindLoadedModule(path)) {}
-  ~LoadedModule() { platform::CloseModule(handle); }
-  LoadedModule(const LoadedModule&) = delete;
-  LoadedModule& operator=(const LoadedModule&) = delete;
-
-  const platform::ModuleHandle handle;
-};
 
 WideString ModulePath() try {
   const WideString file = ReadRegistryText(kFeedFileKey, kModuleValue);
@@ -31,9 +20,10 @@ WideString ModulePath() try {
 }  // namespace
 
 FileFigures FileProviderFigures() {
-  const LoadedModule module(ModulePath());
+  // Keeps the module, if the process has loaded it, from being unloaded meanwhile.
+  const platform::OwnedModule module(platform::FindLoadedModule(ModulePath()));
   const auto function = reinterpret_cast<GetFileFiguresFunction>(
-      platform::FindSymbol(module.handle, "GetFileFigures"));
+      platform::FindSymbol(module.Get(), "GetFileFigures"));
   FileFigures figures;
   if (function != nullptr) function(&figures);
   return figures;

@@ -4,21 +4,12 @@
 
 #include "common/file-refusal.h"
 #include "common/system-reason.h"
+#include "platform/scoped-handle.h"
 #include "stock-file-query/file-hasher.h"
 #include "stock-file-query/image-layout.h"
 
 namespace larder::feed {
 namespace {
-
-class OpenFile {
- public:
-  OpenFile() = default;
-  ~OpenFile() { platform::CloseObject(handle); }
-  OpenFile(const OpenFile&) = delete;
-  OpenFile& operator=(const OpenFile&) = delete;
-
-  platform::Handle handle = platform::InvalidHandle();
-};
 
 // What one reading gave; steady if the file stood still meanwhile.
 struct Reading {
@@ -34,9 +25,9 @@ void Check(const ObjectIdentity& wanted, platform::Code code) {
 }
 
 // False if there is no such file.
-bool Open(const ObjectIdentity& wanted, OpenFile& file) {
+bool Open(const ObjectIdentity& wanted, platform::OwnedHandle& file) {
   platform::FileKind kind = platform::FileKind::kRegular;
-  const platform::Code code = platform::OpenFileToRead(wanted.path, file.handle, kind);
+  const platform::Code code = platform::OpenFileToRead(wanted.path, file.Out(), kind);
   if (!IsThere(wanted, code)) return false;
   RequireRegular(wanted, kind);
   return true;
@@ -78,9 +69,9 @@ Reading Read(const platform::DigestLibrary& library, const ObjectIdentity& wante
 std::optional<FileFacts> ReadFileFacts(const platform::DigestLibrary& library,
                                        const ObjectIdentity& wanted) {
   for (bool again = false;; again = true) {
-    OpenFile file;
+    platform::OwnedHandle file;
     if (!Open(wanted, file)) return std::nullopt;
-    const Reading reading = Read(library, wanted, file.handle);
+    const Reading reading = Read(library, wanted, file.Get());
     if (reading.IsSteady()) return reading.facts;
     if (again) FailUnsteady(wanted, reading);
   }

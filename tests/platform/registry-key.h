@@ -9,29 +9,24 @@
 #include <vector>
 
 #include "platform/machine-fixture.h"
-#include "platform/registry.h"
+#include "platform/scoped-handle.h"
 
 namespace larder::platform {
 
 class Key {
  public:
-  Key() = default;
-  Key(const Key&) = delete;
-  Key& operator=(const Key&) = delete;
-  ~Key() { CloseRegistryKey(raw); }
-
   Code Open(std::string_view path, std::uint32_t access = kKeyRead) {
-    CloseRegistryKey(raw);
-    return OpenRegistryKey(Wide(path), access, raw);
+    owned = {};
+    return OpenRegistryKey(Wide(path), access, owned.Out());
   }
   Code Make(std::string_view path, std::uint32_t access = kKeyRead | kKeySetValue) {
-    CloseRegistryKey(raw);
-    return MakeRegistryKey(Wide(path), access, raw);
+    owned = {};
+    return MakeRegistryKey(Wide(path), access, owned.Out());
   }
   Code Set(std::string_view name, std::string_view data, std::uint32_t type = kRegBinary) const {
     // wine takes a zero that happens to lie behind a text's data for its terminator.
     const std::string padded = std::string(data) + "##";
-    return SetRegistryValue(raw, Wide(name), type, padded.data(),
+    return SetRegistryValue(Raw(), Wide(name), type, padded.data(),
                             static_cast<std::uint32_t>(data.size()));
   }
   // The data of a value, or its code.
@@ -39,15 +34,15 @@ class Key {
     std::array<char, 4096> data;
     std::uint32_t type = 0;
     std::uint32_t size = data.size();
-    const Code code = QueryRegistryValue(raw, Wide(name), type, data.data(), size);
+    const Code code = QueryRegistryValue(Raw(), Wide(name), type, data.data(), size);
     return code == kSuccess ? std::string(data.data(), size) : "code " + std::to_string(code);
   }
-  Code Remove(std::string_view name) const { return RemoveRegistryValue(raw, Wide(name)); }
-  Code RemoveKey(std::string_view name) const { return RemoveRegistryKey(raw, Wide(name)); }
+  Code Remove(std::string_view name) const { return RemoveRegistryValue(Raw(), Wide(name)); }
+  Code RemoveKey(std::string_view name) const { return RemoveRegistryKey(Raw(), Wide(name)); }
   std::vector<std::string> Subkeys() const { return Names(RegistrySubkeyName); }
   std::vector<std::string> Values() const { return Names(RegistryValueName); }
 
-  RegistryKey raw = nullptr;
+  RegistryKey Raw() const { return owned.Get(); }
 
  private:
   std::vector<std::string> Names(decltype(RegistrySubkeyName) list) const {
@@ -55,13 +50,15 @@ class Key {
     std::array<LarderWideChar, 300> name;
     for (std::uint32_t index = 0;; ++index) {
       std::uint32_t length = name.size();
-      const Code code = list(raw, index, name.data(), length);
+      const Code code = list(Raw(), index, name.data(), length);
       if (code == kNoMoreItems) return names;
       if (code != kSuccess) return {"code " + std::to_string(code)};
       EXPECT_EQ(name[length], 0);
       names.push_back(Utf8FromWide({name.data(), length}));
     }
   }
+
+  OwnedRegistryKey owned;
 };
 
 inline Code RemoveTree(std::string_view path) { return RemoveRegistryTree(Wide(path)); }

@@ -29,7 +29,7 @@ TEST_F(RegistryTest, WhatIsMissingIsNotFound) {
   for (const char* path : {"Key", "Software\\Maker\\"}) {
     EXPECT_EQ(RemoveTree(path), kFileNotFound) << path;
     EXPECT_EQ(key.Open(path), kFileNotFound) << path;
-    EXPECT_EQ(key.raw, nullptr) << path;
+    EXPECT_EQ(key.Raw(), nullptr) << path;
   }
 }
 
@@ -76,11 +76,11 @@ TEST_F(RegistryTest, TooLittleRoomTellsTypeAndSizeAndWritesNothingBehindIt) {
   data.fill('#');
   std::uint32_t type = 0;
   std::uint32_t size = 9;
-  EXPECT_EQ(QueryRegistryValue(key.raw, Wide("value"), type, data.data(), size), kMoreData);
+  EXPECT_EQ(QueryRegistryValue(key.Raw(), Wide("value"), type, data.data(), size), kMoreData);
   EXPECT_EQ(type, kRegExpandSz);
   EXPECT_EQ(size, 10u);
   EXPECT_THAT(std::string(data.begin() + 9, data.end()), Each('#'));
-  EXPECT_EQ(QueryRegistryValue(key.raw, Wide("value"), type, data.data(), size), kSuccess);
+  EXPECT_EQ(QueryRegistryValue(key.Raw(), Wide("value"), type, data.data(), size), kSuccess);
   EXPECT_EQ(std::string(data.begin(), data.end()), "0123456789##");
 }
 
@@ -89,11 +89,11 @@ TEST_F(RegistryTest, AQueryWithoutABufferTellsTypeAndSizeAndDataMayBeNone) {
   for (const std::uint32_t room : {0u, 5u, 100u}) {
     std::uint32_t type = 0;
     std::uint32_t size = room;
-    EXPECT_EQ(QueryRegistryValue(key.raw, Wide("value"), type, nullptr, size), kSuccess);
+    EXPECT_EQ(QueryRegistryValue(key.Raw(), Wide("value"), type, nullptr, size), kSuccess);
     EXPECT_EQ(type, kRegSz);
     EXPECT_EQ(size, 10u);
   }
-  ASSERT_EQ(SetRegistryValue(key.raw, Wide("value"), kRegBinary, nullptr, 0), kSuccess);
+  ASSERT_EQ(SetRegistryValue(key.Raw(), Wide("value"), kRegBinary, nullptr, 0), kSuccess);
   EXPECT_EQ(key.Get("value"), "");
 }
 
@@ -143,11 +143,11 @@ TEST_F(RegistryTest, ANameIsGivenOnlyWhenItsTerminatorFitsToo) {
   std::array<LarderWideChar, 7> name;
   for (const auto list : {RegistrySubkeyName, RegistryValueName}) {
     std::uint32_t length = 6;
-    EXPECT_EQ(list(key.raw, 0, name.data(), length), kMoreData);
+    EXPECT_EQ(list(key.Raw(), 0, name.data(), length), kMoreData);
     length = 7;
-    EXPECT_EQ(list(key.raw, 0, name.data(), length), kSuccess);
+    EXPECT_EQ(list(key.Raw(), 0, name.data(), length), kSuccess);
     EXPECT_EQ(length, 6u);
-    EXPECT_EQ(list(key.raw, 1, name.data(), length), kNoMoreItems);
+    EXPECT_EQ(list(key.Raw(), 1, name.data(), length), kNoMoreItems);
   }
 }
 

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/registry.h"
+#include "platform/scoped-handle.h"
 #include "providers/provider-module.h"
 
 namespace larder {
@@ -10,12 +10,11 @@ namespace {
 
 void SetValue(const WideString& subkey, const WideString& name, std::uint32_t type,
               const void* data, std::size_t size) {
-  platform::RegistryKey key = nullptr;
+  platform::OwnedRegistryKey key;
   const WideString path = LARDER_WIDE("Software\\Velmor\\Larder\\") + subkey;
-  ASSERT_EQ(platform::MakeRegistryKey(path, platform::kKeySetValue, key), platform::kSuccess);
-  EXPECT_EQ(platform::SetRegistryValue(key, name, type, data, static_cast<std::uint32_t>(size)),
+  ASSERT_EQ(platform::MakeRegistryKey(path, platform::kKeySetValue, key.Out()), platform::kSuccess);
+  EXPECT_EQ(platform::SetRegistryValue(key.Get(), name, type, data, static_cast<std::uint32_t>(size)),
             platform::kSuccess);
-  platform::CloseRegistryKey(key);
 }
 
 }  // namespace

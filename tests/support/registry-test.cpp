@@ -18,13 +18,12 @@ class Registry : public testing::Test {
   // Stores raw bytes as a value of the subkey Install, as somebody else would.
   static void Store(const WideString& name, std::uint32_t type, const void* data,
                     std::size_t size) {
-    platform::RegistryKey key = nullptr;
+    platform::OwnedRegistryKey key;
     ASSERT_EQ(platform::MakeRegistryKey(WideString(LarderRegistryRoot) + LARDER_WIDE("Install"),
-                                        platform::kKeySetValue, key),
+                                        platform::kKeySetValue, key.Out()),
               platform::kSuccess);
-    EXPECT_EQ(platform::SetRegistryValue(key, name, type, data, static_cast<std::uint32_t>(size)),
+    EXPECT_EQ(platform::SetRegistryValue(key.Get(), name, type, data, static_cast<std::uint32_t>(size)),
               platform::kSuccess);
-    platform::CloseRegistryKey(key);
   }
 
   static void StoreText(const WideString& name, std::uint32_t type, const WideString& text) {

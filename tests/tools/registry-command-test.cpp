@@ -1,6 +1,6 @@
 #include <gmock/gmock.h>
 
-#include "platform/registry.h"
+#include "platform/scoped-handle.h"
 #include "support/registry.h"
 #include "tools/tool-test.h"
 
@@ -23,14 +23,13 @@ class RegistryCommandTest : public ToolTest {
 
   // Sets a value past the tool.
   static void SetRaw(const WideString& name, std::uint32_t type, const std::string& bytes) {
-    platform::RegistryKey key = nullptr;
+    platform::OwnedRegistryKey key;
     ASSERT_EQ(platform::MakeRegistryKey(WideString(LarderRegistryRoot) + LARDER_WIDE("Install"),
-                                        platform::kKeySetValue, key),
+                                        platform::kKeySetValue, key.Out()),
               platform::kSuccess);
-    EXPECT_EQ(platform::SetRegistryValue(key, name, type, bytes.data(),
+    EXPECT_EQ(platform::SetRegistryValue(key.Get(), name, type, bytes.data(),
                                          static_cast<std::uint32_t>(bytes.size())),
               platform::kSuccess);
-    platform::CloseRegistryKey(key);
   }
 };
 

@@ -31,16 +31,15 @@ ValueName SwitchValue() { return {kLoggingKey, kLoggingValue}; }
 
 // Why the library doesn't get a text out of a value.
 std::string ReasonOfNoText(const ValueName& target) {
-  platform::RegistryKey opened = nullptr;
+  platform::OwnedRegistryKey key;
   platform::Code code =
-      platform::OpenRegistryKey(PathOfSubkey(target.subkey), platform::kKeyRead, opened);
-  const OwnedKey key(opened);
+      platform::OpenRegistryKey(PathOfSubkey(target.subkey), platform::kKeyRead, key.Out());
   if (code == platform::kFileNotFound) return "the key " + KeyLabel(target.subkey) + " isn't there";
   if (code != platform::kSuccess) {
     return "the key " + KeyLabel(target.subkey) + " can't be opened: " + SystemReason(code);
   }
   RegistryValue value;
-  code = ReadRegistryValue(opened, target.name, value);
+  code = ReadRegistryValue(key.Get(), target.name, value);
   if (code == platform::kFileNotFound) return "the value isn't there";
   if (code != platform::kSuccess) return "the value can't be read: " + SystemReason(code);
   const std::size_t characters = value.data.size() / sizeof(LarderWideChar);
@@ -62,21 +61,20 @@ StatusValue ReadValue(const ValueName& target) {
 
 std::vector<WideString> ProviderKeys(std::string& fault) {
   std::vector<WideString> keys;
-  platform::RegistryKey opened = nullptr;
+  platform::OwnedRegistryKey key;
   // The library reads the key and yet opens it for all access.
   platform::Code code =
-      platform::OpenRegistryKey(PathOfSubkey(kProvidersKey), platform::kKeyAllAccess, opened);
-  const OwnedKey key(opened);
+      platform::OpenRegistryKey(PathOfSubkey(kProvidersKey), platform::kKeyAllAccess, key.Out());
   while (code == platform::kSuccess) {
     std::array<LarderWideChar, kRegistryNameRoom> name{};
     std::uint32_t length = kRegistryNameRoom;
     const auto index = static_cast<std::uint32_t>(keys.size());
-    code = platform::RegistrySubkeyName(opened, index, name.data(), length);
+    code = platform::RegistrySubkeyName(key.Get(), index, name.data(), length);
     if (code == platform::kSuccess) keys.emplace_back(name.data(), length);
   }
-  if (!opened && code == platform::kFileNotFound) {
+  if (key.IsEmpty() && code == platform::kFileNotFound) {
     fault = "the key isn't there";
-  } else if (!opened) {
+  } else if (key.IsEmpty()) {
     fault = "the key can't be opened for reading and writing, which the library does: " +
             SystemReason(code);
   } else if (code != platform::kNoMoreItems) {

@@ -59,12 +59,11 @@ int Finish(const std::string& what, platform::Code code) {
 }
 
 int GetValue(const ValueName& target, Output& output) {
-  platform::RegistryKey opened = nullptr;
+  platform::OwnedRegistryKey key;
   platform::Code code =
-      platform::OpenRegistryKey(PathOfSubkey(target.subkey), platform::kKeyRead, opened);
-  const OwnedKey key(opened);
+      platform::OpenRegistryKey(PathOfSubkey(target.subkey), platform::kKeyRead, key.Out());
   RegistryValue value;
-  if (code == platform::kSuccess) code = ReadRegistryValue(opened, target.name, value);
+  if (code == platform::kSuccess) code = ReadRegistryValue(key.Get(), target.name, value);
   if (code == platform::kSuccess) output.Write(DataText(value) + "\n");
   return Finish("read " + ValueLabel(target), code);
 }

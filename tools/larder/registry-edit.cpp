@@ -11,21 +11,19 @@ std::string ValueLabel(const ValueName& target) {
 }
 
 platform::Code SetValue(const ValueName& target, const RegistryValue& value) {
-  platform::RegistryKey opened = nullptr;
+  platform::OwnedRegistryKey key;
   const platform::Code code =
-      platform::MakeRegistryKey(PathOfSubkey(target.subkey), platform::kKeySetValue, opened);
-  const OwnedKey key(opened);
+      platform::MakeRegistryKey(PathOfSubkey(target.subkey), platform::kKeySetValue, key.Out());
   if (code != platform::kSuccess) return code;
-  return platform::SetRegistryValue(opened, target.name, value.type, value.data.data(),
+  return platform::SetRegistryValue(key.Get(), target.name, value.type, value.data.data(),
                                     static_cast<std::uint32_t>(value.data.size()));
 }
 
 platform::Code DeleteValue(const ValueName& target) {
-  platform::RegistryKey opened = nullptr;
+  platform::OwnedRegistryKey key;
   const platform::Code code =
-      platform::OpenRegistryKey(PathOfSubkey(target.subkey), platform::kKeySetValue, opened);
-  const OwnedKey key(opened);
-  return code == platform::kSuccess ? platform::RemoveRegistryValue(opened, target.name) : code;
+      platform::OpenRegistryKey(PathOfSubkey(target.subkey), platform::kKeySetValue, key.Out());
+  return code == platform::kSuccess ? platform::RemoveRegistryValue(key.Get(), target.name) : code;
 }
 
 }  // namespace larder::tool

@@ -69,19 +69,18 @@ void TreePrinter::PrintValue(platform::RegistryKey key, const WideString& subkey
 
 void TreePrinter::PrintKey(const WideString& subkey) {
   const std::string label = KeyLabel(subkey);
-  platform::RegistryKey opened = nullptr;
+  platform::OwnedRegistryKey key;
   const platform::Code code =
-      platform::OpenRegistryKey(PathOfSubkey(subkey), platform::kKeyRead, opened);
-  const OwnedKey key(opened);
+      platform::OpenRegistryKey(PathOfSubkey(subkey), platform::kKeyRead, key.Out());
   if (!subkey.empty()) output.Write(Printable(platform::Utf8FromWide(subkey)) + "\n");
   if (code != platform::kSuccess) return Report("open key " + label, code);
   for (const WideString& name :
-       Names(opened, &platform::RegistryValueName, "list the values of key " + label)) {
-    PrintValue(opened, subkey, name);
+       Names(key.Get(), &platform::RegistryValueName, "list the values of key " + label)) {
+    PrintValue(key.Get(), subkey, name);
   }
   const WideString prefix = subkey.empty() ? subkey : subkey + LARDER_WIDE('\\');
   for (const WideString& name :
-       Names(opened, &platform::RegistrySubkeyName, "list the subkeys of key " + label)) {
+       Names(key.Get(), &platform::RegistrySubkeyName, "list the subkeys of key " + label)) {
     PrintKey(prefix + name);
   }
 }

@@ -1,19 +1,13 @@
 // The library's part of the registry as a whole. Subkeys are relative to the library's root.
 #pragma once
 
-#include <memory>
 #include <string>
 
 #include "output.h"
-#include "platform/registry.h"
+#include "platform/scoped-handle.h"
 #include "platform/wide.h"
 
 namespace larder::tool {
-
-struct KeyCloser {
-  void operator()(platform::RegistryKey key) const noexcept { platform::CloseRegistryKey(key); }
-};
-using OwnedKey = std::unique_ptr<platform::RegistryKeyObject, KeyCloser>;
 
 // The subkey's path below the machine hive, without a backslash at the end.
 WideString PathOfSubkey(const WideString& subkey);

@@ -92,9 +92,8 @@ std::string Removal::Label() const {
 bool Removal::IsGone() const {
   platform::Code code = platform::kSuccess;
   if (kind == Kind::kRegistry) {
-    platform::RegistryKey opened = nullptr;
-    code = platform::OpenRegistryKey(path, platform::kKeyRead, opened);
-    const OwnedKey key(opened);
+    platform::OwnedRegistryKey key;
+    code = platform::OpenRegistryKey(path, platform::kKeyRead, key.Out());
   } else {
     std::uint32_t attributes = 0;
     code = platform::PathAttributes(path, attributes);

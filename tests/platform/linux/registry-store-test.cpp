@@ -87,7 +87,7 @@ TEST_F(RegistryStoreTest, AFileThatIsNoWholeValueIsCorruptUntilItIsSetAnew) {
     std::uint32_t type = 77;
     std::uint32_t size = 4;
     std::array<char, 5> data{"abcd"};
-    EXPECT_EQ(QueryRegistryValue(key.raw, u"value", type, data.data(), size), kRegistryCorrupt)
+    EXPECT_EQ(QueryRegistryValue(key.Raw(), u"value", type, data.data(), size), kRegistryCorrupt)
         << ::testing::PrintToString(content);
     EXPECT_STREQ(data.data(), "abcd");
     EXPECT_EQ(type, 77u);
