@@ -4,8 +4,8 @@
 #include <cstring>
 
 #include "stock-file-query/chain-records.h"
-#include "stock-file-query/image-layout.h"
-#include "stock-file-query/signer-chains.h"
+#include "stock-file-query/cms/signer-chains.h"
+#include "stock-file-query/pe/image-layout.h"
 
 namespace {
 

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "stock-file-query/signer-chains.h"
+#include "stock-file-query/cms/signer-chains.h"
 
 namespace larder::feed {
 

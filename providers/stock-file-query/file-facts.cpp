@@ -5,8 +5,8 @@
 #include "common/file-refusal.h"
 #include "common/system-reason.h"
 #include "platform/scoped-handle.h"
-#include "stock-file-query/file-hasher.h"
-#include "stock-file-query/image-layout.h"
+#include "stock-file-query/hash/file-hasher.h"
+#include "stock-file-query/pe/image-layout.h"
 
 namespace larder::feed {
 namespace {

@@ -7,7 +7,7 @@
 
 #include "common/object-identity.h"
 #include "platform/file.h"
-#include "stock-file-query/digests.h"
+#include "stock-file-query/hash/digests.h"
 
 namespace larder::feed {
 

@@ -7,8 +7,8 @@
 #include "platform/message.h"
 #include "platform/utf.h"
 #include "providers/scripted-file.h"
-#include "stock-file-query/file-hasher.h"
-#include "stock-file-query/hash-work.h"
+#include "stock-file-query/hash/file-hasher.h"
+#include "stock-file-query/hash/hash-work.h"
 
 namespace larder::feed {
 namespace {

@@ -1,6 +1,6 @@
 // Which bytes of a file count as covered, for images of every shape and for what only looks like
 // one.
-#include "stock-file-query/image-layout.h"
+#include "stock-file-query/pe/image-layout.h"
 
 #include <gtest/gtest.h>
 

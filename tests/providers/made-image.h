@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "stock-file-query/bytes.h"
-#include "stock-file-query/image-layout.h"
+#include "stock-file-query/pe/image-layout.h"
 
 namespace larder::feed {
 

@@ -11,10 +11,10 @@
 #include "platform/digest.h"
 #include "providers/foreign-signature.h"
 #include "providers/made-image.h"
-#include "stock-file-query/certificate-table.h"
-#include "stock-file-query/der-reader.h"
-#include "stock-file-query/file-hasher.h"
-#include "stock-file-query/signer-chains.h"
+#include "stock-file-query/cms/der-reader.h"
+#include "stock-file-query/cms/signer-chains.h"
+#include "stock-file-query/hash/file-hasher.h"
+#include "stock-file-query/pe/certificate-table.h"
 
 namespace larder::feed {
 namespace {

@@ -1,13 +1,13 @@
 // Which certificates are found in certificate tables, in which order, however the tables are made.
-#include "stock-file-query/signer-chains.h"
+#include "stock-file-query/cms/signer-chains.h"
 
 #include <gtest/gtest.h>
 
 #include <memory>
 
 #include "providers/made-image.h"
-#include "stock-file-query/certificate-table.h"
-#include "stock-file-query/der-reader.h"
+#include "stock-file-query/cms/der-reader.h"
+#include "stock-file-query/pe/certificate-table.h"
 
 namespace larder::feed {
 namespace {

@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "stock-file-query/file-hasher.h"
+#include "stock-file-query/hash/file-hasher.h"
 
 namespace larder::feed {
 namespace {

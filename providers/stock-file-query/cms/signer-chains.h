@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "stock-file-query/bytes.h"
-#include "stock-file-query/signed-data.h"
+#include "stock-file-query/cms/signed-data.h"
 
 namespace larder::feed {
 

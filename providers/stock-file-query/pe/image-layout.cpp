@@ -1,4 +1,4 @@
-#include "stock-file-query/image-layout.h"
+#include "stock-file-query/pe/image-layout.h"
 
 #include <algorithm>
 

@@ -1,9 +1,9 @@
-#include "stock-file-query/certificate.h"
+#include "stock-file-query/cms/certificate.h"
 
 #include <algorithm>
 #include <array>
 
-#include "stock-file-query/der-reader.h"
+#include "stock-file-query/cms/der-reader.h"
 
 namespace larder::feed {
 namespace {

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "stock-file-query/bytes.h"
-#include "stock-file-query/certificate.h"
+#include "stock-file-query/cms/certificate.h"
 
 namespace larder::feed {
 

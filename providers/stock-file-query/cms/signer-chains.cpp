@@ -1,9 +1,9 @@
-#include "stock-file-query/signer-chains.h"
+#include "stock-file-query/cms/signer-chains.h"
 
 #include <algorithm>
 #include <utility>
 
-#include "stock-file-query/certificate-table.h"
+#include "stock-file-query/pe/certificate-table.h"
 
 namespace larder::feed {
 namespace {

@@ -11,8 +11,8 @@
 
 #include "platform/event.h"
 #include "stock-file-query/bytes.h"
-#include "stock-file-query/digests.h"
-#include "stock-file-query/image-layout.h"
+#include "stock-file-query/hash/digests.h"
+#include "stock-file-query/pe/image-layout.h"
 
 namespace larder::feed {
 

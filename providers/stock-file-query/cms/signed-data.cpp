@@ -1,9 +1,9 @@
-#include "stock-file-query/signed-data.h"
+#include "stock-file-query/cms/signed-data.h"
 
 #include <algorithm>
 #include <array>
 
-#include "stock-file-query/der-reader.h"
+#include "stock-file-query/cms/der-reader.h"
 
 namespace larder::feed {
 namespace {

@@ -5,8 +5,8 @@
 #include <functional>
 #include <optional>
 
-#include "stock-file-query/digests.h"
-#include "stock-file-query/image-layout.h"
+#include "stock-file-query/hash/digests.h"
+#include "stock-file-query/pe/image-layout.h"
 
 namespace larder::feed {
 

@@ -1,4 +1,4 @@
-#include "stock-file-query/hash-work.h"
+#include "stock-file-query/hash/hash-work.h"
 
 #include <algorithm>
 #include <stdexcept>

@@ -1,4 +1,4 @@
-#include "stock-file-query/der-reader.h"
+#include "stock-file-query/cms/der-reader.h"
 
 #include <cstddef>
 

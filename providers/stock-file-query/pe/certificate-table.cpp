@@ -1,4 +1,4 @@
-#include "stock-file-query/certificate-table.h"
+#include "stock-file-query/pe/certificate-table.h"
 
 #include <algorithm>
 #include <cstdint>

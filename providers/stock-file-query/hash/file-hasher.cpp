@@ -1,7 +1,7 @@
-#include "stock-file-query/file-hasher.h"
+#include "stock-file-query/hash/file-hasher.h"
 
 #include "platform/thread.h"
-#include "stock-file-query/hash-work.h"
+#include "stock-file-query/hash/hash-work.h"
 
 namespace larder::feed {
 namespace {
