@@ -4,7 +4,7 @@
 #include <cstring>
 
 #include "stock-file-query/chain-records.h"
-#include "stock-file-query/cms/signer-chains.h"
+#include "stock-file-query/pe/certificate-table.h"
 #include "stock-file-query/pe/image-layout.h"
 
 namespace {

@@ -6,6 +6,7 @@
 #include "common/system-reason.h"
 #include "platform/scoped-handle.h"
 #include "stock-file-query/hash/file-hasher.h"
+#include "stock-file-query/pe/certificate-table.h"
 #include "stock-file-query/pe/image-layout.h"
 
 namespace larder::feed {

@@ -8,7 +8,7 @@
 #include "common/file-id.h"
 #include "common/file-query.h"
 #include "stock-file-query/chain-records.h"
-#include "stock-file-query/cms/signer-chains.h"
+#include "stock-file-query/pe/certificate-table.h"
 
 namespace larder::feed {
 namespace {

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "providers/made-image.h"
+#include "stock-file-query/pe/certificate-table.h"
 
 namespace larder::feed {
 namespace {

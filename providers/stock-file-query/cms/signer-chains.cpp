@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <utility>
 
-#include "stock-file-query/pe/certificate-table.h"
-
 namespace larder::feed {
 namespace {
 
@@ -74,12 +72,6 @@ class Issuers {
   std::vector<const Certificate*> issuers;  // by index; null: none
 };
 
-std::size_t SizeOf(const CertChain& chain) {
-  std::size_t size = 0;
-  for (const Bytes certificate : chain) size += certificate.size();
-  return size;
-}
-
 }  // namespace
 
 std::vector<CertChain> ChainsOf(const SignedData& signature) {
@@ -90,19 +82,6 @@ std::vector<CertChain> ChainsOf(const SignedData& signature) {
     if (!chain.empty()) chains.push_back(std::move(chain));
   }
   return chains;
-}
-
-std::vector<CertChain> ReadSignerChains(Bytes table) {
-  std::vector<CertChain> all;
-  std::size_t bytes = 0;
-  for (const SignedData& signature : ReadSignatures(table)) {
-    for (CertChain& chain : ChainsOf(signature)) {
-      bytes += SizeOf(chain);
-      if (all.size() == kMostChains || bytes > kMostChainBytes) return all;
-      all.push_back(std::move(chain));
-    }
-  }
-  return all;
 }
 
 }  // namespace larder::feed

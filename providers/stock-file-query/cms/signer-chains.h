@@ -25,12 +25,4 @@ using CertChain = std::vector<Bytes>;
 // Certificates that no signer's chain needs, such as those of time stamps, aren't given.
 std::vector<CertChain> ChainsOf(const SignedData& signature);
 
-// Of one table; the chains from the first on that goes beyond are left out.
-inline constexpr std::size_t kMostChains = 64;
-inline constexpr std::size_t kMostChainBytes = 0x1000000;  // certificates of all chains together
-
-// The chains of all signatures in the certificate table, in the order of ReadSignatures: that of
-// the image's first signature is the first. What is given points into the table. On any thread.
-std::vector<CertChain> ReadSignerChains(Bytes table);
-
 }  // namespace larder::feed

@@ -1,7 +1,6 @@
 #include "stock-file-query/pe/certificate-table.h"
 
 #include <algorithm>
-#include <cstdint>
 #include <utility>
 
 namespace larder::feed {
@@ -22,7 +21,19 @@ void AddSignature(Bytes bytes, int depth, std::vector<SignedData>& signatures) {
   for (const Bytes inner : nested) AddSignature(inner, depth + 1, signatures);
 }
 
+std::size_t SizeOf(const CertChain& chain) {
+  std::size_t size = 0;
+  for (const Bytes certificate : chain) size += certificate.size();
+  return size;
+}
+
 }  // namespace
+
+std::vector<std::uint8_t> ReadCertificateTable(const ImageLayout& layout, const ReadAt& readAt) {
+  std::vector<std::uint8_t> table(std::min(layout.table.Size(), kMostTableBytes));
+  if (!table.empty() && !readAt(layout.table.begin, table.data(), table.size())) table.clear();
+  return table;
+}
 
 std::vector<SignedData> ReadSignatures(Bytes table) {
   std::vector<SignedData> signatures;
@@ -37,6 +48,19 @@ std::vector<SignedData> ReadSignatures(Bytes table) {
     table = table.subspan(std::min<std::uint64_t>(step, table.size()));
   }
   return signatures;
+}
+
+std::vector<CertChain> ReadSignerChains(Bytes table) {
+  std::vector<CertChain> all;
+  std::size_t bytes = 0;
+  for (const SignedData& signature : ReadSignatures(table)) {
+    for (CertChain& chain : ChainsOf(signature)) {
+      bytes += SizeOf(chain);
+      if (all.size() == kMostChains || bytes > kMostChainBytes) return all;
+      all.push_back(std::move(chain));
+    }
+  }
+  return all;
 }
 
 }  // namespace larder::feed

@@ -2,12 +2,21 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <vector>
 
 #include "stock-file-query/bytes.h"
 #include "stock-file-query/cms/signed-data.h"
+#include "stock-file-query/cms/signer-chains.h"
+#include "stock-file-query/pe/image-layout.h"
 
 namespace larder::feed {
+
+// A table that is larger is read up to here.
+inline constexpr std::uint64_t kMostTableBytes = 0x1000000;
+
+// The certificate table's bytes; none if the image isn't signed or readAt can't give them.
+std::vector<std::uint8_t> ReadCertificateTable(const ImageLayout& layout, const ReadAt& readAt);
 
 // Of one table; what comes behind so many is left out.
 inline constexpr std::size_t kMostEntries = 64;
@@ -27,5 +36,13 @@ inline constexpr int kMostDepth = 4;
 // entry: if it is less than 8 the table ends there, if it leads out of the table the entry ends
 // with the table. Where a signature ends in its entry, it tells itself.
 std::vector<SignedData> ReadSignatures(Bytes table);
+
+// Of one table; the chains from the first on that goes beyond are left out.
+inline constexpr std::size_t kMostChains = 64;
+inline constexpr std::size_t kMostChainBytes = 0x1000000;  // certificates of all chains together
+
+// The chains of all signatures in the certificate table, in the order of ReadSignatures: that of
+// the image's first signature is the first. What is given points into the table. On any thread.
+std::vector<CertChain> ReadSignerChains(Bytes table);
 
 }  // namespace larder::feed

@@ -101,10 +101,4 @@ std::optional<ImageLayout> ReadImageLayout(std::uint64_t fileSize, const ReadAt&
   return LayoutOf(Bytes(headers).first(size), offset, fileSize);
 }
 
-std::vector<std::uint8_t> ReadCertificateTable(const ImageLayout& layout, const ReadAt& readAt) {
-  std::vector<std::uint8_t> table(std::min(layout.table.Size(), kMostTableBytes));
-  if (!table.empty() && !readAt(layout.table.begin, table.data(), table.size())) table.clear();
-  return table;
-}
-
 }  // namespace larder::feed

@@ -22,7 +22,6 @@
 #include <cstdint>
 #include <functional>
 #include <optional>
-#include <vector>
 
 #include "stock-file-query/bytes.h"
 
@@ -64,11 +63,5 @@ void FeedCovered(const ImageLayout& layout, std::uint64_t offset, Bytes block, S
     if (from < to) sink(block.subspan(from - offset, to - from));
   }
 }
-
-// A table that is larger is read up to here.
-inline constexpr std::uint64_t kMostTableBytes = 0x1000000;
-
-// The certificate table's bytes; none if the image isn't signed or readAt can't give them.
-std::vector<std::uint8_t> ReadCertificateTable(const ImageLayout& layout, const ReadAt& readAt);
 
 }  // namespace larder::feed
