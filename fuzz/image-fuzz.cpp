@@ -3,7 +3,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "stock-file-query/chain-records.h"
+#include "stock-file-query/file-record.h"
 #include "stock-file-query/pe/certificate-table.h"
 #include "stock-file-query/pe/image-layout.h"
 

@@ -1,5 +1,5 @@
 // Certificate chains in a file's record, byte for byte.
-#include "stock-file-query/chain-records.h"
+#include "stock-file-query/file-record.h"
 
 #include <gtest/gtest.h>
 
