@@ -8,7 +8,7 @@
 #include <string>
 
 #include "common/file-id.h"
-#include "common/file-refusal.h"
+#include "common/errors.h"
 #include "feed-file/query-module-path.h"
 #include "feed-file/shared-store.h"
 #include "platform/file.h"

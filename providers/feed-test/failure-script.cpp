@@ -5,7 +5,7 @@
 #include <system_error>
 
 #include "common/object-identity.h"
-#include "common/result-error.h"
+#include "common/errors.h"
 #include "platform/utf.h"
 
 namespace larder::feed {

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "common/file-refusal.h"
+#include "common/errors.h"
 #include "common/system-reason.h"
 #include "platform/scoped-handle.h"
 #include "stock-file-query/hash/file-hasher.h"

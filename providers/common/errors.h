@@ -1,12 +1,18 @@
-// Why nothing can be told about a file: the texts and results of the file provider and its module.
+// The exceptions that a provider throws to its host: their results and their texts.
 #pragma once
 
+#include <cstdint>
 #include <string>
+#include <system_error>
 
 #include "common/object-identity.h"
 #include "platform/file.h"
 
 namespace larder::feed {
+
+// Thrown by GetKey or Query, it makes LarderQuery return the code unchanged. Its text is the given
+// one followed by ": result CODE".
+std::system_error ResultError(std::int32_t code, const std::string& text);
 
 // Throws std::runtime_error with the path and the reason.
 [[noreturn]] void RefuseFile(const ObjectIdentity& wanted, const std::string& reason);
