@@ -14,6 +14,12 @@
 
 namespace larder::feed {
 
+// The fileId of a file's record. The volume is spread over all bits, so that files of two volumes
+// that have the same index differ.
+inline std::uint64_t FileIdOf(const platform::FileInfo& info) noexcept {
+  return info.index ^ (info.volume * 0x9E3779B97F4A7C15u);
+}
+
 class IFileQuery {
  public:
   // Computes what is known about a file, links followed. False if there is no such file; seen and

@@ -7,7 +7,6 @@
 #include <stdexcept>
 #include <string>
 
-#include "common/file-id.h"
 #include "common/errors.h"
 #include "feed-file/query-module-path.h"
 #include "feed-file/shared-store.h"

@@ -7,7 +7,6 @@
 #include <cstddef>
 #include <cstring>
 
-#include "common/file-id.h"
 #include "common/file-query.h"
 #include "stock-file-query/pe/certificate-table.h"
 
