@@ -8,7 +8,6 @@
 #include <string>
 
 #include "common/errors.h"
-#include "feed-file/query-module-path.h"
 #include "feed-file/shared-store.h"
 #include "platform/file.h"
 #include "records/record-validation.h"

@@ -3,7 +3,9 @@
 #include <stdexcept>
 #include <string>
 
+#include "common/registry-value.h"
 #include "common/system-reason.h"
+#include "product/product.h"
 
 namespace larder::feed {
 namespace {
@@ -15,6 +17,12 @@ constexpr const char* kExport = "GetFileQuery";
 }
 
 }  // namespace
+
+WideString QueryModulePath() {
+  const WideString location = ReadRegistryText(kInstallKey, kLocationValue);
+  const WideString file = ReadRegistryText(kFeedFileKey, kQueryModuleValue);
+  return location + (file.empty() ? kStockQueryModule : file);
+}
 
 QueryModule::File::File(const WideString& path) {
   const platform::Code code = platform::OpenModule(path, module.Out());
