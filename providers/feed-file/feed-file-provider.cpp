@@ -137,3 +137,11 @@ void FeedFileProvider::Write(const void* objectDescriptor, std::uint64_t*, DbBuf
 }
 
 }  // namespace larder::feed
+
+LARDER_PROVIDER_EXPORT void GetProvider(IDataProvider** out) {
+  *out = new larder::feed::FeedFileProvider;
+}
+
+LARDER_PROVIDER_EXPORT void GetFileFigures(larder::feed::FileFigures* out) {
+  *out = larder::feed::SharedFigures();
+}

@@ -70,3 +70,7 @@ FeedStatsRecord FeedStatsProvider::MakeRecord() const {
 }
 
 }  // namespace larder::feed
+
+LARDER_PROVIDER_EXPORT void GetProvider(IDataProvider** out) {
+  *out = new larder::feed::FeedStatsProvider;
+}

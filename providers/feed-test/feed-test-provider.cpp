@@ -97,3 +97,7 @@ Outcome FeedTestProvider::TakeFreeOutcome(const unsigned char* block) {
 }
 
 }  // namespace larder::feed
+
+LARDER_PROVIDER_EXPORT void GetProvider(IDataProvider** out) {
+  *out = new larder::feed::FeedTestProvider;
+}

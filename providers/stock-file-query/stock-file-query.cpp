@@ -23,3 +23,7 @@ bool StockFileQuery::Query(const ObjectIdentity& wanted, platform::FileInfo* see
 }
 
 }  // namespace larder::feed
+
+LARDER_PROVIDER_EXPORT void GetFileQuery(larder::feed::IFileQuery** out) {
+  *out = new larder::feed::StockFileQuery;
+}
