@@ -53,7 +53,7 @@ Reading Read(const platform::DigestLibrary& library, const ObjectIdentity& wante
   facts.digests = hashed.file;
   facts.image = hashed.image;
   reading.bytesRead = hashed.bytesRead;
-  if (layout) facts.signers = ReadCertificateTable(*layout, readAt);
+  if (layout) facts.certificateTable = ReadCertificateTable(*layout, readAt);
   Check(wanted, platform::QueryFileInfo(file, reading.after));
   return reading;
 }

@@ -14,8 +14,9 @@ namespace larder::feed {
 struct FileFacts {
   platform::FileInfo info;
   Digests digests;
-  std::optional<Digests> image;       // of an executable image, see image-layout.h
-  std::vector<std::uint8_t> signers;  // the image's certificate table; empty if it isn't signed
+  std::optional<Digests> image;  // of an executable image, see image-layout.h
+  // The image's, unparsed; empty if the file isn't a signed image.
+  std::vector<std::uint8_t> certificateTable;
 };
 
 // Reads the whole file; links are followed. Nothing if there is no such file.

@@ -8,7 +8,6 @@
 #include <cstring>
 
 #include "common/file-query.h"
-#include "stock-file-query/pe/certificate-table.h"
 
 namespace larder::feed {
 namespace {
@@ -68,7 +67,7 @@ void AppendChainRecords(const std::vector<CertChain>& chains, std::vector<std::u
   }
 }
 
-DbBuffer MakeFileRecord(const FileFacts& facts) {
+DbBuffer SerializeFileRecord(const FileFacts& facts, const std::vector<CertChain>& chains) {
   FileDataRecord record{};
   record.providerType = LARDER_FEED_FILE_TYPE;
   record.fileId = FileIdOf(facts.info);
@@ -84,7 +83,7 @@ DbBuffer MakeFileRecord(const FileFacts& facts) {
   Set(record.peSHA384, image.sha384);
   Set(record.peSHA512, image.sha512);
   std::vector<std::uint8_t> block(sizeof record);
-  AppendChainRecords(ReadSignerChains(facts.signers), block);
+  AppendChainRecords(chains, block);
   record.dataSize = static_cast<std::uint32_t>(block.size());
   std::memcpy(block.data(), &record, sizeof record);
   DbBuffer buffer;

@@ -11,9 +11,9 @@
 
 namespace larder::feed {
 
-// A FileDataRecord with the digests, zeros for an image's where the file is none, and a chain for
-// each signer, or else one that holds one empty certificate.
-DbBuffer MakeFileRecord(const FileFacts& facts);
+// A FileDataRecord with the digests and the chains of facts.certificateTable, which are appended as
+// AppendChainRecords does. The digests of an image are zeros if the file isn't one.
+DbBuffer SerializeFileRecord(const FileFacts& facts, const std::vector<CertChain>& chains);
 
 // Appends a CertChainRecord for each chain, with a CertDataRecord for each of its certificates;
 // none of the chains may be empty, and they keep within the limits of ReadSignerChains. Without a

@@ -2,9 +2,11 @@
 
 #include <optional>
 #include <stdexcept>
+#include <vector>
 
 #include "stock-file-query/file-facts.h"
 #include "stock-file-query/file-record.h"
+#include "stock-file-query/pe/certificate-table.h"
 
 namespace larder::feed {
 
@@ -17,7 +19,8 @@ bool StockFileQuery::Query(const ObjectIdentity& wanted, platform::FileInfo* see
                            DbBuffer* record) {
   const std::optional<FileFacts> facts = ReadFileFacts(*library, wanted);
   if (!facts) return false;
-  *record = MakeFileRecord(*facts);
+  const std::vector<CertChain> chains = ReadSignerChains(facts->certificateTable);
+  *record = SerializeFileRecord(*facts, chains);
   *seen = facts->info;
   return true;
 }
