@@ -26,7 +26,7 @@ void TryTable(Bytes table) {
       held += certificate.size();
     }
   }
-  Require(held <= larder::feed::kMostChainBytes);
+  Require(held <= larder::feed::kMaxChainBytes);
   std::vector<std::uint8_t> block(384);
   larder::feed::AppendChainRecords(chains, block);
   Require(block.size() >= 400 + held);

@@ -22,22 +22,22 @@ std::system_error ResultError(std::int32_t code, const std::string& text) {
   return {std::error_code(code, category), text};
 }
 
-void RefuseFile(const ObjectIdentity& wanted, const std::string& reason) {
+void FailRead(const ObjectIdentity& wanted, const std::string& reason) {
   throw std::runtime_error("Can't read " + Quoted(wanted.path) + ": " + reason);
 }
 
-bool IsThere(const ObjectIdentity& wanted, platform::Code code) {
+bool Exists(const ObjectIdentity& wanted, platform::Code code) {
   if (code == platform::kFileNotFound || code == platform::kPathNotFound) return false;
-  if (code != platform::kSuccess) RefuseFile(wanted, SystemReason(code));
+  if (code != platform::kSuccess) FailRead(wanted, SystemReason(code));
   return true;
 }
 
 void RequireRegular(const ObjectIdentity& wanted, platform::FileKind kind) {
-  if (kind == platform::FileKind::kDirectory) RefuseFile(wanted, "it is a directory");
-  if (kind != platform::FileKind::kRegular) RefuseFile(wanted, "it isn't a regular file");
+  if (kind == platform::FileKind::kDirectory) FailRead(wanted, "it is a directory");
+  if (kind != platform::FileKind::kRegular) FailRead(wanted, "it isn't a regular file");
 }
 
-void RequireTime(const ObjectIdentity& wanted, const platform::FileInfo& info) {
+void RequireLastModified(const ObjectIdentity& wanted, const platform::FileInfo& info) {
   if (wanted.lastModified == 0 || wanted.lastModified == info.lastModified) return;
   throw ResultError(LARDER_E_FILE_ID_MISMATCH, Quoted(wanted.path) + " was last modified at " +
                                                    std::to_string(info.lastModified) + ", not at " +

@@ -15,16 +15,16 @@ namespace larder::feed {
 std::system_error ResultError(std::int32_t code, const std::string& text);
 
 // Throws std::runtime_error with the path and the reason.
-[[noreturn]] void RefuseFile(const ObjectIdentity& wanted, const std::string& reason);
+[[noreturn]] void FailRead(const ObjectIdentity& wanted, const std::string& reason);
 
-// True for kSuccess, false for the codes of what isn't there; RefuseFile otherwise.
-bool IsThere(const ObjectIdentity& wanted, platform::Code code);
+// True for kSuccess, false for the codes of what isn't there; FailRead otherwise.
+bool Exists(const ObjectIdentity& wanted, platform::Code code);
 
-// RefuseFile for what isn't a regular file.
+// FailRead for what isn't a regular file.
 void RequireRegular(const ObjectIdentity& wanted, platform::FileKind kind);
 
 // Throws std::system_error with LARDER_E_FILE_ID_MISMATCH if wanted.lastModified isn't 0 and isn't
 // the file's.
-void RequireTime(const ObjectIdentity& wanted, const platform::FileInfo& info);
+void RequireLastModified(const ObjectIdentity& wanted, const platform::FileInfo& info);
 
 }  // namespace larder::feed

@@ -15,21 +15,21 @@
 namespace larder::feed {
 namespace {
 
-constexpr std::size_t kMostInBatch = 128;
+constexpr std::size_t kMaxBatch = 128;
 // More than the largest record, whose chains have up to 16 MiB.
-constexpr std::size_t kMostWaitingBytes = std::size_t{32} << 20;
+constexpr std::size_t kMaxWaitingBytes = std::size_t{32} << 20;
 constexpr std::chrono::microseconds kPause(1'000);
-constexpr std::chrono::milliseconds kPatience(10'000);
-constexpr std::chrono::milliseconds kPatienceAtEnd(1'000);
+constexpr std::chrono::milliseconds kLockTimeout(10'000);
+constexpr std::chrono::milliseconds kLockTimeoutAtEnd(1'000);
 
 // A larger record isn't taken: much of what is stored would have to go for it.
-std::uint64_t LargestRecord(std::uint64_t limit) { return std::max(limit, kLeastLimit) / 8; }
+std::uint64_t LargestRecord(std::uint64_t limit) { return std::max(limit, kMinLimit) / 8; }
 
 }  // namespace
 
-FactStore::FactStore(const WideString& storeFolder, std::uint64_t mostBytes,
+FactStore::FactStore(const WideString& storeFolder, std::uint64_t maxBytes,
                      const std::string& whyNone)
-    : folder(storeFolder), limit(mostBytes), since(platform::CurrentFileTime()), reason(whyNone) {
+    : folder(storeFolder), limit(maxBytes), since(platform::CurrentFileTime()), reason(whyNone) {
   if (folder.empty() || limit == 0) return;
   Open();
   if (environment == nullptr) return;
@@ -63,12 +63,12 @@ void FactStore::Open() try {
     // Unless another process has been quicker.
     if (StoreIndex(folder) == index) {
       const WideString other = SetStoreAside(folder);
-      SayInLog(error.what() + std::string("; it is ") + Quoted(other) + " now, and made anew");
+      LogWarning(error.what() + std::string("; it is ") + Quoted(other) + " now, and made anew");
     }
     environment = std::make_unique<StoreEnvironment>(folder, limit);
   }
 } catch (const std::exception& error) {
-  SayInLog(error.what() + std::string("; there is no store"));
+  LogWarning(error.what() + std::string("; there is no store"));
   SetReason(error.what());
 }
 
@@ -87,11 +87,11 @@ void FactStore::OpenAnew(bool isDamage) {
   try {
     if (isDamage && isInPlace) {
       const WideString other = SetStoreAside(folder);
-      SayInLog("The store is " + Quoted(other) + " now, and made anew");
+      LogWarning("The store is " + Quoted(other) + " now, and made anew");
     }
     Open();
   } catch (const std::exception& error) {
-    SayInLog(error.what() + std::string("; there is no store"));
+    LogWarning(error.what() + std::string("; there is no store"));
     SetReason(error.what());
   }
 }
@@ -99,7 +99,7 @@ void FactStore::OpenAnew(bool isDamage) {
 // What was made anew since isn't meant.
 void FactStore::TellDamage(const StoreError& error, std::uint64_t seenGeneration) {
   if (!error.isDamage) return;
-  SayInLog(error.what());
+  LogWarning(error.what());
   const std::lock_guard lock(mutex);
   damagedGeneration = seenGeneration;
   platform::RaiseEvent(work);
@@ -150,7 +150,7 @@ std::shared_ptr<FactStore::Waiting> FactStore::Enqueue(const StoredFile& file, E
   }
   {
     const std::lock_guard lock(mutex);
-    if (thread == nullptr || waitingBytes + one->keyed.entry.size() > kMostWaitingBytes) return {};
+    if (thread == nullptr || waitingBytes + one->keyed.entry.size() > kMaxWaitingBytes) return {};
     queue.push_back(one);
     waiting[key] = one;
     isWaiting.store(true, std::memory_order_release);
@@ -199,7 +199,7 @@ void FactStore::RunWriter(void* store) { static_cast<FactStore*>(store)->WriteUn
 
 void FactStore::WriteUntilStopped() {
   for (;;) {
-    const WaitingList batch = TakeBatch(kMostInBatch);
+    const WaitingList batch = TakeBatch(kMaxBatch);
     if (!batch.empty()) {
       WriteInTurn(batch);
       continue;
@@ -234,8 +234,8 @@ bool FactStore::IsStopping() {
 bool FactStore::TakeTurn() {
   const auto begin = std::chrono::steady_clock::now();
   while (platform::TryLockFile(turn) == platform::kSharingViolation) {
-    const auto patience = IsStopping() ? kPatienceAtEnd : kPatience;
-    if (std::chrono::steady_clock::now() - begin > patience) {
+    const auto timeout = IsStopping() ? kLockTimeoutAtEnd : kLockTimeout;
+    if (std::chrono::steady_clock::now() - begin > timeout) {
       SetReason("another process that writes to the store doesn't go on");
       return false;
     }
@@ -284,7 +284,7 @@ bool FactStore::Write(const WaitingList& batch) {
       environment->Write(entries);
       return true;
     } catch (const StoreError& error) {
-      SayInLog(error.what());
+      LogWarning(error.what());
       SetReason(error.what());
       const bool isLost = error.isDamage || !environment->IsUsable();
       if (isLost) OpenAnew(error.isDamage && !again);

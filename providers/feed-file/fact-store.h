@@ -29,11 +29,10 @@ namespace larder::feed {
 
 class FactStore {
  public:
-  // storeFolder exists: it is that of MakeStoreFolder. mostBytes: of the file, see
+  // storeFolder exists: it is that of MakeStoreFolder. maxBytes: of the file, see
   // StoreEnvironment. An empty folder or a limit of 0 means that there is no store, for the reason
   // given.
-  FactStore(const WideString& storeFolder, std::uint64_t mostBytes,
-            const std::string& whyNone = {});
+  FactStore(const WideString& storeFolder, std::uint64_t maxBytes, const std::string& whyNone = {});
   // Returns when all is written, or has to be given up since another process that writes doesn't go
   // on. No call may run.
   ~FactStore();

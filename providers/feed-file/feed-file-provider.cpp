@@ -17,7 +17,7 @@ namespace {
 
 // By how much two changes of the file must lie apart to be sure to leave different times. Where
 // both times are whole seconds nothing finer may be kept, whatever the file system is.
-std::uint64_t StepOf(const ObjectIdentity& wanted, const platform::FileInfo& info) {
+std::uint64_t SettleTime(const ObjectIdentity& wanted, const platform::FileInfo& info) {
   constexpr std::uint64_t kSecond = 10'000'000;
   if (info.lastModified % kSecond == 0 && info.changed % kSecond == 0) return 2 * kSecond;
   return platform::FileTimeGranularity(wanted.path);
@@ -27,35 +27,35 @@ std::uint64_t StepOf(const ObjectIdentity& wanted, const platform::FileInfo& inf
 // times. Both times are looked at: the one may be set by anybody, the other isn't everywhere.
 bool IsSettled(const ObjectIdentity& wanted, const platform::FileInfo& info, std::uint64_t moment) {
   const std::uint64_t latest = std::max(info.lastModified, info.changed);
-  return latest < moment && moment - latest > StepOf(wanted, info);
+  return latest < moment && moment - latest > SettleTime(wanted, info);
 }
 
-[[noreturn]] void RefuseBlock(const ObjectIdentity& wanted, const std::string& reason) {
+[[noreturn]] void FailWrite(const ObjectIdentity& wanted, const std::string& reason) {
   throw std::runtime_error("Can't store facts about " + Quoted(wanted.path) + ": " + reason);
 }
 
 void CheckBlock(const ObjectIdentity& wanted, const DbBuffer& block) {
   const std::string fault = ValidateFileDataRecord(block.data, block.size);
-  if (!fault.empty()) RefuseBlock(wanted, fault);
+  if (!fault.empty()) FailWrite(wanted, fault);
   DataBlockHeader header{};
   std::memcpy(&header, block.data, sizeof header);
   if (header.providerType == LARDER_FEED_FILE_TYPE) return;
-  RefuseBlock(wanted, "its providerType is " + std::to_string(header.providerType) + ", not " +
-                          std::to_string(LARDER_FEED_FILE_TYPE));
+  FailWrite(wanted, "its providerType is " + std::to_string(header.providerType) + ", not " +
+                        std::to_string(LARDER_FEED_FILE_TYPE));
 }
 
 // The file that a written block tells of, as it is now.
-platform::FileInfo LookAtWritten(const ObjectIdentity& wanted) {
+platform::FileInfo QueryWrittenFile(const ObjectIdentity& wanted) {
   platform::FileInfo info;
   platform::FileKind kind{};
   const std::uint64_t moment = platform::CurrentFileTime();
-  if (!IsThere(wanted, platform::QueryPathInfo(wanted.path, info, kind))) {
-    RefuseBlock(wanted, "there is no such file");
+  if (!Exists(wanted, platform::QueryPathInfo(wanted.path, info, kind))) {
+    FailWrite(wanted, "there is no such file");
   }
   RequireRegular(wanted, kind);
-  RequireTime(wanted, info);
+  RequireLastModified(wanted, info);
   if (!IsSettled(wanted, info, moment)) {
-    RefuseBlock(wanted, "the file was changed only a moment ago");
+    FailWrite(wanted, "the file was changed only a moment ago");
   }
   return info;
 }
@@ -95,9 +95,9 @@ void FeedFileProvider::Query(const void* objectDescriptor, std::uint32_t queryOp
 bool FeedFileProvider::FindStored(const ObjectIdentity& wanted, DbBuffer* result) {
   platform::FileInfo info;
   platform::FileKind kind{};
-  if (!IsThere(wanted, platform::QueryPathInfo(wanted.path, info, kind))) return false;
+  if (!Exists(wanted, platform::QueryPathInfo(wanted.path, info, kind))) return false;
   RequireRegular(wanted, kind);
-  RequireTime(wanted, info);
+  RequireLastModified(wanted, info);
   const WideString folded = platform::FoldCase(wanted.path);
   return store->Find({folded, info}, result);
 }
@@ -121,14 +121,14 @@ void FeedFileProvider::Write(const void* objectDescriptor, std::uint64_t*, DbBuf
   const ObjectIdentity wanted = ReadDescriptor(objectDescriptor);
   try {
     CheckBlock(wanted, *data);
-    const platform::FileInfo info = LookAtWritten(wanted);
+    const platform::FileInfo info = QueryWrittenFile(wanted);
     const std::uint64_t fileId = FileIdOf(info);
     std::memcpy(data->data + offsetof(FileDataRecord, fileId), &fileId, sizeof fileId);
     const WideString folded = platform::FoldCase(wanted.path);
     try {
       store->KeepNow({folded, info}, ViewOf(*data));
     } catch (const std::runtime_error& error) {
-      RefuseBlock(wanted, error.what());
+      FailWrite(wanted, error.what());
     }
   } catch (...) {
     store->CountRefused();

@@ -37,7 +37,7 @@ std::uint32_t LimitInMiB() try {
   return ReadRegistryNumber(LARDER_WIDE("DataProviders\\FeedFile"), kLimitName)
       .value_or(kUsualLimit);
 } catch (const std::runtime_error& error) {
-  SayInLog(error.what() + std::string("; it is taken for ") + std::to_string(kUsualLimit));
+  LogWarning(error.what() + std::string("; it is taken for ") + std::to_string(kUsualLimit));
   return kUsualLimit;
 }
 
@@ -47,7 +47,7 @@ std::shared_ptr<FactStore> OpenStore() {
   try {
     return std::make_shared<FactStore>(MakeStoreFolder(), limit);
   } catch (const std::runtime_error& error) {
-    SayInLog(error.what() + std::string("; there is no store"));
+    LogWarning(error.what() + std::string("; there is no store"));
     return std::make_shared<FactStore>(WideString(), 0, error.what());
   }
 }

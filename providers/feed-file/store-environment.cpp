@@ -13,9 +13,9 @@ namespace larder::feed {
 namespace {
 
 constexpr std::uint64_t kFirstMap = std::uint64_t{16} << 20;
-constexpr unsigned kMostReaders = 1022;  // of all processes together
+constexpr unsigned kMaxReaders = 1022;  // of all processes together
 constexpr mdb_mode_t kFileMode = 0660;
-constexpr int kMostRemaps = 16;  // in a row, while another process makes the file larger
+constexpr int kMaxRemaps = 16;  // in a row, while another process makes the file larger
 constexpr const char* kEntries = "entries";
 constexpr const char* kIndex = "index";
 constexpr const char* kFormat = "format";
@@ -90,9 +90,9 @@ using Transaction = std::unique_ptr<MDB_txn, AbortTransaction>;
 }  // namespace
 
 // One write transaction; aborted unless it is committed.
-class StoreEnvironment::Writing {
+class StoreEnvironment::WriteTransaction {
  public:
-  Writing(const StoreEnvironment& storeEnvironment, MDB_txn* begun)
+  WriteTransaction(const StoreEnvironment& storeEnvironment, MDB_txn* begun)
       : environment(storeEnvironment), transaction(begun) {}
 
   std::uint64_t UsedBytes() const;
@@ -108,7 +108,7 @@ class StoreEnvironment::Writing {
   Transaction transaction;
 };
 
-std::uint64_t StoreEnvironment::Writing::UsedBytes() const {
+std::uint64_t StoreEnvironment::WriteTransaction::UsedBytes() const {
   std::uint64_t used = 0;
   for (const MDB_dbi table : {environment.entryTable, environment.indexTable}) {
     MDB_stat stat{};
@@ -118,7 +118,7 @@ std::uint64_t StoreEnvironment::Writing::UsedBytes() const {
   return used;
 }
 
-int StoreEnvironment::Writing::RemoveOldest() {
+int StoreEnvironment::WriteTransaction::RemoveOldest() {
   const Cursor cursor(transaction.get(), environment.entryTable);
   MDB_val number{};
   MDB_val value{};
@@ -138,7 +138,7 @@ int StoreEnvironment::Writing::RemoveOldest() {
 }
 
 // What was stored under a key before.
-int StoreEnvironment::Writing::RemoveEarlier(MDB_val key) {
+int StoreEnvironment::WriteTransaction::RemoveEarlier(MDB_val key) {
   MDB_val value{};
   int code = mdb_get(transaction.get(), environment.indexTable, &key, &value);
   if (code == MDB_SUCCESS) {
@@ -149,7 +149,7 @@ int StoreEnvironment::Writing::RemoveEarlier(MDB_val key) {
   return code == MDB_NOTFOUND ? MDB_SUCCESS : code;
 }
 
-int StoreEnvironment::Writing::NextNumber(std::uint64_t& next) const {
+int StoreEnvironment::WriteTransaction::NextNumber(std::uint64_t& next) const {
   const Cursor cursor(transaction.get(), environment.entryTable);
   MDB_val number{};
   MDB_val unused{};
@@ -158,7 +158,7 @@ int StoreEnvironment::Writing::NextNumber(std::uint64_t& next) const {
   return code == MDB_NOTFOUND ? MDB_SUCCESS : code;
 }
 
-int StoreEnvironment::Writing::Put(const KeyedEntry& keyed) {
+int StoreEnvironment::WriteTransaction::Put(const KeyedEntry& keyed) {
   std::uint64_t keyNumber = keyed.key;
   std::uint64_t number = 0;
   MDB_val key = ValueOf(keyNumber);
@@ -176,7 +176,7 @@ int StoreEnvironment::Writing::Put(const KeyedEntry& keyed) {
   return mdb_put(transaction.get(), environment.indexTable, &key, &numberValue, 0);
 }
 
-StoreEnvironment::Reading::Reading(StoreEnvironment& storeEnvironment)
+StoreEnvironment::ReadTransaction::ReadTransaction(StoreEnvironment& storeEnvironment)
     : environment(storeEnvironment), map(storeEnvironment.mapMutex) {
   {
     const std::lock_guard lock(environment.poolMutex);
@@ -190,7 +190,7 @@ StoreEnvironment::Reading::Reading(StoreEnvironment& storeEnvironment)
     mdb_reader_check(environment.environment.get(), nullptr);
     code = Begin();
   }
-  for (int remaps = 0; code == MDB_MAP_RESIZED && remaps < kMostRemaps; ++remaps) {
+  for (int remaps = 0; code == MDB_MAP_RESIZED && remaps < kMaxRemaps; ++remaps) {
     map.unlock();
     code = environment.Remap(0);
     map.lock();
@@ -201,13 +201,13 @@ StoreEnvironment::Reading::Reading(StoreEnvironment& storeEnvironment)
   environment.Fail(code);
 }
 
-int StoreEnvironment::Reading::Begin() {
+int StoreEnvironment::ReadTransaction::Begin() {
   if (!environment.IsUsable()) return MDB_PANIC;
   if (transaction != nullptr) return mdb_txn_renew(transaction);
   return mdb_txn_begin(environment.environment.get(), nullptr, MDB_RDONLY, &transaction);
 }
 
-StoreEnvironment::Reading::~Reading() {
+StoreEnvironment::ReadTransaction::~ReadTransaction() {
   mdb_txn_reset(transaction);
   const std::lock_guard lock(environment.poolMutex);
   try {
@@ -217,10 +217,10 @@ StoreEnvironment::Reading::~Reading() {
   }
 }
 
-StoreEnvironment::StoreEnvironment(const WideString& folder, std::uint64_t mostBytes)
+StoreEnvironment::StoreEnvironment(const WideString& folder, std::uint64_t maxBytes)
     : dataFile(folder + LARDER_WIDE("\\data.mdb")),
       path(PathForLmdb(folder)),
-      limit(std::max(mostBytes, kLeastLimit)) {
+      limit(std::max(maxBytes, kMinLimit)) {
   Open();
 }
 
@@ -253,7 +253,7 @@ void StoreEnvironment::Open() {
   environment.reset(made);
   Check(mdb_env_set_assert(made, FailAssertion));
   Check(mdb_env_set_maxdbs(made, 2));
-  Check(mdb_env_set_maxreaders(made, kMostReaders));
+  Check(mdb_env_set_maxreaders(made, kMaxReaders));
   Check(mdb_env_set_mapsize(made, std::max(std::min(kFirstMap, limit), DataFileSize())));
   // No pthread key, whose destructor would be called after the module has gone.
   Check(mdb_env_open(made, path.c_str(), MDB_NOTLS | MDB_NORDAHEAD, kFileMode));
@@ -356,12 +356,12 @@ bool StoreEnvironment::Grow() {
 }
 
 bool StoreEnvironment::Find(std::uint64_t key, const StoredFile& file, DbBuffer* record) {
-  const Reading reading(*this);
+  const ReadTransaction read(*this);
   MDB_val keyValue = ValueOf(key);
   MDB_val number{};
   MDB_val value{};
-  int code = mdb_get(reading.transaction, indexTable, &keyValue, &number);
-  if (code == MDB_SUCCESS) code = mdb_get(reading.transaction, entryTable, &number, &value);
+  int code = mdb_get(read.transaction, indexTable, &keyValue, &number);
+  if (code == MDB_SUCCESS) code = mdb_get(read.transaction, entryTable, &number, &value);
   if (code == MDB_NOTFOUND) return false;
   Check(code);
   const EntryView found = RecordIn(EntryIn(value), file);
@@ -371,11 +371,11 @@ bool StoreEnvironment::Find(std::uint64_t key, const StoredFile& file, DbBuffer*
 }
 
 StoreSize StoreEnvironment::Size() {
-  const Reading reading(*this);
+  const ReadTransaction read(*this);
   StoreSize size;
   for (const MDB_dbi table : {indexTable, entryTable}) {
     MDB_stat stat{};
-    Check(mdb_stat(reading.transaction, table, &stat));
+    Check(mdb_stat(read.transaction, table, &stat));
     size.entries = stat.ms_entries;
     size.bytes += (stat.ms_branch_pages + stat.ms_leaf_pages + stat.ms_overflow_pages) *
                   std::uint64_t{stat.ms_psize};
@@ -399,17 +399,17 @@ int StoreEnvironment::MakeRoomFor(std::span<const KeyedEntry* const> entries) {
   if (!IsUsable()) return MDB_PANIC;
   MDB_txn* begun = nullptr;
   if (const int code = mdb_txn_begin(environment.get(), nullptr, 0, &begun)) return code;
-  Writing writing(*this, begun);
+  WriteTransaction write(*this, begun);
   std::uint64_t needed = 0;
   for (const KeyedEntry* keyed : entries) needed += BytesFor(*keyed);
-  if (writing.UsedBytes() + needed <= limit / 4 * 3) return MDB_SUCCESS;
+  if (write.UsedBytes() + needed <= limit / 4 * 3) return MDB_SUCCESS;
   // Many small ones may have to go for a large one, but a limit that was lowered isn't reached in
   // one transaction.
   for (std::size_t i = 0; i < 32 * entries.size() + 64; ++i) {
-    if (const int code = writing.RemoveOldest()) return code;
-    if (writing.UsedBytes() + needed <= limit / 4 * 3) break;
+    if (const int code = write.RemoveOldest()) return code;
+    if (write.UsedBytes() + needed <= limit / 4 * 3) break;
   }
-  return writing.Commit();
+  return write.Commit();
 }
 
 int StoreEnvironment::TryWrite(std::span<const KeyedEntry* const> entries) {
@@ -418,11 +418,11 @@ int StoreEnvironment::TryWrite(std::span<const KeyedEntry* const> entries) {
   if (!IsUsable()) return MDB_PANIC;
   MDB_txn* begun = nullptr;
   if (const int code = mdb_txn_begin(environment.get(), nullptr, 0, &begun)) return code;
-  Writing writing(*this, begun);
+  WriteTransaction write(*this, begun);
   for (const KeyedEntry* keyed : entries) {
-    if (const int code = writing.Put(*keyed)) return code;
+    if (const int code = write.Put(*keyed)) return code;
   }
-  return writing.Commit();
+  return write.Commit();
 }
 
 void StoreEnvironment::WriteSome(std::span<const KeyedEntry* const> entries) {
@@ -431,7 +431,7 @@ void StoreEnvironment::WriteSome(std::span<const KeyedEntry* const> entries) {
   for (;;) {
     const int code = TryWrite(entries);
     if (code == MDB_SUCCESS) return;
-    if (code == MDB_MAP_RESIZED && remaps++ < kMostRemaps) {
+    if (code == MDB_MAP_RESIZED && remaps++ < kMaxRemaps) {
       Check(Remap(0));
       continue;
     }

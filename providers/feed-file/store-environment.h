@@ -42,14 +42,14 @@ struct StoreSize {
 };
 
 // With less, what a single transaction changes would be a large part of the whole.
-inline constexpr std::uint64_t kLeastLimit = std::uint64_t{8} << 20;
+inline constexpr std::uint64_t kMinLimit = std::uint64_t{8} << 20;
 
 class StoreEnvironment {
  public:
-  // folder exists. mostBytes: how large the data file becomes at most, at least kLeastLimit. Throws
+  // folder exists. maxBytes: how large the data file becomes at most, at least kMinLimit. Throws
   // StoreError with the path and the reason: for what is no store, or one of another format, with
   // isDamage.
-  StoreEnvironment(const WideString& folder, std::uint64_t mostBytes);
+  StoreEnvironment(const WideString& folder, std::uint64_t maxBytes);
   // No call may run.
   ~StoreEnvironment();
   StoreEnvironment(const StoreEnvironment&) = delete;
@@ -75,13 +75,13 @@ class StoreEnvironment {
     void operator()(MDB_env* opened) const noexcept { mdb_env_close(opened); }
   };
 
-  // A read transaction out of the pool, for one reading at a time. The map can't move meanwhile.
-  class Reading {
+  // A read transaction out of the pool, for one read at a time. The map can't move meanwhile.
+  class ReadTransaction {
    public:
-    explicit Reading(StoreEnvironment& storeEnvironment);
-    ~Reading();
-    Reading(const Reading&) = delete;
-    Reading& operator=(const Reading&) = delete;
+    explicit ReadTransaction(StoreEnvironment& storeEnvironment);
+    ~ReadTransaction();
+    ReadTransaction(const ReadTransaction&) = delete;
+    ReadTransaction& operator=(const ReadTransaction&) = delete;
 
     MDB_txn* transaction = nullptr;
 
@@ -92,7 +92,7 @@ class StoreEnvironment {
     std::shared_lock<StoreLock> map;
   };
 
-  class Writing;
+  class WriteTransaction;
 
   [[noreturn]] void Fail(int code) const;
   void Check(int code) const;

@@ -55,7 +55,7 @@ void Append(const WideString& path, const std::string& line) {
 
 }  // namespace
 
-void SayInLog(const std::string& text) noexcept try {
+void LogWarning(const std::string& text) noexcept try {
   WideString path;
   if (!IsLoggingEnabled() || !MakeLogFolder(path)) return;
   Append(path.append(LARDER_WIDE("\\feedf.log")), Stamp() + text + "\r\n");

@@ -7,6 +7,6 @@ namespace larder::feed {
 
 // Appends a line to "feedf.log" in the logs directory, if logging is on at this moment. A line that
 // can't be written is lost. Any thread; lets nothing out.
-void SayInLog(const std::string& text) noexcept;
+void LogWarning(const std::string& text) noexcept;
 
 }  // namespace larder::feed

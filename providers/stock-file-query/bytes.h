@@ -1,6 +1,7 @@
-// Bytes that somebody else owns.
+// A view of bytes that somebody else owns.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -9,9 +10,11 @@ namespace larder::feed {
 
 using Bytes = std::span<const std::uint8_t>;
 
-// The unsigned number of at most four bytes that lies there, lowest byte first; 0 if the bytes
-// don't hold all of it.
-constexpr std::uint32_t Number(Bytes bytes, std::size_t offset, std::size_t size) {
+constexpr bool Equal(Bytes one, Bytes other) { return std::ranges::equal(one, other); }
+
+// The unsigned little-endian number of size bytes, at most 4, at the offset; 0 if it isn't wholly
+// within the bytes.
+constexpr std::uint32_t ReadLittleEndian(Bytes bytes, std::size_t offset, std::size_t size) {
   std::uint32_t number = 0;
   if (offset > bytes.size() || size > bytes.size() - offset) return number;
   for (std::size_t i = 0; i < size; ++i) number |= std::uint32_t{bytes[offset + i]} << (8 * i);

@@ -18,18 +18,18 @@ struct Reading {
   std::uint64_t bytesRead = 0;
   platform::FileInfo after;
 
-  bool IsSteady() const { return bytesRead == facts.info.size && after == facts.info; }
+  bool IsUnchanged() const { return bytesRead == facts.info.size && after == facts.info; }
 };
 
 void Check(const ObjectIdentity& wanted, platform::Code code) {
-  if (code != platform::kSuccess) RefuseFile(wanted, SystemReason(code));
+  if (code != platform::kSuccess) FailRead(wanted, SystemReason(code));
 }
 
 // False if there is no such file.
 bool Open(const ObjectIdentity& wanted, platform::OwnedHandle& file) {
   platform::FileKind kind = platform::FileKind::kRegular;
   const platform::Code code = platform::OpenFileToRead(wanted.path, file.Out(), kind);
-  if (!IsThere(wanted, code)) return false;
+  if (!Exists(wanted, code)) return false;
   RequireRegular(wanted, kind);
   return true;
 }
@@ -39,7 +39,7 @@ Reading Read(const platform::DigestLibrary& library, const ObjectIdentity& wante
   Reading reading;
   FileFacts& facts = reading.facts;
   Check(wanted, platform::QueryFileInfo(file, facts.info));
-  RequireTime(wanted, facts.info);
+  RequireLastModified(wanted, facts.info);
   const auto readBlock = [&](std::uint64_t offset, void* buffer, std::size_t size) {
     std::size_t got = 0;
     Check(wanted, platform::ReadAt(file, offset, buffer, size, got));
@@ -58,11 +58,11 @@ Reading Read(const platform::DigestLibrary& library, const ObjectIdentity& wante
   return reading;
 }
 
-[[noreturn]] void FailUnsteady(const ObjectIdentity& wanted, const Reading& reading) {
-  RefuseFile(wanted,
-             "it changed while it was read, twice: " + std::to_string(reading.facts.info.size) +
-                 " bytes before, " + std::to_string(reading.after.size) + " after, " +
-                 std::to_string(reading.bytesRead) + " read");
+[[noreturn]] void FailChangedDuringRead(const ObjectIdentity& wanted, const Reading& reading) {
+  FailRead(wanted,
+           "it changed while it was read, twice: " + std::to_string(reading.facts.info.size) +
+               " bytes before, " + std::to_string(reading.after.size) + " after, " +
+               std::to_string(reading.bytesRead) + " read");
 }
 
 }  // namespace
@@ -73,8 +73,8 @@ std::optional<FileFacts> ReadFileFacts(const platform::DigestLibrary& library,
     platform::OwnedHandle file;
     if (!Open(wanted, file)) return std::nullopt;
     const Reading reading = Read(library, wanted, file.Get());
-    if (reading.IsSteady()) return reading.facts;
-    if (again) FailUnsteady(wanted, reading);
+    if (reading.IsUnchanged()) return reading.facts;
+    if (again) FailChangedDuringRead(wanted, reading);
   }
 }
 

@@ -56,9 +56,9 @@ std::string DigestOf(const Image& image, std::size_t size) {
 
 // The image's digest that was signed: in SpcIndirectDataContent, messageDigest's digest.
 std::string SignedDigest(const SignedData& signature) {
-  DerReader content(signature.content);
+  DerReader content(signature.encapContentInfo);
   content.Skip(der::kObjectIdentifier);
-  const auto holder = content.Next(der::Constructed(0)).value();
+  const auto holder = content.Next(der::ContextConstructed(0)).value();
   DerReader data(DerReader(holder.content).Next(der::kSequence).value().content);
   data.Skip(der::kSequence);
   DerReader digest(data.Next(der::kSequence).value().content);

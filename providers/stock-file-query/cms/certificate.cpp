@@ -1,6 +1,5 @@
 #include "stock-file-query/cms/certificate.h"
 
-#include <algorithm>
 #include <array>
 
 #include "stock-file-query/cms/der-reader.h"
@@ -20,21 +19,21 @@ void ReadExtension(Bytes extension, Certificate& certificate) {
   const Bytes name = ContentOf(parts.Next(der::kObjectIdentifier));
   parts.Skip(der::kBoolean);
   const Bytes value = ContentOf(parts.Next(der::kOctetString));
-  if (Same(name, kSubjectKeyIdentifier)) {
-    certificate.keyId = ContentOf(DerReader(value).Next(der::kOctetString));
-  } else if (Same(name, kAuthorityKeyIdentifier)) {
+  if (Equal(name, kSubjectKeyIdentifier)) {
+    certificate.subjectKeyId = ContentOf(DerReader(value).Next(der::kOctetString));
+  } else if (Equal(name, kAuthorityKeyIdentifier)) {
     DerReader identifier(ContentOf(DerReader(value).Next(der::kSequence)));
-    certificate.issuerKeyId = ContentOf(identifier.Next(der::Simple(0)));
+    certificate.authorityKeyId = ContentOf(identifier.Next(der::ContextPrimitive(0)));
   }
 }
 
 // fields: behind the subject's public key.
 void ReadExtensions(DerReader fields, Certificate& certificate) {
-  constexpr std::uint8_t kIssuerId = der::Simple(1);
-  constexpr std::uint8_t kSubjectId = der::Simple(2);
+  constexpr std::uint8_t kIssuerId = der::ContextPrimitive(1);
+  constexpr std::uint8_t kSubjectId = der::ContextPrimitive(2);
   fields.Skip(kIssuerId);
   fields.Skip(kSubjectId);
-  DerReader holder(ContentOf(fields.Next(der::Constructed(3))));
+  DerReader holder(ContentOf(fields.Next(der::ContextConstructed(3))));
   DerReader extensions(ContentOf(holder.Next(der::kSequence)));
   while (const auto extension = extensions.Next(der::kSequence)) {
     ReadExtension(extension->content, certificate);
@@ -47,7 +46,7 @@ std::optional<Certificate> ReadCertificate(Bytes bytes) {
   DerReader outer(bytes);
   const auto whole = outer.Next(der::kSequence);
   DerReader fields(ContentOf(DerReader(ContentOf(whole)).Next(der::kSequence)));
-  fields.Skip(der::Constructed(0));  // the version
+  fields.Skip(der::ContextConstructed(0));  // the version
   const auto serial = fields.Next(der::kInteger);
   fields.Skip(der::kSequence);  // the signature's algorithm
   const auto issuer = fields.Next(der::kSequence);
@@ -59,7 +58,5 @@ std::optional<Certificate> ReadCertificate(Bytes bytes) {
   ReadExtensions(fields, certificate);
   return certificate;
 }
-
-bool Same(Bytes one, Bytes other) { return std::ranges::equal(one, other); }
 
 }  // namespace larder::feed

@@ -14,15 +14,12 @@ struct Certificate {
   Bytes serial;
   Bytes issuer;
   Bytes subject;
-  Bytes keyId;        // the extension subjectKeyIdentifier; empty without it
-  Bytes issuerKeyId;  // the keyIdentifier of authorityKeyIdentifier; empty without it
+  Bytes subjectKeyId;    // the extension subjectKeyIdentifier; empty without it
+  Bytes authorityKeyId;  // the keyIdentifier of authorityKeyIdentifier; empty without it
 };
 
 // bytes: one element, with tag and length. Nothing if serial number or names can't be read from it.
 // Extensions that can't be read count as not there. An upper bound of time: the bytes' number.
 std::optional<Certificate> ReadCertificate(Bytes bytes);
-
-// Equal byte by byte. Two spellings of one name are two names here.
-bool Same(Bytes one, Bytes other);
 
 }  // namespace larder::feed

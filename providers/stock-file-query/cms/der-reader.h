@@ -17,8 +17,8 @@ inline constexpr std::uint8_t kObjectIdentifier = 0x06;
 inline constexpr std::uint8_t kSequence = 0x30;
 inline constexpr std::uint8_t kSet = 0x31;
 // [number], of the context that it stands in.
-constexpr std::uint8_t Simple(std::uint8_t number) { return 0x80 | number; }
-constexpr std::uint8_t Constructed(std::uint8_t number) { return 0xa0 | number; }
+constexpr std::uint8_t ContextPrimitive(std::uint8_t number) { return 0x80 | number; }
+constexpr std::uint8_t ContextConstructed(std::uint8_t number) { return 0xa0 | number; }
 }  // namespace der
 
 struct DerElement {

@@ -12,24 +12,24 @@ namespace {
 constexpr std::array<std::uint8_t, 9> kSignedData{0x2a, 0x86, 0x48, 0x86, 0xf7,
                                                   0x0d, 0x01, 0x07, 0x02};
 // 1.3.6.1.4.1.311.2.4.1
-constexpr std::array<std::uint8_t, 10> kNestedSignature{0x2b, 0x06, 0x01, 0x04, 0x01,
-                                                        0x82, 0x37, 0x02, 0x04, 0x01};
+constexpr std::array<std::uint8_t, 10> kNestedSignatureAttribute{0x2b, 0x06, 0x01, 0x04, 0x01,
+                                                                 0x82, 0x37, 0x02, 0x04, 0x01};
 
 bool IsObject(const std::optional<DerElement>& element, Bytes name) {
-  return element && Same(element->content, name);
+  return element && Equal(element->content, name);
 }
 
 void AddCertificate(Bytes bytes, std::vector<Certificate>& certificates) {
   const std::optional<Certificate> added = ReadCertificate(bytes);
   if (!added) return;
-  const auto isAdded = [&](const Certificate& other) { return Same(other.whole, added->whole); };
+  const auto isAdded = [&](const Certificate& other) { return Equal(other.whole, added->whole); };
   if (std::ranges::none_of(certificates, isAdded)) certificates.push_back(*added);
 }
 
 void ReadCertificates(Bytes set, SignedData& data) {
   DerReader elements(set);
   while (const auto element = elements.Next()) {
-    if (data.certificates.size() == kMostCertificates) return;
+    if (data.certificates.size() == kMaxCertificates) return;
     AddCertificate(element->whole, data.certificates);
   }
 }
@@ -38,46 +38,47 @@ void ReadNested(Bytes attributes, SignedData& data) {
   DerReader reader(attributes);
   while (const auto attribute = reader.Next()) {
     DerReader parts(attribute->content);
-    if (!IsObject(parts.Next(der::kObjectIdentifier), kNestedSignature)) continue;
+    if (!IsObject(parts.Next(der::kObjectIdentifier), kNestedSignatureAttribute)) continue;
     const auto set = parts.Next(der::kSet);
     DerReader values(set ? set->content : Bytes());
     while (const auto value = values.Next()) {
-      if (data.nested.size() == kMostNested) return;
-      data.nested.push_back(value->whole);
+      if (data.nestedSignatures.size() == kMaxNestedSignatures) return;
+      data.nestedSignatures.push_back(value->whole);
     }
   }
 }
 
 // Nothing if neither way of naming the certificate is there.
-std::optional<Signer> TakeSigner(DerReader& fields) {
-  if (const auto keyId = fields.Next(der::Simple(0))) return Signer{{}, {}, keyId->content};
+std::optional<SignerIdentifier> TakeSignerIdentifier(DerReader& fields) {
+  if (const auto subjectKeyId = fields.Next(der::ContextPrimitive(0)))
+    return SignerIdentifier{{}, {}, subjectKeyId->content};
   const auto name = fields.Next(der::kSequence);
   if (!name) return std::nullopt;
   DerReader parts(name->content);
   const auto issuer = parts.Next(der::kSequence);
   const auto serial = parts.Next(der::kInteger);
   if (!issuer || !serial) return std::nullopt;
-  return Signer{issuer->whole, serial->content, {}};
+  return SignerIdentifier{issuer->whole, serial->content, {}};
 }
 
 void ReadSigner(Bytes info, SignedData& data) {
   DerReader fields(info);
   fields.Skip(der::kInteger);  // the version
-  const std::optional<Signer> signer = TakeSigner(fields);
+  const std::optional<SignerIdentifier> signer = TakeSignerIdentifier(fields);
   if (!signer) return;
   data.signers.push_back(*signer);
-  fields.Skip(der::kSequence);       // the digest's algorithm
-  fields.Skip(der::Constructed(0));  // the signed attributes
-  fields.Skip(der::kSequence);       // the signature's algorithm
-  fields.Skip(der::kOctetString);    // the signature itself
-  const auto attributes = fields.Next(der::Constructed(1));
+  fields.Skip(der::kSequence);              // the digest's algorithm
+  fields.Skip(der::ContextConstructed(0));  // the signed attributes
+  fields.Skip(der::kSequence);              // the signature's algorithm
+  fields.Skip(der::kOctetString);           // the signature itself
+  const auto attributes = fields.Next(der::ContextConstructed(1));
   if (attributes) ReadNested(attributes->content, data);
 }
 
 void ReadSigners(Bytes set, SignedData& data) {
   DerReader infos(set);
   while (const auto info = infos.Next()) {
-    if (data.signers.size() == kMostSigners) return;
+    if (data.signers.size() == kMaxSigners) return;
     ReadSigner(info->content, data);
   }
 }
@@ -86,9 +87,10 @@ void ReadFields(Bytes bytes, SignedData& data) {
   DerReader fields(bytes);
   fields.Skip(der::kInteger);  // the version
   fields.Skip(der::kSet);      // the digests' algorithms
-  if (const auto content = fields.Next(der::kSequence)) data.content = content->content;
-  if (const auto set = fields.Next(der::Constructed(0))) ReadCertificates(set->content, data);
-  fields.Skip(der::Constructed(1));  // lists of revoked certificates
+  if (const auto content = fields.Next(der::kSequence)) data.encapContentInfo = content->content;
+  if (const auto set = fields.Next(der::ContextConstructed(0)))
+    ReadCertificates(set->content, data);
+  fields.Skip(der::ContextConstructed(1));  // lists of revoked certificates
   if (const auto set = fields.Next(der::kSet)) ReadSigners(set->content, data);
 }
 
@@ -101,7 +103,7 @@ std::optional<SignedData> ReadSignedData(Bytes bytes) {
   if (!IsObject(parts.Next(der::kObjectIdentifier), kSignedData)) return std::nullopt;
   SignedData data;
   data.whole = info->whole;
-  const auto holder = parts.Next(der::Constructed(0));
+  const auto holder = parts.Next(der::ContextConstructed(0));
   const auto fields = DerReader(holder ? holder->content : Bytes()).Next(der::kSequence);
   if (fields) ReadFields(fields->content, data);
   return data;

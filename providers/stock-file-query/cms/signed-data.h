@@ -11,26 +11,27 @@
 namespace larder::feed {
 
 // Of one signature; what comes behind so many is left out.
-inline constexpr std::size_t kMostCertificates = 64;
-inline constexpr std::size_t kMostSigners = 64;
-inline constexpr std::size_t kMostNested = 64;
+inline constexpr std::size_t kMaxCertificates = 64;
+inline constexpr std::size_t kMaxSigners = 64;
+inline constexpr std::size_t kMaxNestedSignatures = 64;
 
-// Who signed: names its certificate by issuer and serial number, or by the certificate's keyId.
-struct Signer {
-  Bytes issuer;  // a whole element; empty if keyId is what names the certificate
+// Who signed: names its certificate by issuer and serial number, or by the certificate's
+// subjectKeyId.
+struct SignerIdentifier {
+  Bytes issuer;  // a whole element; empty if subjectKeyId is what names the certificate
   Bytes serial;
-  Bytes keyId;
+  Bytes subjectKeyId;
 };
 
 // Points into the bytes that it was read from. Nothing is verified.
 struct SignedData {
   Bytes whole;
-  Bytes content;                          // of encapContentInfo: type, and what was signed
+  Bytes encapContentInfo;                 // of encapContentInfo: type, and what was signed
   std::vector<Certificate> certificates;  // as they stand there, each once
-  std::vector<Signer> signers;            // as they stand there
+  std::vector<SignerIdentifier> signers;  // as they stand there
   // The signatures inside this one: all values of the attributes 1.3.6.1.4.1.311.2.4.1 among the
   // unsigned ones of all signers. Unread.
-  std::vector<Bytes> nested;
+  std::vector<Bytes> nestedSignatures;
 };
 
 // Bytes behind the signature are no fault. Reads as far as it can: a signature that is broken in

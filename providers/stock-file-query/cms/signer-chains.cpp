@@ -13,20 +13,20 @@ struct KeyAgreement {
 };
 
 KeyAgreement Compare(const Certificate& certificate, const Certificate& issuer) {
-  const bool known = !certificate.issuerKeyId.empty() && !issuer.keyId.empty();
-  return {known, known && Same(certificate.issuerKeyId, issuer.keyId)};
+  const bool known = !certificate.authorityKeyId.empty() && !issuer.subjectKeyId.empty();
+  return {known, known && Equal(certificate.authorityKeyId, issuer.subjectKeyId)};
 }
 
 bool IssuedItself(const Certificate& certificate) {
   const KeyAgreement keys = Compare(certificate, certificate);
-  return Same(certificate.issuer, certificate.subject) && (!keys.known || keys.same);
+  return Equal(certificate.issuer, certificate.subject) && (!keys.known || keys.same);
 }
 
 const Certificate* IssuerOf(const Certificate& certificate, const std::vector<Certificate>& all) {
   if (IssuedItself(certificate)) return nullptr;
   const Certificate* issuer = nullptr;
   for (const Certificate& candidate : all) {
-    if (&candidate == &certificate || !Same(candidate.subject, certificate.issuer)) continue;
+    if (&candidate == &certificate || !Equal(candidate.subject, certificate.issuer)) continue;
     const KeyAgreement keys = Compare(certificate, candidate);
     if (keys.same) return &candidate;
     if (!keys.known && issuer == nullptr) issuer = &candidate;
@@ -34,11 +34,12 @@ const Certificate* IssuerOf(const Certificate& certificate, const std::vector<Ce
   return issuer;
 }
 
-bool IsOf(const Certificate& certificate, const Signer& signer) {
+bool IsOf(const Certificate& certificate, const SignerIdentifier& signer) {
   if (signer.issuer.empty()) {
-    return !certificate.keyId.empty() && Same(certificate.keyId, signer.keyId);
+    return !certificate.subjectKeyId.empty() &&
+           Equal(certificate.subjectKeyId, signer.subjectKeyId);
   }
-  return Same(certificate.serial, signer.serial) && Same(certificate.issuer, signer.issuer);
+  return Equal(certificate.serial, signer.serial) && Equal(certificate.issuer, signer.issuer);
 }
 
 // The certificates of one signature and who issued which; found once, whatever the chains are.
@@ -49,7 +50,7 @@ class Issuers {
   }
 
   // Empty if the signer's certificate isn't there.
-  CertChain ChainOf(const Signer& signer) const {
+  CertChain ChainOf(const SignerIdentifier& signer) const {
     CertChain chain;
     std::vector<bool> taken(all.size());
     const auto first =
@@ -77,7 +78,7 @@ class Issuers {
 std::vector<CertChain> ChainsOf(const SignedData& signature) {
   const Issuers issuers(signature.certificates);
   std::vector<CertChain> chains;
-  for (const Signer& signer : signature.signers) {
+  for (const SignerIdentifier& signer : signature.signers) {
     CertChain chain = issuers.ChainOf(signer);
     if (!chain.empty()) chains.push_back(std::move(chain));
   }

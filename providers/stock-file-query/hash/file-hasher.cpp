@@ -24,10 +24,10 @@ class Helper {
   static void Run(void* helper) {
     HashWork& work = static_cast<Helper*>(helper)->work;
     for (;;) {
-      const std::size_t changes = work.Changes();
-      if (work.Step()) continue;
+      const std::size_t changeCount = work.ChangeCount();
+      if (work.RunOne()) continue;
       if (work.IsDone()) return;
-      work.Wait(HashWork::Worker::kHelper, changes);
+      work.WaitForChange(HashWork::Worker::kHelper, changeCount);
     }
   }
 
@@ -50,16 +50,16 @@ bool Fill(FileBlock& block, std::uint64_t fileSize, const ReadBlock& readBlock,
 std::uint64_t ReadAndWork(HashWork& work, std::uint64_t fileSize, const ReadBlock& readBlock) {
   std::uint64_t bytesRead = 0;
   for (;;) {
-    const std::size_t changes = work.Changes();
-    if (FileBlock* const block = work.Room()) {
+    const std::size_t changeCount = work.ChangeCount();
+    if (FileBlock* const block = work.AcquireBlock()) {
       if (Fill(*block, fileSize, readBlock, bytesRead)) {
-        work.Give();
+        work.Submit();
       } else {
         work.End();
       }
-    } else if (!work.Step()) {
+    } else if (!work.RunOne()) {
       if (work.IsDone()) return bytesRead;
-      work.Wait(HashWork::Worker::kReader, changes);
+      work.WaitForChange(HashWork::Worker::kReader, changeCount);
     }
   }
 }
@@ -71,7 +71,7 @@ HashedFile HashFile(const platform::DigestLibrary& library, std::uint64_t fileSi
   HashedFile result;
   HashWork work(library, layout ? &*layout : nullptr);
   std::optional<Helper> helper;
-  if (fileSize >= kSizeForTwoThreads && work.Share()) helper.emplace(work);
+  if (fileSize >= kSizeForTwoThreads && work.EnableHelper()) helper.emplace(work);
   result.bytesRead = ReadAndWork(work, fileSize, readBlock);
   helper.reset();
   work.Finish(result.file, layout ? &result.image.emplace() : nullptr);

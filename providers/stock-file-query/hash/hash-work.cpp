@@ -6,7 +6,7 @@
 namespace larder::feed {
 namespace {
 
-constexpr std::size_t kBlocksOfTwoThreads = 4;
+constexpr std::size_t kBlocksForTwoThreads = 4;
 
 [[noreturn]] void FailRefused() {
   throw std::runtime_error("the system's cryptographic library refuses a digest");
@@ -50,49 +50,49 @@ HashWork::HashWork(const platform::DigestLibrary& library, const ImageLayout* la
   for (const platform::DigestKind kind : kAllDigests) lanes.emplace_back(library, kind, layout);
 }
 
-bool HashWork::Share() {
-  for (Sleeper& sleeper : sleepers) {
-    sleeper.event = platform::MakeEvent();
-    if (sleeper.event == nullptr) return false;
+bool HashWork::EnableHelper() {
+  for (Waiter& waiter : waiters) {
+    waiter.event = platform::MakeEvent();
+    if (waiter.event == nullptr) return false;
   }
-  blocks.resize(kBlocksOfTwoThreads);
+  blocks.resize(kBlocksForTwoThreads);
   return true;
 }
 
-FileBlock* HashWork::Room() noexcept {
-  if (hasEnded || given - FewestDone() >= blocks.size()) return nullptr;
-  return &blocks[given % blocks.size()];
+FileBlock* HashWork::AcquireBlock() noexcept {
+  if (hasEnded || submitted - FewestDone() >= blocks.size()) return nullptr;
+  return &blocks[submitted % blocks.size()];
 }
 
-void HashWork::Give() noexcept {
-  ++given;
-  TellChange();
+void HashWork::Submit() noexcept {
+  ++submitted;
+  NotifyChange();
 }
 
 void HashWork::End() noexcept {
   hasEnded = true;
-  TellChange();
+  NotifyChange();
 }
 
-bool HashWork::Step() noexcept {
+bool HashWork::RunOne() noexcept {
   DigestLane* const lane = ClaimSlowestLane();
   if (lane == nullptr) return false;
   lane->Add(blocks[lane->Done() % blocks.size()]);
-  TellChange();
+  NotifyChange();
   return true;
 }
 
-bool HashWork::IsDone() const noexcept { return hasEnded && FewestDone() == given; }
+bool HashWork::IsDone() const noexcept { return hasEnded && FewestDone() == submitted; }
 
-void HashWork::Wait(Worker who, std::size_t changesSeen) noexcept {
-  Sleeper& self = sleepers[static_cast<std::size_t>(who)];
-  self.isAsleep = true;
-  while (changes == changesSeen) {
+void HashWork::WaitForChange(Worker who, std::size_t countSeen) noexcept {
+  Waiter& self = waiters[static_cast<std::size_t>(who)];
+  self.isWaiting = true;
+  while (changeCount == countSeen) {
     std::size_t index = 0;
     static_cast<void>(platform::WaitForAny(&self.event, 1, index));
     platform::LowerEvent(self.event);
   }
-  self.isAsleep = false;
+  self.isWaiting = false;
 }
 
 void HashWork::Finish(Digests& file, Digests* image) {
@@ -101,7 +101,7 @@ void HashWork::Finish(Digests& file, Digests* image) {
 }
 
 std::size_t HashWork::FewestDone() const noexcept {
-  std::size_t fewest = given;
+  std::size_t fewest = submitted;
   for (const DigestLane& lane : lanes) fewest = std::min(fewest, lane.Done());
   return fewest;
 }
@@ -109,7 +109,7 @@ std::size_t HashWork::FewestDone() const noexcept {
 DigestLane* HashWork::ClaimSlowestLane() noexcept {
   for (;;) {
     DigestLane* best = nullptr;
-    std::size_t fewest = given;
+    std::size_t fewest = submitted;
     for (DigestLane& lane : lanes) {
       if (const std::size_t done = lane.Done(); done < fewest && !lane.IsClaimed()) {
         best = &lane;
@@ -120,10 +120,10 @@ DigestLane* HashWork::ClaimSlowestLane() noexcept {
   }
 }
 
-void HashWork::TellChange() noexcept {
-  ++changes;
-  for (Sleeper& sleeper : sleepers)
-    if (sleeper.isAsleep) platform::RaiseEvent(sleeper.event);
+void HashWork::NotifyChange() noexcept {
+  ++changeCount;
+  for (Waiter& waiter : waiters)
+    if (waiter.isWaiting) platform::RaiseEvent(waiter.event);
 }
 
 }  // namespace larder::feed

@@ -72,47 +72,47 @@ class HashWork {
 
   // Makes it work for two threads; before anything else. False if the system has no events left:
   // then it stays work for one.
-  [[nodiscard]] bool Share();
+  [[nodiscard]] bool EnableHelper();
 
   // The reader's: the block to be filled next; null while there is none, and after the end.
-  FileBlock* Room() noexcept;
-  void Give() noexcept;
+  FileBlock* AcquireBlock() noexcept;
+  void Submit() noexcept;
   // No more blocks will come. Any number of times.
   void End() noexcept;
 
   // Either's. Does a block for a digest; false if there is none to be done at the moment.
-  bool Step() noexcept;
-  // Everything that was given has been done, and no more will come.
+  bool RunOne() noexcept;
+  // Everything that was submitted has been done, and no more will come.
   bool IsDone() const noexcept;
   // Read before a look at what there is to do; Wait then returns at once if anything has changed
   // since.
-  std::size_t Changes() const noexcept { return changes; }
-  void Wait(Worker who, std::size_t changesSeen) noexcept;
+  std::size_t ChangeCount() const noexcept { return changeCount; }
+  void WaitForChange(Worker who, std::size_t countSeen) noexcept;
 
   // After IsDone(). Throws std::runtime_error if the system has refused a digest.
   void Finish(Digests& file, Digests* image);
 
  private:
-  struct Sleeper {
-    Sleeper() = default;
-    ~Sleeper() { platform::CloseObject(event); }
-    Sleeper(const Sleeper&) = delete;
-    Sleeper& operator=(const Sleeper&) = delete;
+  struct Waiter {
+    Waiter() = default;
+    ~Waiter() { platform::CloseObject(event); }
+    Waiter(const Waiter&) = delete;
+    Waiter& operator=(const Waiter&) = delete;
 
     platform::Handle event = nullptr;
-    std::atomic<bool> isAsleep = false;
+    std::atomic<bool> isWaiting = false;
   };
 
   std::size_t FewestDone() const noexcept;
   DigestLane* ClaimSlowestLane() noexcept;
-  void TellChange() noexcept;
+  void NotifyChange() noexcept;
 
   std::vector<FileBlock> blocks{1};
   std::deque<DigestLane> lanes;
-  std::array<Sleeper, 2> sleepers;
-  std::atomic<std::size_t> given = 0;
+  std::array<Waiter, 2> waiters;
+  std::atomic<std::size_t> submitted = 0;
   std::atomic<bool> hasEnded = false;
-  std::atomic<std::size_t> changes = 0;
+  std::atomic<std::size_t> changeCount = 0;
 };
 
 }  // namespace larder::feed

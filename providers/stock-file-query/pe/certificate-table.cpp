@@ -12,12 +12,12 @@ constexpr std::uint32_t kPkcsSignedData = 2;
 
 // Adds the signature and those inside it.
 void AddSignature(Bytes bytes, int depth, std::vector<SignedData>& signatures) {
-  if (signatures.size() == kMostSignatures) return;
+  if (signatures.size() == kMaxSignatures) return;
   std::optional<SignedData> signature = ReadSignedData(bytes);
   if (!signature) return;
-  const std::vector<Bytes> nested = signature->nested;
+  const std::vector<Bytes> nested = signature->nestedSignatures;
   signatures.push_back(std::move(*signature));
-  if (depth == kMostDepth) return;
+  if (depth == kMaxNestingDepth) return;
   for (const Bytes inner : nested) AddSignature(inner, depth + 1, signatures);
 }
 
@@ -30,18 +30,18 @@ std::size_t SizeOf(const CertChain& chain) {
 }  // namespace
 
 std::vector<std::uint8_t> ReadCertificateTable(const ImageLayout& layout, const ReadAt& readAt) {
-  std::vector<std::uint8_t> table(std::min(layout.table.Size(), kMostTableBytes));
+  std::vector<std::uint8_t> table(std::min(layout.table.Size(), kMaxTableBytes));
   if (!table.empty() && !readAt(layout.table.begin, table.data(), table.size())) table.clear();
   return table;
 }
 
 std::vector<SignedData> ReadSignatures(Bytes table) {
   std::vector<SignedData> signatures;
-  for (std::size_t entries = 0; entries < kMostEntries && table.size() >= kHeadSize; ++entries) {
-    const std::uint64_t size = Number(table, 0, 4);
+  for (std::size_t entries = 0; entries < kMaxEntries && table.size() >= kHeadSize; ++entries) {
+    const std::uint64_t size = ReadLittleEndian(table, 0, 4);
     if (size < kHeadSize) break;
     const Bytes entry = table.first(std::min<std::uint64_t>(size, table.size()));
-    if (Number(entry, kTypeOffset, 2) == kPkcsSignedData) {
+    if (ReadLittleEndian(entry, kTypeOffset, 2) == kPkcsSignedData) {
       AddSignature(entry.subspan(kHeadSize), 1, signatures);
     }
     const std::uint64_t step = (size + 7) / 8 * 8;
@@ -56,7 +56,7 @@ std::vector<CertChain> ReadSignerChains(Bytes table) {
   for (const SignedData& signature : ReadSignatures(table)) {
     for (CertChain& chain : ChainsOf(signature)) {
       bytes += SizeOf(chain);
-      if (all.size() == kMostChains || bytes > kMostChainBytes) return all;
+      if (all.size() == kMaxChains || bytes > kMaxChainBytes) return all;
       all.push_back(std::move(chain));
     }
   }

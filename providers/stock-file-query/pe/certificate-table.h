@@ -13,17 +13,17 @@
 namespace larder::feed {
 
 // A table that is larger is read up to here.
-inline constexpr std::uint64_t kMostTableBytes = 0x1000000;
+inline constexpr std::uint64_t kMaxTableBytes = 0x1000000;
 
 // The certificate table's bytes; none if the image isn't signed or readAt can't give them.
 std::vector<std::uint8_t> ReadCertificateTable(const ImageLayout& layout, const ReadAt& readAt);
 
 // Of one table; what comes behind so many is left out.
-inline constexpr std::size_t kMostEntries = 64;
-inline constexpr std::size_t kMostSignatures = 64;
+inline constexpr std::size_t kMaxEntries = 64;
+inline constexpr std::size_t kMaxSignatures = 64;
 // A signature in the table is at depth 1, one inside that at depth 2, and none deeper than that is
 // looked for.
-inline constexpr int kMostDepth = 4;
+inline constexpr int kMaxNestingDepth = 4;
 
 // All signatures, the first entry's first; each is followed by those inside it. What is given
 // points into the table. The signatures inside a signature have no order of their own: they come as
@@ -38,8 +38,8 @@ inline constexpr int kMostDepth = 4;
 std::vector<SignedData> ReadSignatures(Bytes table);
 
 // Of one table; the chains from the first on that goes beyond are left out.
-inline constexpr std::size_t kMostChains = 64;
-inline constexpr std::size_t kMostChainBytes = 0x1000000;  // certificates of all chains together
+inline constexpr std::size_t kMaxChains = 64;
+inline constexpr std::size_t kMaxChainBytes = 0x1000000;  // certificates of all chains together
 
 // The chains of all signatures in the certificate table, in the order of ReadSignatures: that of
 // the image's first signature is the first. What is given points into the table. On any thread.

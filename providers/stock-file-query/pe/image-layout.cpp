@@ -28,8 +28,8 @@ static_assert(kHeadersSize == 176, "as the header says");
 
 const HeaderForm* FormOf(Bytes headers) {
   constexpr std::uint32_t kSignature = 0x4550;  // "PE\0\0"
-  if (Number(headers, 0, 4) != kSignature) return nullptr;
-  switch (Number(headers, kMagic, 2)) {
+  if (ReadLittleEndian(headers, 0, 4) != kSignature) return nullptr;
+  switch (ReadLittleEndian(headers, kMagic, 2)) {
     case 0x10b:
       return &kPe32;
     case 0x20b:
@@ -40,8 +40,8 @@ const HeaderForm* FormOf(Bytes headers) {
 }
 
 FileRange TableOf(Bytes entry, std::uint64_t entryEnd, std::uint64_t fileSize) {
-  const std::uint64_t begin = Number(entry, 0, 4);
-  const std::uint64_t end = begin + Number(entry, 4, 4);
+  const std::uint64_t begin = ReadLittleEndian(entry, 0, 4);
+  const std::uint64_t end = begin + ReadLittleEndian(entry, 4, 4);
   if (begin < entryEnd || end < begin + kTableEntrySize || end > fileSize) return {};
   return {begin, end};
 }
@@ -77,7 +77,7 @@ std::optional<ImageLayout> LayoutOf(Bytes headers, std::uint64_t offset, std::ui
   if (form == nullptr || headers.size() < form->directoryCount + 4) return std::nullopt;
   Coverage coverage;
   coverage.LeaveOut({offset + kCheckSum, offset + kCheckSum + kCheckSumSize});
-  if (Number(headers, form->directoryCount, 4) <= kCertificateTable) {
+  if (ReadLittleEndian(headers, form->directoryCount, 4) <= kCertificateTable) {
     return coverage.End(fileSize, {});
   }
   if (headers.size() < form->tableEntry + kTableEntrySize) return std::nullopt;
@@ -93,7 +93,7 @@ std::optional<ImageLayout> ReadImageLayout(std::uint64_t fileSize, const ReadAt&
   std::array<std::uint8_t, kDosHeaderSize> dos{};
   if (fileSize < dos.size() || !readAt(0, dos.data(), dos.size())) return std::nullopt;
   if (dos[0] != 'M' || dos[1] != 'Z') return std::nullopt;
-  const std::uint64_t offset = Number(dos, kHeaderOffset, 4);
+  const std::uint64_t offset = ReadLittleEndian(dos, kHeaderOffset, 4);
   if (offset >= fileSize) return std::nullopt;
   std::array<std::uint8_t, kHeadersSize> headers{};
   const std::size_t size = std::min<std::uint64_t>(headers.size(), fileSize - offset);
