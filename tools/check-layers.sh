@@ -42,6 +42,13 @@ BEGIN {
   outside["tools"] = "product platform log support log-file records"
   outside["samples"] = ""
   outside["include"] = ""
+  # Within the tool: log, scan and status -> query, registry -> cli.
+  tool["cli"] = "cli"
+  tool["registry"] = "registry cli"
+  tool["query"] = "query cli"
+  tool["log"] = "log registry cli"
+  tool["scan"] = "scan query cli"
+  tool["status"] = "status log query registry cli"
 
   split("assert complex ctype errno fenv float inttypes iso646 limits locale math setjmp signal " \
         "stdalign stdarg stdatomic stdbool stddef stdint stdio stdlib stdnoreturn string tgmath " \
@@ -81,6 +88,13 @@ function check_angle(header) {
   report("<" header "> outside src/platform/<system>/: system and foreign headers stay behind the seam")
 }
 
+# "tools/larder/<room>/...": by the path in the project, because src/ has a room called log too.
+function check_tool(header,    path) {
+  split(header, path, "/")
+  if (path[2] != "larder" || !(path[3] in tool)) report("\"" header "\" does not begin with a room of tools/larder/")
+  else if (part[3] in tool && !has_word(tool[part[3]], path[3])) report("tools/larder/" part[3] " includes \"" header "\": " part[3] " may reach " tool[part[3]])
+}
+
 # "header": the path from src/, as far as the includer may reach.
 function check_quoted(header,    room) {
   room = header
@@ -88,6 +102,8 @@ function check_quoted(header,    room) {
   if (top == "src") {
     if (!(room in reach)) report("\"" header "\" does not begin with a room of src/")
     else if (!has_word(reach[part[2]], room)) report("src/" part[2] " includes \"" header "\": " part[2] " may reach " reach[part[2]])
+  } else if (top == "tools" && !(room in reach)) {
+    check_tool(header)
   } else if (top in outside && room in reach && !has_word(outside[top], room)) {
     report(top "/ includes \"" header "\": not a part of what it may use")
   } else if (top == "include") {

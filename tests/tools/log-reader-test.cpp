@@ -1,5 +1,5 @@
 // The reader of a run beside a host that writes and rotates, in many orders of their steps.
-#include "log-reader.h"
+#include "tools/larder/log/log-reader.h"
 
 #include <gtest/gtest.h>
 
@@ -10,9 +10,9 @@
 #include <string>
 #include <vector>
 
-#include "log-runs.h"
 #include "platform/file.h"
 #include "product/product.h"
+#include "tools/larder/log/log-runs.h"
 
 namespace larder {
 namespace {

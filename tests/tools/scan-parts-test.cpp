@@ -7,10 +7,10 @@
 #include <stdexcept>
 #include <thread>
 
-#include "ordered-work.h"
-#include "progress-bar.h"
-#include "scan-report.h"
-#include "text.h"
+#include "tools/larder/cli/text.h"
+#include "tools/larder/scan/ordered-work.h"
+#include "tools/larder/scan/progress-bar.h"
+#include "tools/larder/scan/scan-report.h"
 
 namespace larder::tool {
 namespace {

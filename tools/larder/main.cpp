@@ -5,18 +5,18 @@
 #include <string>
 #include <vector>
 
-#include "command.h"
-#include "errors.h"
-#include "log-command.h"
-#include "notify-command.h"
 #include "platform/console.h"
-#include "provider-probe.h"
-#include "query-command.h"
-#include "registry-command.h"
-#include "remove-command.h"
-#include "scan-command.h"
-#include "setup-command.h"
-#include "status-command.h"
+#include "tools/larder/cli/command.h"
+#include "tools/larder/cli/errors.h"
+#include "tools/larder/log/log-command.h"
+#include "tools/larder/query/query-command.h"
+#include "tools/larder/registry/notify-command.h"
+#include "tools/larder/registry/registry-command.h"
+#include "tools/larder/registry/remove-command.h"
+#include "tools/larder/registry/setup-command.h"
+#include "tools/larder/scan/scan-command.h"
+#include "tools/larder/status/provider-probe.h"
+#include "tools/larder/status/status-command.h"
 
 namespace larder::tool {
 namespace {

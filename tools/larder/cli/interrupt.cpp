@@ -1,0 +1,41 @@
+#include "tools/larder/cli/interrupt.h"
+
+#include <atomic>
+#include <cerrno>
+#include <csignal>
+
+namespace larder::tool {
+namespace {
+
+constexpr int kSignals[] = {SIGINT, SIGTERM};
+
+std::atomic<bool> Came;
+std::atomic<platform::Handle> CurrentEvent;
+static_assert(std::atomic<bool>::is_always_lock_free &&
+              std::atomic<platform::Handle>::is_always_lock_free);
+
+}  // namespace
+
+extern "C" {
+// In the middle of anything, or on a thread of the system's.
+static void NoteInterrupt(int number) {
+  const int before = errno;
+  Came = true;
+  std::signal(number, SIG_DFL);
+  platform::RaiseEvent(CurrentEvent);
+  errno = before;
+}
+}
+
+Interrupt::Interrupt() : event(platform::MakeEvent()) {
+  CurrentEvent = event.Get();
+  for (const int number : kSignals) std::signal(number, &NoteInterrupt);
+}
+
+Interrupt::~Interrupt() {
+  for (const int number : kSignals) std::signal(number, SIG_DFL);
+}
+
+bool Interrupt::HasCome() noexcept { return Came; }
+
+}  // namespace larder::tool

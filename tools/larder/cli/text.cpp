@@ -1,0 +1,93 @@
+#include "tools/larder/cli/text.h"
+
+#include <array>
+#include <charconv>
+#include <chrono>
+#include <cstdio>
+#include <limits>
+
+namespace larder::tool {
+namespace {
+
+// Control characters are ASCII, so no byte of a longer UTF-8 sequence is taken for one.
+std::string Picture(unsigned char control) {
+  const auto last = static_cast<char>(control == 0x7F ? 0xA1 : 0x80 + control);
+  return {'\xE2', '\x90', last};
+}
+
+}  // namespace
+
+std::string Printable(std::string_view text) {
+  std::string result;
+  for (const char c : text) {
+    const auto byte = static_cast<unsigned char>(c);
+    if (byte < 0x20 || byte == 0x7F) {
+      result += Picture(byte);
+    } else {
+      result += c;
+    }
+  }
+  return result;
+}
+
+std::string Hex(std::span<const unsigned char> bytes) {
+  static constexpr std::string_view kDigits = "0123456789abcdef";
+  std::string result;
+  for (const unsigned char byte : bytes) {
+    result += kDigits[byte >> 4];
+    result += kDigits[byte & 15];
+  }
+  return result;
+}
+
+std::string SizeText(std::uint64_t bytes) {
+  if (bytes < 1000) return std::to_string(bytes) + (bytes == 1 ? " byte" : " bytes");
+  constexpr std::string_view kPrefixes = "kMGTPE";
+  std::size_t step = 0;
+  double amount = static_cast<double>(bytes) / 1000;
+  // Rounded to one place it would have four digits in front otherwise.
+  for (; amount >= 999.95 && step + 1 < kPrefixes.size(); ++step) amount /= 1000;
+  std::array<char, 40> text;
+  const int length = std::snprintf(text.data(), text.size(), "%.1f %cB", amount, kPrefixes[step]);
+  return {text.data(), static_cast<std::size_t>(length)};
+}
+
+std::string TimeText(std::uint64_t time) {
+  using std::chrono::days;
+  using std::chrono::seconds;
+  using std::chrono::sys_days;
+  constexpr sys_days kStart{std::chrono::year(1601) / 1 / 1};
+  const seconds sinceStart(static_cast<std::int64_t>(time / 10'000'000));
+  const auto day = std::chrono::floor<days>(sinceStart);
+  const std::chrono::year_month_day date(kStart + day);
+  const std::chrono::hh_mm_ss clock(sinceStart - day);
+  std::array<char, 40> text;
+  const int length = std::snprintf(
+      text.data(), text.size(), "%04d-%02u-%02uT%02d:%02d:%02dZ", static_cast<int>(date.year()),
+      static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()),
+      static_cast<int>(clock.hours().count()), static_cast<int>(clock.minutes().count()),
+      static_cast<int>(clock.seconds().count()));
+  return {text.data(), static_cast<std::size_t>(length)};
+}
+
+std::optional<std::uint64_t> ParseUnsigned(std::string_view text, std::uint64_t limit) {
+  const bool isHex = text.starts_with("0x") || text.starts_with("0X");
+  if (isHex) text.remove_prefix(2);
+  const char* end = text.data() + text.size();
+  std::uint64_t number = 0;
+  const auto [stop, error] = std::from_chars(text.data(), end, number, isHex ? 16 : 10);
+  if (error != std::errc() || stop != end || number > limit) return std::nullopt;
+  return number;
+}
+
+std::optional<std::int32_t> ParseInt32(std::string_view text) {
+  constexpr std::uint64_t kMax = std::numeric_limits<std::int32_t>::max();
+  const bool isNegative = text.starts_with('-');
+  if (isNegative) text.remove_prefix(1);
+  const auto number = ParseUnsigned(text, isNegative ? kMax + 1 : kMax);
+  if (!number) return std::nullopt;
+  const auto value = static_cast<std::int64_t>(*number);
+  return static_cast<std::int32_t>(isNegative ? -value : value);
+}
+
+}  // namespace larder::tool

@@ -1,0 +1,98 @@
+#include "tools/larder/query/file-query.h"
+
+#include <cstddef>
+#include <cstring>
+#include <vector>
+
+#include "platform/console.h"
+#include "records/record-validation.h"
+#include "tools/larder/cli/errors.h"
+
+namespace larder::tool {
+namespace {
+
+// A FileObjectDescriptor with room for the whole path.
+class Descriptor {
+ public:
+  Descriptor(const WideString& path, std::uint64_t lastModified) : words(WordCount(path)) {
+    words[0] = static_cast<std::uint32_t>(lastModified);
+    words[1] = static_cast<std::uint32_t>(lastModified >> 32);
+    auto* start = reinterpret_cast<unsigned char*>(words.data());
+    std::memcpy(start + offsetof(FileObjectDescriptor, filePath), path.c_str(),
+                (path.size() + 1) * sizeof(LarderWideChar));
+  }
+
+  [[nodiscard]] const void* Data() const { return words.data(); }
+
+ private:
+  static std::size_t WordCount(const WideString& path) {
+    const std::size_t bytes =
+        offsetof(FileObjectDescriptor, filePath) + (path.size() + 1) * sizeof(LarderWideChar);
+    return (bytes + sizeof(std::uint32_t) - 1) / sizeof(std::uint32_t);
+  }
+
+  std::vector<std::uint32_t> words;
+};
+
+// What is wrong with a block; empty if nothing is.
+std::string FaultOf(const DataBlockHeader& header, const FileQuestion& question) {
+  if (header.dataSize < sizeof header) {
+    return std::to_string(header.dataSize) + " bytes are too few for a header";
+  }
+  if (header.providerType == LARDER_FEED_FILE_TYPE)
+    return ValidateFileDataRecord(&header, header.dataSize);
+  return question.onlyFileRecords ? "its type is " + std::to_string(header.providerType) : "";
+}
+
+void TakeBlock(const DataBlockHeader& header, const FileQuestion& question, FileAnswer& answer) {
+  const std::string fault = FaultOf(header, question);
+  if (!fault.empty()) {
+    answer.error = "malformed record: " + fault;
+    return;
+  }
+  const auto* bytes = reinterpret_cast<const unsigned char*>(&header);
+  answer.block.assign(bytes, bytes + header.dataSize);
+}
+
+void AskLibrary(LarderHandle handle, const FileQuestion& question, const Descriptor& descriptor,
+                FileAnswer& answer) {
+  DataBlockHeader* data = nullptr;
+  answer.result = LarderQuery(handle, descriptor.Data(), question.type, question.option, &data,
+                              LARDER_QUERY_VERSION);
+  if (answer.result != LARDER_OK) {
+    answer.error = ResultReason(*answer.result);
+    return;
+  }
+  TakeBlock(*data, question, answer);
+  const int result = LarderFreeQuery(handle, data);
+  if (result == LARDER_OK || !answer.error.empty()) return;
+  answer.result = result;
+  answer.error = "giving the record back: " + ResultReason(result);
+}
+
+}  // namespace
+
+platform::FileInfo FileInfoOf(const WideString& path) {
+  platform::FileInfo info;
+  platform::FileKind kind{};
+  return platform::QueryPathInfo(path, info, kind) == platform::kSuccess ? info
+                                                                         : platform::FileInfo();
+}
+
+FileAnswer QueryFile(LarderHandle handle, const FileQuestion& question, const std::string& file) {
+  FileAnswer answer;
+  answer.path = file;
+  WideString path;
+  const platform::Code code = platform::FullPath(file, path);
+  if (code != platform::kSuccess) {
+    answer.error = SystemReason(code);
+    return answer;
+  }
+  const platform::FileInfo info = FileInfoOf(path);
+  answer.lastModified = info.lastModified;
+  answer.size = info.size;
+  AskLibrary(handle, question, Descriptor(path, info.lastModified), answer);
+  return answer;
+}
+
+}  // namespace larder::tool

@@ -1,0 +1,121 @@
+#include "tools/larder/query/record-text.h"
+
+#include <algorithm>
+#include <cstring>
+#include <string_view>
+
+#include "records/record-cursor.h"
+#include "records/record-dump.h"
+#include "tools/larder/cli/text.h"
+
+namespace larder::tool {
+namespace {
+
+constexpr std::size_t kLabelWidth = 12;
+constexpr std::size_t kDumpedBytes = 64;
+constexpr std::size_t kBytesPerLine = 16;
+
+bool IsZero(std::span<const unsigned char> bytes) {
+  return std::all_of(bytes.begin(), bytes.end(), [](unsigned char byte) { return byte == 0; });
+}
+
+std::string FileDigests(const FileDataRecord& facts) {
+  return RecordLine("md5", Hex(facts.fileMD5)) + RecordLine("sha1", Hex(facts.fileSHA1)) +
+         RecordLine("sha256", Hex(facts.fileSHA256)) + RecordLine("sha384", Hex(facts.fileSHA384)) +
+         RecordLine("sha512", Hex(facts.fileSHA512));
+}
+
+std::string ImageDigests(const FileDataRecord& facts) {
+  if (HasNoImageDigests(facts)) return {};
+  return RecordLine("pe-md5", Hex(facts.peMD5)) + RecordLine("pe-sha1", Hex(facts.peSHA1)) +
+         RecordLine("pe-sha256", Hex(facts.peSHA256)) +
+         RecordLine("pe-sha384", Hex(facts.peSHA384)) +
+         RecordLine("pe-sha512", Hex(facts.peSHA512));
+}
+
+std::string NameLine(const char* label, const std::string& name, const void* cert) {
+  if (!name.empty()) return RecordLine(label, Printable(name));
+  return RecordLine(label, "(no readable name, " + SizeText(CertificateSize(cert)) + ")");
+}
+
+// The certificates' subjects, and behind them who issued the last one.
+std::string ChainText(const std::vector<const void*>& certs) {
+  if (IsNoChain(certs)) return RecordLine("chain", "none");
+  std::string text =
+      RecordLine("chain", std::to_string(certs.size()) +
+                              (certs.size() == 1 ? " certificate" : " certificates"));
+  for (const void* cert : certs) text += NameLine("  subject", GetCertSubject(cert), cert);
+  return text + NameLine("  issuer", GetCertIssuer(certs.back()), certs.back());
+}
+
+std::string HeaderText(const DataBlockHeader& header) {
+  return RecordLine("type", std::to_string(header.providerType)) +
+         RecordLine("size", std::to_string(header.dataSize));
+}
+
+}  // namespace
+
+std::string RecordLine(std::string label, const std::string& value) {
+  label.resize(std::max(kLabelWidth, label.size() + 1), ' ');
+  return label + value + "\n";
+}
+
+std::string FileRecordText(const FileDataRecord& record) {
+  std::string text = HeaderText({record.dataSize, record.providerType}) +
+                     RecordLine("file-id", std::to_string(record.fileId)) + FileDigests(record) +
+                     ImageDigests(record);
+  for (const auto& certs : ChainsOf(record)) text += ChainText(certs);
+  return text;
+}
+
+std::string FileRecordDump(const FileDataRecord& record) {
+  const std::string dump = DumpFileDataRecord(&record, 0);
+  std::string text;
+  for (std::size_t start = 0; start < dump.size();) {
+    const std::size_t end = std::min(dump.find("\r\n", start), dump.size());
+    text += Printable(std::string_view(dump).substr(start, end - start)) + "\n";
+    start = end + 2;
+  }
+  return text;
+}
+
+std::vector<std::vector<const void*>> ChainsOf(const FileDataRecord& record) {
+  std::vector<std::vector<const void*>> chains;
+  for (RecordCursor cursor(&record, record.dataSize); cursor.NextChain();) {
+    std::vector<const void*>& certs = chains.emplace_back();
+    while (cursor.NextCertificate()) certs.push_back(cursor.Certificate());
+  }
+  return chains;
+}
+
+bool HasSigners(const FileDataRecord& record) {
+  const auto chains = ChainsOf(record);
+  return !std::all_of(chains.begin(), chains.end(), &IsNoChain);
+}
+
+bool IsNoChain(const std::vector<const void*>& certs) {
+  return certs.size() == 1 && CertificateSize(certs.front()) == 0;
+}
+
+std::uint32_t CertificateSize(const void* cert) {
+  return ReadUnaligned<CertDataRecord>(cert).certSize;
+}
+
+bool HasNoImageDigests(const FileDataRecord& record) {
+  return IsZero(record.peMD5) && IsZero(record.peSHA1) && IsZero(record.peSHA256) &&
+         IsZero(record.peSHA384) && IsZero(record.peSHA512);
+}
+
+std::string BlockText(std::span<const unsigned char> block) {
+  DataBlockHeader header{};
+  std::memcpy(&header, block.data(), sizeof header);
+  std::string text = HeaderText(header);
+  const auto dumped = block.first(std::min(block.size(), kDumpedBytes));
+  for (std::size_t offset = 0; offset < dumped.size(); offset += kBytesPerLine) {
+    const std::size_t count = std::min(kBytesPerLine, dumped.size() - offset);
+    text += RecordLine(offset == 0 ? "data" : "", Hex(dumped.subspan(offset, count)));
+  }
+  return text;
+}
+
+}  // namespace larder::tool

@@ -1,0 +1,116 @@
+#include "tools/larder/registry/notify-command.h"
+
+#include <atomic>
+#include <iterator>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "platform/event.h"
+#include "product/product.h"
+#include "support/scoped-handles.h"
+#include "tools/larder/cli/client.h"
+#include "tools/larder/cli/errors.h"
+#include "tools/larder/cli/interrupt.h"
+#include "tools/larder/registry/registry-edit.h"
+
+namespace larder::tool {
+namespace {
+
+constexpr LarderWideChar kEventName[] = LARDER_WIDE("InstallerEvent");
+constexpr const char* kEventLabel = "event \"InstallerEvent\"";
+
+struct Arguments {
+  std::optional<std::string> message;
+  bool isReset = false;
+  bool isWait = false;
+  bool isOnce = false;
+};
+
+// verb: what change does, for a message.
+int ChangeEvent(const std::string& verb, platform::Code (*change)(platform::Handle)) {
+  const AutoHandle event(platform::MakeNamedEvent(kEventName));
+  if (event.Get() == nullptr) {
+    PrintError("cannot " + verb + " " + kEventLabel + ": this user can neither make nor open it");
+    return kExitFailed;
+  }
+  return Succeeded(verb + " " + kEventLabel, change(event.Get())) ? kExitOk : kExitFailed;
+}
+
+// The value first: whoever is woken by the event reads it at once.
+int Announce(const WideString& message) {
+  const ValueName value{kInstallKey, kMessageValue};
+  const platform::Code code = SetValue(value, TextValue(platform::kRegSz, message));
+  if (!Succeeded("set " + ValueLabel(value), code)) return kExitFailed;
+  return ChangeEvent("raise", &platform::RaiseEvent);
+}
+
+// What the library's thread leaves for the program's.
+std::atomic<std::int32_t> ToldMessage;
+std::atomic<platform::Handle> ToldEvent;
+
+void KeepMessage(std::int32_t message) {
+  ToldMessage = message;
+  platform::RaiseEvent(ToldEvent);
+}
+
+bool PrintMessages(const Interrupt& interrupt, bool once, Output& output) {
+  const platform::Handle events[] = {interrupt.Event(), ToldEvent};
+  while (!output.Failed()) {
+    std::size_t index = 0;
+    const platform::Code code = platform::WaitForAny(events, std::size(events), index);
+    if (!Succeeded("wait for a notification", code)) return false;
+    if (index == 0) return true;
+    platform::LowerEvent(ToldEvent);
+    output.Write(ToldMessage == 0 ? "upgrade\n" : "uninstall\n");
+    output.Flush();
+    if (once) return true;
+  }
+  return false;
+}
+
+int WaitAsClient(bool once, Output& output) {
+  const Interrupt interrupt;
+  const AutoHandle told(platform::MakeEvent());
+  ToldEvent = told.Get();
+  LarderHandle handle = nullptr;
+  if (!StartLibrary(&KeepMessage, handle)) return kExitFailed;
+  output.Write("waiting\n");
+  output.Flush();
+  const bool succeeded = PrintMessages(interrupt, once, output);
+  return EndLibrary() && succeeded ? kExitOk : kExitFailed;
+}
+
+void CheckChoice(const Arguments& arguments) {
+  const int chosen =
+      (arguments.message ? 1 : 0) + (arguments.isReset ? 1 : 0) + (arguments.isWait ? 1 : 0);
+  if (chosen != 1) throw UsageError("notify", "give one of MESSAGE, --reset and --wait");
+  if (arguments.isOnce && !arguments.isWait) throw UsageError("--once", "goes with --wait only");
+}
+
+Action ChosenAction(const Arguments& arguments) {
+  CheckChoice(arguments);
+  if (arguments.isReset) return [](Output&) { return ChangeEvent("lower", &platform::LowerEvent); };
+  if (arguments.isWait) {
+    return [once = arguments.isOnce](Output& output) { return WaitAsClient(once, output); };
+  }
+  return [message = WideArgument("MESSAGE", *arguments.message)](Output&) {
+    return Announce(message);
+  };
+}
+
+}  // namespace
+
+void AddNotifyCommand(const Command& top) {
+  const auto arguments = std::make_shared<Arguments>();
+  const Command notify =
+      top.AddCommand("notify", "Give the installer's signal, or wait for it as a client");
+  notify.AddOption("MESSAGE", arguments->message,
+                   "Text to announce; clients know \"upgrade\" and \"uninstall\"");
+  notify.AddFlag("--reset", arguments->isReset, "Lower the event again");
+  notify.AddFlag("--wait", arguments->isWait, "Print what a client is told, until interrupted");
+  notify.AddFlag("--once", arguments->isOnce, "With --wait: end when something has been told");
+  notify.OnChosen([arguments] { return ChosenAction(*arguments); });
+}
+
+}  // namespace larder::tool

@@ -1,0 +1,262 @@
+#include "tools/larder/scan/scan-command.h"
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <cstdio>
+#include <limits>
+#include <memory>
+#include <optional>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "platform/console.h"
+#include "tools/larder/cli/client.h"
+#include "tools/larder/cli/errors.h"
+#include "tools/larder/cli/interrupt.h"
+#include "tools/larder/cli/text.h"
+#include "tools/larder/query/file-query.h"
+#include "tools/larder/query/record-json.h"
+#include "tools/larder/query/record-text.h"
+#include "tools/larder/scan/ordered-work.h"
+#include "tools/larder/scan/progress-bar.h"
+#include "tools/larder/scan/scan-report.h"
+#include "tools/larder/scan/tree-count.h"
+#include "tools/larder/scan/tree-walk.h"
+
+namespace larder::tool {
+namespace {
+
+using Clock = OrderedWork::Clock;
+
+constexpr std::size_t kMostThreads = 256;
+constexpr std::size_t kWindow = 1024;  // answers that may wait for one before them
+
+struct Arguments {
+  std::vector<std::string> roots;
+  std::string option = "0";
+  std::string threads;
+  bool json = false;
+  bool summary = false;
+};
+
+enum class Form { kDigests, kJson, kSummary };
+
+struct Scan {
+  std::vector<std::string> roots;
+  FileQuestion question;
+  std::size_t threads;
+  Form form;
+};
+
+// As many as there are cores unless told otherwise.
+std::size_t CheckedThreads(const std::string& text) {
+  if (text.empty())
+    return std::clamp<std::size_t>(std::thread::hardware_concurrency(), 1, kMostThreads);
+  const auto threads = ParseUnsigned(text, kMostThreads);
+  if (threads.value_or(0) == 0) {
+    throw UsageError("--threads",
+                     "no number from 1 to " + std::to_string(kMostThreads) + ": " + text);
+  }
+  return *threads;
+}
+
+Scan CheckedScan(const Arguments& arguments) {
+  const auto option = ParseUnsigned(arguments.option, std::numeric_limits<std::uint32_t>::max());
+  if (!option) {
+    throw UsageError("--option", "no number from 0 to 4294967295: " + arguments.option);
+  }
+  Scan scan{arguments.roots,
+            {LARDER_FEED_FILE_TYPE, static_cast<std::uint32_t>(*option), true},
+            CheckedThreads(arguments.threads),
+            arguments.json ? Form::kJson : Form::kDigests};
+  if (arguments.summary) scan.form = Form::kSummary;
+  return scan;
+}
+
+// A character of a name as sha256sum prints it.
+std::string Escaped(char c) {
+  switch (c) {
+    case '\\':
+      return "\\\\";
+    case '\n':
+      return "\\n";
+    case '\r':
+      return "\\r";
+    default:
+      return {c};
+  }
+}
+
+// As sha256sum prints it, with a backslash in front if there is anything escaped in the name.
+std::string DigestLine(const FileAnswer& answer) {
+  std::string name;
+  for (const char c : answer.path) name += Escaped(c);
+  const bool isEscaped = name.size() != answer.path.size();
+  return (isEscaped ? "\\" : "") + Hex(answer.Record().fileSHA256) + "  " + name + "\n";
+}
+
+std::string TextOf(const FileAnswer& answer, Form form) {
+  if (form == Form::kJson) return JsonLine(answer);
+  return form == Form::kSummary || answer.block.empty() ? "" : DigestLine(answer);
+}
+
+void AskAbout(LarderHandle handle, const Scan& scan, ScanResult& result) {
+  FileAnswer answer = QueryFile(handle, scan.question, result.path);
+  result.hasFacts = !answer.block.empty();
+  result.hasSigners = result.hasFacts && HasSigners(answer.Record());
+  result.size = answer.size;
+  result.text = TextOf(answer, scan.form);
+  result.error = std::move(answer.error);
+}
+
+// A folder that can't be read has a line of JSON like a file that can't.
+bool FindNext(TreeWalk& walk, Form form, ScanResult& result) {
+  FoundFile found;
+  if (!walk.Next(found)) return false;
+  result.path = std::move(found.path);
+  result.error = std::move(found.error);
+  if (result.error.empty() || form != Form::kJson) return true;
+  FileAnswer answer;
+  answer.path = result.path;
+  answer.error = result.error;
+  result.text = JsonLine(answer);
+  return true;
+}
+
+// Where the lines go, and on a terminal the bar. With a bar, lines are held back until it is drawn
+// again, so that it isn't erased for each of them.
+class ScanView {
+ public:
+  ScanView(const std::vector<std::string>& roots, Output& newOutput) : output(newOutput) {
+    std::size_t columns = 0;
+    if (!platform::IsErrorTerminal(columns)) return;
+    bar.emplace(columns);
+    count.emplace(roots);
+  }
+
+  // When Refresh wants to be called, if at all.
+  [[nodiscard]] std::optional<Clock::time_point> DueTime() const {
+    return bar ? std::optional(bar->DueTime()) : std::nullopt;
+  }
+
+  void Print(const std::string& text) {
+    if (bar) {
+      held += text;
+    } else {
+      output.Write(text);
+    }
+  }
+
+  void Refresh(const ScanCounts& counts) {
+    if (!bar || Clock::now() < bar->DueTime()) return;
+    WriteHeld();
+    bar->Draw(counts, count->Total());
+  }
+
+  void End() {
+    if (bar) WriteHeld();
+  }
+
+ private:
+  void WriteHeld() {
+    if (held.empty()) return;
+    bar->Erase();
+    output.Write(held);
+    output.Flush();
+    held.clear();
+  }
+
+  Output& output;
+  std::string held;
+  std::optional<ProgressBar> bar;
+  std::optional<TreeCount> count;
+};
+
+void ShowAnswers(OrderedWork& work, ScanView& view, ScanReport& report, const Output& output) {
+  ScanResult result;
+  while (!output.Failed()) {
+    const OrderedWork::Taken taken = work.Take(result, view.DueTime());
+    if (taken == OrderedWork::Taken::kEnd) break;
+    if (taken == OrderedWork::Taken::kAnswer) {
+      report.Add(result);
+      view.Print(result.text);
+    }
+    view.Refresh(report.Counts());
+  }
+  view.End();
+}
+
+std::string SecondsText(double seconds) {
+  std::array<char, 40> text;
+  const int length = std::snprintf(text.data(), text.size(), "%.2f", seconds);
+  return {text.data(), static_cast<std::size_t>(length)};
+}
+
+std::string SummaryText(const ScanCounts& counts, const TreeWalk& walk, double seconds) {
+  return RecordLine("files", std::to_string(counts.files)) +
+         RecordLine("bytes", std::to_string(counts.bytes)) +
+         RecordLine("errors", std::to_string(counts.errors)) +
+         RecordLine("signed", std::to_string(counts.images)) +
+         RecordLine("links", std::to_string(walk.Links())) +
+         RecordLine("special", std::to_string(walk.Specials())) +
+         RecordLine("seconds", SecondsText(seconds)) +
+         RecordLine("rate", RateText(counts, seconds));
+}
+
+void PrintInterruption(const ScanCounts& counts) {
+  PrintError("interrupted: " + std::to_string(counts.files) + " files, " + SizeText(counts.bytes) +
+             ", " + std::to_string(counts.errors) + " errors so far");
+}
+
+bool ScanTrees(LarderHandle handle, const Scan& scan, Output& output) {
+  const Clock::time_point start = Clock::now();
+  TreeWalk walk(scan.roots, &Interrupt::HasCome);
+  ScanReport report;
+  {
+    ScanView view(scan.roots, output);
+    OrderedWork work(
+        scan.threads, kWindow,
+        [&](ScanResult& result) { return FindNext(walk, scan.form, result); },
+        [&](ScanResult& result) { AskAbout(handle, scan, result); });
+    ShowAnswers(work, view, report, output);
+  }
+  const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
+  if (scan.form == Form::kSummary) output.Write(SummaryText(report.Counts(), walk, seconds));
+  output.Flush();
+  report.PrintErrors();
+  const bool isInterrupted = Interrupt::HasCome();
+  if (isInterrupted) PrintInterruption(report.Counts());
+  return !isInterrupted && report.Counts().errors == 0;
+}
+
+void IgnoreMessage(std::int32_t) {}
+
+int RunScan(const Scan& scan, Output& output) {
+  const Interrupt interrupt;
+  LarderHandle handle = nullptr;
+  if (!StartLibrary(&IgnoreMessage, handle)) return kExitFailed;
+  const bool succeeded = ScanTrees(handle, scan, output);
+  return EndLibrary() && succeeded ? kExitOk : kExitFailed;
+}
+
+}  // namespace
+
+void AddScanCommand(const Command& top) {
+  const auto arguments = std::make_shared<Arguments>();
+  const Command scan = top.AddCommand("scan", "Print the digests of all files below folders");
+  scan.AddRequired("DIR", arguments->roots, "Folders, or files, to begin with");
+  scan.AddOption("--option", arguments->option, "Query option for the provider (default 0)");
+  scan.AddOption("--threads", arguments->threads,
+                 "Files asked about at the same time (default: the number of cores)");
+  scan.AddFlag("--json", arguments->json, "Print a line of JSON for each file");
+  scan.AddFlag("--summary", arguments->summary, "Print nothing but the counts at the end");
+  scan.Exclude("--summary", "--json");
+  scan.OnChosen([arguments] {
+    return [scan = CheckedScan(*arguments)](Output& output) { return RunScan(scan, output); };
+  });
+}
+
+}  // namespace larder::tool

@@ -1,0 +1,102 @@
+#include "tools/larder/scan/tree-walk.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "platform/console.h"
+#include "tools/larder/cli/errors.h"
+#include "tools/larder/query/file-query.h"
+
+namespace larder::tool {
+namespace {
+
+bool ByName(const platform::FolderEntry& one, const platform::FolderEntry& other) {
+  return one.name < other.name;
+}
+
+// The system's own separator counts, and "/" on every system.
+bool EndsInSeparator(const std::string& path) {
+  return path.ends_with('/') || platform::PathText(LARDER_WIDE("\\")).front() == path.back();
+}
+
+// What a root leads to, links followed.
+platform::Code LookAt(const std::string& root, bool& isFolder, std::uint64_t& size) {
+  WideString path;
+  std::uint32_t attributes = 0;
+  platform::Code code = platform::FullPath(root, path);
+  if (code == platform::kSuccess) code = platform::PathAttributes(path, attributes);
+  if (code != platform::kSuccess) return code;
+  isFolder = (attributes & platform::kAttributeDirectory) != 0;
+  if (!isFolder) size = FileInfoOf(path).size;
+  return code;
+}
+
+}  // namespace
+
+TreeWalk::TreeWalk(std::vector<std::string> newRoots, std::function<bool()> newIsStopped)
+    : roots(std::move(newRoots)), isStopped(std::move(newIsStopped)) {}
+
+bool TreeWalk::Next(FoundFile& found) {
+  while (!isStopped() && (!levels.empty() || nextRoot < roots.size())) {
+    found = {};
+    if (Step(found)) return true;
+  }
+  return false;
+}
+
+bool TreeWalk::Step(FoundFile& found) {
+  if (levels.empty()) return EnterRoot(roots[nextRoot++], found);
+  Level& level = levels.back();
+  if (level.next == level.entries.size()) {
+    levels.pop_back();
+    return false;
+  }
+  const platform::FolderEntry entry = std::move(level.entries[level.next++]);
+  return TakeEntry(level.folder, entry, found);
+}
+
+bool TreeWalk::EnterRoot(std::string root, FoundFile& found) {
+  bool isFolder = false;
+  const platform::Code code = LookAt(root, isFolder, found.size);
+  if (code != platform::kSuccess) found.error = SystemReason(code);
+  if (code == platform::kSuccess && isFolder) return EnterFolder(std::move(root), found);
+  found.path = std::move(root);
+  return true;
+}
+
+bool TreeWalk::EnterFolder(std::string folder, FoundFile& found) {
+  Level level;
+  const platform::Code code = platform::ListFolder(folder, level.entries);
+  if (code != platform::kSuccess) {
+    found.path = std::move(folder);
+    found.error = SystemReason(code);
+    return true;
+  }
+  std::sort(level.entries.begin(), level.entries.end(), &ByName);
+  level.folder = std::move(folder);
+  if (!EndsInSeparator(level.folder)) level.folder += '/';
+  levels.push_back(std::move(level));
+  return false;
+}
+
+bool TreeWalk::TakeEntry(const std::string& folder, const platform::FolderEntry& entry,
+                         FoundFile& found) {
+  std::string path = folder + entry.name;
+  switch (entry.kind) {
+    case platform::EntryKind::kFolder:
+      return EnterFolder(std::move(path), found);
+    case platform::EntryKind::kLink:
+      ++links;
+      return false;
+    case platform::EntryKind::kOther:
+      ++specials;
+      return false;
+    case platform::EntryKind::kRegular:
+      break;
+  }
+  found.path = std::move(path);
+  found.size = entry.size;
+  return true;
+}
+
+}  // namespace larder::tool

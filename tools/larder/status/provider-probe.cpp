@@ -1,0 +1,218 @@
+#include "tools/larder/status/provider-probe.h"
+
+#include <larder/provider.h>
+
+#include <exception>
+#include <nlohmann/json.hpp>
+#include <sstream>
+#include <string_view>
+
+#include "platform/child.h"
+#include "platform/console.h"
+#include "platform/dependencies.h"
+#include "platform/module.h"
+#include "platform/utf.h"
+#include "tools/larder/cli/errors.h"
+#include "tools/larder/status/module-form.h"
+
+namespace larder::tool {
+namespace {
+
+using Json = nlohmann::json;
+
+constexpr const char* kCommand = "probe-provider";
+
+// The child's report: lines of this mark and a JSON object, each written before the step that it
+// names begins. Between them may stand whatever the module prints.
+constexpr std::string_view kMark = "larder-probe ";
+constexpr const char* kStep = "step";
+constexpr const char* kFault = "fault";
+constexpr const char* kMissing = "missing";
+constexpr const char* kType = "type";
+constexpr const char* kIsFatal = "fatal";  // the fault would end the host
+
+// Steps, as they stand in a sentence: "it crashes while ...".
+constexpr const char* kLoading = "it is being loaded";
+constexpr const char* kGettingProvider = "its GetProvider runs";
+constexpr const char* kGettingType = "its GetType runs";
+constexpr const char* kDestroying = "its provider is destroyed";
+constexpr const char* kUnloading = "it is being unloaded";
+constexpr const char* kDone = "";
+
+// --- The child
+// ------------------------------------------------------------------------------------
+
+class Report {
+ public:
+  explicit Report(Output& target) : output(target) {}
+
+  void Step(const char* step) { Write({{kStep, step}}); }
+  void Write(const Json& object) {
+    output.Write("\n" + std::string(kMark) +
+                 object.dump(-1, ' ', true, Json::error_handler_t::replace) + "\n");
+    output.Flush();
+  }
+
+ private:
+  Output& output;
+};
+
+std::string Quoted(const std::vector<std::string>& names) {
+  std::string text;
+  for (const std::string& name : names) text += (text.empty() ? "\"" : ", \"") + name + "\"";
+  return text;
+}
+
+// The system has the same code for a module that isn't there and for one that lacks another.
+Json LoadFault(const WideString& path, platform::Code code) {
+  if (!IsThere(path)) return {{kFault, "the file isn't there: " + SystemReason(code)}};
+  const std::string form = DescribeForeignModule(path);
+  if (!form.empty()) return {{kFault, "it can't be loaded: " + form + ": " + SystemReason(code)}};
+  std::vector<std::string> missing;
+  const platform::Code searched = platform::FindMissingDependencies(path, missing);
+  if (searched != platform::kSuccess || missing.empty()) {
+    return {{kFault, "the file is there but can't be loaded: " + SystemReason(code)}};
+  }
+  return {{kFault, "the file is there, but what it needs isn't: " + Quoted(missing) +
+                       (missing.size() == 1 ? " isn't found" : " aren't found")},
+          {kMissing, missing}};
+}
+
+// The text of an exception that a module has thrown; read before the module goes.
+template <typename Call>
+std::string FailureOf(Call call) {
+  try {
+    call();
+    return {};
+  } catch (const std::exception& error) {
+    return std::string("it throws an exception: ") + error.what();
+  } catch (...) {
+    return "it throws something that is no std::exception";
+  }
+}
+
+void ProbeLoaded(platform::ModuleHandle module, Report& report) {
+  const platform::Symbol symbol = platform::FindSymbol(module, "GetProvider");
+  if (symbol == nullptr) {
+    return report.Write({{kFault, "it is no provider: it doesn't export GetProvider"}});
+  }
+  IDataProvider* provider = nullptr;
+  report.Step(kGettingProvider);
+  std::string fault = FailureOf([&] { reinterpret_cast<GetProviderFunction>(symbol)(&provider); });
+  if (!fault.empty()) return report.Write({{kFault, "in GetProvider, " + fault}});
+  if (provider == nullptr) {
+    // The library would call GetType on it.
+    return report.Write(
+        {{kFault, "its GetProvider gives no provider: the host crashes"}, {kIsFatal, true}});
+  }
+  report.Step(kGettingType);
+  fault = FailureOf([&] { report.Write({{kType, provider->GetType()}}); });
+  if (!fault.empty()) return report.Write({{kFault, "in GetType, " + fault}});
+  report.Step(kDestroying);
+  delete provider;
+}
+
+int RunProbe(const std::string& argument, Output& output) {
+  Report report(output);
+  WideString path;
+  if (!platform::WideFromUtf8(argument, path)) return kExitUsage;
+  report.Step(kLoading);
+  platform::ModuleHandle module = nullptr;
+  const platform::Code code = platform::OpenModule(path, module);
+  if (code != platform::kSuccess) {
+    report.Write(LoadFault(path, code));
+  } else {
+    ProbeLoaded(module, report);
+    report.Step(kUnloading);
+    platform::CloseModule(module);
+  }
+  report.Step(kDone);
+  return kExitOk;
+}
+
+// --- The parent
+// -----------------------------------------------------------------------------------
+
+struct ChildReport {
+  std::string step = kLoading;  // the last one that was begun
+  Json facts = Json::object();
+};
+
+ChildReport ReadReport(const std::string& output) {
+  ChildReport report;
+  std::istringstream lines(output);
+  for (std::string line; std::getline(lines, line);) {
+    if (!line.starts_with(kMark)) continue;
+    const Json object = Json::parse(line.substr(kMark.size()), nullptr, false);
+    if (!object.is_object()) continue;
+    if (object.contains(kStep)) {
+      report.step = object[kStep].get<std::string>();
+    } else {
+      report.facts.update(object);
+    }
+  }
+  return report;
+}
+
+std::string StatusText(std::uint32_t status) {
+  std::ostringstream text;
+  if (status > 0xFFFF) text << "0x" << std::hex;
+  text << status;
+  return text.str();
+}
+
+// What became of a child that didn't come to its end.
+std::string EndText(const platform::ChildEnd& end, std::chrono::milliseconds limit) {
+  switch (end.kind) {
+    case platform::ChildEnd::Kind::kCrashed:
+      return "it crashes (" + StatusText(end.status) + ")";
+    case platform::ChildEnd::Kind::kLate:
+      return "it hangs (no answer within " + std::to_string(limit.count()) + " ms)";
+    case platform::ChildEnd::Kind::kExited:
+      break;
+  }
+  return "it ends the process (exit status " + StatusText(end.status) + ")";
+}
+
+ProbeResult Conclude(const platform::ChildEnd& end, std::chrono::milliseconds limit) {
+  const ChildReport report = ReadReport(end.output);
+  ProbeResult result;
+  if (report.facts.contains(kType)) result.type = report.facts[kType].get<std::int32_t>();
+  result.missing = report.facts.value(kMissing, std::vector<std::string>());
+  result.fault = report.facts.value(kFault, std::string());
+  result.isFatal = report.facts.value(kIsFatal, false);
+  if (report.step == kDone) return result;
+  const std::string what = EndText(end, limit) + " while " + report.step;
+  if (result.type) {
+    result.endFault = what;
+  } else if (result.fault.empty()) {
+    result.fault = what;
+    result.isFatal = true;
+  }
+  return result;
+}
+
+}  // namespace
+
+ProbeResult ProbeProvider(const WideString& module, std::chrono::milliseconds limit) {
+  WideString program;
+  platform::ChildEnd end;
+  platform::Code code = platform::HostImagePath(program);
+  if (code == platform::kSuccess) {
+    code =
+        platform::RunChild(program, {kCommand, "--", platform::Utf8FromWide(module)}, limit, end);
+  }
+  if (code == platform::kSuccess) return Conclude(end, limit);
+  ProbeResult result;
+  result.fault = "it can't be tried: " + SystemReason(code);
+  return result;
+}
+
+void AddProbeCommand(const Command& top) {
+  const auto path = std::make_shared<std::string>();
+  const Command probe = top.AddHiddenCommand(kCommand, "Load a provider module");
+  probe.AddRequired("MODULE", *path, "");
+  probe.OnChosen([path] { return [path](Output& output) { return RunProbe(*path, output); }; });
+}
+
+}  // namespace larder::tool

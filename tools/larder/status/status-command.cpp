@@ -1,0 +1,161 @@
+#include "tools/larder/status/status-command.h"
+
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <string>
+
+#include "platform/console.h"
+#include "platform/utf.h"
+#include "support/registry.h"
+#include "tools/larder/cli/errors.h"
+#include "tools/larder/cli/text.h"
+#include "tools/larder/query/record-text.h"
+#include "tools/larder/status/machine-status.h"
+
+namespace larder::tool {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+constexpr std::uint64_t kMostSeconds = 3600;
+
+struct Arguments {
+  bool isJson = false;
+  std::string seconds = "10";
+};
+
+std::string Utf8(const WideString& text) { return platform::Utf8FromWide(text); }
+
+std::string Line(const std::string& label, const std::string& value) {
+  return RecordLine(label, Printable(value));
+}
+
+// --- For a person
+// ---------------------------------------------------------------------------------
+
+std::string ValueText(const StatusValue& value) {
+  return value.fault.empty() ? Utf8(value.text) : "none: " + value.fault;
+}
+
+std::string ProviderText(const ProviderStatus& provider) {
+  std::string text = "\n" + Line("provider", Utf8(provider.key));
+  text += Line("  module", ValueText(provider.dll));
+  if (!provider.dll.fault.empty()) return text + Line("  loads", "the library passes it over");
+  text += Line("  path", platform::PathText(provider.path)) + Line("  file", provider.place);
+  const ProbeResult& probe = provider.probe;
+  text += Line("  loads", probe.fault.empty() ? "yes" : "no: " + probe.fault);
+  if (probe.type) text += Line("  type", std::to_string(*probe.type));
+  for (const std::string& name : probe.missing) text += Line("  missing", name);
+  if (!probe.endFault.empty()) text += Line("  ends", "badly: " + probe.endFault);
+  return text;
+}
+
+std::string LogText(const LogStatus& log) {
+  std::string state = log.isOn ? "on" : "off";
+  if (!log.isOn && log.value.fault.empty()) {
+    state += ": szEnable is \"" + Utf8(log.value.text) + "\", not \"true\"";
+  }
+  std::string files = std::to_string(log.files) + (log.files == 1 ? " file, " : " files, ") +
+                      std::to_string(log.bytes) + " bytes";
+  if (!log.hasFolder) files = "none: the folder isn't there";
+  return "\n" + Line("log", state) + Line("  folder", platform::PathText(log.folder)) +
+         Line("  files", files);
+}
+
+std::string VerdictText(const Verdict& verdict) {
+  std::string text = "LarderInit doesn't come back";
+  if (verdict.result) text = "LarderInit will return " + ResultReason(*verdict.result);
+  if (verdict.IsGood()) return text;
+  text += verdict.result == 0 ? ", but the last LarderRelease doesn't come back" : "";
+  return text + " because of " + verdict.culprit + ": " + verdict.reason;
+}
+
+std::string Text(const MachineStatus& status) {
+  std::string text =
+      Line("registry", "HKEY_LOCAL_MACHINE\\" + Utf8(WideString(LarderRegistryRoot)));
+  text += Line("location", ValueText(status.location));
+  if (!status.locationFault.empty()) text += Line("  fault", status.locationFault);
+  if (!status.providersFault.empty())
+    text += "\n" + Line("providers", "none: " + status.providersFault);
+  for (const ProviderStatus& provider : status.providers) text += ProviderText(provider);
+  text += LogText(status.log);
+  return text + "\n" + Printable(VerdictText(status.verdict)) + "\n";
+}
+
+// --- For a program
+// --------------------------------------------------------------------------------
+
+Json OrNull(const std::string& text) { return text.empty() ? Json() : Json(text); }
+
+Json ValueJson(const StatusValue& value) {
+  return {{"text", OrNull(Utf8(value.text))}, {"fault", OrNull(value.fault)}};
+}
+
+Json ProviderJson(const ProviderStatus& provider) {
+  const ProbeResult& probe = provider.probe;
+  const bool isTried = provider.dll.fault.empty();
+  return {{"key", Utf8(provider.key)},
+          {"module", ValueJson(provider.dll)},
+          {"path", OrNull(platform::PathText(provider.path))},
+          {"exists", provider.isThere},
+          {"loads", isTried && probe.fault.empty()},
+          {"type", probe.type ? Json(*probe.type) : Json()},
+          {"missing", probe.missing},
+          {"fault", OrNull(probe.fault)},
+          {"endFault", OrNull(probe.endFault)}};
+}
+
+Json ToJson(const MachineStatus& status) {
+  Json providers = Json::array();
+  for (const ProviderStatus& provider : status.providers) {
+    providers.push_back(ProviderJson(provider));
+  }
+  const Verdict& verdict = status.verdict;
+  const std::string error = verdict.result ? ResultReason(*verdict.result) : std::string();
+  return {{"location", ValueJson(status.location)},
+          {"locationFault", OrNull(status.locationFault)},
+          {"providersFault", OrNull(status.providersFault)},
+          {"providers", std::move(providers)},
+          {"log",
+           {{"on", status.log.isOn},
+            {"folder", platform::PathText(status.log.folder)},
+            {"files", status.log.files},
+            {"bytes", status.log.bytes}}},
+          {"init",
+           {{"result", verdict.result ? Json(*verdict.result) : Json()},
+            {"text", OrNull(error)},
+            {"culprit", OrNull(verdict.culprit)},
+            {"reason", OrNull(verdict.reason)}}}};
+}
+
+int RunStatus(bool isJson, std::chrono::milliseconds limit, Output& output) {
+  const MachineStatus status = FindMachineStatus(limit);
+  if (isJson) {
+    output.Write(ToJson(status).dump(-1, ' ', false, Json::error_handler_t::replace) + "\n");
+  } else {
+    output.Write(Text(status));
+  }
+  return status.verdict.IsGood() ? kExitOk : kExitFailed;
+}
+
+}  // namespace
+
+void AddStatusCommand(const Command& top) {
+  const auto arguments = std::make_shared<Arguments>();
+  const Command status = top.AddCommand(
+      "status", "Print what the library finds here, and what LarderInit will return and why");
+  status.AddFlag("--json", arguments->isJson, "Print one JSON object instead");
+  status.AddOption("--timeout", arguments->seconds,
+                   "Seconds that a module may take to load (default 10)");
+  status.OnChosen([arguments] {
+    const auto seconds = ParseUnsigned(arguments->seconds, kMostSeconds);
+    if (!seconds || *seconds == 0) {
+      throw UsageError("--timeout", "no number from 1 to 3600: " + arguments->seconds);
+    }
+    return [arguments, limit = std::chrono::seconds(*seconds)](Output& output) {
+      return RunStatus(arguments->isJson, limit, output);
+    };
+  });
+}
+
+}  // namespace larder::tool
