@@ -7,7 +7,6 @@
 #include <stdexcept>
 
 #include "abi/process-footprint.h"
-#include "host/file-descriptor.h"
 #include "host/host-machine.h"
 #include "platform/module.h"
 #include "support/scoped-handles.h"

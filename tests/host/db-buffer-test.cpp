@@ -2,15 +2,27 @@
 #include <larder/provider.h>
 
 #include <cstdint>
+#include <cstdlib>
+#include <new>
 #include <string>
 
 namespace {
 
-std::string Contents(const DbBuffer& buffer) {
-  return buffer.data == nullptr
-             ? "null"
-             : std::string(reinterpret_cast<const char*>(buffer.data), buffer.size);
+bool IsMemoryExhausted = false;
+
+}  // namespace
+
+// Arrays of this program come from here, so that a test can let an allocation fail.
+void* operator new[](std::size_t size) {
+  void* const block = IsMemoryExhausted ? nullptr : std::malloc(size + 1);
+  return block != nullptr ? block : throw std::bad_alloc();
 }
+void operator delete[](void* block) noexcept { std::free(block); }
+void operator delete[](void* block, std::size_t) noexcept { std::free(block); }
+
+namespace {
+
+static_assert(!std::is_copy_constructible_v<DbBuffer> && !std::is_copy_assignable_v<DbBuffer>);
 
 DbBuffer Holding(const char* text) {
   DbBuffer buffer;
@@ -18,12 +30,14 @@ DbBuffer Holding(const char* text) {
   return buffer;
 }
 
+std::string Contents(const DbBuffer& buffer) {
+  return std::string(reinterpret_cast<const char*>(buffer.data), buffer.size);
+}
+
 bool IsEmpty(const DbBuffer& buffer) { return buffer.data == nullptr && buffer.size == 0; }
 
-static_assert(!std::is_copy_constructible_v<DbBuffer> && !std::is_copy_assignable_v<DbBuffer>);
-
-// What is leaked or freed twice here, the address sanitizer tells.
-TEST(DbBuffer, OwnsWhatItHoldsAndGivesItAway) {
+// The address sanitizer reports what is leaked or freed twice.
+TEST(DbBuffer, OwnsItsBlockUntilItIsReleased) {
   DbBuffer empty;
   EXPECT_TRUE(IsEmpty(empty));
   EXPECT_EQ(empty.Release(), nullptr);
@@ -42,9 +56,14 @@ TEST(DbBuffer, OwnsWhatItHoldsAndGivesItAway) {
   EXPECT_TRUE(IsEmpty(holding));
 }
 
-TEST(DbBuffer, CopyReplacesTheContents) {
+TEST(DbBuffer, CopyReplacesTheContentsOrKeepsThemWhenMemoryIsExhausted) {
   DbBuffer buffer = Holding("old contents");
   buffer.Copy(buffer.data + 4, 8);  // from inside the old contents
+  EXPECT_EQ(Contents(buffer), "contents");
+  IsMemoryExhausted = true;
+  EXPECT_THROW(buffer.Copy(buffer.data, 3), std::bad_alloc);
+  EXPECT_THROW(DbBuffer{3}, std::bad_alloc);
+  IsMemoryExhausted = false;
   EXPECT_EQ(Contents(buffer), "contents");
   buffer.Copy(buffer.data, 0);
   EXPECT_TRUE(IsEmpty(buffer));

@@ -1,8 +1,9 @@
-// A machine with provider modules on it, and a host process that has logged from the start.
+// A machine with provider modules, and a host process whose log is recorded from the start.
 #pragma once
 
 #include <larder/larder.h>
 
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -15,27 +16,34 @@ class HostMachine {
  public:
   HostMachine();
 
-  // Puts a module of tests/fixtures or of the project on the machine, if there is one.
+  // Copies a module of tests/fixtures or of the project to the machine's folder, if it exists.
   void AddModule(const std::string& module);
-  // The same, and registers it under the name of a subkey of "DataProviders"; registration follows
-  // the order of these names.
+  // The same, and registers it in the subkey of "DataProviders" with this name. Modules are loaded
+  // in the order of these names.
   void AddProvider(const std::string& key, const std::string& module);
   void RemoveProvider(const std::string& key);
 
-  // What the fixtures have written about their lives so far, "NAME EVENT" each, in order.
+  // What the fixtures have reported so far (fixtures/event-log.h), "NAME EVENT" each, in order.
   std::vector<std::string> Events() const;
-  // How often one line stands there.
   int Count(const std::string& event) const;
 
-  // The log as RecordedLog::Text gives it, with the machine's folder as "<folder>" and the system's
-  // texts of codes as "<text>".
+  // RecordedLog::Text with the machine's folder as "<folder>" and the system's texts of codes as
+  // "<text>".
   std::string LogText() const;
 
   RecordedLog log;
   TestMachine machine;
 };
 
-// A callback for tests that expect no call.
+// An object descriptor as feed-test and feed-file take it.
+struct TestDescriptor {
+  explicit TestDescriptor(WideView path) { path.copy(filePath, std::size(filePath) - 1); }
+
+  std::uint32_t lastModified[2] = {0, 0};
+  LarderWideChar filePath[260] = {};
+};
+
+// A callback that fails the test.
 void UnexpectedCall(std::int32_t message);
 
 WideString Wide(const std::string& ascii);

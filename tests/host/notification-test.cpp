@@ -3,13 +3,10 @@
 #include <gtest/gtest.h>
 #include <larder/larder.h>
 
-#include <atomic>
-#include <condition_variable>
-#include <mutex>
 #include <string>
+#include <thread>
 #include <vector>
 
-#include "host/file-descriptor.h"
 #include "host/host-machine.h"
 #include "platform/event.h"
 #include "support/registry.h"
@@ -18,20 +15,12 @@ namespace larder {
 namespace {
 
 using testing::ElementsAre;
-using testing::IsEmpty;
 
-// What the client was told.
-std::mutex Mutex;
-std::condition_variable Told;
-std::vector<std::int32_t> Messages;
+// What the client has received. Written by the handle's thread, read when that has ended.
+std::vector<std::int32_t> Received;
 
-void Tell(std::int32_t message) {
-  const std::lock_guard lock(Mutex);
-  Messages.push_back(message);
-  Told.notify_all();
-}
+void Receive(std::int32_t message) { Received.push_back(message); }
 
-// The installer's part.
 class Installer {
  public:
   Installer() : event(platform::MakeNamedEvent(LARDER_WIDE("InstallerEvent"))) { Lower(); }
@@ -40,11 +29,12 @@ class Installer {
     platform::CloseObject(event);
   }
 
-  void Signal(const WideString& message) {
-    SetRegistryString(LARDER_WIDE("Install"), LARDER_WIDE("szMessage"), message);
-    Raise();
+  // message: null to leave the value as it is.
+  void Signal(const char* message) {
+    if (message != nullptr)
+      SetRegistryString(LARDER_WIDE("Install"), LARDER_WIDE("szMessage"), Wide(message));
+    EXPECT_EQ(platform::RaiseEvent(event), platform::kSuccess);
   }
-  void Raise() { EXPECT_EQ(platform::RaiseEvent(event), platform::kSuccess); }
   void Lower() { EXPECT_EQ(platform::LowerEvent(event), platform::kSuccess); }
 
  private:
@@ -55,17 +45,12 @@ class Notification : public testing::Test {
  protected:
   void SetUp() override {
     host.AddProvider("FeedTest", "feed-test.dll");
-    Messages.clear();
+    Received.clear();
   }
 
-  void Init(LarderNotifyCallback callback = Tell) {
+  void Init(LarderNotifyCallback callback = Receive) {
     const std::int32_t result = LarderInit(callback, &handle);
     ASSERT_TRUE(result == LARDER_OK || result == LARDER_E_ALREADY_INITIALIZED);
-  }
-  static std::vector<std::int32_t> WaitForMessage() {
-    std::unique_lock lock(Mutex);
-    Told.wait(lock, [] { return !Messages.empty(); });
-    return Messages;
   }
   void WaitForTheThreadsEnd() {
     host.log.WaitFor("Leaving NotificationManager::WaitForNotification()");
@@ -76,90 +61,72 @@ class Notification : public testing::Test {
   LarderHandle handle = nullptr;
 };
 
-TEST_F(Notification, TheTwoMessagesReachTheClientOnceAndChangeNothingElse) {
+TEST_F(Notification, AHandleHandlesOneSignalAndCallsBackForTwoMessages) {
   const struct {
-    const LarderWideChar* message;
-    std::int32_t told;
-  } cases[] = {{LARDER_WIDE("upgrade"), 0}, {LARDER_WIDE("uninstall"), 1}};
+    const char* message;
+    std::vector<std::int32_t> received;
+  } cases[] = {{nullptr, {}},   {"upgrade", {0}}, {"uninstall", {1}},
+               {"Upgrade", {}}, {"upgrade ", {}}, {"", {}}};
   for (const auto& c : cases) {
+    const std::string message = c.message == nullptr ? "" : c.message;
+    SCOPED_TRACE(message);
     host.log.Clear();
-    Messages.clear();
+    Received.clear();
     Init();
     installer.Signal(c.message);
-    EXPECT_THAT(WaitForMessage(), ElementsAre(c.told));
     WaitForTheThreadsEnd();
     installer.Lower();
-    installer.Signal(LARDER_WIDE("upgrade"));  // nobody waits any more
+    installer.Signal(nullptr);  // nobody waits for it
     const TestDescriptor descriptor(LARDER_WIDE("a"));
     DataBlockHeader* data = nullptr;
     EXPECT_EQ(LarderQuery(handle, &descriptor, 2, 0, &data, 1), LARDER_E_NO_DATA);
     EXPECT_EQ(LarderRelease(), LARDER_OK);
-    EXPECT_EQ(Messages.size(), 1U);
-    EXPECT_TRUE(host.log.Contains("TRACE: Calling callback with " + std::to_string(c.told)));
+    EXPECT_EQ(Received, c.received);
+    EXPECT_TRUE(host.log.Contains("TRACE: Read \"" + message + "\" from registry.\r\n"));
+    EXPECT_TRUE(host.log.Contains(c.received.empty()
+                                      ? " WARN: Unknown installerMessage " + message + "\r\n"
+                                      : "TRACE: Calling callback with " +
+                                            std::to_string(c.received.front()) + "\r\n"));
     EXPECT_FALSE(host.log.Contains("Shutdown event"));
     installer.Lower();
   }
 }
 
-TEST_F(Notification, AnUnknownMessageEndsTheWatchWithoutACall) {
-  for (const std::string message : {"absent", "Upgrade", "upgrade ", ""}) {
-    host.log.Clear();
-    Init();
-    if (message == "absent")
-      installer.Raise();
-    else
-      installer.Signal(Wide(message));
-    WaitForTheThreadsEnd();
-    EXPECT_EQ(LarderRelease(), LARDER_OK);
-    const std::string shown = message == "absent" ? "" : message;
-    EXPECT_TRUE(host.log.Contains("TRACE: Read \"" + shown + "\" from registry.\r\n"));
-    EXPECT_TRUE(host.log.Contains(" WARN: Unknown installerMessage " + shown + "\r\n"));
-    installer.Lower();
-  }
-  EXPECT_THAT(Messages, IsEmpty());
-}
-
-TEST_F(Notification, OnlyTheClientThatBuiltTheHandleIsToldEvenAfterItHasGone) {
-  Init(Tell);
+TEST_F(Notification, OnlyTheClientThatBuiltTheHandleIsCalledEvenAfterItsRelease) {
+  Init(Receive);
   Init(UnexpectedCall);
   EXPECT_EQ(LarderRelease(), LARDER_OK);
-  installer.Signal(LARDER_WIDE("uninstall"));
-  EXPECT_THAT(WaitForMessage(), ElementsAre(1));
+  installer.Signal("uninstall");
+  WaitForTheThreadsEnd();
+  EXPECT_THAT(Received, ElementsAre(1));
   EXPECT_EQ(LarderRelease(), LARDER_OK);
 }
 
-TEST_F(Notification, AHandleWithoutASignalShutsItsThreadDown) {
-  Init();
+TEST_F(Notification, AReleaseWithoutASignalShutsTheThreadDown) {
+  Init(UnexpectedCall);
   EXPECT_EQ(LarderRelease(), LARDER_OK);
   EXPECT_TRUE(
       host.log.Contains("TRACE: Shutdown event in NotificationManager::WaitForNotification()\r\n"));
-  EXPECT_THAT(Messages, IsEmpty());
 }
 
-TEST_F(Notification, ACallbackMayTakeItsTimeAndTheReleaseWaitsForIt) {
-  static std::atomic<bool> isInside{false};
-  static std::atomic<bool> mayLeave{false};
-  static std::atomic<bool> hasLeft{false};
+TEST_F(Notification, TheLastReleaseWaitsForARunningCallback) {
+  static RecordedLog* log = nullptr;
+  static bool hasReturned = false;
+  log = &host.log;
   Init([](std::int32_t) {
-    isInside = true;
-    isInside.notify_all();
-    while (!mayLeave) std::this_thread::yield();
-    hasLeft = true;
+    log->WaitFor("Entering NotificationManager::~NotificationManager()");
+    for (int i = 0; i < 1000; ++i) std::this_thread::yield();
+    hasReturned = true;
   });
-  installer.Signal(LARDER_WIDE("upgrade"));
-  while (!isInside) std::this_thread::yield();
-  std::thread client([] {
-    LarderRelease();
-    EXPECT_TRUE(hasLeft);
-  });
-  host.log.WaitFor("Entering NotificationManager::~NotificationManager()");
-  mayLeave = true;
-  client.join();
+  installer.Signal("upgrade");
+  host.log.WaitFor("Calling callback with 0");
+  EXPECT_EQ(LarderRelease(), LARDER_OK);
+  EXPECT_TRUE(hasReturned);
 }
 
 using NotificationDeathTest = Notification;
 
-TEST_F(NotificationDeathTest, ACallbackThatThrowsOrGivesTheLastReferenceBackEndsTheProcess) {
+TEST_F(NotificationDeathTest, ACallbackThatThrowsOrMakesTheLastReleaseEndsTheProcess) {
   testing::FLAGS_gtest_death_test_style = "threadsafe";
   const LarderNotifyCallback callbacks[] = {[](std::int32_t) { throw 1; },
                                             [](std::int32_t) { LarderRelease(); }};
@@ -167,7 +134,7 @@ TEST_F(NotificationDeathTest, ACallbackThatThrowsOrGivesTheLastReferenceBackEnds
     EXPECT_DEATH(
         {
           Init(callback);
-          installer.Signal(LARDER_WIDE("upgrade"));
+          installer.Signal("upgrade");
           WaitForTheThreadsEnd();
         },
         "");

@@ -11,43 +11,28 @@ namespace larder {
 namespace {
 
 using testing::ElementsAre;
-using testing::HasSubstr;
 using testing::IsEmpty;
 
-void SetDll(const WideString& name, const WideString& dll) {
-  SetRegistryString(LARDER_WIDE("DataProviders\\") + name, LARDER_WIDE("szDLL"), dll);
-}
-
-void SetLocation(const WideString& location) {
-  SetRegistryString(LARDER_WIDE("Install"), LARDER_WIDE("szLocation"), location);
-}
-
-TEST(ProviderDiscovery, PathsAreLocationAndFileNameJoinedAsTheyStandInTheRegistrysOrder) {
+TEST(ProviderDiscovery, JoinsLocationAndFileNameInTheRegistrysOrderAndSkipsSubkeysWithoutAName) {
   HostMachine host;
-  SetLocation(LARDER_WIDE("C:\\no separator"));
-  SetDll(LARDER_WIDE("Zeta"), LARDER_WIDE("z.dll"));
-  SetDll(LARDER_WIDE("alpha"), LARDER_WIDE("a.dll"));
-  SetDll(LARDER_WIDE("Beta"), LARDER_WIDE("a.dll"));
-  host.log.Clear();
-  EXPECT_THAT(GetDataProviderPaths(), ElementsAre(LARDER_WIDE("C:\\no separatora.dll"),
-                                                  LARDER_WIDE("C:\\no separatora.dll"),
-                                                  LARDER_WIDE("C:\\no separatorz.dll")));
-  EXPECT_THAT(host.LogText(), HasSubstr(" WARN: RegEnumKeyEx failed: 259 \"<text>\"\n"
-                                        "TRACE: Destroying AutoRegKeyHandle handle <handle>\n"
-                                        "TRACE: Leaving GetDataProviderPaths()\n"));
-}
-
-TEST(ProviderDiscovery, ASubkeyWithoutAReadableFileNameIsSkipped) {
-  HostMachine host;
-  SetLocation(LARDER_WIDE("L\\"));
-  SetRegistryString(LARDER_WIDE("DataProviders\\A without"), LARDER_WIDE("szOther"), {});
-  SetDll(LARDER_WIDE("B too long"), WideString(99, LARDER_WIDE('x')));
-  SetDll(LARDER_WIDE("C empty"), {});
-  SetDll(LARDER_WIDE("D good"), LARDER_WIDE("d.dll"));
-  host.log.Clear();
-  EXPECT_THAT(GetDataProviderPaths(), ElementsAre(LARDER_WIDE("L\\d.dll")));
-  for (const char* const name : {"A without", "B too long", "C empty"}) {
-    EXPECT_TRUE(host.log.Contains(std::string("WARN: Failed to get a provider location for ") +
+  SetRegistryString(LARDER_WIDE("Install"), LARDER_WIDE("szLocation"), LARDER_WIDE("C:\\no end"));
+  const struct {
+    const LarderWideChar* subkey;
+    const LarderWideChar* value;
+    const LarderWideChar* data;
+  } values[] = {{LARDER_WIDE("Zeta"), LARDER_WIDE("szDLL"), LARDER_WIDE("z.dll")},
+                {LARDER_WIDE("Other"), LARDER_WIDE("szOther"), LARDER_WIDE("o.dll")},
+                {LARDER_WIDE("alpha"), LARDER_WIDE("szDLL"), LARDER_WIDE("a.dll")},
+                {LARDER_WIDE("Empty"), LARDER_WIDE("szDLL"), LARDER_WIDE("")},
+                {LARDER_WIDE("Beta"), LARDER_WIDE("szDLL"), LARDER_WIDE("a.dll")}};
+  for (const auto& row : values) {
+    SetRegistryString(WideString(LARDER_WIDE("DataProviders\\")) + row.subkey, row.value, row.data);
+  }
+  EXPECT_THAT(GetDataProviderPaths(),
+              ElementsAre(LARDER_WIDE("C:\\no enda.dll"), LARDER_WIDE("C:\\no enda.dll"),
+                          LARDER_WIDE("C:\\no endz.dll")));
+  for (const char* const name : {"Other", "Empty"}) {
+    EXPECT_TRUE(host.log.Contains(std::string(" WARN: Failed to get a provider location for ") +
                                   name + "\r\n"));
   }
 }

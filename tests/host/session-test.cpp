@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 #include <larder/larder.h>
 
-#include "host/file-descriptor.h"
 #include "host/host-machine.h"
 #include "testing/files.h"
 
@@ -12,7 +11,7 @@ namespace {
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-TEST(Session, EveryStepOfAWholeLifeStandsInTheLog) {
+TEST(Session, TheLogHasEveryStepOfAWholeLife) {
   HostMachine host;
   host.AddProvider("A", "type-3.dll");
   host.AddProvider("B", "type-1.dll");
@@ -30,7 +29,7 @@ TEST(Session, EveryStepOfAWholeLifeStandsInTheLog) {
                                          "type-3 destroyed", "type-3 unloaded"));
 }
 
-TEST(Session, ReferencesAreCountedAndTheFirstBuildsTheHandle) {
+TEST(Session, TheFirstReferenceBuildsTheHandleAndTheLastReleaseDestroysIt) {
   HostMachine host;
   host.AddProvider("A", "type-0.dll");
   LarderHandle first = nullptr;

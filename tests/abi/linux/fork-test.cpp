@@ -8,7 +8,6 @@
 #include <thread>
 #include <vector>
 
-#include "host/file-descriptor.h"
 #include "host/host-machine.h"
 #include "log-file/log-files.h"
 #include "support/paths.h"
