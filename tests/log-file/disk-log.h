@@ -27,7 +27,7 @@ class DiskLog : public testing::Test {
   }
   bool Exists(int generation) const { return std::filesystem::exists(File(generation)); }
 
-  // A logger that is fed directly and gone, with its lines on disk, when this returns.
+  // Passes a logger to feed and deletes it, so that its lines are on disk when this returns.
   template <typename Feed>
   void WithLogger(Feed feed, std::uint32_t backups = 5, std::uint32_t limit = kLimit) const {
     DiskLogger logger(machine.WideFolder() + LARDER_WIDE("lr_1A2B.log"), limit, backups);
