@@ -16,7 +16,7 @@ namespace {
 
 using testing::HasSubstr;
 
-// In their order in the record, each of equal bytes.
+// In the record's order, each filled with one byte.
 constexpr struct {
   const char* label;
   const char* byte;
@@ -75,7 +75,7 @@ std::string DumpDescriptor(std::uint32_t low, std::uint32_t high,
                                   level);
 }
 
-TEST(RecordDumpTest, ADescriptorIsShownWithItsTimeAndPath) {
+TEST(RecordDumpTest, ShowsADescriptorsTimeAndPath) {
   EXPECT_EQ(DumpDescriptor(5, 1, LARDER_WIDE("\\a, \xE4"), 2),
             "    {\r\n      lastModified:     4294967301,\r\n"
             "      filePath:         \\a, \xC3\xA4,\r\n    }");
@@ -83,8 +83,8 @@ TEST(RecordDumpTest, ADescriptorIsShownWithItsTimeAndPath) {
             "{\r\n  lastModified:     18446744073709551615,\r\n  filePath:         ,\r\n}");
 }
 
-// There is none at level 0. Each chain opens a bracket of which only the last one's is closed.
-TEST(RecordDumpTest, EveryNestingRepeatsTheIndentation) {
+// None at level 0. Each chain opens a bracket; only the last one's is closed.
+TEST(RecordDumpTest, RepeatsTheIndentationAtEachLevelOfNesting) {
   const RecordBytes signer = CertificateFile("signer");
   const RecordBytes ca = CertificateFile("ca");
   const RecordBytes record = FileRecordBytes(Facts(), {{signer, ca}, {CertificateFile("ecdsa")}});
@@ -105,7 +105,7 @@ TEST(RecordDumpTest, EveryNestingRepeatsTheIndentation) {
   }
 }
 
-TEST(RecordDumpTest, WhatCannotBeParsedHasEmptyNamesAndTheDumpGoesOn) {
+TEST(RecordDumpTest, ShowsEmptyNamesForACertificateThatCannotBeParsedAndGoesOn) {
   const RecordBytes record = FileRecordBytes(
       Facts(), {{CertificateFile("text"), {}}, {CertificateFile("cut")}, {CertificateFile("rsa")}});
   const std::string empty = CertificateText("", "", "", "");
@@ -113,26 +113,6 @@ TEST(RecordDumpTest, WhatCannotBeParsedHasEmptyNamesAndTheDumpGoesOn) {
   EXPECT_THAT(Dump(record, 0),
               HasSubstr(chain + empty + ",\r\n" + empty + "\r\n  ],\r\n" + chain + empty +
                         "\r\n  ],\r\n" + chain + "{\r\n  Subject:   \"CN=Key of RSA\"\r\n"));
-}
-
-TEST(RecordDumpTest, ANameHasRoomFor1023Characters) {
-  const auto sizeOfSubject = [](const char* name) {
-    const RecordBytes content = CertificateFile(name);
-    RecordBytes bytes(1);  // an address that suits no number
-    AppendRecord(bytes, CertDataRecord{0, static_cast<std::uint32_t>(content.size())});
-    bytes.insert(bytes.end(), content.begin(), content.end());
-    return GetCertSubject(bytes.data() + 1).size();
-  };
-  EXPECT_EQ(sizeOfSubject("full"), 1023U);
-  EXPECT_LE(sizeOfSubject("too-long"), 1023U);
-}
-
-TEST(RecordDumpTest, ALinkLeadsFromItsOwnRecordAtAnyAddress) {
-  RecordBytes bytes(1);
-  AppendRecord(bytes, CertChainRecord{0x01020304, 0});
-  AppendRecord(bytes, CertDataRecord{0, 7});
-  EXPECT_EQ(NextRecord(bytes.data() + 1), bytes.data() + 1 + 0x01020304);
-  EXPECT_EQ(NextRecord(bytes.data() + 9), nullptr);
 }
 
 }  // namespace
