@@ -1,4 +1,4 @@
-// The group folder of the seam, replaced by folders that nobody has and answers of the test's.
+// The platform group "folder", replaced by one that returns what a test sets.
 #pragma once
 
 #include <string>
@@ -14,12 +14,11 @@ struct FakeFolders {
   bool isEmpty = true;
   platform::Code removeCode = platform::kSuccess;
 
-  // What was asked for, in order: "delete LIST" with the list's NULs as "|", "is empty PATH",
-  // "remove PATH".
+  // The calls in order: "delete LIST" with the list's NULs as "|", "is empty PATH", "remove PATH".
   std::vector<std::string> calls;
 };
 
-// Reset by the test before it begins. The common folders are "D:\data" and "D:\programs".
+// Each test resets it first. The common folders are "D:\data" and "D:\programs".
 extern FakeFolders CurrentFolders;
 
 }  // namespace larder

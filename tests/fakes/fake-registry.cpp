@@ -1,5 +1,7 @@
 #include "fakes/fake-registry.h"
 
+#include <cstring>
+
 #include "platform/utf.h"
 
 namespace larder {
@@ -36,9 +38,14 @@ Code MakeRegistryKey(const WideString& path, std::uint32_t, RegistryKey& key) {
 
 void CloseRegistryKey(RegistryKey) noexcept {}
 
-Code QueryRegistryValue(RegistryKey, const WideString& name, std::uint32_t&, void*,
-                        std::uint32_t&) {
-  return Answer("query ", name, kFileNotFound);
+Code QueryRegistryValue(RegistryKey, const WideString& name, std::uint32_t& type, void* data,
+                        std::uint32_t& size) {
+  const WideString& text = CurrentRegistry.location;
+  if (text.empty()) return Answer("query ", name, kFileNotFound);
+  type = kRegSz;
+  size = static_cast<std::uint32_t>((text.size() + 1) * sizeof(LarderWideChar));
+  std::memcpy(data, text.c_str(), size);
+  return Answer("query ", name);
 }
 
 Code SetRegistryValue(RegistryKey, const WideString& name, std::uint32_t, const void*,

@@ -1,4 +1,5 @@
-// The group registry of the seam, replaced by one that holds nothing and gives codes of the test's.
+// The platform group "registry", replaced by one that holds at most one value and returns the codes
+// that a test sets.
 #pragma once
 
 #include <map>
@@ -10,15 +11,17 @@
 namespace larder {
 
 struct FakeRegistry {
-  // What was asked for, in order: "open PATH", "make PATH", "query NAME", "set NAME",
-  // "remove value NAME", "subkey", "value", "remove tree PATH", "remove key NAME".
+  // The calls in order: "open PATH", "make PATH", "query NAME", "set NAME", "remove value NAME",
+  // "subkey", "value", "remove tree PATH", "remove key NAME".
   std::vector<std::string> calls;
-  // Codes by what is asked for. Without one, there are no values and no subkeys, and everything
-  // else succeeds.
+  // The codes that calls return. Without one, a query finds nothing, an enumeration has no more
+  // items, and every other call succeeds.
   std::map<std::string, platform::Code> codes;
+  // What every query of a value returns, unless it is empty; at most 98 characters.
+  WideString location;
 };
 
-// Reset by the test before it begins.
+// Each test resets it first.
 extern FakeRegistry CurrentRegistry;
 
 }  // namespace larder

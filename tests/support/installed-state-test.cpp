@@ -1,55 +1,46 @@
-// Setting up and taking away on a real registry and in real folders.
+// What is deleted and written, in which order, and what is reported when the system refuses.
 #include "support/installed-state.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <fstream>
-
+#include "fakes/fake-folder.h"
+#include "fakes/fake-registry.h"
 #include "log/log-pieces.h"
-#include "support/paths.h"
-#include "support/registry.h"
-#include "testing/files.h"
 #include "testing/recorded-log.h"
-#include "testing/test-machine.h"
 
 namespace larder {
 namespace {
 
+using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::Not;
 
-bool Exists(const WideString& path) { return std::filesystem::exists(PathOf(path)); }
-
-void MakeFile(const WideString& path) {
-  std::filesystem::create_directories(PathOf(path).parent_path());
-  std::ofstream(PathOf(path)) << "content";
-}
-
-void SetLocation(const WideString& location) {
-  SetRegistryString(LARDER_WIDE("Install"), LARDER_WIDE("szLocation"), location);
-}
+constexpr LarderWideChar kRealInstallation[] =
+    LARDER_WIDE("c:\\program files\\common files\\velmor\\baserack\\");
 
 class InstalledState : public testing::Test {
  protected:
-  InstalledState() { machine.UseOwnCommonFolders(); }
+  InstalledState() { Reset(); }
 
-  std::string LogOf(void (*routine)()) {
+  void Reset() {
+    CurrentFolders = {};
+    CurrentRegistry = {};
     log.Clear();
-    routine();
-    return log.Text();
   }
 
-  TestMachine machine;
+  static std::string Code(platform::Code code) {
+    return WideToUtf8(FormatSystemError(code)) + "\n";
+  }
+
   RecordedLog log;
 };
 
-TEST_F(InstalledState, ALeadingPartOfTheDefaultLocationCountsAsInstalled) {
+TEST_F(InstalledState, ALeadingPartOfTheDefaultLocationMeansARealInstallation) {
   const struct {
     const LarderWideChar* location;
-    bool installed;
+    bool isInstalled;
   } cases[] = {
-      {LARDER_WIDE("c:\\program files\\common files\\velmor\\baserack\\"), true},
+      {kRealInstallation, true},
       {LARDER_WIDE("C:\\Program Files\\Common Files\\Velmor\\Baserack\\"), true},
       {LARDER_WIDE("c:\\program files\\"), true},
       {LARDER_WIDE("C:\\Program Files\\Common Files\\Velmor\\Baserack\\Extra\\"), false},
@@ -57,63 +48,122 @@ TEST_F(InstalledState, ALeadingPartOfTheDefaultLocationCountsAsInstalled) {
       {LARDER_WIDE(""), false},
   };
   for (const auto& c : cases) {
-    SetLocation(c.location);
-    EXPECT_EQ(IsInstalledInCommonFiles(), c.installed) << WideToUtf8(c.location);
+    CurrentRegistry.location = c.location;
+    EXPECT_EQ(IsInstalledInCommonFiles(), c.isInstalled) << WideToUtf8(c.location);
   }
 }
 
-TEST_F(InstalledState, TheDataDirectoryGoesAndTheMakersWithItWhenThatIsEmpty) {
-  MakeFile(GetLarderDataPath() + LARDER_WIDE("logs\\lr_1.log"));
-  MakeFile(GetVelmorDataPath() + LARDER_WIDE("Other\\file"));
-  EXPECT_THAT(LogOf(DeleteLarderDataDir),
-              HasSubstr("TRACE: Velmor directory is not empty.\n"
-                        "TRACE: Leaving DeleteDirectoryAndParentIfEmpty()\n"
-                        "TRACE: Leaving DeleteLarderDataDir()\n"));
-  EXPECT_FALSE(Exists(GetLarderDataPath()));
-  EXPECT_TRUE(Exists(GetVelmorDataPath() + LARDER_WIDE("Other\\file")));
-
-  std::filesystem::remove_all(PathOf(GetVelmorDataPath()));
-  MakeFile(GetLarderDataPath() + LARDER_WIDE("db\\facts"));
-  EXPECT_THAT(LogOf(DeleteLarderDataDir), Not(HasSubstr("WARN")));
-  EXPECT_FALSE(Exists(GetVelmorDataPath()));
-}
-
-TEST_F(InstalledState, TheProgramDirectoryIsTheOneThatTheRegistryNamesOrElseTheDefaultOne) {
-  MakeFile(GetVelmorProgramPath() + LARDER_WIDE("Larder\\module.dll"));
-  DeleteLarderProgramDir();
-  EXPECT_FALSE(Exists(GetVelmorProgramPath()));
-
-  const WideString location = machine.WideFolder() + LARDER_WIDE("elsewhere\\");
-  MakeFile(location + LARDER_WIDE("module.dll"));
-  MakeFile(machine.WideFolder() + LARDER_WIDE("beside"));
-  std::filesystem::create_directories(PathOf(GetVelmorProgramPath()));
-  SetLocation(location);
-  EXPECT_THAT(LogOf(DeleteLarderProgramDir), Not(HasSubstr("WARN")));
-  EXPECT_FALSE(Exists(location));
-  EXPECT_TRUE(Exists(machine.WideFolder() + LARDER_WIDE("beside")));
-  EXPECT_FALSE(Exists(GetVelmorProgramPath())) << "the default parent is the one that is looked at";
-}
-
-TEST_F(InstalledState, TheDataTreeGoesWithoutTheMakersDirectory) {
-  MakeFile(GetLarderDataPath() + LARDER_WIDE("logs\\lr_1.log"));
-  EXPECT_EQ(LogOf(DeleteLarderDataTree), "");
-  EXPECT_FALSE(Exists(GetLarderDataPath()));
-  EXPECT_TRUE(Exists(GetVelmorDataPath()));
-}
-
-TEST_F(InstalledState, ARealInstallationKeepsItsRegistryButNotItsData) {
-  SetLocation(LARDER_WIDE("c:\\program files\\common files\\velmor\\baserack\\"));
-  for (const auto routine :
-       {DeleteLarderRegistryEntries, RemoveRegistryIfNotInstalled, RegisterDefaultProviders}) {
-    EXPECT_THAT(LogOf(routine), Not(HasSubstr("DeleteVelmorRegistryKeyIfEmpty")));
-    EXPECT_EQ(GetRegistryString(LARDER_WIDE("Install"), LARDER_WIDE("szLocation")),
-              LARDER_WIDE("c:\\program files\\common files\\velmor\\baserack\\"));
-    EXPECT_EQ(GetRegistryString(LARDER_WIDE("DataProviders\\FeedTest"), LARDER_WIDE("szDLL")),
-              WideString());
+TEST_F(InstalledState, ARealInstallationKeepsItsRegistry) {
+  CurrentRegistry.location = kRealInstallation;
+  DeleteLarderRegistryEntries();
+  RemoveRegistryIfNotInstalled();
+  RegisterDefaultProviders();
+  for (const std::string& call : CurrentRegistry.calls) {
+    EXPECT_THAT(call, testing::AnyOf(HasSubstr("\\Install"), HasSubstr("query")));
   }
-  MakeFile(GetLarderDataPath() + LARDER_WIDE("logs\\lr_1.log"));
+}
+
+TEST_F(InstalledState, TheDirectoriesAreDeletedWithTheMakersIfThatIsEmpty) {
   DeleteLarderDataDir();
-  EXPECT_FALSE(Exists(GetLarderDataPath()));
+  CurrentRegistry.location = LARDER_WIDE("E:\\elsewhere");
+  CurrentFolders.isEmpty = false;
+  DeleteLarderProgramDir();
+  EXPECT_THAT(CurrentFolders.calls,
+              ElementsAre("delete D:\\data\\Velmor\\Larder\\||", "is empty D:\\data\\Velmor\\",
+                          "remove D:\\data\\Velmor\\", "delete E:\\elsewhere||",
+                          "is empty D:\\programs\\Velmor\\"));
+}
+
+TEST_F(InstalledState, ARefusalEndsTheDeletionOfADirectoryAndItsParent) {
+  const std::vector<std::string> all = {"delete D:\\a\\b||", "is empty D:\\a", "remove D:\\a"};
+  const struct {
+    int deleteResult;
+    bool isEmpty;
+    platform::Code removeCode;
+    std::ptrdiff_t calls;
+    std::string line;
+  } rows[] = {
+      {0, true, platform::kSuccess, 3, ""},
+      {124, true, platform::kSuccess, 1, " WARN: SHFileOperation() failed: 124\n"},
+      {-1, true, platform::kSuccess, 1, " WARN: SHFileOperation() failed: -1\n"},
+      {0, false, platform::kSuccess, 2, "TRACE: Velmor directory is not empty.\n"},
+      {0, true, platform::kSharingViolation, 3, " WARN: RemoveDirectory() failed: " + Code(32)},
+  };
+  for (const auto& row : rows) {
+    Reset();
+    CurrentFolders.deleteResult = row.deleteResult;
+    CurrentFolders.isEmpty = row.isEmpty;
+    CurrentFolders.removeCode = row.removeCode;
+    DeleteDirectoryAndParentIfEmpty(LARDER_WIDE("D:\\a\\b"), LARDER_WIDE("D:\\a"));
+    EXPECT_EQ(CurrentFolders.calls, std::vector(all.begin(), all.begin() + row.calls)) << row.line;
+    EXPECT_EQ(log.Text(), "TRACE: Entering DeleteDirectoryAndParentIfEmpty()\n" + row.line +
+                              "TRACE: Leaving DeleteDirectoryAndParentIfEmpty()\n");
+  }
+}
+
+TEST_F(InstalledState, TheDataTreeIsDeletedSilently) {
+  CurrentFolders.deleteResult = 5;
+  DeleteLarderDataTree();
+  CurrentFolders.commonFolderCode = platform::kAccessDenied;
+  DeleteLarderDataTree();
+  EXPECT_THAT(CurrentFolders.calls, ElementsAre("delete D:\\data\\Velmor\\Larder\\||"));
+  EXPECT_EQ(log.Text(), "");
+}
+
+TEST_F(InstalledState, TheMakersKeyIsDeletedUnlessAStepFails) {
+  const auto failed = [](const char* call, const char* key, platform::Code code) {
+    return std::string(" WARN: ") + call + " failed for \"" + key + "\": " + Code(code);
+  };
+  const std::string notEmpty = "TRACE: Velmor reg key is not empty.\n";
+  const std::vector<std::string> all = {"open Software\\Velmor\\", "subkey", "value",
+                                        "open Software\\", "remove key Velmor"};
+  const struct {
+    std::ptrdiff_t calls;
+    platform::Code code;  // of the last call
+    std::string line;
+  } rows[] = {
+      {1, 2, failed("RegOpenKeyEx", "Software\\Velmor\\", 2)},
+      {2, platform::kMoreData, failed("RegEnumKeyEx", "Software\\Velmor\\", 234)},
+      {2, platform::kSuccess, notEmpty},
+      {3, platform::kMoreData, failed("RegEnumValue", "Software\\Velmor\\", 234)},
+      {3, platform::kSuccess, notEmpty},
+      {4, 5, failed("RegOpenKeyEx", "Software\\", 5)},
+      {5, 5, failed("RegDeleteKeyEx", "Software\\Velmor\\", 5)},
+      {5, platform::kSuccess, "TRACE: Velmor reg key is empty - deleting it.\n"},
+  };
+  for (const auto& row : rows) {
+    Reset();
+    const std::vector calls(all.begin(), all.begin() + row.calls);
+    CurrentRegistry.codes[calls.back()] = row.code;
+    DeleteVelmorRegistryKeyIfEmpty();
+    EXPECT_EQ(CurrentRegistry.calls, calls) << row.line;
+    EXPECT_THAT(log.Text(), HasSubstr(row.line));
+  }
+}
+
+TEST_F(InstalledState, TheDefaultsAreWrittenWhateverFails) {
+  for (const char* const call :
+       {"remove tree Software\\Velmor\\Larder\\", "open Software\\Velmor\\", "set szDLL"}) {
+    CurrentRegistry.codes[call] = platform::kAccessDenied;
+  }
+  RegisterDefaultProviders();
+  EXPECT_THAT(
+      log.Text(),
+      HasSubstr(" WARN: RegDeleteTree failed for \"Software\\Velmor\\Larder\\\": " + Code(5)));
+  EXPECT_THAT(log.Text(),
+              HasSubstr(" WARN: RegSetValueEx failed for \"DataProviders\\FeedTest\", \"szDLL\": " +
+                        Code(5)));
+  std::vector<std::string> calls = CurrentRegistry.calls;
+  std::erase(calls, "query szLocation");
+  const std::string install = "open Software\\Velmor\\Larder\\Install";
+  const std::string maker = "open Software\\Velmor\\";
+  const std::string providers = "make Software\\Velmor\\Larder\\DataProviders\\";
+  EXPECT_THAT(
+      calls,
+      ElementsAre(install, install, install, "remove tree Software\\Velmor\\Larder\\", maker, maker,
+                  "make Software\\Velmor\\Larder\\Install", "set szLocation",
+                  providers + "FeedTest", "set szDLL", providers + "FeedFile", "set szDLL",
+                  providers + "FeedFile", "set szFileQuery", providers + "FeedStats", "set szDLL"));
 }
 
 }  // namespace
