@@ -1,22 +1,22 @@
-/* Larder: the client's interface.
+/* Larder: the client interface. C11 and C++; includes no system header.
  *
- * Reads and writes facts about objects, above all files, through the provider modules that the
- * machine's registry names. C11 and C++; no system header.
+ * Larder reads and writes records about objects, usually files. The provider modules that the
+ * machine's registry names supply the records; the library loads the modules and forwards calls.
  *
- * A client calls LarderInit, then any number of LarderQuery, LarderFreeQuery and LarderWrite on
- * any thread, then LarderRelease once for each LarderInit that gave a handle. All clients of one
- * process share one handle. A client must not give back the last reference while one of its calls
- * runs on another thread.
+ * Usage: call LarderInit, then LarderQuery, LarderFreeQuery and LarderWrite from any thread, then
+ * LarderRelease once for each successful LarderInit. All clients in a process share one handle.
+ * The caller must not release the last reference while another thread is inside a call.
  *
- * No function lets an exception out. Every result but that of LarderErrorToString is 0 or a
- * negative LARDER_E_ code, except that LarderQuery passes on whatever code a provider raised.
+ * No function throws. LarderErrorToString returns a size. Every other function returns LARDER_OK or
+ * a negative LARDER_E_ code; LarderQuery also returns any other code that a provider raises.
  */
 #ifndef LARDER_LARDER_H
 #define LARDER_LARDER_H
 
 #include <larder/records.h>
 
-/* LARDER_STATIC: set by the build of the library itself and by whoever links its objects. */
+/* Define LARDER_STATIC only to link the library's object files into a program; the library's own
+ * build does. */
 #if !defined(_WIN32)
 #define LARDER_API __attribute__((visibility("default")))
 #elif defined(LARDER_STATIC)
@@ -29,9 +29,9 @@
 extern "C" {
 #endif
 
-/* Results. LARDER_E_ALREADY_INITIALIZED counts as success: the handle is good and a reference has
- * been taken. The number in a parameter code is fixed for each failure and isn't in every case the
- * argument's place; see the functions. */
+/* Result codes. LARDER_E_ALREADY_INITIALIZED is a success: the handle is valid and the call took a
+ * reference. The number in LARDER_E_PARAMETER_n isn't always the position of the argument; each
+ * function documents the code that it returns. */
 #define LARDER_OK 0
 #define LARDER_E_DLL_NOT_FOUND (-1)
 #define LARDER_E_REGISTRY_KEY_NOT_FOUND (-2)
@@ -49,67 +49,106 @@ extern "C" {
 #define LARDER_E_WRONG_VERSION (-14)
 #define LARDER_E_FILE_ID_MISMATCH (-15)
 
-/* The version of the query interface that this header describes. */
+/* The version of the query interface that this header declares. */
 #define LARDER_QUERY_VERSION 1
 
-/* The shared handle of the process; opaque. Good until the last LarderRelease. */
+/* The process's shared handle. Opaque; valid until the last LarderRelease. */
 typedef struct LarderHandleObject* LarderHandle;
 
-/* Tells the client that the product is being upgraded (0) or uninstalled (1). Called at most once
- * in the life of a handle, on a thread of the library, with no lock held, possibly before
- * LarderInit has returned. It must not throw. It must not call LarderInit or LarderRelease: the
- * last LarderRelease waits for a running callback with the library's lock held. */
+/* Called when an installer announces an upgrade (message 0) or an uninstallation (message 1).
+ *
+ * Called at most once in a handle's lifetime, on a thread that the library owns, with no lock held,
+ * possibly before LarderInit returns. The callback must not throw. It must not call LarderInit or
+ * LarderRelease: the last LarderRelease holds the library's lock while it waits for a running
+ * callback. */
 typedef void (*LarderNotifyCallback)(int32_t message);
 
-/* Takes a reference on the handle of the process, building it if there is none: every provider
- * module that the registry names is loaded, or the whole call fails.
- *   callback  required; kept only by the call that builds the handle
- *   handle    required; set to null first, receives the handle on the two good results
- * LARDER_OK                     this call built the handle
- * LARDER_E_ALREADY_INITIALIZED  the handle existed; a reference has been taken
- * LARDER_E_PARAMETER_2          handle is null (tested first)
+/* Takes a reference to the process's handle. Creates the handle if none exists, which loads every
+ * provider module that the registry names; if one of them fails, the call fails.
+ *   callback  required; only the call that creates the handle keeps it
+ *   handle    required; set to null first, and to the handle on success
+ *
+ * LARDER_OK                     this call created the handle
+ * LARDER_E_ALREADY_INITIALIZED  the handle existed; success
+ * LARDER_E_PARAMETER_2          handle is null (checked first)
  * LARDER_E_PARAMETER_1          callback is null
- * LARDER_E_DB_OPEN_FAILED       the handle couldn't be built; the log tells why
- * Any thread; calls are serialised with each other and with LarderRelease. */
+ * LARDER_E_DB_OPEN_FAILED       the handle couldn't be created; the log has the reason
+ *
+ * May be called from any thread. Calls to LarderInit and LarderRelease are serialized. */
 LARDER_API int32_t LarderInit(LarderNotifyCallback callback, LarderHandle* handle);
 
-/* Gives one reference back; with the last one the providers are destroyed and unloaded.
- * LARDER_OK, LARDER_E_INVALID_HANDLE when there is no handle, or LARDER_E_GENERIC. */
+/* Releases one reference. The last release destroys the providers and unloads their modules.
+ *
+ * LARDER_OK
+ * LARDER_E_INVALID_HANDLE  there is no handle
+ * LARDER_E_GENERIC         an internal error
+ *
+ * May be called from any thread. */
 LARDER_API int32_t LarderRelease(void);
 
-/* Reads what the provider of a type knows about an object.
- *   objectDescriptor  required; its form is agreed with the provider (file: FileObjectDescriptor)
+/* Reads a provider's data block for an object.
+ *   objectDescriptor  required; the provider defines its format (file provider:
+ *                     FileObjectDescriptor)
  *   providerType      0 to 5
- *   queryOption       handed to the provider unchanged
- *   data              required; receives a block that is the caller's until LarderFreeQuery, or
- *                     null with LARDER_E_NO_DATA; untouched on every other failure
+ *   queryOption       passed to the provider unchanged
+ *   data              required; receives the block on LARDER_OK, null on LARDER_E_NO_DATA; left
+ *                     unchanged on every other result
  *   version           LARDER_QUERY_VERSION
- * Tests in order: LARDER_E_INVALID_HANDLE; LARDER_E_PARAMETER_2 for a null objectDescriptor;
- * LARDER_E_PARAMETER_3 for a null data; LARDER_E_WRONG_VERSION. Then LARDER_OK, LARDER_E_NO_DATA,
- * a code of the provider's own choice, or LARDER_E_GENERIC (also for a type nobody serves).
- * Any thread. */
+ * The caller owns the block and must pass it to LarderFreeQuery.
+ *
+ * The arguments are checked in this order:
+ * LARDER_E_INVALID_HANDLE  handle isn't the current handle
+ * LARDER_E_PARAMETER_2     objectDescriptor is null
+ * LARDER_E_PARAMETER_3     data is null
+ * LARDER_E_WRONG_VERSION   version isn't LARDER_QUERY_VERSION
+ * Then:
+ * LARDER_OK
+ * LARDER_E_NO_DATA         the provider has no data for the object
+ * LARDER_E_GENERIC         no provider has the type, or the provider failed
+ * any other code           raised by the provider. A provider that raises 0 leaves data unchanged,
+ *                          so set *data to null before the call.
+ *
+ * May be called from any thread. */
 LARDER_API int32_t LarderQuery(LarderHandle handle, const void* objectDescriptor,
                                int32_t providerType, uint32_t queryOption, DataBlockHeader** data,
                                uint8_t version);
 
-/* Gives a block of LarderQuery back to the provider that made it. The pointer is dead afterwards,
- * whatever the result, once it has passed the tests: LARDER_E_INVALID_HANDLE; LARDER_E_PARAMETER_2
- * for a null data. Then LARDER_OK or LARDER_E_GENERIC. Any thread, not only the one that queried.
- */
+/* Returns a block from LarderQuery to the provider that created it, to be freed. Once the argument
+ * checks pass, the pointer is invalid, whatever the result.
+ *
+ * The arguments are checked in this order:
+ * LARDER_E_INVALID_HANDLE  handle isn't the current handle
+ * LARDER_E_PARAMETER_2     data is null
+ * Then:
+ * LARDER_OK
+ * LARDER_E_GENERIC         no provider has the block's type, or the provider failed
+ *
+ * May be called from any thread, not only from the one that queried. */
 LARDER_API int32_t LarderFreeQuery(LarderHandle handle, DataBlockHeader* data);
 
-/* Gives a copy of a block of data->dataSize bytes to the provider of a type, to be stored. The
- * block stays the caller's; its own providerType is ignored. Tests in order:
- * LARDER_E_INVALID_HANDLE; LARDER_E_PARAMETER_2 for a null objectDescriptor; LARDER_E_PARAMETER_3
- * for a null data. Then LARDER_OK or LARDER_E_GENERIC. Any thread. */
+/* Passes a copy of a block to a provider, to be stored.
+ *   objectDescriptor  required; see LarderQuery
+ *   providerType      0 to 5; the providerType inside the block is ignored
+ *   data              required; data->dataSize bytes are read. The caller keeps the block.
+ *
+ * The arguments are checked in this order:
+ * LARDER_E_INVALID_HANDLE  handle isn't the current handle
+ * LARDER_E_PARAMETER_2     objectDescriptor is null
+ * LARDER_E_PARAMETER_3     data is null
+ * Then:
+ * LARDER_OK
+ * LARDER_E_GENERIC         no provider has the type, or the provider failed
+ *
+ * May be called from any thread. */
 LARDER_API int32_t LarderWrite(LarderHandle handle, const void* objectDescriptor,
                                int32_t providerType, const DataBlockHeader* data);
 
-/* The fixed English text of a result; the empty text for a code that isn't in the list above.
- *   bufferSize  capacity of buffer in wide characters, terminator included
+/* Writes the English text of a result code, NUL-terminated; empty for a code that isn't listed
+ * above.
+ *   bufferSize  capacity of buffer in wide characters, including the terminator
  *   buffer      may be null
- * Returns the size needed in wide characters, terminator included. A text that doesn't fit is not
- * cut: nothing is written then. Any thread, with or without a handle. */
+ * Returns the required size in wide characters, including the terminator. Writes nothing if the
+ * text doesn't fit. May be called from any thread, with or without a handle. */
 LARDER_API uint32_t LarderErrorToString(int32_t code, uint32_t bufferSize, LarderWideChar* buffer);
 
 #ifdef __cplusplus

@@ -1,16 +1,16 @@
-// Larder: the contract of a provider module.
+// Larder: the interface of a provider module. C++20.
 //
 // A provider is a dynamic library that exports one function, GetProvider, and implements
-// IDataProvider. The agreement is binary: the order of the virtual operations, the layout of
-// DbBuffer and the layout of the records (records.h) are all that host and module share.
+// IDataProvider. The interface is binary: host and module share the order of the virtual functions,
+// the layout of DbBuffer and the layout of the records (larder/records.h), and nothing else.
 //
-// Compiler families: host and modules must come from the same one. The families disagree on the
-// virtual table (a virtual destructor takes one slot or two) and exceptions, which are how a
-// provider reports failure, don't cross from one to the other. On Windows the modules share one
-// C++ runtime library for the same reason; never link it statically.
+// Compilers: host and modules must be built by the same compiler family. Families lay out virtual
+// tables differently (a virtual destructor takes one slot or two), and exceptions, by which a
+// provider reports failure, don't cross from one to the other. On Windows all modules must also use
+// the shared C++ runtime; never link it statically.
 //
-// Threads: GetProvider, GetType and the destructor run one at a time under the host's lock. The
-// four other operations arrive on any thread, at the same time, in any order.
+// Threads: the host calls GetProvider, GetType and the destructor one at a time, holding its lock.
+// It calls the other four functions from any thread, concurrently and in any order.
 #ifndef LARDER_PROVIDER_H
 #define LARDER_PROVIDER_H
 
@@ -22,24 +22,24 @@
 #include <type_traits>
 #include <utility>
 
-// The library's own DbBuffer reports each operation to its log; a module's doesn't. Each kind has
-// a name of its own for the linker, so that both can live in one process or even in one binary.
+// The library's DbBuffer logs each operation; a module's doesn't. The inline namespaces give the
+// two different link names, so that both can exist in one process or one binary.
 #ifdef LARDER_HOST
 inline namespace larder_host {
 #else
 inline namespace larder_module {
 #endif
 
-// Carries a data block between host and provider: owns what it points to, moves, doesn't copy.
-// The memory is that of new unsigned char[]. Both sides touch the fields; their order and width are
-// part of the contract. One call on one thread at a time.
+// Owns a data block on its way between host and provider. The block is allocated with
+// new unsigned char[]. Movable, not copyable; not thread-safe. Host and module both access the
+// fields, so their order and width are fixed.
 class DbBuffer {
  public:
-  std::uint64_t size = 0;         // bytes in data; 0 in a buffer that came through LarderFreeQuery
+  std::uint64_t size = 0;         // bytes in data; 0 in the buffer passed to FreeQuery
   unsigned char* data = nullptr;  // the block, or null
 
   DbBuffer() noexcept;
-  // A new uninitialised block of that many bytes; none if size is 0. Throws std::bad_alloc.
+  // Allocates an uninitialized block; none if size is 0. Throws std::bad_alloc.
   explicit DbBuffer(std::uint64_t size);
   DbBuffer(DbBuffer&& other) noexcept;
   DbBuffer& operator=(DbBuffer&& other) noexcept;
@@ -47,14 +47,14 @@ class DbBuffer {
   DbBuffer& operator=(const DbBuffer&) = delete;
   ~DbBuffer();
 
-  // Frees the block; the buffer is empty afterwards.
+  // Frees the block and leaves the buffer empty.
   void Reset() noexcept;
-  // Replaces the contents with a copy. The source may lie inside the old contents, which survive a
-  // failed allocation (std::bad_alloc).
+  // Replaces the block with a copy of source, which may be inside the old block. Throws
+  // std::bad_alloc and then leaves the old block in place.
   void Copy(const unsigned char* source, std::uint64_t size);
-  // Frees the old block and adopts another without a copy.
+  // Frees the old block and takes ownership of another, without copying.
   void TakeOwnership(unsigned char* block, std::uint64_t size) noexcept;
-  // Gives the block away: the caller owns it now, and the buffer is empty.
+  // Passes ownership of the block to the caller and leaves the buffer empty.
   [[nodiscard]] unsigned char* Release() noexcept;
 };
 
@@ -107,32 +107,33 @@ static_assert(std::is_standard_layout_v<DbBuffer>);
 static_assert(offsetof(DbBuffer, size) == 0 && offsetof(DbBuffer, data) == 8);
 static_assert(sizeof(DbBuffer) == 16);
 
-// Implemented by a provider, called by the host. Failure is reported by throwing, and in no other
-// way: a std::system_error out of GetKey or Query becomes the result of LarderQuery with its code's
-// value as it stands; any other exception becomes LARDER_E_GENERIC. The exception's text is logged.
+// Implemented by a provider, called by the host. A provider reports failure only by throwing. If
+// GetKey or Query throws a std::system_error, LarderQuery returns the value of its code; any other
+// exception becomes LARDER_E_GENERIC. The host logs the exception's what().
 class IDataProvider {
  public:
-  // The provider's type, 0 to 5; no two modules of one machine may have the same. Called once,
-  // right after GetProvider.
+  // Returns the provider's type, 0 to 5, unique among the modules of a machine. Called once, right
+  // after GetProvider.
   virtual std::int32_t GetType() = 0;
 
-  // Fills result with the data block for the object, or leaves it empty when there is nothing to
-  // tell. The block opens with DataBlockHeader, whose providerType is this provider's. It goes to
-  // the client as it stands and must stay valid until FreeQuery. objectDescriptor is the client's,
-  // key is what GetKey stored; both are good for this call only.
+  // Stores the object's data block in result, or leaves result empty if there is no data. The block
+  // must begin with a DataBlockHeader that has this provider's type. The host passes it to the
+  // client unchanged; it must stay valid until FreeQuery. objectDescriptor is the client's, key is
+  // what GetKey stored; both are valid during this call only.
   virtual void Query(const void* objectDescriptor, std::uint32_t queryOption, std::uint64_t* key,
                      DbBuffer* result) = 0;
 
-  // Computes the object's key. Comes before every Query and Write; the object may be unknown.
+  // Stores the object's key. Called before every Query and Write; the object may be unknown.
   virtual void GetKey(const void* objectDescriptor, std::uint64_t* key) = 0;
 
-  // Takes back a block of Query, perhaps on another thread. data->size is 0 here: read dataSize
-  // from the block. Free it with the allocator that made it and take it out of the buffer
-  // (Reset or Release); what the buffer still holds afterwards is freed by the host.
+  // Frees a block from Query, possibly on another thread. data->size is 0 here; the block's
+  // dataSize has the size. The provider must free the block with the allocator that allocated it
+  // and leave the buffer empty (Reset or Release); the host frees a block that remains in the
+  // buffer.
   virtual void FreeQuery(DbBuffer* data) = 0;
 
-  // Stores a block. The buffer holds the host's copy, which the host frees when the call returns:
-  // copy the bytes, or leave. It is empty for a block whose dataSize is 0.
+  // Stores a block. The host owns the block in the buffer and frees it when the call returns, so
+  // copy what must be kept. The buffer is empty if the client's dataSize was 0.
   virtual void Write(const void* objectDescriptor, std::uint64_t* key, DbBuffer* data) = 0;
 
   // Called by the host before it unloads the module. Must not throw.
@@ -145,8 +146,8 @@ class IDataProvider {
   IDataProvider() = default;
 };
 
-// The one export of a provider module, by the plain name "GetProvider". Stores a new object through
-// out, never null; the host owns it from then on and ends it through the virtual destructor.
+// The module's only export, under the undecorated name "GetProvider". Stores a new object in *out,
+// never null. The host then owns it and deletes it through the virtual destructor.
 //
 //   LARDER_PROVIDER_EXPORT void GetProvider(IDataProvider** out) { *out = new MyProvider; }
 #ifdef _WIN32

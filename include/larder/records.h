@@ -1,8 +1,8 @@
-/* Larder: the records that cross between clients, the library and provider modules.
+/* Larder: the records exchanged between clients, the library and provider modules.
  *
- * Everything here is plain data: C11 and C++, no system header, no code. Records are flat runs of
- * bytes without pointers, so a block may be copied, stored and sent as it stands. All integers are
- * little-endian. Offsets are part of the format and are checked below when compiling.
+ * Plain data: C11 and C++, no system header, no code. A record contains no pointers, so it can be
+ * copied, stored and sent as is. Integers are little-endian. The offsets are part of the format and
+ * are checked at compile time.
  */
 #ifndef LARDER_RECORDS_H
 #define LARDER_RECORDS_H
@@ -19,8 +19,7 @@
 #define LARDER_STATIC_ASSERT(condition, text) _Static_assert(condition, text)
 #endif
 
-/* One 16-bit unit of wide text (UTF-16), and a literal of such text. Paths carry backslashes on
- * every system. */
+/* A UTF-16 code unit, and a string literal of them. Paths use backslashes on every system. */
 #ifdef _WIN32
 typedef wchar_t LarderWideChar;
 #define LARDER_WIDE(literal) L##literal
@@ -28,56 +27,57 @@ typedef wchar_t LarderWideChar;
 typedef char16_t LarderWideChar;
 #define LARDER_WIDE(literal) u##literal
 #endif
-LARDER_STATIC_ASSERT(sizeof(LarderWideChar) == 2, "wide text is made of 16-bit units");
+LARDER_STATIC_ASSERT(sizeof(LarderWideChar) == 2, "a wide character is 16 bits");
 
-/* The head of every data block of every provider. The library reads these two words of a block
- * and nothing else. */
+/* Every data block of every provider begins with this header. The library reads nothing else of a
+ * block. */
 typedef struct DataBlockHeader {
-  uint32_t dataSize;    /* size of the whole block in bytes, this header included */
-  int32_t providerType; /* type of the provider that made the block; it gets the block back */
+  uint32_t dataSize;    /* bytes in the whole block, including this header */
+  int32_t providerType; /* the provider that created the block, and that frees it */
 } DataBlockHeader;
 
-/* Names a file for the file provider (and for the test provider). Only the first unit of the path
- * is declared: the text goes on behind it, up to a terminating NUL, as far as its owner made room.
- * A client may use a struct of its own with the same two fields and a longer array. */
+/* The object descriptor of the file provider and of the test provider. The path continues past the
+ * declared unit, up to its NUL. A client declares a struct with the same two fields and a longer
+ * array. */
 typedef struct FileObjectDescriptor {
-  uint32_t lastModified[2];   /* last modification, low word first, as one 64-bit number: count of
-                                 100 ns since 1601-01-01 UTC (FILETIME); 0: whatever is there now */
+  uint32_t lastModified[2];   /* modification time, a 64-bit number with the low word first: 100 ns
+                                 units since 1601-01-01 UTC (FILETIME); 0: the current version */
   LarderWideChar filePath[1]; /* full path of the file, NUL-terminated */
 } FileObjectDescriptor;
 
-/* What the file provider knows about one file. The first CertChainRecord follows at offset 384. */
+/* The file provider's data block. The first CertChainRecord follows at offset 384. */
 typedef struct FileDataRecord {
   uint32_t dataSize;
   int32_t providerType;
-  uint64_t fileId;     /* identity of the file in the provider's store */
+  uint64_t fileId;     /* identity of the file within the machine */
   uint8_t fileMD5[16]; /* digests of the file's bytes */
   uint8_t fileSHA1[20];
   uint8_t fileSHA256[32];
   uint8_t fileSHA384[48];
   uint8_t fileSHA512[64];
-  uint8_t peMD5[16]; /* digests of the file as an executable image; zero when there are none */
+  uint8_t peMD5[16]; /* digests of a PE image, as its signatures cover it; zero for other files */
   uint8_t peSHA1[20];
   uint8_t peSHA256[32];
   uint8_t peSHA384[48];
   uint8_t peSHA512[64];
-  uint8_t reserved[8]; /* passed along, not interpreted */
+  uint8_t reserved[8]; /* passed through, not interpreted */
 } FileDataRecord;
 
-/* One certificate chain; its first CertDataRecord follows at offset 8. Links are distances in
- * bytes from the start of the record that holds them, never pointers. There is no count: a list
- * ends at the 0 link. A file without certificates has one chain with one certificate of size 0. */
+/* One certificate chain. Its first CertDataRecord follows at offset 8. A link is a distance in
+ * bytes from the start of the record that contains it; the last record of a list has link 0. A file
+ * without certificates has one chain with one certificate of size 0. */
 typedef struct CertChainRecord {
   uint32_t nextChain; /* distance to the next CertChainRecord; 0 in the last one */
-  uint32_t reserved;  /* passed along, not interpreted */
+  uint32_t reserved;  /* passed through, not interpreted */
 } CertChainRecord;
 
-/* One certificate, X.509 in DER (RFC 5280); its certSize bytes follow at offset 8. */
+/* One certificate: X.509 in DER (RFC 5280). Its certSize bytes follow at offset 8. */
 typedef struct CertDataRecord {
   uint32_t nextCert; /* distance to the next CertDataRecord of the chain; 0 in the last one */
-  uint32_t certSize; /* bytes of the certificate; may be 0 */
+  uint32_t certSize; /* size of the certificate in bytes; may be 0 */
 } CertDataRecord;
 
+/* Checks a field's offset at compile time; for the records of this header and of the providers'. */
 #define LARDER_CHECK_OFFSET(record, field, offset) \
   LARDER_STATIC_ASSERT(offsetof(record, field) == (offset), #record "." #field " moved")
 
@@ -100,13 +100,11 @@ LARDER_CHECK_OFFSET(FileDataRecord, peSHA256, 232);
 LARDER_CHECK_OFFSET(FileDataRecord, peSHA384, 264);
 LARDER_CHECK_OFFSET(FileDataRecord, peSHA512, 312);
 LARDER_CHECK_OFFSET(FileDataRecord, reserved, 376);
-LARDER_STATIC_ASSERT(sizeof(FileDataRecord) == 384, "the first chain lies at offset 384");
+LARDER_STATIC_ASSERT(sizeof(FileDataRecord) == 384, "the first chain is at offset 384");
 LARDER_CHECK_OFFSET(CertChainRecord, nextChain, 0);
-LARDER_STATIC_ASSERT(sizeof(CertChainRecord) == 8, "the first certificate lies at offset 8");
+LARDER_STATIC_ASSERT(sizeof(CertChainRecord) == 8, "the first certificate is at offset 8");
 LARDER_CHECK_OFFSET(CertDataRecord, nextCert, 0);
 LARDER_CHECK_OFFSET(CertDataRecord, certSize, 4);
-LARDER_STATIC_ASSERT(sizeof(CertDataRecord) == 8, "the certificate's bytes lie at offset 8");
-
-#undef LARDER_CHECK_OFFSET
+LARDER_STATIC_ASSERT(sizeof(CertDataRecord) == 8, "the certificate's bytes are at offset 8");
 
 #endif
