@@ -1,17 +1,17 @@
-# What every target of this project is compiled with; linked privately, so that nothing reaches a
-# consumer.
+# Compiler and linker options of every target in this project. Linked privately, so that none of them
+# reaches a consumer.
 add_library(larder_options INTERFACE)
 target_compile_options(larder_options INTERFACE
   -Wall -Wextra -Wshadow -Wconversion
   $<$<COMPILE_LANGUAGE:CXX>:-Wsuggest-override>
   $<$<BOOL:${LARDER_WARNINGS_AS_ERRORS}>:-Werror>
-  # No path of the build machine in a binary: texts and debug information are relative to the project.
+  # Keeps the build machine's paths out of the binaries: __FILE__ and debug information are relative.
   -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=
   -ffile-prefix-map=${PROJECT_BINARY_DIR}=build)
 target_compile_definitions(larder_options INTERFACE
   $<$<PLATFORM_ID:Windows>:UNICODE;_UNICODE;NOMINMAX;WIN32_LEAN_AND_MEAN;_WIN32_WINNT=0x0A00>)
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND NOT WIN32)
-  # Unique symbols would keep a module loaded for ever after dlclose.
+  # A module with unique symbols would never be unloaded by dlclose.
   target_compile_options(larder_options INTERFACE $<$<COMPILE_LANGUAGE:CXX>:-fno-gnu-unique>)
 endif()
 if(LARDER_SANITIZE)

@@ -1,7 +1,7 @@
 # larder_provider(NAME SOURCES source ... [LIBRARIES target ...] [EXPORTS list])
-# A provider module: "NAME.dll" on every system, so that the registry's data stays the same. It is
-# built from the public headers as anyone's would be, and exports what the list names: GetProvider,
-# unless EXPORTS is another list (of the same form as providers/exports.txt).
+# Adds a provider module. Its file is NAME.dll on every system, so that the registry's data is the
+# same. It is built from the public headers like an outside author's module, and exports the names in
+# the list: GetProvider, unless EXPORTS gives another list (of the form of providers/exports.txt).
 function(larder_provider name)
   cmake_parse_arguments(PARSE_ARGV 1 P "" "EXPORTS" "SOURCES;LIBRARIES")
   if(NOT P_EXPORTS)

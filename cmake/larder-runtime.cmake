@@ -1,5 +1,5 @@
 # Exceptions cross between the library, the modules and the client, so all of them share one C++
-# runtime: no -static, and the runtime's libraries lie beside what runs.
+# runtime: no -static, and copies of the runtime's libraries beside the programs.
 function(larder_copy_runtime target)
   set(libraries)
   foreach(name libstdc++-6.dll libgcc_s_seh-1.dll libwinpthread-1.dll)

@@ -10,7 +10,7 @@ foreach(t gtest gtest_main gmock gmock_main)
   endif()
 endforeach()
 
-# larder_test_program(NAME SOURCES ... [LIBRARIES target ...]): a program of tests.
+# larder_test_program(NAME SOURCES ... [LIBRARIES target ...]): adds a GoogleTest program.
 function(larder_test_program name)
   cmake_parse_arguments(PARSE_ARGV 1 T "" "" "SOURCES;LIBRARIES")
   add_executable(${name} ${T_SOURCES})
@@ -20,8 +20,8 @@ function(larder_test_program name)
     ${T_LIBRARIES} larder_testing larder_platform larder_options gmock gtest_main)
 endfunction()
 
-# larder_discover_tests(NAME [PROPERTIES name value ...] [ARGUMENT of gtest_discover_tests ...]): its
-# tests, one by one, found when they are about to be run.
+# larder_discover_tests(NAME [PROPERTIES name value ...] [ARGUMENT of gtest_discover_tests ...]): adds
+# each test of the program, listed when ctest starts.
 function(larder_discover_tests name)
   cmake_parse_arguments(PARSE_ARGV 1 T "" "" "PROPERTIES")
   gtest_discover_tests(${name} ${T_UNPARSED_ARGUMENTS} NO_PRETTY_VALUES
@@ -29,10 +29,10 @@ function(larder_discover_tests name)
 endfunction()
 
 # larder_test(NAME SOURCES ... [FAKES group ...] [LIBRARIES target ...] [PROPERTIES name value ...])
-# A test of the library's inside: its objects are linked as they stand.
-# FAKES replaces a whole platform group: tests/fakes/fake-<group>.cpp is compiled into the program, so
-# the linker never takes that member out of the larder_platform archive. A fake that forgets an
-# operation is a link error.
+# Adds a test program that links the library's objects directly.
+# FAKES replaces whole platform groups: tests/fakes/fake-<group>.cpp is compiled into the program, so
+# the linker doesn't take that member of the larder_platform archive. A fake that lacks an operation
+# is a link error.
 function(larder_test name)
   cmake_parse_arguments(PARSE_ARGV 1 T "" "" "SOURCES;FAKES;LIBRARIES;PROPERTIES")
   larder_test_program(${name} SOURCES ${T_SOURCES} LIBRARIES larder_core larder_base ${T_LIBRARIES})

@@ -1,11 +1,11 @@
 #!/usr/bin/env bash
-# Checks what no compiler checks; each violation is told as FILE:LINE: RULE, and the exit status is 1.
+# Checks rules that no compiler checks. Prints each violation as FILE:LINE: RULE and exits with 1.
 #
 #   tools/check-layers.sh [ROOT]
 #       Includes go one way between the rooms, system headers and #if on the system stand in the
 #       platform's own folders only. ROOT: the project's folder, by default the one this is in.
 #   tools/check-layers.sh --no-build-paths FOLDER... -- FILE...
-#       None of the folders of this machine is written into the built files.
+#       The built files contain none of these folders' paths.
 set -euo pipefail
 export LC_ALL=C
 

@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
-# Fetches one of Debian's binary packages, without installing it, and prints the path of its file:
+# Downloads a Debian binary package without installing it, and prints the file's path:
 #
 #   tools/fetch-package.sh NAME FOLDER
 #
-# FOLDER is made and keeps the packages; for one that it has no network is needed. Several may run
-# at the same time.
+# FOLDER is created and keeps the packages; a package that is there isn't downloaded again. Several
+# instances may run at the same time.
 set -euo pipefail
 export LC_ALL=C
 
@@ -15,7 +15,7 @@ fail() {
 
 there() { find "$folder" -maxdepth 1 -name "${name}_*.deb" -print -quit; }
 
-# Where the lists of packages are missing or old, root can get new ones.
+# If the package lists are missing or out of date, root can update them.
 fetch() {
   local options=(-q -o APT::Sandbox::User=root -o Acquire::Retries=3)
   (cd "$1" && apt-get "${options[@]}" download "$name") && return

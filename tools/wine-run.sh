@@ -2,13 +2,12 @@
 # Runs a Windows program under wine: tools/wine-run.sh PROGRAM [ARGUMENT...]
 # The windows preset runs its tests through it (CMAKE_CROSSCOMPILING_EMULATOR).
 #
-# Plain wine boots a machine for each program, which takes seconds, and the services it starts hold
-# the caller's output open, so that whoever reads a pipe waits for them. Here the first call boots
-# the machine with a detached server, later calls find it warm, and it ends by itself when nothing
-# has run on it for a while.
+# Plain wine starts its server and services for each program, which takes seconds, and the services
+# keep the caller's output open, so that the reader of a pipe waits for them. This script starts a
+# detached server at the first call; later calls use it, and it ends when nothing has run for a while.
 #
-# The machine (wine's prefix: registry and drive C:) is the one that WINEPREFIX names; otherwise the
-# folder "wine" in the build folder that the program lies in; otherwise one in the user's cache.
+# The prefix (registry and drive C:) is WINEPREFIX if that is set, else the folder "wine" in the build
+# folder that contains the program, else a folder in the user's cache.
 set -eu
 
 idle_seconds=30
@@ -52,13 +51,12 @@ export WINEDEBUG="${WINEDEBUG:--all}"
 export WINEDLLOVERRIDES="${WINEDLLOVERRIDES:+$WINEDLLOVERRIDES;}winemenubuilder.exe,winedbg.exe,mscoree,mshtml=d"
 # File names are UTF-8, whatever the caller's locale is.
 export LC_ALL=C.UTF-8
-# A message box would wait for somebody.
+# A message box would wait for a user.
 unset DISPLAY WAYLAND_DISPLAY
 
-# The server holds this lock for as long as it lives, however it ends: no process number that could
-# have gone stale.
+# The server holds this lock while it runs, however it ends; a process number could be stale.
 serving="$WINEPREFIX/.larder-serving"
-# Held while a machine boots; everybody else waits.
+# Held while a prefix is created; other callers wait.
 booting="$WINEPREFIX/.larder-booting"
 touch "$serving" "$booting"
 
