@@ -7,6 +7,7 @@
 #include "log-file/disk-logger.h"
 #include "log/log-statement.h"
 #include "platform/event.h"
+#include "platform/scoped-handle.h"
 #include "testing/test-machine.h"
 
 namespace larder {
@@ -51,10 +52,10 @@ void OpenStatement(benchmark::State& state) {
 BENCHMARK(OpenStatement)->Threads(1)->Threads(2);
 
 void RaiseAnEventThatIsRaised(benchmark::State& state) {
-  const platform::Handle event = platform::MakeEvent();
-  platform::RaiseEvent(event);
-  for (auto _ : state) platform::RaiseEvent(event);
-  platform::CloseObject(event);
+  platform::OwnedHandle event;
+  platform::MakeEvent(event.Out());
+  platform::RaiseEvent(event.Get());
+  for (auto _ : state) platform::RaiseEvent(event.Get());
 }
 BENCHMARK(RaiseAnEventThatIsRaised);
 

@@ -30,11 +30,12 @@ std::uint64_t LargestRecord(std::uint64_t limit) { return std::max(limit, kMinLi
 FactStore::FactStore(const WideString& storeFolder, std::uint64_t maxBytes,
                      const std::string& whyNone)
     : folder(storeFolder), limit(maxBytes), since(platform::CurrentFileTime()), reason(whyNone) {
+  platform::MakeEvent(work);
   if (folder.empty() || limit == 0) return;
   Open();
   if (environment == nullptr) return;
-  turn = platform::OpenLockFile(TurnFile(folder));
-  if (work != nullptr) thread = platform::StartThread(RunWriter, this);
+  platform::OpenLockFile(TurnFile(folder), turn);
+  if (work != nullptr) platform::StartThread(RunWriter, this, thread);
   if (thread != nullptr) return;
   environment.reset();
   reason = "the thread that writes can't be started";
@@ -145,7 +146,7 @@ std::shared_ptr<FactStore::Waiting> FactStore::Enqueue(const StoredFile& file, E
   const std::uint64_t key = StoreKey(file.path, file.info.lastModified);
   auto one = std::make_shared<Waiting>(KeyedEntry{key, MakeEntry(file, record)});
   if (isAwaited) {
-    one->done = platform::MakeEvent();
+    platform::MakeEvent(one->done);
     if (one->done == nullptr) throw std::runtime_error("the system has no event left to wait for");
   }
   {

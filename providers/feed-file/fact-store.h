@@ -103,8 +103,8 @@ class FactStore {
   std::unique_ptr<StoreEnvironment> environment;
   std::uint64_t generation = 1;  // of the environments
 
-  StoreLock mutex;                                      // guards the rest
-  const platform::Handle work = platform::MakeEvent();  // raised when there is something to do
+  StoreLock mutex;                  // guards the rest
+  platform::Handle work = nullptr;  // raised when there is something to do
   std::deque<std::shared_ptr<Waiting>> queue;
   // What is queued or is being written, the latest of each key.
   std::unordered_map<std::uint64_t, std::shared_ptr<Waiting>> waiting;

@@ -46,7 +46,8 @@ bool MakeLogFolder(WideString& path) {
 }
 
 void Append(const WideString& path, const std::string& line) {
-  const platform::OwnedHandle file(platform::OpenFileToWrite(path, platform::WriteMode::kWrite));
+  platform::OwnedHandle file;
+  platform::OpenFileToWrite(path, platform::WriteMode::kWrite, file.Out());
   std::uint64_t size = 0;
   if (platform::SeekToEnd(file.Get(), size) == platform::kSuccess) {
     platform::WriteOnce(file.Get(), line.data(), static_cast<std::uint32_t>(line.size()));

@@ -20,14 +20,11 @@ WideString DecimalText(std::uint32_t value) {
 }  // namespace
 
 DiskLogger::DiskLogger(const WideString& logFile, std::uint32_t limit, std::uint32_t backups)
-    : fileName(logFile),
-      maxFileSize(limit),
-      maxBackups(backups),
-      stopEvent(platform::MakeEvent()),
-      wakeEvent(platform::MakeEvent()),
-      thread(nullptr) {
+    : fileName(logFile), maxFileSize(limit), maxBackups(backups), thread(nullptr) {
+  platform::MakeEvent(stopEvent.Out());
+  platform::MakeEvent(wakeEvent.Out());
   if (stopEvent.Get() == nullptr || wakeEvent.Get() == nullptr) return;
-  thread = platform::StartThread(WriterThread, this);
+  platform::StartThread(WriterThread, this, thread.Out());
 }
 
 DiskLogger::~DiskLogger() {
@@ -79,7 +76,8 @@ void DiskLogger::Write(const LRLogDiskWriterInfo& info) {
   Rotate();
   if (file.IsEmpty()) {
     {
-      AutoHandle opened(platform::OpenFileToWrite(fileName, platform::WriteMode::kWrite));
+      AutoHandle opened;
+      platform::OpenFileToWrite(fileName, platform::WriteMode::kWrite, opened.Out());
       file = std::move(opened);
     }  // the moved-from handle logs its closing here, after the line in hand
     if (file.IsEmpty()) return;
@@ -92,7 +90,7 @@ void DiskLogger::Write(const LRLogDiskWriterInfo& info) {
 // Leaves the file closed if it was full or couldn't be opened, otherwise open and at its end.
 void DiskLogger::Rotate() {
   if (file.IsEmpty()) {
-    file = platform::OpenFileToWrite(fileName, platform::WriteMode::kReadWrite);
+    platform::OpenFileToWrite(fileName, platform::WriteMode::kReadWrite, file.Out());
     if (file.IsEmpty()) return;
   }
   std::uint64_t size = 0;

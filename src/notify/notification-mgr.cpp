@@ -18,10 +18,9 @@ constexpr std::int32_t kUninstallMessage = 1;
 }  // namespace
 
 // The events aren't checked: with a null one the wait fails, and the thread logs that.
-NotificationManager::NotificationManager(const IntLarderHandle* handle)
-    : owner(handle),
-      installerEvent(platform::MakeNamedEvent(kEventName)),
-      shutdownEvent(platform::MakeEvent()) {
+NotificationManager::NotificationManager(const IntLarderHandle* handle) : owner(handle) {
+  platform::MakeNamedEvent(kEventName, installerEvent.Out());
+  platform::MakeEvent(shutdownEvent.Out());
   ScopeTrace scope("Entering NotificationManager::NotificationManager()",
                    "Leaving NotificationManager::NotificationManager()");
   waitThread = std::thread(&NotificationManager::WaitForNotification, this);

@@ -1,5 +1,17 @@
-// The system codes that every operation of the seam speaks: 32-bit, with the numbers of Win32 on
-// every system. 0 is success.
+// The result codes of src/platform, and the rule by which its operations report failure.
+//
+// A Code is 32-bit and has the numbers of Win32 on every system; 0 is success.
+//
+// An operation that can fail returns a Code and stores its results through its last parameters. If
+// it fails, a result that is a handle, a key or a module is empty (InvalidHandle() for a file, null
+// for everything else), and every other result is untouched; exceptions are stated with the
+// operation. What a buffer holds then isn't defined. [[nodiscard]] marks the codes that a caller
+// must not ignore.
+//
+// What can't fail in more than one way has no code: a predicate or a conversion returns bool, a
+// lookup returns what it found, null or empty if there is nothing, and a closing call returns
+// nothing. Certificates and digests give no reason for a failure: their operations return null or
+// false.
 #pragma once
 
 #include <cstdint>

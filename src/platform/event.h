@@ -10,13 +10,13 @@
 
 namespace larder::platform {
 
-// A private event, lowered at first. Null on failure. Raising one that is raised already costs next
-// to nothing: no system call where the system lets us know without one.
-[[nodiscard]] Handle MakeEvent() noexcept;
+// A private event, lowered at first. Raising one that is raised already costs next to nothing: no
+// system call where the system lets us know without one.
+Code MakeEvent(Handle& event) noexcept;
 
 // The event of this name, shared with other processes; made, lowered, if nobody has it yet,
-// otherwise in the state that it has. Null on failure.
-[[nodiscard]] Handle MakeNamedEvent(const WideString& name);
+// otherwise in the state that it has.
+Code MakeNamedEvent(const WideString& name, Handle& event);
 
 // Null and InvalidHandle() are refused with kInvalidHandle. A code also for a named event that this
 // process may not change.

@@ -8,9 +8,9 @@
 
 namespace larder::platform {
 
-// Opens the file at a path for nothing but locking, making it, empty, if it isn't there.
-// InvalidHandle() on failure. Child processes don't inherit the handle.
-[[nodiscard]] Handle OpenLockFile(const WideString& path);
+// Opens the file at a path for nothing but locking, making it, empty, if it isn't there. Child
+// processes don't inherit the handle.
+Code OpenLockFile(const WideString& path, Handle& file);
 
 // Never waits: kSharingViolation while another handle holds the lock. It is given back by
 // UnlockFile, by closing the handle, and when the process ends, however it does.

@@ -51,9 +51,9 @@ struct FolderEntry {
 // Deletes what a path leads to, a folder with everything in it, for good and without a word to the
 // user. Links go themselves, never what they lead to. source: a path with or without a backslash at
 // its end, and two NULs behind it; on Windows its last component may hold '*' and '?', and further
-// paths may stand between the two. 0, or the system's own number for what went wrong, of no common
-// kind; some of the tree may be gone then.
-[[nodiscard]] int DeleteTree(const LarderWideChar* source);
+// paths may stand between the two. After a failure some of the tree may be gone; on Windows the
+// code may be one of the shell's own, which SystemMessage doesn't know.
+[[nodiscard]] Code DeleteTree(const LarderWideChar* source);
 
 // False also for what is no folder or can't be read.
 [[nodiscard]] bool IsFolderEmpty(const WideString& path);

@@ -12,10 +12,10 @@ namespace larder::platform {
 
 enum class WriteMode { kReadWrite, kWrite };
 
-// Opens the file at a path, making it if it isn't there; others may read it meanwhile.
-// InvalidHandle() on failure. Where the system tells them apart, a symbolic link at the path isn't
-// followed, and nothing that could block is opened. Child processes don't inherit the handle.
-[[nodiscard]] Handle OpenFileToWrite(const WideString& path, WriteMode mode);
+// Opens the file at a path, making it if it isn't there; others may read it meanwhile. Where the
+// system tells them apart, a symbolic link at the path isn't followed, and nothing that could block
+// is opened. Child processes don't inherit the handle.
+Code OpenFileToWrite(const WideString& path, WriteMode mode, Handle& file);
 
 // Goes to the end of the file, as it is now, and tells how many bytes lie ahead of it.
 [[nodiscard]] Code SeekToEnd(Handle file, std::uint64_t& size) noexcept;

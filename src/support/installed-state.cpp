@@ -23,7 +23,7 @@ LarderWideChar LowerCase(LarderWideChar unit) {
   return unit >= 'A' && unit <= 'Z' ? static_cast<LarderWideChar>(unit + ('a' - 'A')) : unit;
 }
 
-int DeleteTree(const WideString& directory) {
+platform::Code DeleteTree(const WideString& directory) {
   std::vector<LarderWideChar> source(directory.begin(), directory.end());
   source.insert(source.end(), 2, LarderWideChar());
   return platform::DeleteTree(source.data());
@@ -78,9 +78,9 @@ bool IsInstalledInCommonFiles() {
 void DeleteDirectoryAndParentIfEmpty(const WideString& directory, const WideString& parent) {
   ScopeTrace scope("Entering DeleteDirectoryAndParentIfEmpty()",
                    "Leaving DeleteDirectoryAndParentIfEmpty()");
-  const int result = DeleteTree(directory);
-  if (result != 0) {
-    LogWarn("SHFileOperation() failed: ", result);
+  const platform::Code result = DeleteTree(directory);
+  if (result != platform::kSuccess) {
+    LogWarn("SHFileOperation() failed: ", static_cast<std::int32_t>(result));
     return;
   }
   if (!platform::IsFolderEmpty(parent)) {

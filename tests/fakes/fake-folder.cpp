@@ -21,13 +21,13 @@ Code FindNames(const WideString&, std::vector<WideString>&) { return kPathNotFou
 
 Code ListFolder(const std::string&, std::vector<FolderEntry>&) { return kPathNotFound; }
 
-int DeleteTree(const LarderWideChar* source) {
+Code DeleteTree(const LarderWideChar* source) {
   std::string list;
   for (; source[0] != 0 || source[1] != 0; ++source) {
     list += source[0] == 0 ? "|" : Utf8FromWide(WideView(source, 1));
   }
   CurrentFolders.calls.push_back("delete " + list + "||");
-  return CurrentFolders.deleteResult;
+  return static_cast<Code>(CurrentFolders.deleteResult);
 }
 
 bool IsFolderEmpty(const WideString& path) {

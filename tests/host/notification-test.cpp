@@ -23,7 +23,10 @@ void Receive(std::int32_t message) { Received.push_back(message); }
 
 class Installer {
  public:
-  Installer() : event(platform::MakeNamedEvent(LARDER_WIDE("InstallerEvent"))) { Lower(); }
+  Installer() {
+    platform::MakeNamedEvent(LARDER_WIDE("InstallerEvent"), event);
+    Lower();
+  }
   ~Installer() {
     Lower();
     platform::CloseObject(event);
@@ -38,7 +41,7 @@ class Installer {
   void Lower() { EXPECT_EQ(platform::LowerEvent(event), platform::kSuccess); }
 
  private:
-  platform::Handle event;
+  platform::Handle event = nullptr;
 };
 
 class Notification : public testing::Test {

@@ -15,7 +15,7 @@ namespace larder::platform {
 namespace {
 
 TEST(EventTest, AnEventIsLoweredAtFirstAndRaisedUntilItIsLowered) {
-  const OwnedEvent event(MakeEvent());
+  const OwnedEvent event(NewEvent());
   EXPECT_FALSE(IsRaised(event));
   EXPECT_EQ(RaiseEvent(event), kSuccess);
   EXPECT_EQ(RaiseEvent(event), kSuccess);
@@ -29,8 +29,8 @@ TEST(EventTest, AnEventIsLoweredAtFirstAndRaisedUntilItIsLowered) {
 }
 
 TEST(EventTest, ARaiseWakesAllWhoWaitAndTheySeeWhatWasDoneBefore) {
-  const OwnedEvent never(MakeEvent());
-  const OwnedEvent event(MakeEvent());
+  const OwnedEvent never(NewEvent());
+  const OwnedEvent event(NewEvent());
   int done = 0;
   std::vector<std::thread> waiters;
   for (int i = 0; i < 4; ++i) {
@@ -45,7 +45,7 @@ TEST(EventTest, ARaiseWakesAllWhoWaitAndTheySeeWhatWasDoneBefore) {
 }
 
 TEST(EventTest, ANoHandleFailsAtOnce) {
-  const OwnedEvent event(MakeEvent());
+  const OwnedEvent event(NewEvent());
   RaiseEvent(event);
   std::size_t index = 0;
   for (const Handle none : {Handle{nullptr}, InvalidHandle()}) {
@@ -58,8 +58,8 @@ TEST(EventTest, ANoHandleFailsAtOnce) {
 }
 
 TEST(EventTest, OneTo64EventsAreWaitedFor) {
-  const OwnedEvent never(MakeEvent());
-  const OwnedEvent raised(MakeEvent());
+  const OwnedEvent never(NewEvent());
+  const OwnedEvent raised(NewEvent());
   RaiseEvent(raised);
   std::vector<Handle> events(63, never);
   events.push_back(raised);
@@ -75,8 +75,8 @@ TEST(EventTest, OneTo64EventsAreWaitedFor) {
 TEST(EventTest, NoRaiseIsLostOnAWaiterThatLowersAndThenLooks) {
   constexpr int kRaisers = 4;
   constexpr int kRounds = 2000;
-  const OwnedEvent never(MakeEvent());
-  const OwnedEvent event(MakeEvent());
+  const OwnedEvent never(NewEvent());
+  const OwnedEvent event(NewEvent());
   std::atomic<int> made = 0;
   std::atomic<int> seen = 0;
   std::vector<std::thread> raisers;
@@ -104,10 +104,10 @@ class NamedEventTest : public MachineTest {
 };
 
 TEST_F(NamedEventTest, HandlesOfOneNameAreOneEvent) {
-  const OwnedEvent first(MakeNamedEvent(Name()));
+  const OwnedEvent first(NewNamedEvent(Name()));
   EXPECT_FALSE(IsRaised(first));
   EXPECT_EQ(RaiseEvent(first), kSuccess);
-  const OwnedEvent second(MakeNamedEvent(Name()));
+  const OwnedEvent second(NewNamedEvent(Name()));
   EXPECT_TRUE(IsRaised(first));
   EXPECT_TRUE(IsRaised(second));
   EXPECT_EQ(RaiseEvent(second), kSuccess);
@@ -118,22 +118,22 @@ TEST_F(NamedEventTest, HandlesOfOneNameAreOneEvent) {
 }
 
 TEST_F(NamedEventTest, AnotherNameIsAnotherEventAndSomeAreNone) {
-  const OwnedEvent event(MakeNamedEvent(Name()));
-  const OwnedEvent longer(MakeNamedEvent(Name() + Wide("2")));
-  const OwnedEvent otherCase(MakeNamedEvent(Name() + Wide("A")));
-  const OwnedEvent lowerCase(MakeNamedEvent(Name() + Wide("a")));
+  const OwnedEvent event(NewNamedEvent(Name()));
+  const OwnedEvent longer(NewNamedEvent(Name() + Wide("2")));
+  const OwnedEvent otherCase(NewNamedEvent(Name() + Wide("A")));
+  const OwnedEvent lowerCase(NewNamedEvent(Name() + Wide("a")));
   RaiseEvent(event);
   RaiseEvent(otherCase);
   EXPECT_FALSE(IsRaised(longer));
   EXPECT_FALSE(IsRaised(lowerCase));
-  EXPECT_EQ(MakeNamedEvent(WideString()), nullptr);
-  EXPECT_EQ(MakeNamedEvent(Name() + LarderWideChar{0} + Name()), nullptr);
+  EXPECT_EQ(NewNamedEvent(WideString()), nullptr);
+  EXPECT_EQ(NewNamedEvent(Name() + LarderWideChar{0} + Name()), nullptr);
 }
 
 TEST_F(NamedEventTest, OfSeveralRaisedEventsOfBothKindsTheLowestIsTold) {
-  const OwnedEvent first(MakeEvent());
-  const OwnedEvent named(MakeNamedEvent(Name()));
-  const OwnedEvent last(MakeEvent());
+  const OwnedEvent first(NewEvent());
+  const OwnedEvent named(NewNamedEvent(Name()));
+  const OwnedEvent last(NewEvent());
   RaiseEvent(last);
   EXPECT_EQ(Wait({first, named, last}), 2u);
   RaiseEvent(named);
@@ -146,10 +146,10 @@ TEST_F(NamedEventTest, OfSeveralRaisedEventsOfBothKindsTheLowestIsTold) {
 }
 
 TEST_F(NamedEventTest, AnotherThreadEndsTheWaitByEitherEvent) {
-  const OwnedEvent shared(MakeNamedEvent(Name()));
+  const OwnedEvent shared(NewNamedEvent(Name()));
   for (std::size_t round = 0; round < 200; ++round) {
-    const OwnedEvent stop(MakeEvent());
-    const OwnedEvent named(MakeNamedEvent(Name()));
+    const OwnedEvent stop(NewEvent());
+    const OwnedEvent named(NewNamedEvent(Name()));
     const std::size_t raised = round % 2;
     std::thread other([&] { RaiseEvent(raised == 0 ? Handle(stop) : Handle(shared)); });
     EXPECT_EQ(Wait({stop, named}), raised);

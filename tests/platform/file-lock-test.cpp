@@ -7,11 +7,20 @@
 namespace larder::platform {
 namespace {
 
-using FileLockTest = MachineTest;
+class FileLockTest : public MachineTest {
+ protected:
+  // InvalidHandle() if it can't be opened.
+  Handle NewLockFile(const WideString& path) const {
+    Handle file = nullptr;
+    const Code code = OpenLockFile(path, file);
+    EXPECT_EQ(code == kSuccess, file != InvalidHandle());
+    return file;
+  }
+};
 
 TEST_F(FileLockTest, OneHandleHoldsTheLockUntilItIsGivenBackOrClosed) {
-  const Handle one = OpenLockFile(InFolder("lock"));
-  const Handle other = OpenLockFile(InFolder("lock"));
+  const Handle one = NewLockFile(InFolder("lock"));
+  const Handle other = NewLockFile(InFolder("lock"));
   ASSERT_NE(one, InvalidHandle());
   ASSERT_NE(other, InvalidHandle());
   ASSERT_EQ(TryLockFile(one), kSuccess);
@@ -25,7 +34,7 @@ TEST_F(FileLockTest, OneHandleHoldsTheLockUntilItIsGivenBackOrClosed) {
 }
 
 TEST_F(FileLockTest, WhatCannotBeOpenedCannotBeLocked) {
-  EXPECT_EQ(OpenLockFile(InFolder("missing/lock")), InvalidHandle());
+  EXPECT_EQ(NewLockFile(InFolder("missing/lock")), InvalidHandle());
   EXPECT_EQ(TryLockFile(InvalidHandle()), kInvalidHandle);
   EXPECT_EQ(UnlockFile(InvalidHandle()), kInvalidHandle);
 }

@@ -41,7 +41,7 @@ class FolderTest : public MachineTest {
   }
 
   // As DeleteTree wants it, with two NULs behind it.
-  int Delete(const std::string& name) const {
+  Code Delete(const std::string& name) const {
     return DeleteTree(InFolder(name).append(2, LarderWideChar()).data());
   }
 
@@ -158,14 +158,14 @@ TEST_F(FolderTest, ATreeIsDeletedWithAllThatIsInIt) {
     Write("tree/inner/gr\xC3\xBC\xC3\x9F/file", "content");
     Write("tree/.hidden");
     Write("tree-beside");
-    EXPECT_EQ(Delete(given), 0) << given;
+    EXPECT_EQ(Delete(given), kSuccess) << given;
     EXPECT_FALSE(Exists("tree")) << given;
     EXPECT_TRUE(Exists("tree-beside")) << given;
   }
-  EXPECT_EQ(Delete("tree-beside"), 0) << "a file";
+  EXPECT_EQ(Delete("tree-beside"), kSuccess) << "a file";
   EXPECT_FALSE(Exists("tree-beside"));
   for (const char* missing : {"missing", "missing\\", "missing\\inner"})
-    EXPECT_NE(Delete(missing), 0) << missing;
+    EXPECT_NE(Delete(missing), kSuccess) << missing;
 }
 
 TEST_F(FolderTest, OnlyAFolderWithoutEntriesIsEmptyAndRemoved) {

@@ -17,8 +17,9 @@ class LogFileTest : public MachineTest {
 
   bool Open(const std::string& name, WriteMode mode = WriteMode::kWrite) {
     CloseObject(file);
-    file = OpenFileToWrite(InFolder(name), mode);
-    return file != InvalidHandle();
+    const Code code = OpenFileToWrite(InFolder(name), mode, file);
+    EXPECT_EQ(code == kSuccess, file != InvalidHandle());
+    return code == kSuccess;
   }
   Code Append(const std::string& text) const {
     std::uint64_t size = 0;
@@ -59,7 +60,7 @@ TEST_F(LogFileTest, WhatIsNoFileIsNotOpened) {
       EXPECT_FALSE(Open(name, mode)) << name;
     EXPECT_FALSE(Open(cut, mode));
   }
-  EXPECT_EQ(OpenFileToWrite(WideString(), WriteMode::kWrite), InvalidHandle());
+  EXPECT_NE(OpenFileToWrite(WideString(), WriteMode::kWrite, file), kSuccess);
   EXPECT_FALSE(Exists("a"));
 }
 

@@ -9,6 +9,20 @@
 
 namespace larder::platform {
 
+inline Handle NewEvent() {
+  Handle event = nullptr;
+  EXPECT_EQ(MakeEvent(event), kSuccess);
+  return event;
+}
+
+// Null if it can't be made.
+inline Handle NewNamedEvent(const WideString& name) {
+  Handle event = InvalidHandle();
+  const Code code = MakeNamedEvent(name, event);
+  EXPECT_EQ(code == kSuccess, event != nullptr);
+  return event;
+}
+
 class OwnedEvent {
  public:
   explicit OwnedEvent(Handle made) : handle(made) { EXPECT_NE(made, nullptr); }
@@ -31,7 +45,7 @@ inline std::size_t Wait(const std::vector<Handle>& events) {
 
 // Whether an event is raised, by a wait that ends in any case.
 inline bool IsRaised(Handle event) {
-  const OwnedEvent raised(MakeEvent());
+  const OwnedEvent raised(NewEvent());
   RaiseEvent(raised);
   return Wait({event, raised}) == 0;
 }

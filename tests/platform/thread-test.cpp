@@ -11,8 +11,8 @@ namespace {
 
 // Two events, and what a thread does with them.
 struct Work {
-  OwnedEvent go{MakeEvent()};
-  OwnedEvent done{MakeEvent()};
+  OwnedEvent go{NewEvent()};
+  OwnedEvent done{NewEvent()};
   std::thread::id worker;
 
   static void Body(void* argument) {
@@ -25,8 +25,8 @@ struct Work {
 
 TEST(ThreadTest, TheBodyRunsOnAThreadOfItsOwnAndTheWaitEndsAfterIt) {
   Work work;
-  const Handle thread = StartThread(Work::Body, &work);
-  ASSERT_NE(thread, nullptr);
+  Handle thread = nullptr;
+  ASSERT_EQ(StartThread(Work::Body, &work, thread), kSuccess);
   RaiseEvent(work.go);
   WaitForThread(thread);
   EXPECT_NE(work.worker, std::thread::id());
@@ -39,7 +39,9 @@ TEST(ThreadTest, TheBodyRunsOnAThreadOfItsOwnAndTheWaitEndsAfterIt) {
 
 TEST(ThreadTest, ClosingTheHandleDoesNotEndTheThread) {
   Work work;
-  CloseObject(StartThread(Work::Body, &work));
+  Handle thread = nullptr;
+  ASSERT_EQ(StartThread(Work::Body, &work, thread), kSuccess);
+  CloseObject(thread);
   RaiseEvent(work.go);
   Wait({work.done});
   EXPECT_NE(work.worker, std::thread::id());

@@ -13,8 +13,9 @@ void SetValue(const WideString& subkey, const WideString& name, std::uint32_t ty
   platform::OwnedRegistryKey key;
   const WideString path = LARDER_WIDE("Software\\Velmor\\Larder\\") + subkey;
   ASSERT_EQ(platform::MakeRegistryKey(path, platform::kKeySetValue, key.Out()), platform::kSuccess);
-  EXPECT_EQ(platform::SetRegistryValue(key.Get(), name, type, data, static_cast<std::uint32_t>(size)),
-            platform::kSuccess);
+  EXPECT_EQ(
+      platform::SetRegistryValue(key.Get(), name, type, data, static_cast<std::uint32_t>(size)),
+      platform::kSuccess);
 }
 
 }  // namespace

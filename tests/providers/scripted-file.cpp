@@ -13,7 +13,8 @@ namespace platform {
 Code OpenFileToRead(const WideString&, Handle& file, FileKind& kind) {
   file = InvalidHandle();
   if (CurrentFile.openCode != kSuccess) return CurrentFile.openCode;
-  file = MakeEvent();  // closed like any other handle; a leak checker sees one that isn't
+  // Closed like any other handle; a leak checker sees one that isn't.
+  if (const Code code = MakeEvent(file); code != kSuccess) return code;
   kind = FileKind::kRegular;
   ++CurrentFile.opened;
   return kSuccess;

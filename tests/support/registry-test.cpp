@@ -22,8 +22,9 @@ class Registry : public testing::Test {
     ASSERT_EQ(platform::MakeRegistryKey(WideString(LarderRegistryRoot) + LARDER_WIDE("Install"),
                                         platform::kKeySetValue, key.Out()),
               platform::kSuccess);
-    EXPECT_EQ(platform::SetRegistryValue(key.Get(), name, type, data, static_cast<std::uint32_t>(size)),
-              platform::kSuccess);
+    EXPECT_EQ(
+        platform::SetRegistryValue(key.Get(), name, type, data, static_cast<std::uint32_t>(size)),
+        platform::kSuccess);
   }
 
   static void StoreText(const WideString& name, std::uint32_t type, const WideString& text) {

@@ -15,13 +15,15 @@ using testing::StartsWith;
 
 class NotifyCommandTest : public ToolTest {
  protected:
+  NotifyCommandTest() { platform::MakeNamedEvent(LARDER_WIDE("InstallerEvent"), event); }
   ~NotifyCommandTest() override {
     platform::LowerEvent(event);
     platform::CloseObject(event);
   }
 
   bool IsRaised() const {
-    const platform::Handle always = platform::MakeEvent();
+    platform::Handle always = nullptr;
+    EXPECT_EQ(platform::MakeEvent(always), platform::kSuccess);
     EXPECT_EQ(platform::RaiseEvent(always), platform::kSuccess);
     const platform::Handle events[] = {event, always};
     std::size_t index = 0;
@@ -40,7 +42,7 @@ class NotifyCommandTest : public ToolTest {
 
   // While it is held the event keeps its state, also on a system where it ends with its last
   // holder.
-  const platform::Handle event = platform::MakeNamedEvent(LARDER_WIDE("InstallerEvent"));
+  platform::Handle event = nullptr;
 };
 
 TEST_F(NotifyCommandTest, AnyTextIsWrittenAndTheEventRaised) {

@@ -62,8 +62,10 @@ RecordBytes Record(const std::string& name, std::uint32_t option) {
 // Tells that a query is running, and stays in it until it is told to go on.
 void StayInQuery() {
   namespace platform = larder::platform;
-  const platform::Handle goOn = platform::MakeNamedEvent(LARDER_WIDE("QueryGoOn"));
-  const platform::Handle running = platform::MakeNamedEvent(LARDER_WIDE("QueryRunning"));
+  platform::Handle goOn = nullptr;
+  platform::Handle running = nullptr;
+  platform::MakeNamedEvent(LARDER_WIDE("QueryGoOn"), goOn);
+  platform::MakeNamedEvent(LARDER_WIDE("QueryRunning"), running);
   platform::RaiseEvent(running);
   platform::CloseObject(running);
   std::size_t index = 0;

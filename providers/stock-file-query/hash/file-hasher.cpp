@@ -10,7 +10,7 @@ namespace {
 // the reader does it all.
 class Helper {
  public:
-  explicit Helper(HashWork& shared) : work(shared), thread(platform::StartThread(&Run, this)) {}
+  explicit Helper(HashWork& shared) : work(shared) { platform::StartThread(&Run, this, thread); }
   ~Helper() {
     work.End();  // also when the reading failed
     if (thread == nullptr) return;
@@ -32,7 +32,7 @@ class Helper {
   }
 
   HashWork& work;
-  platform::Handle thread;
+  platform::Handle thread = nullptr;
 };
 
 // False at the file's end.

@@ -52,8 +52,7 @@ HashWork::HashWork(const platform::DigestLibrary& library, const ImageLayout* la
 
 bool HashWork::EnableHelper() {
   for (Waiter& waiter : waiters) {
-    waiter.event = platform::MakeEvent();
-    if (waiter.event == nullptr) return false;
+    if (platform::MakeEvent(waiter.event) != platform::kSuccess) return false;
   }
   blocks.resize(kBlocksForTwoThreads);
   return true;

@@ -213,9 +213,11 @@ using EventList = std::array<EventObject*, kMaxEvents>;
 
 Code FindRaised(const EventList& events, std::size_t count, std::size_t& index, bool& isRaised) {
   isRaised = false;
-  for (std::size_t i = 0; i < count && !isRaised; ++i) {
-    index = i;
+  for (std::size_t i = 0; i < count; ++i) {
     if (const Code code = events[i]->Look(isRaised); code != kSuccess) return code;
+    if (!isRaised) continue;
+    index = i;
+    break;
   }
   return kSuccess;
 }
@@ -233,19 +235,25 @@ Code SleepUntilAChange(const EventList& events, std::size_t count) {
 
 }  // namespace
 
-Handle MakeEvent() noexcept {
+Code MakeEvent(Handle& event) noexcept {
+  event = nullptr;
   FileDescriptor descriptor(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
-  return descriptor.IsOpen() ? new (std::nothrow) PrivateEvent(std::move(descriptor)) : nullptr;
+  if (!descriptor.IsOpen()) return CodeFromErrno(errno);
+  event = new (std::nothrow) PrivateEvent(std::move(descriptor));
+  return event != nullptr ? kSuccess : kNotEnoughMemory;
 }
 
-Handle MakeNamedEvent(const WideString& name) {
-  if (name.find(u'\0') != WideString::npos) return nullptr;
+Code MakeNamedEvent(const WideString& name, Handle& event) {
+  event = nullptr;
+  if (name.empty() || name.find(u'\0') != WideString::npos) return kInvalidName;
   const std::string fileName = FileNameOf(name);
-  if (fileName.empty() || fileName.size() > NAME_MAX) return nullptr;
-  auto event = std::make_unique<NamedEvent>(MachineRoot(), fileName);
-  // Whoever may not make them waits for somebody who may.
-  static_cast<void>(event->MakeDirectories());
-  return event->Arm() == kSuccess ? event.release() : nullptr;
+  if (fileName.size() > NAME_MAX) return kNameTooLong;
+  auto named = std::make_unique<NamedEvent>(MachineRoot(), fileName);
+  // A process that may not make them waits for one that may.
+  static_cast<void>(named->MakeDirectories());
+  const Code code = named->Arm();
+  if (code == kSuccess) event = named.release();
+  return code;
 }
 
 Code RaiseEvent(Handle event) noexcept {

@@ -31,13 +31,15 @@ Code SetLock(Handle file, short type) noexcept {
 
 }  // namespace
 
-Handle OpenLockFile(const WideString& path) {
+Code OpenLockFile(const WideString& path, Handle& file) {
+  file = InvalidHandle();
   std::string native;
-  if (NativePath(path, native) != kSuccess) return InvalidHandle();
+  if (const Code code = NativePath(path, native); code != kSuccess) return code;
   constexpr int kFlags = O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY;
   FileDescriptor descriptor(open(native.c_str(), kFlags, 0660));
-  if (!descriptor.IsOpen()) return InvalidHandle();
-  return new LockFileObject(std::move(descriptor));
+  if (!descriptor.IsOpen()) return CodeFromErrno(errno);
+  file = new LockFileObject(std::move(descriptor));
+  return kSuccess;
 }
 
 Code TryLockFile(Handle file) noexcept { return SetLock(file, F_WRLCK); }

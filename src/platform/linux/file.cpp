@@ -87,8 +87,10 @@ Code OpenFileToRead(const WideString& path, Handle& file, FileKind& kind) {
   struct stat status {};
   // Looked at before it is opened, since opening a FIFO or a device can have effects of its own.
   if (stat(native.c_str(), &status) != 0) return CodeFromErrno(errno);
-  kind = KindOf(status.st_mode);
-  if (kind != FileKind::kRegular) return kSuccess;
+  if (!S_ISREG(status.st_mode)) {
+    kind = KindOf(status.st_mode);
+    return kSuccess;
+  }
   FileDescriptor descriptor = OpenToRead(native.c_str());
   if (!descriptor.IsOpen() && errno == EWOULDBLOCK) return kSharingViolation;  // another's lease
   if (!descriptor.IsOpen() || fstat(descriptor.Get(), &status) != 0) return CodeFromErrno(errno);
@@ -142,7 +144,6 @@ std::uint64_t CurrentFileTime() noexcept {
 WideString FoldCase(WideString path) { return path; }
 
 Code ReadNext(Handle file, void* buffer, std::size_t size, std::size_t& bytesRead) noexcept {
-  bytesRead = 0;
   const auto* object = ObjectOf<FileObject>(file);
   if (object == nullptr) return kInvalidHandle;
   ssize_t result = -1;
@@ -156,19 +157,20 @@ Code ReadNext(Handle file, void* buffer, std::size_t size, std::size_t& bytesRea
 
 Code ReadAt(Handle file, std::uint64_t offset, void* buffer, std::size_t size,
             std::size_t& bytesRead) noexcept {
-  bytesRead = 0;
   const auto* object = ObjectOf<FileObject>(file);
   if (object == nullptr) return kInvalidHandle;
-  while (bytesRead < size) {
-    const ssize_t result = pread(object->descriptor.Get(), static_cast<char*>(buffer) + bytesRead,
-                                 size - bytesRead, static_cast<off_t>(offset + bytesRead));
+  std::size_t total = 0;
+  while (total < size) {
+    const ssize_t result = pread(object->descriptor.Get(), static_cast<char*>(buffer) + total,
+                                 size - total, static_cast<off_t>(offset + total));
     if (result == 0) break;
     if (result > 0) {
-      bytesRead += static_cast<std::size_t>(result);
+      total += static_cast<std::size_t>(result);
     } else if (errno != EINTR) {
       return CodeFromErrno(errno);
     }
   }
+  bytesRead = total;
   return kSuccess;
 }
 

@@ -174,15 +174,15 @@ Code ListFolder(const std::string& utf8Path, std::vector<FolderEntry>& entries) 
   return kSuccess;
 }
 
-int DeleteTree(const LarderWideChar* source) {
+Code DeleteTree(const LarderWideChar* source) {
   std::string native;
-  if (const Code code = NativePath(source, native); code != kSuccess) return static_cast<int>(code);
+  if (const Code code = NativePath(source, native); code != kSuccess) return code;
   // With a slash at its end a link would be what it leads to.
   while (native.size() > 1 && native.ends_with('/')) native.pop_back();
   std::error_code error;
   const auto removed = std::filesystem::remove_all(native, error);
-  if (error) return static_cast<int>(CodeFromErrno(error.value()));
-  return removed == 0 ? static_cast<int>(kFileNotFound) : 0;
+  if (error) return CodeFromErrno(error.value());
+  return removed == 0 ? kFileNotFound : kSuccess;
 }
 
 bool IsFolderEmpty(const WideString& path) {

@@ -67,14 +67,17 @@ Code MakeNewFile(const std::string& path) {
 
 }  // namespace
 
-Handle OpenFileToWrite(const WideString& path, WriteMode mode) {
+Code OpenFileToWrite(const WideString& path, WriteMode mode, Handle& file) {
+  file = InvalidHandle();
   std::string native;
-  if (NativePath(path, native) != kSuccess) return InvalidHandle();
+  if (const Code code = NativePath(path, native); code != kSuccess) return code;
   const int access = mode == WriteMode::kReadWrite ? O_RDWR : O_WRONLY;
   constexpr int kFlags = O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY;
   FileDescriptor descriptor(open(native.c_str(), access | kFlags, kFileMode));
-  if (!descriptor.IsOpen() || !IsRegular(descriptor.Get())) return InvalidHandle();
-  return new LogFileObject(std::move(descriptor));
+  if (!descriptor.IsOpen()) return CodeFromErrno(errno);
+  if (!IsRegular(descriptor.Get())) return kAccessDenied;
+  file = new LogFileObject(std::move(descriptor));
+  return kSuccess;
 }
 
 Code SeekToEnd(Handle file, std::uint64_t& size) noexcept {

@@ -494,11 +494,12 @@ Code QueryRegistryValue(RegistryKey key, const WideString& name, std::uint32_t& 
   code = OpenValue(key->directory.Get(), name, file);
   if (code == kSuccess) code = ReadHead(file.Get(), head);
   if (code != kSuccess) return code;
-  const std::uint32_t room = size;
+  if (data != nullptr && head.size > size) code = kMoreData;
+  if (data != nullptr && head.size <= size) code = ReadBytes(file.Get(), data, head.size);
+  if (code != kSuccess && code != kMoreData) return code;
   type = head.type;
   size = head.size;
-  if (data == nullptr) return kSuccess;
-  return head.size > room ? kMoreData : ReadBytes(file.Get(), data, head.size);
+  return code;
 }
 
 Code SetRegistryValue(RegistryKey key, const WideString& name, std::uint32_t type, const void* data,

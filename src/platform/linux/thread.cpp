@@ -6,6 +6,7 @@
 #include <memory>
 #include <new>
 
+#include "platform/linux/errno-code.h"
 #include "platform/linux/kernel-object.h"
 
 namespace larder::platform {
@@ -42,24 +43,29 @@ sigset_t SentSignals() {
 
 // A thread begins with its maker's mask, so that there is no moment in which the program's signal
 // handlers could run on it.
-bool StartWithSignalsBlocked(pthread_t& thread, Task* task) {
+Code StartWithSignalsBlocked(pthread_t& thread, Task* task) {
   const sigset_t signals = SentSignals();
   sigset_t before;
-  if (pthread_sigmask(SIG_BLOCK, &signals, &before) != 0) return false;
-  const int error = pthread_create(&thread, nullptr, RunTask, task);
+  int error = pthread_sigmask(SIG_BLOCK, &signals, &before);
+  if (error != 0) return CodeFromErrno(error);
+  error = pthread_create(&thread, nullptr, RunTask, task);
   pthread_sigmask(SIG_SETMASK, &before, nullptr);
-  return error == 0;
+  return error == 0 ? kSuccess : CodeFromErrno(error);
 }
 
 }  // namespace
 
-Handle StartThread(void (*body)(void* argument), void* argument) noexcept {
+Code StartThread(void (*body)(void* argument), void* argument, Handle& thread) noexcept {
+  thread = nullptr;
   std::unique_ptr<Task> task(new (std::nothrow) Task{body, argument});
   std::unique_ptr<ThreadObject> object(new (std::nothrow) ThreadObject);
-  if (!task || !object || !StartWithSignalsBlocked(object->thread, task.get())) return nullptr;
+  if (!task || !object) return kNotEnoughMemory;
+  const Code code = StartWithSignalsBlocked(object->thread, task.get());
+  if (code != kSuccess) return code;
   static_cast<void>(task.release());
   object->isOurs = true;
-  return object.release();
+  thread = object.release();
+  return kSuccess;
 }
 
 void WaitForThread(Handle thread) noexcept {

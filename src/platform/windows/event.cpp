@@ -14,17 +14,19 @@ HANDLE Native(Handle event) { return reinterpret_cast<HANDLE>(event); }
 
 bool IsNone(Handle event) { return event == nullptr || event == InvalidHandle(); }
 
-Handle MakeManualEvent(const wchar_t* name) {
-  return reinterpret_cast<Handle>(CreateEventW(nullptr, TRUE, FALSE, name));
+Code MakeManualEvent(const wchar_t* name, Handle& event) {
+  event = reinterpret_cast<Handle>(CreateEventW(nullptr, TRUE, FALSE, name));
+  return event != nullptr ? kSuccess : LastError();
 }
 
 }  // namespace
 
-Handle MakeEvent() noexcept { return MakeManualEvent(nullptr); }
+Code MakeEvent(Handle& event) noexcept { return MakeManualEvent(nullptr, event); }
 
-Handle MakeNamedEvent(const WideString& name) {
-  const bool isName = !name.empty() && name.find(L'\0') == WideString::npos;
-  return isName ? MakeManualEvent(name.c_str()) : nullptr;
+Code MakeNamedEvent(const WideString& name, Handle& event) {
+  event = nullptr;
+  if (name.empty() || name.find(L'\0') != WideString::npos) return kInvalidName;
+  return MakeManualEvent(name.c_str(), event);
 }
 
 Code RaiseEvent(Handle event) noexcept {

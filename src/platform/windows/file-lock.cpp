@@ -12,12 +12,14 @@ HANDLE Native(Handle file) { return reinterpret_cast<HANDLE>(file); }
 
 }  // namespace
 
-Handle OpenLockFile(const WideString& path) {
+Code OpenLockFile(const WideString& path, Handle& file) {
+  file = InvalidHandle();
   WideString native;
-  if (NativePath(path, native) != kSuccess) return InvalidHandle();
+  if (const Code code = NativePath(path, native); code != kSuccess) return code;
   constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
-  return reinterpret_cast<Handle>(CreateFileW(native.c_str(), GENERIC_READ | GENERIC_WRITE,
+  file = reinterpret_cast<Handle>(CreateFileW(native.c_str(), GENERIC_READ | GENERIC_WRITE,
                                               kShareAll, nullptr, OPEN_ALWAYS, 0, nullptr));
+  return file != InvalidHandle() ? kSuccess : LastError();
 }
 
 Code TryLockFile(Handle file) noexcept {

@@ -31,8 +31,10 @@ Handle OpenWith(DWORD access, const WideString& path) {
 }
 
 Code KindOf(Handle file, FileKind& kind) {
-  kind = FileKind::kOther;
-  if (GetFileType(Native(file)) != FILE_TYPE_DISK) return kSuccess;
+  if (GetFileType(Native(file)) != FILE_TYPE_DISK) {
+    kind = FileKind::kOther;
+    return kSuccess;
+  }
   BY_HANDLE_FILE_INFORMATION information;
   if (GetFileInformationByHandle(Native(file), &information) == FALSE) return LastError();
   const bool isDirectory = (information.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
@@ -95,9 +97,11 @@ Code QueryPathInfo(const WideString& path, FileInfo& info, FileKind& kind) {
   const Handle opened = OpenWith(FILE_READ_ATTRIBUTES, native);
   if (opened == InvalidHandle()) return LastError();
   const std::unique_ptr<KernelObject, CloseFile> owner(opened);
-  const Code code = KindOf(opened, kind);
-  if (code != kSuccess || kind != FileKind::kRegular) return code;
-  return QueryFileInfo(opened, info);
+  FileKind found{};
+  Code code = KindOf(opened, found);
+  if (code == kSuccess && found == FileKind::kRegular) code = QueryFileInfo(opened, info);
+  if (code == kSuccess) kind = found;
+  return code;
 }
 
 std::uint64_t FileTimeGranularity(const WideString& path) {
@@ -128,7 +132,6 @@ WideString FoldCase(WideString path) {
 }
 
 Code ReadNext(Handle file, void* buffer, std::size_t size, std::size_t& bytesRead) noexcept {
-  bytesRead = 0;
   if (file == nullptr || file == InvalidHandle()) return kInvalidHandle;
   constexpr std::size_t kMaxRead = 1u << 30;
   DWORD count = 0;
@@ -140,24 +143,26 @@ Code ReadNext(Handle file, void* buffer, std::size_t size, std::size_t& bytesRea
 
 Code ReadAt(Handle file, std::uint64_t offset, void* buffer, std::size_t size,
             std::size_t& bytesRead) noexcept {
-  bytesRead = 0;
   if (file == nullptr || file == InvalidHandle()) return kInvalidHandle;
   constexpr std::size_t kMaxRead = 1u << 30;
-  while (bytesRead < size) {
-    const std::uint64_t place = offset + bytesRead;
+  std::size_t total = 0;
+  while (total < size) {
+    const std::uint64_t place = offset + total;
     OVERLAPPED where{};
     where.Offset = static_cast<DWORD>(place);
     where.OffsetHigh = static_cast<DWORD>(place >> 32);
     DWORD count = 0;
-    const auto wanted = static_cast<DWORD>(std::min(size - bytesRead, kMaxRead));
-    if (ReadFile(Native(file), static_cast<char*>(buffer) + bytesRead, wanted, &count, &where) ==
+    const auto wanted = static_cast<DWORD>(std::min(size - total, kMaxRead));
+    if (ReadFile(Native(file), static_cast<char*>(buffer) + total, wanted, &count, &where) ==
         FALSE) {
       const Code code = LastError();
-      return code == ERROR_HANDLE_EOF ? kSuccess : code;
+      if (code != ERROR_HANDLE_EOF) return code;
+      break;
     }
     if (count == 0) break;
-    bytesRead += count;
+    total += count;
   }
+  bytesRead = total;
   return kSuccess;
 }
 

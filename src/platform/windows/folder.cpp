@@ -138,15 +138,15 @@ Code ListFolder(const std::string& utf8Path, std::vector<FolderEntry>& entries) 
   return kSuccess;
 }
 
-int DeleteTree(const LarderWideChar* source) {
+Code DeleteTree(const LarderWideChar* source) {
   const ShellPart shell(L"shell32.dll");
   const auto function = shell.Find<decltype(SHFileOperationW)>("SHFileOperationW");
-  if (function == nullptr) return static_cast<int>(LastError());
+  if (function == nullptr) return LastError();
   SHFILEOPSTRUCTW operation{};
   operation.wFunc = FO_DELETE;
   operation.pFrom = source;
   operation.fFlags = FOF_SILENT | FOF_NOCONFIRMATION | FOF_NOCONFIRMMKDIR | FOF_NOERRORUI;
-  return function(&operation);
+  return static_cast<Code>(function(&operation));
 }
 
 bool IsFolderEmpty(const WideString& path) {

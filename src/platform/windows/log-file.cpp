@@ -18,12 +18,14 @@ Code ResultOf(BOOL result) { return result != FALSE ? kSuccess : LastError(); }
 
 }  // namespace
 
-Handle OpenFileToWrite(const WideString& path, WriteMode mode) {
+Code OpenFileToWrite(const WideString& path, WriteMode mode, Handle& file) {
+  file = InvalidHandle();
   WideString native;
-  if (NativePath(path, native) != kSuccess) return InvalidHandle();
+  if (const Code code = NativePath(path, native); code != kSuccess) return code;
   const DWORD read = mode == WriteMode::kReadWrite ? GENERIC_READ : 0;
-  return reinterpret_cast<Handle>(CreateFileW(native.c_str(), read | GENERIC_WRITE, FILE_SHARE_READ,
+  file = reinterpret_cast<Handle>(CreateFileW(native.c_str(), read | GENERIC_WRITE, FILE_SHARE_READ,
                                               nullptr, OPEN_ALWAYS, 0, nullptr));
+  return file != InvalidHandle() ? kSuccess : LastError();
 }
 
 Code SeekToEnd(Handle file, std::uint64_t& size) noexcept {

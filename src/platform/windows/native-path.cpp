@@ -2,6 +2,8 @@
 
 #include <windows.h>
 
+#include <utility>
+
 #include "platform/windows/last-error.h"
 
 namespace larder::platform {
@@ -15,21 +17,25 @@ bool StartsWith(const WideString& text, WideView start) {
 
 Code FullNativePath(const WideString& path, WideString& full) {
   if (path.empty() || path.find(L'\0') != WideString::npos) return kInvalidName;
-  full.resize(MAX_PATH);
+  WideString buffer(MAX_PATH, L'\0');
   for (;;) {
-    const auto room = static_cast<DWORD>(full.size());
-    const DWORD length = GetFullPathNameW(path.c_str(), room, full.data(), nullptr);
+    const auto capacity = static_cast<DWORD>(buffer.size());
+    const DWORD length = GetFullPathNameW(path.c_str(), capacity, buffer.data(), nullptr);
     if (length == 0) return LastError();
-    full.resize(length);
-    if (length < room) return kSuccess;
+    buffer.resize(length);
+    if (length >= capacity) continue;
+    full = std::move(buffer);
+    return kSuccess;
   }
 }
 
 Code NativePath(const WideString& path, WideString& native) {
   if (path.find(L'\0') != WideString::npos) return kInvalidName;
-  native = path;
   const bool isPlain = !StartsWith(path, L"\\\\?\\") && !StartsWith(path, L"\\\\.\\");
-  if (path.size() < MAX_PATH || !isPlain) return kSuccess;
+  if (path.size() < MAX_PATH || !isPlain) {
+    native = path;
+    return kSuccess;
+  }
   WideString full;
   if (const Code code = FullNativePath(path, full); code != kSuccess) return code;
   // A server's share has two backslashes of its own in front.

@@ -7,6 +7,8 @@
 #include <memory>
 #include <new>
 
+#include "platform/windows/last-error.h"
+
 namespace larder::platform {
 namespace {
 
@@ -23,13 +25,15 @@ unsigned __stdcall RunTask(void* given) noexcept {
 
 }  // namespace
 
-Handle StartThread(void (*body)(void* argument), void* argument) noexcept {
+Code StartThread(void (*body)(void* argument), void* argument, Handle& thread) noexcept {
+  thread = nullptr;
   std::unique_ptr<Task> task(new (std::nothrow) Task{body, argument});
-  if (!task) return nullptr;
-  const std::uintptr_t thread = _beginthreadex(nullptr, 0, RunTask, task.get(), 0, nullptr);
-  if (thread == 0) return nullptr;
+  if (!task) return kNotEnoughMemory;
+  const std::uintptr_t started = _beginthreadex(nullptr, 0, RunTask, task.get(), 0, nullptr);
+  if (started == 0) return LastError();
   static_cast<void>(task.release());
-  return reinterpret_cast<Handle>(thread);  // NOLINT(performance-no-int-to-ptr)
+  thread = reinterpret_cast<Handle>(started);  // NOLINT(performance-no-int-to-ptr)
+  return kSuccess;
 }
 
 void WaitForThread(Handle thread) noexcept {

@@ -34,7 +34,7 @@ class EventStoreTest : public MachineTest {
   static path Larder() { return RunFolder() / "larder"; }
   static path Events() { return Larder() / "events"; }
   static path File() { return Events() / "Signal"; }
-  static OwnedEvent Make() { return OwnedEvent(MakeNamedEvent(u"Signal")); }
+  static OwnedEvent Make() { return OwnedEvent(NewNamedEvent(u"Signal")); }
   static perms Mode(const path& place) { return std::filesystem::status(place).permissions(); }
 };
 
@@ -42,7 +42,7 @@ TEST_F(EventStoreTest, NoDescriptorIsLeftAndNoneIsInherited) {
   const std::set<int> before = OpenDescriptors();
   {
     const OwnedEvent named = Make();
-    const OwnedEvent unnamed(MakeEvent());
+    const OwnedEvent unnamed(NewEvent());
     std::filesystem::remove_all(RunFolder());
     SleepingThread waiter(named);
     RaiseEvent(named);
@@ -50,8 +50,8 @@ TEST_F(EventStoreTest, NoDescriptorIsLeftAndNoneIsInherited) {
     for (const int number : OpenedSince(before)) EXPECT_FALSE(IsInherited(number));
   }
   setenv("LARDER_ROOT", Native("missing").c_str(), 1);
-  EXPECT_EQ(MakeNamedEvent(u"Signal"), nullptr);
-  EXPECT_EQ(MakeNamedEvent(WideString(256, u'x')), nullptr);
+  EXPECT_EQ(NewNamedEvent(u"Signal"), nullptr);
+  EXPECT_EQ(NewNamedEvent(WideString(256, u'x')), nullptr);
   EXPECT_EQ(OpenDescriptors(), before);
 }
 
@@ -90,7 +90,7 @@ TEST_F(EventStoreTest, NoNameLeadsOutOfTheDirectory) {
   for (const char16_t* name : {u"..", u".", u"../up", u"/tmp", u"a/b", u"%", u"%2F", u".hidden",
                                u"..\\up", u"line\n", u"\xFC\xD800"}) {
     std::filesystem::remove_all(RunFolder());
-    const OwnedEvent event(MakeNamedEvent(name));
+    const OwnedEvent event(NewNamedEvent(name));
     EXPECT_FALSE(IsRaised(event));
     EXPECT_EQ(RaiseEvent(event), kSuccess);
     const std::filesystem::directory_iterator files(Events());
@@ -162,7 +162,7 @@ TEST_F(EventStoreTest, WhoMayNotChangeItGetsTheCode) {
 }
 
 TEST_F(EventStoreTest, WhereNothingCanBeWatchedThereIsNoEvent) {
-  const auto isNull = [] { return MakeNamedEvent(u"Signal") == nullptr ? 0 : 1; };
+  const auto isNull = [] { return NewNamedEvent(u"Signal") == nullptr ? 0 : 1; };
   chmod(Root().c_str(), 0);
   EXPECT_EQ(RunAsNobody(isNull), 0);
   chmod(Root().c_str(), 0755);
@@ -290,7 +290,7 @@ TEST_F(EventStoreTest, ASignalDoesNotEndTheWait) {
   struct sigaction before {};
   action.sa_handler = [](int) { ++signalsHeard; };  // without SA_RESTART
   ASSERT_EQ(sigaction(SIGUSR1, &action, &before), 0);
-  const OwnedEvent event(MakeEvent());
+  const OwnedEvent event(NewEvent());
   SleepingThread waiter(event);
   pthread_kill(waiter.Native(), SIGUSR1);
   while (signalsHeard == 0) std::this_thread::yield();
@@ -302,7 +302,7 @@ TEST_F(EventStoreTest, ASignalDoesNotEndTheWait) {
 
 TEST_F(EventStoreTest, AnEventWhoseDescriptorIsGoneFailsTheWait) {
   const std::set<int> before = OpenDescriptors();
-  const OwnedEvent event(MakeEvent());
+  const OwnedEvent event(NewEvent());
   for (const int number : OpenedSince(before)) close(number);
   const Handle handle = event;
   std::size_t index = 1;

@@ -39,7 +39,7 @@ class FolderStoreTest : public MachineTest {
            CommonFolderPath(CommonFolder::kProgramFiles, programs) == kSuccess &&
            programs == wantedPrograms;
   }
-  int Delete(const std::string& name) const {
+  Code Delete(const std::string& name) const {
     return DeleteTree(InFolder(name).append(2, u'\0').data());
   }
 };
@@ -153,9 +153,9 @@ TEST_F(FolderStoreTest, ADeletionTakesLinksAndNeverWhatTheyLeadTo) {
   create_symlink("../kept/file", Native("tree/to-file"));
   create_symlink("nothing", Native("tree/dangling"));
   std::filesystem::create_directory_symlink("kept", Native("link"));
-  EXPECT_EQ(Delete("tree\\"), 0);
+  EXPECT_EQ(Delete("tree\\"), kSuccess);
   EXPECT_FALSE(Exists("tree"));
-  EXPECT_EQ(Delete("link\\"), 0);
+  EXPECT_EQ(Delete("link\\"), kSuccess);
   EXPECT_FALSE(std::filesystem::is_symlink(Native("link")));
   EXPECT_TRUE(Exists("kept/file"));
 }
@@ -164,7 +164,8 @@ TEST_F(FolderStoreTest, AFolderThatMayNotBeWrittenEndsADeletion) {
   std::filesystem::create_directories(Native("tree/locked"));
   Write("tree/locked/file");
   permissions(Native("tree/locked"), perms(0555));
-  EXPECT_EQ(RunAsNobody([this] { return Delete("tree"); }), static_cast<int>(kAccessDenied));
+  EXPECT_EQ(RunAsNobody([this] { return static_cast<int>(Delete("tree")); }),
+            static_cast<int>(kAccessDenied));
   EXPECT_TRUE(Exists("tree/locked/file"));
   permissions(Native("tree/locked"), perms(0755));
 }

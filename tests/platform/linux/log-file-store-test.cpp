@@ -44,7 +44,9 @@ bool LetFail(long call, int error) {
 class LogFileStoreTest : public MachineTest {
  protected:
   Handle Open(const char* name, WriteMode mode = WriteMode::kWrite) const {
-    return OpenFileToWrite(InFolder(name), mode);
+    Handle file = nullptr;
+    OpenFileToWrite(InFolder(name), mode, file);
+    return file;
   }
 };
 
@@ -59,7 +61,9 @@ TEST_F(LogFileStoreTest, WhatIsPlantedAtTheNameIsNeitherFollowedNorWaitedFor) {
   for (const WriteMode mode : kModes) {
     for (const char* name : {"link", "dangling", "fifo", "read"})
       EXPECT_EQ(Open(name, mode), InvalidHandle()) << name;
-    EXPECT_EQ(OpenFileToWrite(u"\\dev\\null", mode), InvalidHandle());
+    Handle file = nullptr;
+    EXPECT_EQ(OpenFileToWrite(u"\\dev\\null", mode, file), kAccessDenied);
+    EXPECT_EQ(file, InvalidHandle());
   }
   close(reader);
   EXPECT_EQ(Content("target"), "content");

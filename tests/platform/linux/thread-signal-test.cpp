@@ -20,10 +20,11 @@ TEST(ThreadSignalTest, WhatIsSentIsBlockedAFaultIsNotAndTheMakersMaskStands) {
   ASSERT_EQ(pthread_sigmask(SIG_SETMASK, &some, &before), 0);
   sigset_t mask;
   const auto tellMask = [](void* told) { *static_cast<sigset_t*>(told) = MaskOfThisThread(); };
-  const Handle thread = StartThread(tellMask, &mask);
+  Handle thread = nullptr;
+  const Code started = StartThread(tellMask, &mask, thread);
   const sigset_t after = MaskOfThisThread();
   pthread_sigmask(SIG_SETMASK, &before, nullptr);
-  ASSERT_NE(thread, nullptr);
+  ASSERT_EQ(started, kSuccess);
   WaitForThread(thread);
   CloseObject(thread);
   for (const int sent : {SIGHUP, SIGINT, SIGTERM, SIGQUIT, SIGUSR1, SIGALRM, SIGCHLD, SIGPIPE,

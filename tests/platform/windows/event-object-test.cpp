@@ -4,14 +4,14 @@
 
 #include <string>
 
-#include "platform/event.h"
+#include "platform/owned-event.h"
 
 namespace larder::platform {
 namespace {
 
 TEST(EventObjectTest, TheNameIsTheSystemsAsItStands) {
   const WideString name = L"larder-test-event-" + std::to_wstring(GetCurrentProcessId());
-  const Handle event = MakeNamedEvent(name);
+  const Handle event = NewNamedEvent(name);
   ASSERT_NE(event, nullptr);
   const HANDLE other = OpenEventW(SYNCHRONIZE, FALSE, name.c_str());
   ASSERT_NE(other, nullptr);
@@ -24,7 +24,7 @@ TEST(EventObjectTest, TheNameIsTheSystemsAsItStands) {
   CloseObject(event);
   const HANDLE mutex = CreateMutexW(nullptr, FALSE, name.c_str());
   ASSERT_NE(mutex, nullptr);
-  EXPECT_EQ(MakeNamedEvent(name), nullptr);
+  EXPECT_EQ(NewNamedEvent(name), nullptr);
   CloseHandle(mutex);
 }
 

@@ -26,13 +26,14 @@ class LogFileSharingTest : public MachineTest {
 
 TEST_F(LogFileSharingTest, AReaderComesInAnotherWriterDoesNotAndOnlyTheReadWriteModeReads) {
   for (const WriteMode mode : {WriteMode::kWrite, WriteMode::kReadWrite}) {
-    file = OpenFileToWrite(path, mode);
-    ASSERT_NE(file, InvalidHandle());
+    ASSERT_EQ(OpenFileToWrite(path, mode, file), kSuccess);
     const HANDLE reader = OpenToRead();
     EXPECT_NE(reader, INVALID_HANDLE_VALUE);
     CloseHandle(reader);
-    EXPECT_EQ(OpenFileToWrite(path, WriteMode::kReadWrite), InvalidHandle());
-    EXPECT_EQ(OpenFileToWrite(path, WriteMode::kWrite), InvalidHandle());
+    Handle other = nullptr;
+    EXPECT_EQ(OpenFileToWrite(path, WriteMode::kReadWrite, other), kSharingViolation);
+    EXPECT_EQ(other, InvalidHandle());
+    EXPECT_EQ(OpenFileToWrite(path, WriteMode::kWrite, other), kSharingViolation);
     char byte = 0;
     DWORD got = 0;
     const BOOL read = ReadFile(reinterpret_cast<HANDLE>(file), &byte, 1, &got, nullptr);
@@ -42,7 +43,8 @@ TEST_F(LogFileSharingTest, AReaderComesInAnotherWriterDoesNotAndOnlyTheReadWrite
 }
 
 TEST_F(LogFileSharingTest, AFileThatAReaderHoldsIsNeitherRenamedNorRemoved) {
-  CloseObject(OpenFileToWrite(path, WriteMode::kWrite));
+  ASSERT_EQ(OpenFileToWrite(path, WriteMode::kWrite, file), kSuccess);
+  CloseObject(std::exchange(file, InvalidHandle()));
   const HANDLE reader = OpenToRead();
   ASSERT_NE(reader, INVALID_HANDLE_VALUE);
   EXPECT_EQ(RenameFile(path, path + L".1"), kSharingViolation);
@@ -54,9 +56,9 @@ TEST_F(LogFileSharingTest, AFileThatAReaderHoldsIsNeitherRenamedNorRemoved) {
 
 TEST_F(LogFileSharingTest, PathsOfAnyLengthAreTaken) {
   path = MakeLongFolder(machine.WideFolder()) + L"file.log";
-  const Handle made = OpenFileToWrite(path, WriteMode::kReadWrite);
-  EXPECT_EQ(WriteOnce(made, "x", 1), kSuccess);
-  CloseObject(made);
+  ASSERT_EQ(OpenFileToWrite(path, WriteMode::kReadWrite, file), kSuccess);
+  EXPECT_EQ(WriteOnce(file, "x", 1), kSuccess);
+  CloseObject(std::exchange(file, InvalidHandle()));
   EXPECT_EQ(RenameFile(path, path + L".1"), kSuccess);
   EXPECT_EQ(RemoveFile(path + L".1"), kSuccess);
 }

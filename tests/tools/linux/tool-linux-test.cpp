@@ -131,8 +131,10 @@ TEST_F(ScanLinuxTest, AnInterruptionEndsItAfterTheQueryThatIsRunning) {
   for (const char* name : {"before", "staying", "x", "y"}) Plant(name);
   const auto events = machine.Folder() / "events";
   SetEnvironmentText("LARDER_FIXTURE_LOG", events);
-  const platform::Handle running = platform::MakeNamedEvent(u"QueryRunning");
-  const platform::Handle goOn = platform::MakeNamedEvent(u"QueryGoOn");
+  platform::Handle running = nullptr;
+  platform::Handle goOn = nullptr;
+  ASSERT_EQ(platform::MakeNamedEvent(u"QueryRunning", running), platform::kSuccess);
+  ASSERT_EQ(platform::MakeNamedEvent(u"QueryGoOn", goOn), platform::kSuccess);
   const auto scan = Start({"scan", "--threads", "1", Tree()});
   std::size_t index = 0;
   ASSERT_EQ(platform::WaitForAny(&running, 1, index), platform::kSuccess);

@@ -27,7 +27,8 @@ static void NoteInterrupt(int number) {
 }
 }
 
-Interrupt::Interrupt() : event(platform::MakeEvent()) {
+Interrupt::Interrupt() {
+  platform::MakeEvent(event.Out());
   CurrentEvent = event.Get();
   for (const int number : kSignals) std::signal(number, &NoteInterrupt);
 }

@@ -29,8 +29,8 @@ struct Arguments {
 
 // verb: what change does, for a message.
 int ChangeEvent(const std::string& verb, platform::Code (*change)(platform::Handle)) {
-  const AutoHandle event(platform::MakeNamedEvent(kEventName));
-  if (event.Get() == nullptr) {
+  AutoHandle event;
+  if (platform::MakeNamedEvent(kEventName, event.Out()) != platform::kSuccess) {
     PrintError("cannot " + verb + " " + kEventLabel + ": this user can neither make nor open it");
     return kExitFailed;
   }
@@ -71,7 +71,8 @@ bool PrintMessages(const Interrupt& interrupt, bool once, Output& output) {
 
 int WaitAsClient(bool once, Output& output) {
   const Interrupt interrupt;
-  const AutoHandle told(platform::MakeEvent());
+  AutoHandle told;
+  platform::MakeEvent(told.Out());
   ToldEvent = told.Get();
   LarderHandle handle = nullptr;
   if (!StartLibrary(&KeepMessage, handle)) return kExitFailed;

@@ -21,8 +21,8 @@ OrderedWork::~OrderedWork() {
 void OrderedWork::Start(std::size_t threadCount) {
   threads.reserve(threadCount);
   for (std::size_t i = 0; i < threadCount; ++i) {
-    AutoHandle thread(platform::StartThread(&Run, this));
-    if (thread.Get() == nullptr) break;
+    AutoHandle thread;
+    if (platform::StartThread(&Run, this, thread.Out()) != platform::kSuccess) break;
     threads.push_back(std::move(thread));
   }
   if (threads.empty()) throw std::runtime_error("cannot start a thread");

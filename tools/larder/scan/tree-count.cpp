@@ -8,8 +8,9 @@
 
 namespace larder::tool {
 
-TreeCount::TreeCount(std::vector<std::string> newRoots)
-    : roots(std::move(newRoots)), thread(platform::StartThread(&Run, this)) {}
+TreeCount::TreeCount(std::vector<std::string> newRoots) : roots(std::move(newRoots)) {
+  platform::StartThread(&Run, this, thread.Out());
+}
 
 TreeCount::~TreeCount() {
   isStopped = true;
