@@ -1,4 +1,4 @@
-// What a FileObjectDescriptor says, copied out of the client's memory.
+// The contents of a FileObjectDescriptor, copied out of the client's memory.
 #pragma once
 
 #include <cstdint>
@@ -8,23 +8,23 @@
 
 namespace larder::feed {
 
-// The whole identity of an object. Two objects are the same if both fields are; the key is only a
+// The identity of an object. Two objects are the same if both fields are equal; the key is only a
 // hash of them.
 struct ObjectIdentity {
-  std::uint64_t lastModified = 0;  // 100 ns since 1601-01-01 UTC; 0: whatever is there now
+  std::uint64_t lastModified = 0;  // 100 ns since 1601-01-01 UTC; 0: any
   WideString path;
 
   bool operator==(const ObjectIdentity&) const = default;
 };
 
-// descriptor points to a FileObjectDescriptor, of any alignment. Throws std::invalid_argument for
-// an empty path.
+// descriptor: a FileObjectDescriptor of any alignment. Throws std::invalid_argument if the path is
+// empty.
 ObjectIdentity ReadDescriptor(const void* descriptor);
 
-// FNV-1a, 64 bits, over the bytes of lastModified and of the path's units, low bytes first.
+// The 64-bit FNV-1a hash of the bytes of lastModified and of the path's units, low bytes first.
 std::uint64_t KeyOf(const ObjectIdentity& identity) noexcept;
 
-// The path in UTF-8, in double quotes, for a text that a person reads.
+// The path in UTF-8 and double quotes, for a message.
 std::string Quoted(WideView path);
 
 }  // namespace larder::feed

@@ -16,7 +16,7 @@ class Value {
   Value(WideView subkey, const WideString& valueName)
       : path(WideString(LarderRegistryRoot).append(subkey)), name(valueName) {}
 
-  // False if there is no such value.
+  // False if the value doesn't exist.
   bool Read(std::uint32_t wantedType, const char* typeName, void* data, std::uint32_t size) const {
     platform::OwnedRegistryKey key;
     std::uint32_t type = 0;
@@ -48,7 +48,7 @@ class Value {
 }  // namespace
 
 WideString ReadRegistryText(WideView subkey, const WideString& name) {
-  // One unit more than is asked for, so that a value stored without a terminator ends here.
+  // One unit more than is read, so that a value stored without a terminator is terminated.
   LarderWideChar text[kMaxRegistryCharacters + 2] = {};
   const std::uint32_t size = (kMaxRegistryCharacters + 1) * sizeof(LarderWideChar);
   if (!Value(subkey, name).Read(platform::kRegSz, "REG_SZ", text, size)) return {};

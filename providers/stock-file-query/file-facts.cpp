@@ -12,7 +12,7 @@
 namespace larder::feed {
 namespace {
 
-// What one reading gave; steady if the file stood still meanwhile.
+// The result of one pass; valid if the file hasn't changed meanwhile.
 struct Reading {
   FileFacts facts;
   std::uint64_t bytesRead = 0;
@@ -25,7 +25,7 @@ void Check(const ObjectIdentity& wanted, platform::Code code) {
   if (code != platform::kSuccess) FailRead(wanted, SystemReason(code));
 }
 
-// False if there is no such file.
+// False if the file doesn't exist.
 bool Open(const ObjectIdentity& wanted, platform::OwnedHandle& file) {
   platform::FileKind kind = platform::FileKind::kRegular;
   const platform::Code code = platform::OpenFileToRead(wanted.path, file.Out(), kind);

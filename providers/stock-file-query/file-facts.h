@@ -1,4 +1,4 @@
-// What is known about a file, read from the file itself.
+// What one pass over a file yields.
 #pragma once
 
 #include <cstdint>
@@ -12,17 +12,17 @@
 namespace larder::feed {
 
 struct FileFacts {
-  platform::FileInfo info;
+  platform::FileInfo info;  // the same before and after the pass
   Digests digests;
   std::optional<Digests> image;  // of an executable image, see image-layout.h
-  // The image's, unparsed; empty if the file isn't a signed image.
+  // Unparsed; empty if the file isn't a signed image.
   std::vector<std::uint8_t> certificateTable;
 };
 
-// Reads the whole file; links are followed. Nothing if there is no such file.
-// Throws std::system_error with LARDER_E_FILE_ID_MISMATCH if wanted.lastModified isn't 0 and isn't
+// Reads the whole file; links are followed. Nothing if the file doesn't exist.
+// Throws std::system_error with LARDER_E_FILE_ID_MISMATCH if wanted.lastModified is neither 0 nor
 // the file's, and std::runtime_error, with the path and the reason, if the file isn't a regular
-// one, can't be read, or changed while it was read and did so again in a second reading.
+// one, can't be read, or has changed during two attempts to read it.
 std::optional<FileFacts> ReadFileFacts(const platform::DigestLibrary& library,
                                        const ObjectIdentity& wanted);
 

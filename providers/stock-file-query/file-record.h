@@ -1,4 +1,4 @@
-// The file provider's data block.
+// The file provider's record of a file.
 #pragma once
 
 #include <larder/provider.h>
@@ -15,11 +15,11 @@ namespace larder::feed {
 // AppendChainRecords does. The digests of an image are zeros if the file isn't one.
 DbBuffer SerializeFileRecord(const FileFacts& facts, const std::vector<CertChain>& chains);
 
-// Appends a CertChainRecord for each chain, with a CertDataRecord for each of its certificates;
-// none of the chains may be empty, and they keep within the limits of ReadSignerChains. Without a
-// chain it is one that holds one certificate of size 0. Each record begins at a multiple of 8 from
-// the block's begin, with zero bytes before it where that takes any, so that aligned access reads
-// all records of a block that is itself aligned. Behind the last certificate there are none.
+// Appends a CertChainRecord for each chain and a CertDataRecord for each of its certificates;
+// without a chain, one chain with one certificate of size 0. No chain may be empty, and all must be
+// within the limits of ReadSignerChains. Zero bytes are inserted so that each record begins at a
+// multiple of 8 from the block's beginning: all records of an aligned block are aligned. None
+// follow the last certificate.
 void AppendChainRecords(const std::vector<CertChain>& chains, std::vector<std::uint8_t>& block);
 
 }  // namespace larder::feed

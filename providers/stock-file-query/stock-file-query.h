@@ -1,4 +1,4 @@
-// The query module that comes with the file provider: reads the whole file at each query.
+// The file provider's own query module. Each query reads the whole file.
 #pragma once
 
 #include "common/file-query.h"
@@ -8,7 +8,7 @@ namespace larder::feed {
 
 class StockFileQuery final : public IFileQuery {
  public:
-  // Throws std::runtime_error if the system refuses one of the digests.
+  // Throws std::runtime_error if the system lacks one of the digests.
   StockFileQuery();
 
   bool Query(const ObjectIdentity& wanted, platform::FileInfo* seen, DbBuffer* record) override;

@@ -27,7 +27,7 @@ void ReadExtension(Bytes extension, Certificate& certificate) {
   }
 }
 
-// fields: behind the subject's public key.
+// fields: those after the subject's public key.
 void ReadExtensions(DerReader fields, Certificate& certificate) {
   constexpr std::uint8_t kIssuerId = der::ContextPrimitive(1);
   constexpr std::uint8_t kSubjectId = der::ContextPrimitive(2);
@@ -48,7 +48,7 @@ std::optional<Certificate> ReadCertificate(Bytes bytes) {
   DerReader fields(ContentOf(DerReader(ContentOf(whole)).Next(der::kSequence)));
   fields.Skip(der::ContextConstructed(0));  // the version
   const auto serial = fields.Next(der::kInteger);
-  fields.Skip(der::kSequence);  // the signature's algorithm
+  fields.Skip(der::kSequence);  // the signature algorithm
   const auto issuer = fields.Next(der::kSequence);
   fields.Skip(der::kSequence);  // the validity
   const auto subject = fields.Next(der::kSequence);

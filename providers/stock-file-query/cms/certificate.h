@@ -1,4 +1,4 @@
-// What links certificates to each other.
+// The parts of an X.509 certificate (RFC 5280) that link it to other certificates.
 #pragma once
 
 #include <optional>
@@ -7,19 +7,19 @@
 
 namespace larder::feed {
 
-// Parts of an X.509 certificate (RFC 5280), in the bytes that it was read from. Names are whole
-// elements, the rest is contents. Nothing is verified.
+// Points into the bytes that it was parsed from. Names are whole elements, the other fields are the
+// elements' contents. Nothing is verified.
 struct Certificate {
   Bytes whole;
   Bytes serial;
   Bytes issuer;
   Bytes subject;
-  Bytes subjectKeyId;    // the extension subjectKeyIdentifier; empty without it
+  Bytes subjectKeyId;    // of the extension subjectKeyIdentifier; empty without it
   Bytes authorityKeyId;  // the keyIdentifier of authorityKeyIdentifier; empty without it
 };
 
-// bytes: one element, with tag and length. Nothing if serial number or names can't be read from it.
-// Extensions that can't be read count as not there. An upper bound of time: the bytes' number.
+// bytes: one element with its tag and length. Nothing if the serial number or a name can't be
+// parsed. An extension that can't be parsed is ignored. Takes linear time.
 std::optional<Certificate> ReadCertificate(Bytes bytes);
 
 }  // namespace larder::feed

@@ -5,10 +5,10 @@
 namespace larder::feed {
 namespace {
 
-constexpr std::uint8_t kLongNumber = 0x1f;  // in the tag: the number follows
-constexpr std::uint8_t kLongLength = 0x80;  // in the length: so many bytes of it follow
+constexpr std::uint8_t kLongNumber = 0x1f;  // in the identifier: the tag number follows
+constexpr std::uint8_t kLongLength = 0x80;  // plus the number of length bytes that follow
 
-// Takes the length at the front away.
+// Removes the length from the front of the bytes.
 std::optional<std::uint64_t> TakeLength(Bytes& bytes) {
   if (bytes.empty()) return std::nullopt;
   const std::uint8_t first = bytes[0];

@@ -1,4 +1,4 @@
-// Takes apart what is written in DER (ITU-T X.690), as certificates and signatures are.
+// Parses DER (ITU-T X.690), the encoding of certificates and signatures.
 #pragma once
 
 #include <cstdint>
@@ -8,7 +8,7 @@
 
 namespace larder::feed {
 
-// Tags as they stand in the first byte: class, form and number.
+// Identifier octets: class, primitive or constructed, and tag number.
 namespace der {
 inline constexpr std::uint8_t kBoolean = 0x01;
 inline constexpr std::uint8_t kInteger = 0x02;
@@ -16,7 +16,7 @@ inline constexpr std::uint8_t kOctetString = 0x04;
 inline constexpr std::uint8_t kObjectIdentifier = 0x06;
 inline constexpr std::uint8_t kSequence = 0x30;
 inline constexpr std::uint8_t kSet = 0x31;
-// [number], of the context that it stands in.
+// Context-specific: [number] in the ASN.1 module.
 constexpr std::uint8_t ContextPrimitive(std::uint8_t number) { return 0x80 | number; }
 constexpr std::uint8_t ContextConstructed(std::uint8_t number) { return 0xa0 | number; }
 }  // namespace der
@@ -24,27 +24,26 @@ constexpr std::uint8_t ContextConstructed(std::uint8_t number) { return 0xa0 | n
 struct DerElement {
   std::uint8_t tag = 0;
   Bytes content;
-  Bytes whole;  // with tag and length
+  Bytes whole;  // with the tag and the length
 };
 
-// Gives the elements of some bytes, one behind the other; the bytes belong to the caller, and what
-// is given points into them. An element is taken apart by a reader over its content, so how deep
-// that goes is up to the caller: the reader itself goes into nothing and allocates nothing. Each
-// call takes the same short time.
+// Iterates over a sequence of elements. The caller owns the bytes, and the elements point into
+// them. The reader doesn't descend: to parse an element's content, create a reader over it.
+// Allocates nothing; each call takes constant time.
 //
-// The first element that can't be read ends the run: one that is cut off by the bytes' end, whose
-// length takes more than 8 bytes, or whose number takes more than the first byte. So does one of
-// indefinite length, which BER has and DER hasn't. Lengths with more bytes than they need are
-// taken: they don't make the element's end uncertain.
+// An element that can't be parsed ends the sequence: one that exceeds the bytes, has a length of
+// more than 8 bytes, has a tag number of more than one byte, or has an indefinite length, which BER
+// allows and DER doesn't. A length in more bytes than necessary is accepted, although DER forbids
+// it.
 class DerReader {
  public:
   explicit DerReader(Bytes bytes) : rest(bytes) {}
 
-  // The next element; nothing at the end.
+  // Returns the next element; nothing at the end.
   std::optional<DerElement> Next();
-  // The next element if it has that tag; otherwise nothing, and it remains the next.
+  // Returns the next element if it has this tag; otherwise nothing, and it stays the next one.
   std::optional<DerElement> Next(std::uint8_t tag);
-  // Goes past the next element if it has that tag; whether it had.
+  // Skips the next element if it has this tag; returns whether it did.
   bool Skip(std::uint8_t tag) { return Next(tag).has_value(); }
 
  private:

@@ -48,7 +48,7 @@ void ReadNested(Bytes attributes, SignedData& data) {
   }
 }
 
-// Nothing if neither way of naming the certificate is there.
+// Nothing if it is neither form of the CHOICE.
 std::optional<SignerIdentifier> TakeSignerIdentifier(DerReader& fields) {
   if (const auto subjectKeyId = fields.Next(der::ContextPrimitive(0)))
     return SignerIdentifier{{}, {}, subjectKeyId->content};
@@ -67,10 +67,10 @@ void ReadSigner(Bytes info, SignedData& data) {
   const std::optional<SignerIdentifier> signer = TakeSignerIdentifier(fields);
   if (!signer) return;
   data.signers.push_back(*signer);
-  fields.Skip(der::kSequence);              // the digest's algorithm
+  fields.Skip(der::kSequence);              // the digest algorithm
   fields.Skip(der::ContextConstructed(0));  // the signed attributes
-  fields.Skip(der::kSequence);              // the signature's algorithm
-  fields.Skip(der::kOctetString);           // the signature itself
+  fields.Skip(der::kSequence);              // the signature algorithm
+  fields.Skip(der::kOctetString);           // the signature value
   const auto attributes = fields.Next(der::ContextConstructed(1));
   if (attributes) ReadNested(attributes->content, data);
 }
@@ -86,11 +86,11 @@ void ReadSigners(Bytes set, SignedData& data) {
 void ReadFields(Bytes bytes, SignedData& data) {
   DerReader fields(bytes);
   fields.Skip(der::kInteger);  // the version
-  fields.Skip(der::kSet);      // the digests' algorithms
+  fields.Skip(der::kSet);      // the digest algorithms
   if (const auto content = fields.Next(der::kSequence)) data.encapContentInfo = content->content;
   if (const auto set = fields.Next(der::ContextConstructed(0)))
     ReadCertificates(set->content, data);
-  fields.Skip(der::ContextConstructed(1));  // lists of revoked certificates
+  fields.Skip(der::ContextConstructed(1));  // the certificate revocation lists
   if (const auto set = fields.Next(der::kSet)) ReadSigners(set->content, data);
 }
 

@@ -6,7 +6,7 @@
 namespace larder::feed {
 namespace {
 
-// Whether both say a key; then whether it is the same one.
+// known: both certificates have the key identifier; same: and they are equal.
 struct KeyAgreement {
   bool known;
   bool same;
@@ -42,14 +42,14 @@ bool IsOf(const Certificate& certificate, const SignerIdentifier& signer) {
   return Equal(certificate.serial, signer.serial) && Equal(certificate.issuer, signer.issuer);
 }
 
-// The certificates of one signature and who issued which; found once, whatever the chains are.
+// The certificates of one signature and the issuer of each, which is looked up once for all chains.
 class Issuers {
  public:
   explicit Issuers(const std::vector<Certificate>& certificates) : all(certificates) {
     for (const Certificate& certificate : all) issuers.push_back(IssuerOf(certificate, all));
   }
 
-  // Empty if the signer's certificate isn't there.
+  // Empty if the signer's certificate isn't in the signature.
   CertChain ChainOf(const SignerIdentifier& signer) const {
     CertChain chain;
     std::vector<bool> taken(all.size());

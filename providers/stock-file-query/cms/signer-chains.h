@@ -1,8 +1,8 @@
-// The certificate chains of those who signed an image.
+// The certificate chains of a signature's signers.
 //
-// They are read out of the file, and that is all: no signature, no time and no name is checked, no
-// certificate is fetched or looked up, and nobody's trust is asked for. Whoever writes a file can
-// put any certificates in it.
+// They are what the file contains, and nothing is verified: no signature, validity period, name or
+// trust is checked, and no certificate is looked up elsewhere. Anybody who writes a file can put
+// any certificates in it.
 #pragma once
 
 #include <cstddef>
@@ -13,16 +13,18 @@
 
 namespace larder::feed {
 
-// A signer's certificate first, then each one's issuer. Each is a whole certificate.
+// The signer's certificate, then its issuer's, and so on. Each is a whole certificate.
 using CertChain = std::vector<Bytes>;
 
-// For each signer, in the signature's order, the chain that its certificate begins. The issuer of a
-// certificate is the one whose subject is the certificate's issuer, byte by byte, unless both say
-// which key is meant and say different ones. Of several, it is the first in the signature that says
-// the right key, or else the first that doesn't say any. The chain ends with a certificate that
-// issued itself, at one whose issuer isn't in the signature (so often before the root), and before
-// one that it has already. A signer whose certificate isn't in the signature has no chain.
-// Certificates that no signer's chain needs, such as those of time stamps, aren't given.
+// The chain of each signer, in the signature's order. Signers whose certificate isn't in the
+// signature are skipped. Certificates in no signer's chain, such as those of time stamps, don't
+// appear.
+//
+// A certificate's issuer is the certificate whose subject equals the issuer name byte by byte,
+// except one whose subject key identifier differs from the authority key identifier. Of several, it
+// is the first whose key identifier matches, else the first for which one of the two identifiers is
+// missing. The chain ends after a certificate that issued itself or whose issuer isn't in the
+// signature (which often lacks the root), and before a certificate that it already contains.
 std::vector<CertChain> ChainsOf(const SignedData& signature);
 
 }  // namespace larder::feed

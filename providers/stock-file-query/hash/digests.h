@@ -1,4 +1,4 @@
-// The digests of a run of bytes.
+// The digests of a sequence of bytes.
 #pragma once
 
 #include <array>
@@ -16,6 +16,7 @@ struct Digests {
   std::array<std::uint8_t, 48> sha384{};
   std::array<std::uint8_t, 64> sha512{};
 
+  // The field of this kind.
   std::span<std::uint8_t> Of(platform::DigestKind kind) noexcept {
     switch (kind) {
       case platform::DigestKind::kMd5:

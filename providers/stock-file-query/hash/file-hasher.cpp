@@ -6,13 +6,13 @@
 namespace larder::feed {
 namespace {
 
-// A second thread at the work, until nothing of it is left. Where the system has no thread left,
-// the reader does it all.
+// The second thread, which works until all is done. If the system can't start it, the reader does
+// all the work.
 class Helper {
  public:
   explicit Helper(HashWork& shared) : work(shared) { platform::StartThread(&Run, this, thread); }
   ~Helper() {
-    work.End();  // also when the reading failed
+    work.End();  // in case reading has failed
     if (thread == nullptr) return;
     platform::WaitForThread(thread);
     platform::CloseObject(thread);
@@ -38,7 +38,7 @@ class Helper {
 // False at the file's end.
 bool Fill(FileBlock& block, std::uint64_t fileSize, const ReadBlock& readBlock,
           std::uint64_t& bytesRead) {
-  // A file that grows as fast as it is read has an end all the same.
+  // Otherwise a file that grows as fast as it is read would be read forever.
   if (bytesRead > fileSize) return false;
   block.offset = bytesRead;
   block.size = readBlock(block.offset, block.memory.get(), kBlockSize);
@@ -46,7 +46,7 @@ bool Fill(FileBlock& block, std::uint64_t fileSize, const ReadBlock& readBlock,
   return block.size != 0;
 }
 
-// Gives the number of bytes read.
+// Returns the number of bytes read.
 std::uint64_t ReadAndWork(HashWork& work, std::uint64_t fileSize, const ReadBlock& readBlock) {
   std::uint64_t bytesRead = 0;
   for (;;) {

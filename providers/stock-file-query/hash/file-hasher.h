@@ -10,11 +10,12 @@
 
 namespace larder::feed {
 
-// From this size on the work is shared with a second thread, which lives as long as the call.
+// A file of this size or more is hashed by the caller's thread and a second one, which ends with
+// the call.
 inline constexpr std::uint64_t kSizeForTwoThreads = 0x100000;
 
-// Fills the buffer from an offset on and gives the number of bytes, fewer than asked for only at
-// the file's end. What it throws leaves HashFile. Called on the caller's thread alone.
+// Reads the file's bytes at the offset into the buffer. Returns the number of bytes read, which is
+// less than size only at the file's end. Called on the caller's thread only.
 using ReadBlock = std::function<std::size_t(std::uint64_t offset, void* buffer, std::size_t size)>;
 
 struct HashedFile {
@@ -23,9 +24,10 @@ struct HashedFile {
   std::uint64_t bytesRead = 0;
 };
 
-// Reads the file from its begin to its end; a file that grows has its end behind the block that
-// goes beyond fileSize. layout: of a file of this size. Throws what readBlock throws, and
-// std::runtime_error if the system refuses a digest.
+// Reads the file from its beginning to its end. Of a file that grows meanwhile, it reads no further
+// than the first block that reaches beyond fileSize. layout: of a file of this size; nothing if it
+// isn't an image. Throws what readBlock throws, and std::runtime_error if the system refuses a
+// digest.
 HashedFile HashFile(const platform::DigestLibrary& library, std::uint64_t fileSize,
                     const std::optional<ImageLayout>& layout, const ReadBlock& readBlock);
 

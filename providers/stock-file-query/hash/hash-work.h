@@ -1,4 +1,24 @@
-// A file's blocks on their way through its digests, on one thread or two.
+// Computes the digests of a file while it is read, on one thread or two.
+//
+// How it works: a file has five digests, an image ten. A digest must take the file's blocks in
+// order, but no digest depends on another, so each is a lane that counts the blocks it has done.
+// The blocks are a ring buffer: the reader fills the next block and submits it, and a block is free
+// again when all lanes have done it. A unit of work is one block for one lane. A thread that is
+// free runs the next unit, always for the lane that is furthest behind, so that blocks become free
+// early; while no block is free, the reader runs units too. So neither thread waits while there is
+// work, however fast the processor computes each digest, and no digest is tied to a thread.
+//
+// A lane's state is one atomic word: twice the number of blocks done, plus one while a thread has
+// claimed the next block. A claim is a compare-exchange from the number the thread has seen. It
+// fails if another thread has claimed that block, or done it, since.
+//
+// No wake-up is lost: a thread reads ChangeCount before it looks for work and passes it to
+// WaitForChange, which sets isWaiting and then reads the count again. A change increments the count
+// and then reads isWaiting. All these accesses are sequentially consistent, so at least one side
+// sees what the other has written.
+//
+// The threads wait for events of the system: with MinGW, a mutex or a condition variable of the
+// standard library leaks a handle once a thread has waited for it.
 #pragma once
 
 #include <array>
@@ -22,28 +42,28 @@ struct FileBlock {
   std::unique_ptr<std::uint8_t[]> memory =
       std::make_unique_for_overwrite<std::uint8_t[]>(kBlockSize);
   std::uint64_t offset = 0;  // in the file
-  std::size_t size = 0;      // of what is there
+  std::size_t size = 0;      // bytes in use
 
   Bytes Content() const { return {memory.get(), size}; }
 };
 
-// A digest of the file's bytes, or with a layout of those that an image's digests cover. Takes the
-// blocks in order, each on whatever thread is free for it.
+// One digest: of all bytes of the file or, with a layout, of those that an image's digests cover.
 class DigestLane {
  public:
-  // imageLayout: null, or outlives the object. Throws std::runtime_error if the system refuses.
+  // imageLayout: null, or outlives the object. Throws std::runtime_error if the system refuses the
+  // digest.
   DigestLane(const platform::DigestLibrary& library, platform::DigestKind digestKind,
              const ImageLayout* imageLayout);
 
-  // How many blocks are done.
+  // The number of blocks done.
   std::size_t Done() const noexcept { return state / 2; }
-  // Whether a thread is at the next one.
+  // Whether a thread has claimed the next block.
   bool IsClaimed() const noexcept { return state % 2 != 0; }
-  // False if it is claimed already, or isn't at this number of done blocks.
+  // Claims the next block if no thread has, and if the number of blocks done is this one.
   [[nodiscard]] bool Claim(std::size_t done) noexcept;
-  // By who has claimed it; lets go of it.
+  // Adds the claimed block; the thread that has claimed it calls this.
   void Add(const FileBlock& block) noexcept;
-  // Sets the lane's own of the digests. Throws std::runtime_error if the system has refused.
+  // Sets this lane's digest in digests. Throws std::runtime_error if the system has refused it.
   void Finish(Digests& digests);
 
  private:
@@ -53,43 +73,42 @@ class DigestLane {
   const ImageLayout* layout;
   platform::AutoDigest digest;
   bool isRefused = false;
-  std::atomic<std::size_t> state = 0;  // twice the blocks done, and one more while it is claimed
+  std::atomic<std::size_t> state = 0;  // 2 * blocks done + (the next one is claimed)
 };
 
-// The blocks that there are, each filled again when all the lanes have done it. The two threads
-// take what they can do next whenever they are free, so that neither waits while there is work, on
-// whatever processor and with whatever digests.
-//
-// They wait by the system's events: with MinGW a mutex or a condition variable of the standard
-// library that has been waited for leaves a handle behind.
+// The blocks and the lanes. There are one or two workers: the reader, which alone calls
+// AcquireBlock and Submit, and a helper. Both may call RunOne, IsDone, ChangeCount, WaitForChange
+// and End.
 class HashWork {
  public:
   enum class Worker { kReader, kHelper };
 
-  // layout: null for a file that is no image, or outlives the object. Throws std::runtime_error if
-  // a digest is refused.
+  // layout: null for a file that isn't an image, or outlives the object. Throws std::runtime_error
+  // if the system refuses a digest.
   HashWork(const platform::DigestLibrary& library, const ImageLayout* layout);
 
-  // Makes it work for two threads; before anything else. False if the system has no events left:
-  // then it stays work for one.
+  // Must precede all other calls if there is to be a helper. False if the system can't create an
+  // event; there must be no helper then.
   [[nodiscard]] bool EnableHelper();
 
-  // The reader's: the block to be filled next; null while there is none, and after the end.
+  // The block to fill next; null while none is free, and after End.
   FileBlock* AcquireBlock() noexcept;
+  // Submits the acquired block.
   void Submit() noexcept;
-  // No more blocks will come. Any number of times.
+  // No more blocks will be submitted. May be called more than once.
   void End() noexcept;
 
-  // Either's. Does a block for a digest; false if there is none to be done at the moment.
+  // Adds one block to one digest. False if there is nothing to do at the moment.
   bool RunOne() noexcept;
-  // Everything that was submitted has been done, and no more will come.
+  // Whether all lanes have done all blocks, and no more will be submitted.
   bool IsDone() const noexcept;
-  // Read before a look at what there is to do; Wait then returns at once if anything has changed
-  // since.
+  // Changes whenever a block is submitted or a lane has done one, and at the end.
   std::size_t ChangeCount() const noexcept { return changeCount; }
+  // Returns when ChangeCount differs from countSeen, at once if it does already.
   void WaitForChange(Worker who, std::size_t countSeen) noexcept;
 
-  // After IsDone(). Throws std::runtime_error if the system has refused a digest.
+  // Sets the digests when the work is done and the helper has ended. image: null without a layout.
+  // Throws std::runtime_error if the system has refused a digest.
   void Finish(Digests& file, Digests* image);
 
  private:
@@ -108,9 +127,9 @@ class HashWork {
   void NotifyChange() noexcept;
 
   std::vector<FileBlock> blocks{1};
-  std::deque<DigestLane> lanes;
+  std::deque<DigestLane> lanes;  // the file's, in the order of kAllDigests, then the image's
   std::array<Waiter, 2> waiters;
-  std::atomic<std::size_t> submitted = 0;
+  std::atomic<std::size_t> submitted = 0;  // blocks
   std::atomic<bool> hasEnded = false;
   std::atomic<std::size_t> changeCount = 0;
 };

@@ -6,11 +6,11 @@
 namespace larder::feed {
 namespace {
 
-constexpr std::size_t kHeadSize = 8;
+constexpr std::size_t kHeaderSize = 8;
 constexpr std::size_t kTypeOffset = 6;
 constexpr std::uint32_t kPkcsSignedData = 2;
 
-// Adds the signature and those inside it.
+// Adds the signature and those nested in it.
 void AddSignature(Bytes bytes, int depth, std::vector<SignedData>& signatures) {
   if (signatures.size() == kMaxSignatures) return;
   std::optional<SignedData> signature = ReadSignedData(bytes);
@@ -37,12 +37,12 @@ std::vector<std::uint8_t> ReadCertificateTable(const ImageLayout& layout, const 
 
 std::vector<SignedData> ReadSignatures(Bytes table) {
   std::vector<SignedData> signatures;
-  for (std::size_t entries = 0; entries < kMaxEntries && table.size() >= kHeadSize; ++entries) {
+  for (std::size_t entries = 0; entries < kMaxEntries && table.size() >= kHeaderSize; ++entries) {
     const std::uint64_t size = ReadLittleEndian(table, 0, 4);
-    if (size < kHeadSize) break;
+    if (size < kHeaderSize) break;
     const Bytes entry = table.first(std::min<std::uint64_t>(size, table.size()));
     if (ReadLittleEndian(entry, kTypeOffset, 2) == kPkcsSignedData) {
-      AddSignature(entry.subspan(kHeadSize), 1, signatures);
+      AddSignature(entry.subspan(kHeaderSize), 1, signatures);
     }
     const std::uint64_t step = (size + 7) / 8 * 8;
     table = table.subspan(std::min<std::uint64_t>(step, table.size()));

@@ -1,4 +1,9 @@
-// The signatures in an image's certificate table.
+// The certificate table of a PE image, which the PE format document calls the attribute certificate
+// table: the signatures in it and their signers' certificates.
+//
+// The table is a sequence of entries (WIN_CERTIFICATE). An entry is a header of 8 bytes (the
+// entry's size with this header, a revision, a type) and a certificate, here a CMS signature. The
+// next entry begins at the next multiple of 8 bytes from the table's beginning.
 #pragma once
 
 #include <cstddef>
@@ -12,37 +17,32 @@
 
 namespace larder::feed {
 
-// A table that is larger is read up to here.
+// Of a larger table, only the first bytes are read.
 inline constexpr std::uint64_t kMaxTableBytes = 0x1000000;
 
-// The certificate table's bytes; none if the image isn't signed or readAt can't give them.
+// The table's bytes; empty if the image isn't signed or if readAt returns false.
 std::vector<std::uint8_t> ReadCertificateTable(const ImageLayout& layout, const ReadAt& readAt);
 
-// Of one table; what comes behind so many is left out.
+// Per table; what exceeds a limit is ignored.
 inline constexpr std::size_t kMaxEntries = 64;
 inline constexpr std::size_t kMaxSignatures = 64;
-// A signature in the table is at depth 1, one inside that at depth 2, and none deeper than that is
-// looked for.
+// A signature of the table has depth 1, one nested in it has depth 2.
 inline constexpr int kMaxNestingDepth = 4;
 
-// All signatures, the first entry's first; each is followed by those inside it. What is given
-// points into the table. The signatures inside a signature have no order of their own: they come as
-// they stand.
+// Parses all signatures of the table, in the order of the entries. Each is followed by those nested
+// in it, in the order in which it contains them. The result points into the table. Thread-safe.
 //
-// The table is a run of entries (WIN_CERTIFICATE): the entry's size with this head of 8 bytes, a
-// revision, a type, and from there the certificate. The next entry begins at the next multiple of 8
-// from the table's begin. Type 2 is a signature as SignedData has it; entries of other types are
-// passed over, and so are signatures that can't be read. The size is believed only to find the next
-// entry: if it is less than 8 the table ends there, if it leads out of the table the entry ends
-// with the table. Where a signature ends in its entry, it tells itself.
+// Entries of other types than 2 (PKCS SignedData) are skipped, and so are signatures that can't be
+// parsed. An entry's size serves only to find the next entry: a size below 8 ends the table, and an
+// entry that reaches beyond the table ends with it. The signature has a length of its own.
 std::vector<SignedData> ReadSignatures(Bytes table);
 
-// Of one table; the chains from the first on that goes beyond are left out.
+// Per table; the first chain that exceeds a limit is left out, with all that follow.
 inline constexpr std::size_t kMaxChains = 64;
 inline constexpr std::size_t kMaxChainBytes = 0x1000000;  // certificates of all chains together
 
-// The chains of all signatures in the certificate table, in the order of ReadSignatures: that of
-// the image's first signature is the first. What is given points into the table. On any thread.
+// The signers' chains of all signatures of the table, in the order of ReadSignatures. The result
+// points into the table. Thread-safe.
 std::vector<CertChain> ReadSignerChains(Bytes table);
 
 }  // namespace larder::feed

@@ -5,7 +5,7 @@
 namespace larder::feed {
 namespace {
 
-// Offsets from the PE signature on; the optional header begins at 24.
+// Offsets from the PE signature; the optional header begins at 24.
 constexpr std::size_t kMagic = 24;
 constexpr std::size_t kCheckSum = 24 + 64;
 constexpr std::size_t kCheckSumSize = 4;
@@ -13,9 +13,9 @@ constexpr std::size_t kTableEntrySize = 8;
 
 constexpr std::size_t kDosHeaderSize = 64;
 constexpr std::size_t kHeaderOffset = 60;
-constexpr std::size_t kCertificateTable = 4;  // its number in the data directory
+constexpr std::size_t kCertificateTable = 4;  // its index in the data directories
 
-// Where the two forms of the optional header differ.
+// The offsets that differ between the two forms of the optional header.
 struct HeaderForm {
   std::size_t directoryCount;
   std::size_t tableEntry;
@@ -24,7 +24,7 @@ constexpr HeaderForm kPe32{24 + 92, 24 + 96 + 8 * kCertificateTable};
 constexpr HeaderForm kPe32Plus{24 + 108, 24 + 112 + 8 * kCertificateTable};
 
 constexpr std::size_t kHeadersSize = kPe32Plus.tableEntry + kTableEntrySize;
-static_assert(kHeadersSize == 176, "as the header says");
+static_assert(kHeadersSize == 176, "as image-layout.h says");
 
 const HeaderForm* FormOf(Bytes headers) {
   constexpr std::uint32_t kSignature = 0x4550;  // "PE\0\0"
@@ -46,7 +46,7 @@ FileRange TableOf(Bytes entry, std::uint64_t entryEnd, std::uint64_t fileSize) {
   return {begin, end};
 }
 
-// Takes the parts in ascending order out of the file.
+// Leaves parts out of the file, in ascending order.
 class Coverage {
  public:
   void LeaveOut(FileRange part) {
@@ -71,7 +71,7 @@ class Coverage {
   std::uint64_t at = 0;
 };
 
-// The headers begin at the offset in the file.
+// offset: of the headers in the file.
 std::optional<ImageLayout> LayoutOf(Bytes headers, std::uint64_t offset, std::uint64_t fileSize) {
   const HeaderForm* const form = FormOf(headers);
   if (form == nullptr || headers.size() < form->directoryCount + 4) return std::nullopt;

@@ -1,20 +1,19 @@
-// Which bytes of an executable image its digests cover.
+// The bytes of an executable image that its digests cover.
 //
-// An image here is a file in the PE format, PE32 or PE32+, whatever machine it is for. Its digests
-// cover what its signatures cover, so that an image has the same digests before and after it is
-// signed: the file's bytes in order, without
+// An image is a file in the PE format, PE32 or PE32+, for any machine. Its digests cover the bytes
+// that its signatures cover, so an image has the same digests before and after it is signed. They
+// are the file's bytes in order, without
 //   - the field CheckSum of the optional header,
-//   - the entry of the certificate table in the data directory (the fifth, if there are five),
-//   - the certificate table, if the image is signed,
-// and, if it isn't signed, with as many zero bytes behind it as make the file's size a multiple of
-// 8. Bytes behind the certificate table are covered. Everything goes by offsets in the file: where
-// sections lie plays no part, nor what the header says about its own size.
+//   - the entry of the certificate table in the data directories (the fifth, if there are five),
+//   - the certificate table itself, if the image is signed.
+// If the image isn't signed, zero bytes follow until the size is a multiple of 8. Bytes behind the
+// certificate table are covered. Only file offsets count: the sections and the sizes in the headers
+// have no influence.
 //
-// Signed is an image whose entry of the certificate table tells a part of the file of 8 bytes or
-// more that lies wholly behind that entry. An entry that tells anything else is one of no table.
+// An image is signed if the entry of the certificate table describes a range of at least 8 bytes
+// that is wholly within the file and behind that entry. Any other entry is treated as an empty one.
 //
-// Nothing is judged: that an image is laid out so says nothing about whether a system would load
-// it.
+// Nothing here says whether a system would load the image.
 #pragma once
 
 #include <array>
@@ -27,11 +26,11 @@
 
 namespace larder::feed {
 
-// Fills the buffer with the bytes at the offset; false if they can't all be had. What it throws
-// goes to whoever started the reading.
+// Reads the file's bytes at the offset into the buffer; false if fewer than size can be read. What
+// it throws is passed on to the caller.
 using ReadAt = std::function<bool(std::uint64_t offset, void* buffer, std::size_t size)>;
 
-// Bytes of a file, from the first up to the one before end.
+// The bytes of a file from begin up to, but not including, end.
 struct FileRange {
   std::uint64_t begin = 0;
   std::uint64_t end = 0;
@@ -41,19 +40,19 @@ struct FileRange {
 };
 
 struct ImageLayout {
-  std::array<FileRange, 4> covered;  // ascending, apart from each other; unused ones are empty
-  std::size_t padding = 0;           // zero bytes behind them, 0 to 7
+  std::array<FileRange, 4> covered;  // ascending and disjoint; unused ones are empty
+  std::size_t padding = 0;           // zero bytes that follow them, 0 to 7
   FileRange table;                   // the certificate table; empty if the image isn't signed
 };
 
-// Reads at most 64 bytes at the file's begin and 176 where these say that the headers are, which
-// may be anywhere. Nothing if the file is no image: another format, headers that the file's end
-// cuts off, or bytes that readAt can't give. On any thread.
+// Reads at most the 64 bytes of the DOS header and 176 at the offset given there, which may be any
+// offset. Nothing if the file isn't an image: it has another format, its end cuts off the headers,
+// or readAt returns false. Thread-safe.
 std::optional<ImageLayout> ReadImageLayout(std::uint64_t fileSize, const ReadAt& readAt);
 
-// Calls sink(Bytes) for each part of the block that is covered, in order. The block lies at the
-// offset in the file. Blocks that follow each other give the covered bytes of the whole file; the
-// padding is up to whoever feeds them.
+// Calls sink(Bytes) for each covered part of the block, in order. offset: of the block in the file.
+// Called with all blocks of the file in order, it passes on all covered bytes; the caller adds the
+// padding.
 template <typename Sink>
 void FeedCovered(const ImageLayout& layout, std::uint64_t offset, Bytes block, Sink&& sink) {
   const std::uint64_t end = offset + block.size();
