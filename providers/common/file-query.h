@@ -1,8 +1,8 @@
 // The interface between the file provider and its query module. It is private to the two and may
 // change with every version, so both must come from one build.
 //
-// A query module is a dynamic library that exports one function, GetFileQuery. The provider loads it
-// when the provider's object is created. When that object is destroyed, it destroys the module's
+// A query module is a dynamic library that exports one function, GetFileQuery. The provider loads
+// it when the provider's object is created. When that object is destroyed, it destroys the module's
 // object and unloads the module.
 #pragma once
 

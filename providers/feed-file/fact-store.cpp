@@ -22,7 +22,7 @@ constexpr std::chrono::microseconds kPause(1'000);
 constexpr std::chrono::milliseconds kLockTimeout(10'000);
 constexpr std::chrono::milliseconds kLockTimeoutAtEnd(1'000);
 
-// A larger record isn't taken: much of what is stored would have to go for it.
+// A larger record is refused, because too much would have to be removed for it.
 std::uint64_t LargestRecord(std::uint64_t limit) { return std::max(limit, kMinLimit) / 8; }
 
 }  // namespace
@@ -38,7 +38,7 @@ FactStore::FactStore(const WideString& storeFolder, std::uint64_t maxBytes,
   if (work != nullptr) platform::StartThread(RunWriter, this, thread);
   if (thread != nullptr) return;
   environment.reset();
-  reason = "the thread that writes can't be started";
+  reason = "the writer thread can't be started";
 }
 
 FactStore::~FactStore() {
@@ -61,10 +61,11 @@ void FactStore::Open() try {
     environment = std::make_unique<StoreEnvironment>(folder, limit);
   } catch (const StoreError& error) {
     if (!error.isDamage) throw;
-    // Unless another process has been quicker.
+    // Unless another process has done so meanwhile.
     if (StoreIndex(folder) == index) {
       const WideString other = SetStoreAside(folder);
-      LogWarning(error.what() + std::string("; it is ") + Quoted(other) + " now, and made anew");
+      LogWarning(error.what() + std::string("; it was moved to ") + Quoted(other) +
+                 ", and a new one is created");
     }
     environment = std::make_unique<StoreEnvironment>(folder, limit);
   }
@@ -78,7 +79,8 @@ void FactStore::SetReason(const std::string& text) {
   reason = text;
 }
 
-// After damage that showed while the store was in use, or a failure that leaves it unusable.
+// After damage that was found while the store was in use, or after a failure that leaves it
+// unusable.
 void FactStore::OpenAnew(bool isDamage) {
   const std::unique_lock lock(environmentMutex);
   if (environment == nullptr) return;
@@ -88,7 +90,7 @@ void FactStore::OpenAnew(bool isDamage) {
   try {
     if (isDamage && isInPlace) {
       const WideString other = SetStoreAside(folder);
-      LogWarning("The store is " + Quoted(other) + " now, and made anew");
+      LogWarning("The store was moved to " + Quoted(other) + ", and a new one is created");
     }
     Open();
   } catch (const std::exception& error) {
@@ -97,7 +99,7 @@ void FactStore::OpenAnew(bool isDamage) {
   }
 }
 
-// What was made anew since isn't meant.
+// The writer ignores this if the store has been replaced since.
 void FactStore::TellDamage(const StoreError& error, std::uint64_t seenGeneration) {
   if (!error.isDamage) return;
   LogWarning(error.what());
@@ -139,7 +141,7 @@ bool FactStore::Find(const StoredFile& file, DbBuffer* record) {
   return found;
 }
 
-// Null if there is no store, if the record is too large for it, or if too much waits.
+// Null if there is no store, if the record is too large for it, or if the queue is full.
 std::shared_ptr<FactStore::Waiting> FactStore::Enqueue(const StoredFile& file, EntryView record,
                                                        bool isAwaited) {
   if (record.size() > LargestRecord(limit)) return {};
@@ -147,7 +149,7 @@ std::shared_ptr<FactStore::Waiting> FactStore::Enqueue(const StoredFile& file, E
   auto one = std::make_shared<Waiting>(KeyedEntry{key, MakeEntry(file, record)});
   if (isAwaited) {
     platform::MakeEvent(one->done);
-    if (one->done == nullptr) throw std::runtime_error("the system has no event left to wait for");
+    if (one->done == nullptr) throw std::runtime_error("the system can't create an event");
   }
   {
     const std::lock_guard lock(mutex);
@@ -174,7 +176,7 @@ void FactStore::KeepNow(const StoredFile& file, EntryView record) {
   if (one || thread == nullptr) throw std::runtime_error(reason);
   const bool isTooLarge = record.size() > LargestRecord(limit);
   throw std::runtime_error(isTooLarge ? "it is too large for the store's limit"
-                                      : "too much waits to be written");
+                                      : "too many records are waiting to be written");
 }
 
 FileFigures FactStore::Figures() {
@@ -208,7 +210,7 @@ void FactStore::WriteUntilStopped() {
     if (IsAtEnd()) return;
     std::size_t index = 0;
     static_cast<void>(platform::WaitForAny(&work, 1, index));
-    platform::LowerEvent(work);  // and then everything is looked at again
+    platform::LowerEvent(work);  // before everything is checked again
     if (TakeDamage()) OpenAnew(true);
   }
 }
@@ -216,14 +218,14 @@ void FactStore::WriteUntilStopped() {
 void FactStore::WriteInTurn(const WaitingList& batch) {
   if (!TakeTurn()) {
     Finish(batch, false);
-    // Nobody waits once more for what didn't come.
+    // The rest isn't made to wait for another timeout.
     Finish(TakeBatch(std::numeric_limits<std::size_t>::max()), false);
     return;
   }
   const bool stored = Write(batch);
   platform::UnlockFile(turn);
   Finish(batch, stored);
-  std::this_thread::sleep_for(kPause);  // the others' turn
+  std::this_thread::sleep_for(kPause);  // lets other processes write
 }
 
 bool FactStore::IsStopping() {
@@ -231,13 +233,13 @@ bool FactStore::IsStopping() {
   return stops;
 }
 
-// False if it doesn't come. Where there is no file for it, LMDB's lock has to do.
+// False after the timeout. If the lock file can't be opened, LMDB's own lock has to suffice.
 bool FactStore::TakeTurn() {
   const auto begin = std::chrono::steady_clock::now();
   while (platform::TryLockFile(turn) == platform::kSharingViolation) {
     const auto timeout = IsStopping() ? kLockTimeoutAtEnd : kLockTimeout;
     if (std::chrono::steady_clock::now() - begin > timeout) {
-      SetReason("another process that writes to the store doesn't go on");
+      SetReason("another process that is writing to the store is stalled");
       return false;
     }
     std::this_thread::sleep_for(kPause / 2);
@@ -263,8 +265,8 @@ FactStore::WaitingList FactStore::TakeBatch(std::size_t most) {
   return batch;
 }
 
-// What would be written over at once isn't written: a page that a transaction both takes at the
-// file's end and gives back never gets there, and then the file looks cut off.
+// An entry that a later one of the batch replaces isn't written: a page that one transaction both
+// allocates at the file's end and frees is never written, and then the file looks truncated.
 std::vector<const KeyedEntry*> FactStore::LastOfEachKey(const WaitingList& batch) {
   std::vector<const KeyedEntry*> entries;
   for (auto one = batch.rbegin(); one != batch.rend(); ++one) {
@@ -276,7 +278,7 @@ std::vector<const KeyedEntry*> FactStore::LastOfEachKey(const WaitingList& batch
   return entries;
 }
 
-// Once more after damage, into a store that is made anew.
+// Tries again after damage, in the new store.
 bool FactStore::Write(const WaitingList& batch) {
   const std::vector<const KeyedEntry*> entries = LastOfEachKey(batch);
   for (bool again = false;; again = true) {

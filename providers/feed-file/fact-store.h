@@ -1,12 +1,12 @@
-// The file provider's store: facts about files, kept from one process to the next.
+// The file provider's store: a cache of records that outlives the process.
 //
-// It is a cache, and whatever is wrong with it is no reason to fail: a store that can't be opened
-// finds nothing and keeps nothing, one that turns out to be damaged, or to be of another format, is
-// set aside and made anew. Lines of the log tell of both.
+// A fault of the store isn't an error: a store that can't be opened finds nothing and keeps
+// nothing, and one that is damaged or of another format is set aside and replaced by a new one.
+// Both are logged.
 //
-// What is kept is written by a thread of the store's own, many entries at once, each time to the
-// disk. Find sees it at once, other processes when it has been written; what hasn't been when a
-// process is killed is lost. Any thread may call. Not for the child of a fork.
+// A thread of the store writes the records, many in one synchronous commit. Find returns a record
+// as soon as it is kept; other processes find it after the commit. Records that aren't committed
+// when the process is killed are lost. Thread-safe. Must not be used in the child of a fork.
 #pragma once
 
 #include <atomic>
@@ -29,26 +29,25 @@ namespace larder::feed {
 
 class FactStore {
  public:
-  // storeFolder exists: it is that of MakeStoreFolder. maxBytes: of the file, see
-  // StoreEnvironment. An empty folder or a limit of 0 means that there is no store, for the reason
-  // given.
+  // storeFolder: from MakeStoreFolder; exists. maxBytes: of the file, see StoreEnvironment. An
+  // empty folder or a limit of 0 means no store, for the reason whyNone.
   FactStore(const WideString& storeFolder, std::uint64_t maxBytes, const std::string& whyNone = {});
-  // Returns when all is written, or has to be given up since another process that writes doesn't go
-  // on. No call may run.
+  // Waits until all records are written, but gives up if another writer is stalled. No other call
+  // may be running.
   ~FactStore();
   FactStore(const FactStore&) = delete;
   FactStore& operator=(const FactStore&) = delete;
 
-  // False if nothing is stored of the file in this state; record stays as it was then.
+  // False, and record unchanged, if there is no record of the file in this state.
   bool Find(const StoredFile& file, DbBuffer* record);
 
-  // Stores a copy of the record some time soon, or not at all.
+  // Stores a copy of the record later, or not at all.
   void Keep(const StoredFile& file, EntryView record);
-  // Returns when it is stored; throws std::runtime_error with the reason if it can't be. Waits for
-  // another process that writes for some seconds at most.
+  // Returns when the record is stored. Throws std::runtime_error with the reason if it can't be.
+  // Waits at most some seconds for a writer of another process.
   void KeepNow(const StoredFile& file, EntryView record);
 
-  // Counts what only the provider knows of.
+  // For the counts that the provider takes.
   void CountComputed() noexcept { computed.fetch_add(1, std::memory_order_relaxed); }
   void CountRefused() noexcept { refused.fetch_add(1, std::memory_order_relaxed); }
 
@@ -63,7 +62,7 @@ class FactStore {
     Waiting& operator=(const Waiting&) = delete;
 
     const KeyedEntry keyed;
-    platform::Handle done = nullptr;  // raised when state has changed; null if nobody waits for it
+    platform::Handle done = nullptr;  // set when state has changed; null if nobody waits
     State state = State::kWaiting;
   };
   using WaitingList = std::vector<std::shared_ptr<Waiting>>;
@@ -95,23 +94,23 @@ class FactStore {
   std::atomic<std::uint64_t> computed = 0;
   std::atomic<std::uint64_t> refused = 0;
 
-  // Whose turn it is to write, among all processes: LMDB's own lock would wait without a limit for
-  // one that was stopped amid a transaction.
+  // Serializes the writers of all processes. LMDB's own lock would wait without a limit for a
+  // process that was suspended within a transaction.
   platform::Handle turn = platform::InvalidHandle();
 
-  StoreLock environmentMutex;  // guards the pointer and the number; the writer alone changes them
+  StoreLock environmentMutex;  // guards the next two, which only the writer changes
   std::unique_ptr<StoreEnvironment> environment;
-  std::uint64_t generation = 1;  // of the environments
+  std::uint64_t generation = 1;  // counts the environments
 
   StoreLock mutex;                  // guards the rest
-  platform::Handle work = nullptr;  // raised when there is something to do
+  platform::Handle work = nullptr;  // set when the writer has something to do
   std::deque<std::shared_ptr<Waiting>> queue;
-  // What is queued or is being written, the latest of each key.
+  // The latest of each key that is queued or being written.
   std::unordered_map<std::uint64_t, std::shared_ptr<Waiting>> waiting;
-  std::atomic<bool> isWaiting = false;  // whether there are any, for those who don't hold the mutex
+  std::atomic<bool> isWaiting = false;  // !waiting.empty(), readable without the mutex
   std::size_t waitingBytes = 0;
   std::string reason;                   // why there is no store, or why the last batch failed
-  std::uint64_t damagedGeneration = 0;  // that showed damage
+  std::uint64_t damagedGeneration = 0;  // in which damage was found
   bool stops = false;
   platform::Handle thread = nullptr;
 };

@@ -15,16 +15,16 @@
 namespace larder::feed {
 namespace {
 
-// By how much two changes of the file must lie apart to be sure to leave different times. Where
-// both times are whole seconds nothing finer may be kept, whatever the file system is.
+// How far apart two changes of the file must be to be sure to leave different times. If both times
+// are whole seconds, seconds may be all that is kept, whatever the file system.
 std::uint64_t SettleTime(const ObjectIdentity& wanted, const platform::FileInfo& info) {
   constexpr std::uint64_t kSecond = 10'000'000;
   if (info.lastModified % kSecond == 0 && info.changed % kSecond == 0) return 2 * kSecond;
   return platform::FileTimeGranularity(wanted.path);
 }
 
-// Whether the file had stood still long enough at a moment for any change after it to show in its
-// times. Both times are looked at: the one may be set by anybody, the other isn't everywhere.
+// Whether any change of the file after the moment must show in its times. Both times are compared:
+// programs can set lastModified, and not every file system has the time of change.
 bool IsSettled(const ObjectIdentity& wanted, const platform::FileInfo& info, std::uint64_t moment) {
   const std::uint64_t latest = std::max(info.lastModified, info.changed);
   return latest < moment && moment - latest > SettleTime(wanted, info);
@@ -44,7 +44,7 @@ void CheckBlock(const ObjectIdentity& wanted, const DbBuffer& block) {
                         std::to_string(LARDER_FEED_FILE_TYPE));
 }
 
-// The file that a written block tells of, as it is now.
+// The current state of the file that a written block is about.
 platform::FileInfo QueryWrittenFile(const ObjectIdentity& wanted) {
   platform::FileInfo info;
   platform::FileKind kind{};
@@ -88,7 +88,7 @@ void FeedFileProvider::Query(const void* objectDescriptor, std::uint32_t queryOp
       return;
     default:
       throw std::invalid_argument("The file provider has no query option " +
-                                  std::to_string(queryOption) + ": 0, 1 and 2 are all");
+                                  std::to_string(queryOption) + "; it must be 0, 1 or 2");
   }
 }
 

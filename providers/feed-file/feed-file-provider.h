@@ -1,9 +1,9 @@
-// The file provider, type 1: facts about files, from the store or computed by the query module.
+// The file provider, type 1: records of files, from the store or computed by the query module.
 //
-// An object is named by a FileObjectDescriptor; larder/feed-file.h has the query options and what a
-// written record must be. No data for a file that doesn't exist; the result
-// LARDER_E_FILE_ID_MISMATCH when the descriptor's lastModified isn't 0 and isn't the file's; an
-// exception with the path and the reason for what isn't a regular file or can't be read.
+// A FileObjectDescriptor names the file; larder/feed-file.h has the query options and the
+// requirements for a written record. A file that doesn't exist has no data. A descriptor whose
+// lastModified is neither 0 nor the file's gets the result LARDER_E_FILE_ID_MISMATCH. Anything that
+// isn't a regular file or can't be read is an exception with the path and the reason.
 #pragma once
 
 #include <larder/provider.h>
@@ -19,7 +19,7 @@ namespace larder::feed {
 
 class FeedFileProvider final : public IDataProvider {
  public:
-  // Loads the query module that the registry names; throws std::runtime_error if it can't.
+  // Loads the query module that the registry names. Throws std::runtime_error if it can't be used.
   FeedFileProvider();
 
   std::int32_t GetType() override;

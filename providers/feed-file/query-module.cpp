@@ -33,16 +33,16 @@ std::unique_ptr<IFileQuery> QueryModule::File::MakeQuery(const WideString& path)
   const platform::Symbol symbol = platform::FindSymbol(module.Get(), kExport);
   if (symbol == nullptr) Fail(path, std::string("it doesn't export ") + kExport);
   IFileQuery* made = nullptr;
-  // The module is unloaded on the way out, and its exception's code with it: what travels on must
-  // be this module's.
+  // Unwinding unloads the module, and with it the code of the module's exception types, so only
+  // exceptions of this module may leave.
   try {
     reinterpret_cast<GetFileQueryFunction>(symbol)(&made);
   } catch (const std::exception& error) {
     Fail(path, error.what());
   } catch (...) {
-    Fail(path, std::string(kExport) + " throws what is no std::exception");
+    Fail(path, std::string(kExport) + " threw something that isn't a std::exception");
   }
-  if (made == nullptr) Fail(path, std::string(kExport) + " makes no object");
+  if (made == nullptr) Fail(path, std::string(kExport) + " created no object");
   return std::unique_ptr<IFileQuery>(made);
 }
 

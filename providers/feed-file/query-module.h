@@ -1,4 +1,4 @@
-// The file provider's hold on its query module: the loaded module and the module's object.
+// The file provider's query module: where it is, and the loaded module with its object.
 #pragma once
 
 #include <memory>
@@ -9,18 +9,16 @@
 
 namespace larder::feed {
 
-// szLocation of the key Install and szFileQuery of the key DataProviders\FeedFile, joined as they
-// stand; "stock-file-query.dll" where no szFileQuery is. Both keys lie below
-// Software\Velmor\Larder\ in the machine's registry, and both values are of type REG_SZ with at
-// most 98 characters: throws std::runtime_error, with the value's name and the reason, for one that
-// is there and can't be used.
+// The path of the query module: szLocation of the key Install, followed immediately by szFileQuery
+// of the key DataProviders\FeedFile or, if that doesn't exist, by "stock-file-query.dll". Throws as
+// ReadRegistryText does.
 WideString QueryModulePath();
 
-// Made and destroyed on one thread at a time; used on any.
+// Thread-safe but for creation and destruction.
 class QueryModule {
  public:
-  // Throws std::runtime_error, with the path and the reason, if the module can't be loaded, has no
-  // GetFileQuery or makes no object; nothing of the module is left loaded then.
+  // Throws std::runtime_error, with the path and the reason, if the module can't be loaded, doesn't
+  // export GetFileQuery or creates no object. The module is unloaded then.
   explicit QueryModule(const WideString& path);
 
   IFileQuery* operator->() const { return query.get(); }
@@ -36,7 +34,7 @@ class QueryModule {
     platform::OwnedModule module;
   };
 
-  File file;  // goes last
+  File file;  // destroyed after the object
   std::unique_ptr<IFileQuery> query;
 };
 

@@ -15,7 +15,7 @@
 namespace larder::feed {
 namespace {
 
-constexpr std::uint32_t kUsualLimit = 1024;  // MiB
+constexpr std::uint32_t kDefaultLimit = 1024;  // MiB
 constexpr const LarderWideChar* kLimitName = LARDER_WIDE("dwStoreLimitMiB");
 
 struct Holder {
@@ -25,7 +25,7 @@ struct Holder {
 
 Holder CurrentHolder;
 
-// Another thread of the parent may have held the mutex, and the store is the parent's.
+// The store is the parent's, and another thread of the parent may have held the mutex.
 void ForgetStoreInForkedChild() { new (&CurrentHolder) Holder; }
 
 void WatchForks() {
@@ -35,10 +35,10 @@ void WatchForks() {
 
 std::uint32_t LimitInMiB() try {
   return ReadRegistryNumber(LARDER_WIDE("DataProviders\\FeedFile"), kLimitName)
-      .value_or(kUsualLimit);
+      .value_or(kDefaultLimit);
 } catch (const std::runtime_error& error) {
-  LogWarning(error.what() + std::string("; it is taken for ") + std::to_string(kUsualLimit));
-  return kUsualLimit;
+  LogWarning(error.what() + std::string("; the default is used: ") + std::to_string(kDefaultLimit));
+  return kDefaultLimit;
 }
 
 std::shared_ptr<FactStore> OpenStore() {

@@ -1,5 +1,5 @@
-// The store of the process: an LMDB environment may be opened once in it, whatever the number of
-// provider's objects.
+// The store that all provider objects of the process share: a process may open an LMDB environment
+// only once.
 #pragma once
 
 #include <memory>
@@ -8,12 +8,12 @@
 
 namespace larder::feed {
 
-// Opened for the first that asks, and closed when the last has let it go. dwStoreLimitMiB of the
-// registry's key DataProviders\FeedFile limits its size. The child of a fork gets one of its own:
-// what it has from its parent it mustn't use.
+// Opens the store unless somebody holds it; it is closed when the last holder releases it.
+// dwStoreLimitMiB of the registry's key DataProviders\FeedFile limits its size. The child of a fork
+// gets a store of its own and must not use its parent's. May be called from any thread.
 std::shared_ptr<FactStore> SharedStore();
 
-// Zeros while nobody has it.
+// Zeros while nobody holds the store. May be called from any thread.
 FileFigures SharedFigures();
 
 }  // namespace larder::feed

@@ -8,7 +8,7 @@ namespace larder::feed {
 namespace {
 
 struct EntryHead {
-  std::uint64_t checksum;  // of all that follows it
+  std::uint64_t checksum;  // of all that follows
   std::uint64_t size;
   std::uint64_t lastModified;
   std::uint64_t volume;

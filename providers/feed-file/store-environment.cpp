@@ -15,7 +15,7 @@ namespace {
 constexpr std::uint64_t kFirstMap = std::uint64_t{16} << 20;
 constexpr unsigned kMaxReaders = 1022;  // of all processes together
 constexpr mdb_mode_t kFileMode = 0660;
-constexpr int kMaxRemaps = 16;  // in a row, while another process makes the file larger
+constexpr int kMaxRemaps = 16;  // in succession, while another process enlarges the file
 constexpr const char* kEntries = "entries";
 constexpr const char* kIndex = "index";
 constexpr const char* kFormat = "format";
@@ -30,20 +30,20 @@ MDB_val ValueOf(const char* text) { return {std::strlen(text), const_cast<char*>
 
 MDB_val ValueOf(std::uint64_t& number) { return {sizeof number, &number}; }
 
-// The first 64 bits of a value; 0 if there are fewer.
+// The first 64 bits of a value; 0 if it is shorter.
 std::uint64_t NumberIn(const MDB_val& value) {
   std::uint64_t number = 0;
   if (value.mv_size >= sizeof number) std::memcpy(&number, value.mv_data, sizeof number);
   return number;
 }
 
-// What is stored, behind its key.
+// The entry, which follows its key.
 EntryView EntryIn(const MDB_val& value) {
   const EntryView whole(static_cast<const unsigned char*>(value.mv_data), value.mv_size);
   return whole.subspan(std::min(whole.size(), sizeof(std::uint64_t)));
 }
 
-// Good while its transaction is.
+// Valid as long as its transaction.
 class Cursor {
  public:
   Cursor(MDB_txn* transaction, MDB_dbi table)
@@ -64,22 +64,22 @@ class Cursor {
   int opening;
 };
 
-// What an entry takes of the file, roughly: one of more than half a page has pages of its own.
+// Roughly the space that an entry needs: one of more than half a page has its own pages.
 std::uint64_t BytesFor(const KeyedEntry& keyed) {
   constexpr std::uint64_t kPage = 4096;
   return (keyed.entry.size() + kPage) / kPage * kPage;
 }
 
-// LMDB's own codes are negative, the others the system's. (For these LMDB's texts aren't safe on
-// every system.)
+// LMDB's own codes are negative, the others the system's. (For the latter, mdb_strerror isn't safe
+// on every system.)
 std::string ReasonOf(int code) {
   const std::string text = code < 0 ? mdb_strerror(code) : std::system_category().message(code);
   return text + " (code " + std::to_string(code) + ')';
 }
 
-// LMDB ends the process when its own tests fail, unless this doesn't return.
+// LMDB ends the process after a failed assertion if this returns.
 [[noreturn]] void FailAssertion(MDB_env*, const char* text) {
-  throw StoreError(std::string("The store contradicts itself: ") + text, true);
+  throw StoreError(std::string("The store is inconsistent: ") + text, true);
 }
 
 struct AbortTransaction {
@@ -89,7 +89,7 @@ using Transaction = std::unique_ptr<MDB_txn, AbortTransaction>;
 
 }  // namespace
 
-// One write transaction; aborted unless it is committed.
+// A write transaction, aborted unless it is committed.
 class StoreEnvironment::WriteTransaction {
  public:
   WriteTransaction(const StoreEnvironment& storeEnvironment, MDB_txn* begun)
@@ -137,7 +137,7 @@ int StoreEnvironment::WriteTransaction::RemoveOldest() {
   return code == MDB_NOTFOUND ? MDB_SUCCESS : code;
 }
 
-// What was stored under a key before.
+// Removes the entry that was stored under the key before.
 int StoreEnvironment::WriteTransaction::RemoveEarlier(MDB_val key) {
   MDB_val value{};
   int code = mdb_get(transaction.get(), environment.indexTable, &key, &value);
@@ -238,12 +238,12 @@ void StoreEnvironment::Check(int code) const {
 }
 
 bool StoreEnvironment::IsDamage(int code) const {
-  // Numbers that don't come in their order, too deep a tree, and a transaction that can't go on:
-  // LMDB keeps to itself what it found where it looked up a table.
+  // The last three: numbers out of order, too deep a tree, and a failed transaction, as which LMDB
+  // reports what it finds while it looks up a table.
   constexpr std::array kCodes{MDB_PAGE_NOTFOUND, MDB_CORRUPTED, MDB_VERSION_MISMATCH, MDB_INVALID,
                               MDB_INCOMPATIBLE,  MDB_KEYEXIST,  MDB_CURSOR_FULL,      MDB_BAD_TXN};
   if (std::find(kCodes.begin(), kCodes.end(), code) != kCodes.end()) return true;
-  // A page beyond the end of any file: no whole store has one outside the map.
+  // A page beyond the maximum size of a file; an intact store has no page outside the map.
   return code == EFBIG && platform::MaxFileSize() > MapSize();
 }
 
@@ -255,15 +255,15 @@ void StoreEnvironment::Open() {
   Check(mdb_env_set_maxdbs(made, 2));
   Check(mdb_env_set_maxreaders(made, kMaxReaders));
   Check(mdb_env_set_mapsize(made, std::max(std::min(kFirstMap, limit), DataFileSize())));
-  // No pthread key, whose destructor would be called after the module has gone.
+  // Without MDB_NOTLS, a pthread key's destructor would be called after the module is unloaded.
   Check(mdb_env_open(made, path.c_str(), MDB_NOTLS | MDB_NORDAHEAD, kFileMode));
   RequireWholeFile();
   mdb_reader_check(made, nullptr);
   if (!OpenTables(MDB_RDONLY)) OpenTables(0);
 }
 
-// What reached past the file's end would end the process at the first touch. (Where the file has
-// been made as large as the map, there are zeros now, which LMDB knows to be damage.)
+// An access beyond the file's end would end the process. (Where the file was extended to the size
+// of the map, there are zeros now, which LMDB detects as damage.)
 void StoreEnvironment::RequireWholeFile() const {
   MDB_envinfo info{};
   MDB_stat stat{};
@@ -272,12 +272,12 @@ void StoreEnvironment::RequireWholeFile() const {
   const std::uint64_t needed = (info.me_last_pgno + 1) * std::uint64_t{stat.ms_psize};
   const std::uint64_t size = DataFileSize();
   if (size >= needed) return;
-  throw StoreError("The store \"" + path + "/" + kDataFile + "\" is cut off: it has " +
+  throw StoreError("The store \"" + path + "/" + kDataFile + "\" is truncated: it has " +
                        std::to_string(size) + " bytes of " + std::to_string(needed),
                    true);
 }
 
-// flags: MDB_RDONLY opens what is there, false if something isn't; 0 makes it.
+// flags: MDB_RDONLY opens the tables and returns false if one doesn't exist; 0 creates them.
 bool StoreEnvironment::OpenTables(unsigned flags) {
   const bool make = flags != MDB_RDONLY;
   const unsigned tableFlags = MDB_INTEGERKEY | (make ? MDB_CREATE : 0u);
@@ -334,8 +334,8 @@ std::uint64_t StoreEnvironment::MapSize() const {
   return info.me_mapsize;
 }
 
-// size: at least that; never less than others have made of the file. In large steps, since all that
-// was mapped is lost with each.
+// The new size is at least this and at least the file's. Grows in large steps, because each remap
+// invalidates all that was mapped.
 int StoreEnvironment::Remap(std::uint64_t size) {
   const std::unique_lock lock(mapMutex);
   if (!IsUsable()) return MDB_PANIC;
@@ -344,7 +344,7 @@ int StoreEnvironment::Remap(std::uint64_t size) {
   while (newSize < needed) newSize *= 2;
   newSize = std::max(std::min(newSize, limit), needed);
   const int code = mdb_env_set_mapsize(environment.get(), newSize);
-  isUnusable = code != MDB_SUCCESS;  // the earlier map is gone by then
+  isUnusable = code != MDB_SUCCESS;  // the old map is gone
   return code;
 }
 
@@ -383,7 +383,7 @@ StoreSize StoreEnvironment::Size() {
   return size;
 }
 
-// How many of them a transaction takes that leaves most of the store alone.
+// The number of entries that one transaction writes without changing most of the store.
 std::size_t StoreEnvironment::CountInTransaction(std::span<const KeyedEntry* const> entries) const {
   std::uint64_t bytes = BytesFor(*entries.front());
   std::size_t count = 1;
@@ -391,9 +391,9 @@ std::size_t StoreEnvironment::CountInTransaction(std::span<const KeyedEntry* con
   return count;
 }
 
-// In a transaction of its own: what it frees can be used by later ones alone. A quarter of the
-// limit stays free, since a transaction copies what it changes, and pages that a reader may still
-// look at aren't used again at once.
+// In a separate transaction, because only later ones can use the pages that it frees. A quarter of
+// the limit stays free, because a transaction copies what it changes, and pages that a reader may
+// still use aren't reused at once.
 int StoreEnvironment::MakeRoomFor(std::span<const KeyedEntry* const> entries) {
   const std::shared_lock map(mapMutex);
   if (!IsUsable()) return MDB_PANIC;
@@ -403,8 +403,8 @@ int StoreEnvironment::MakeRoomFor(std::span<const KeyedEntry* const> entries) {
   std::uint64_t needed = 0;
   for (const KeyedEntry* keyed : entries) needed += BytesFor(*keyed);
   if (write.UsedBytes() + needed <= limit / 4 * 3) return MDB_SUCCESS;
-  // Many small ones may have to go for a large one, but a limit that was lowered isn't reached in
-  // one transaction.
+  // Many small entries may have to be removed for a large one, but a limit that was lowered isn't
+  // reached in one transaction.
   for (std::size_t i = 0; i < 32 * entries.size() + 64; ++i) {
     if (const int code = write.RemoveOldest()) return code;
     if (write.UsedBytes() + needed <= limit / 4 * 3) break;
@@ -435,12 +435,12 @@ void StoreEnvironment::WriteSome(std::span<const KeyedEntry* const> entries) {
       Check(Remap(0));
       continue;
     }
-    if (code == MDB_PANIC) isUnusable = true;  // a commit failed half-way; the store is whole
+    if (code == MDB_PANIC) isUnusable = true;  // a commit failed; the file is intact
     if (code != MDB_MAP_FULL) Fail(code);
     if (Grow()) continue;
-    // What readers that were killed looked at is still kept.
+    // Pages of readers that were killed are still reserved.
     mdb_reader_check(environment.get(), nullptr);
-    if (++fulls == 4) throw StoreError("No room can be made in the store \"" + path + '"', false);
+    if (++fulls == 4) throw StoreError("No space can be freed in the store \"" + path + '"', false);
   }
 }
 

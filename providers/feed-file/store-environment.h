@@ -1,10 +1,10 @@
-// The store's LMDB environment: one folder with a data file and a lock file, for many processes at
-// once. Two tables: the entries, each behind its key, by a number that tells the order in which
-// they were stored, so that new ones go to one end and old ones from the other; by key, that
-// number.
+// The store's LMDB environment: a folder with a data file and a lock file, shared by all processes.
+// It has two tables. One maps ascending numbers to entries, each preceded by its key: new entries
+// are appended at one end, the oldest are removed from the other. The other table maps a key to the
+// number of its entry.
 //
-// Readers never wait for writers. A process opens a folder at most once, and not in the child of a
-// fork with what its parent has opened.
+// Readers never wait for writers. A process may open a folder only once; the child of a fork must
+// not use an environment that its parent has opened.
 #pragma once
 
 #include <lmdb.h>
@@ -28,7 +28,7 @@ class StoreError : public std::runtime_error {
  public:
   StoreError(const std::string& text, bool damage) : std::runtime_error(text), isDamage(damage) {}
 
-  const bool isDamage;  // the store's own contents are to blame
+  const bool isDamage;  // the cause is the contents of the store
 };
 
 struct KeyedEntry {
@@ -41,33 +41,36 @@ struct StoreSize {
   std::uint64_t bytes = 0;
 };
 
-// With less, what a single transaction changes would be a large part of the whole.
+// With less, one transaction would change a large part of the store.
 inline constexpr std::uint64_t kMinLimit = std::uint64_t{8} << 20;
 
 class StoreEnvironment {
  public:
-  // folder exists. maxBytes: how large the data file becomes at most, at least kMinLimit. Throws
-  // StoreError with the path and the reason: for what is no store, or one of another format, with
-  // isDamage.
+  // folder exists. maxBytes: the maximum size of the data file, at least kMinLimit. Throws
+  // StoreError with the path and the reason, with isDamage if the file isn't a store or has another
+  // format.
   StoreEnvironment(const WideString& folder, std::uint64_t maxBytes);
-  // No call may run.
+  // No other call may be running.
   ~StoreEnvironment();
   StoreEnvironment(const StoreEnvironment&) = delete;
   StoreEnvironment& operator=(const StoreEnvironment&) = delete;
 
-  // Copies the record of a file; false if there is none. Throws StoreError. Any thread.
+  // Copies the record of a file; false if there is none. Throws StoreError. May be called from any
+  // thread.
   bool Find(std::uint64_t key, const StoredFile& file, DbBuffer* record);
-  // Throws StoreError. Any thread.
+  // Throws StoreError. May be called from any thread.
   StoreSize Size();
 
-  // Stores all of them, in place of what has their keys; they are on disk when it returns. The
-  // oldest make room. Throws StoreError; some may be stored then. On one thread at a time.
+  // Stores all entries and replaces those with the same keys; they are on disk when it returns.
+  // Removes the oldest if there is no space. Throws StoreError; some entries may be stored then.
+  // One thread at a time.
   void Write(std::span<const KeyedEntry* const> entries);
 
-  // False after a failure that leaves nothing to go on with: every call throws then, and who wants
-  // a store opens it once more.
+  // False after a failure that makes the environment unusable: every call throws then, until the
+  // store is opened again.
   bool IsUsable() const noexcept { return !isUnusable; }
-  // Whether the folder still leads to what was opened: another process may have set it aside.
+  // Whether the folder still contains the store that was opened: another process may have set it
+  // aside.
   bool IsInPlace() const;
 
  private:
@@ -75,7 +78,7 @@ class StoreEnvironment {
     void operator()(MDB_env* opened) const noexcept { mdb_env_close(opened); }
   };
 
-  // A read transaction out of the pool, for one read at a time. The map can't move meanwhile.
+  // A read transaction from the pool, for one thread at a time. The map can't move meanwhile.
   class ReadTransaction {
    public:
     explicit ReadTransaction(StoreEnvironment& storeEnvironment);
@@ -114,7 +117,7 @@ class StoreEnvironment {
   const std::string path;  // of the folder, as LMDB takes it
   const std::uint64_t limit;
   std::uint64_t dataIndex = 0;  // the data file's identity
-  StoreLock mapMutex;           // held by one alone while the map moves
+  StoreLock mapMutex;           // exclusive while the map moves
   std::atomic<bool> isUnusable = false;
   std::unique_ptr<MDB_env, CloseEnvironment> environment;
   MDB_dbi entryTable = 0;

@@ -17,14 +17,14 @@ namespace {
   throw std::runtime_error(what + Quoted(path) + ": " + SystemReason(code));
 }
 
-void Make(const WideString& folder) {
+void Create(const WideString& folder) {
   const platform::Code code = platform::MakeFolder(folder);
   if (code != platform::kSuccess && code != platform::kAlreadyExists) {
-    Fail("Can't make the folder ", folder, code);
+    Fail("Can't create the folder ", folder, code);
   }
 }
 
-// What can't be removed is told by the renaming that fails then.
+// If this fails, so does the renaming that follows, which reports it.
 void Remove(const WideString& folder) {
   for (const WideView file : {LARDER_WIDE("\\data.mdb"), LARDER_WIDE("\\lock.mdb")}) {
     static_cast<void>(platform::RemoveFile(WideString(folder).append(file)));
@@ -38,12 +38,12 @@ WideString MakeStoreFolder() {
   WideString path;
   const platform::Code code = platform::CommonFolderPath(platform::CommonFolder::kData, path);
   if (code != platform::kSuccess) {
-    throw std::runtime_error("The system tells no folder for common data: " + SystemReason(code));
+    throw std::runtime_error("The system has no folder for common data: " + SystemReason(code));
   }
   for (const WideView level : {kMakerFolder, kProductFolder, kDatabasesFolder,
                                LARDER_WIDE("feed-file"), LARDER_WIDE("store")}) {
     path += '\\';
-    Make(path.append(level));
+    Create(path.append(level));
   }
   return path;
 }
@@ -66,7 +66,7 @@ WideString SetStoreAside(const WideString& storeFolder) {
   Remove(other);
   const platform::Code code = platform::RenameFile(storeFolder, other);
   if (code != platform::kSuccess) Fail("Can't set aside ", storeFolder, code);
-  Make(storeFolder);
+  Create(storeFolder);
   return other;
 }
 

@@ -1,8 +1,8 @@
-// Where the store lies, and where one goes that can't be used.
+// The folders of the store.
 //
-// Below the product's database directory there is "feed-file\", and in it "store\" with the store
-// itself, "turn.lock" and, at times, "set-aside\" with the one that was found damaged, or of
-// another format, last.
+// The folder "feed-file\" in the product's database directory contains "store\", the store itself;
+// "turn.lock"; and possibly "set-aside\", the last store that was found to be damaged or of another
+// format.
 #pragma once
 
 #include <cstdint>
@@ -11,20 +11,20 @@
 
 namespace larder::feed {
 
-// The folder of the store, without a backslash at its end, made with the levels above it. Throws
-// std::runtime_error, with the path and the reason, if it can't be made.
+// Creates the store's folder and the levels above it. Returns its path, without a backslash at the
+// end. Throws std::runtime_error, with the path and the reason, if a folder can't be created.
 WideString MakeStoreFolder();
 
-// The file by which processes take turns at writing: beside the store's folder, so that it outlives
-// a store that is set aside.
+// The lock file by which processes take turns at writing. It is beside the store's folder, so that
+// it remains when a store is set aside.
 WideString TurnFile(const WideString& storeFolder);
 
-// The identity of the store's data file; 0 if there is none.
+// The file index of the store's data file; 0 if the file doesn't exist.
 std::uint64_t StoreIndex(const WideString& storeFolder);
 
-// Gives the store's folder its other name, in place of what bore it before, and makes the folder
-// anew; returns the other name. Nobody in this process has the store open. Throws as
-// MakeStoreFolder: where others have it open it may not be possible.
+// Renames the store's folder to "set-aside", replacing what has that name, and creates an empty
+// folder in its place. Returns the new path. The store must not be open in this process. Throws as
+// MakeStoreFolder does; on some systems it fails while another process has the store open.
 WideString SetStoreAside(const WideString& storeFolder);
 
 }  // namespace larder::feed

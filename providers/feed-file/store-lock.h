@@ -1,9 +1,10 @@
-// A lock for moments: held by many that share it or by one alone.
+// A shared mutex for short critical sections, usable with std::lock_guard, std::unique_lock and
+// std::shared_lock.
 //
-// Who has to wait yields the processor and tries again, so nothing of the system is needed for it,
-// and nothing stays behind when the module goes. (What the C++ runtime of one system makes for its
-// mutexes is never given back.) Meets the requirements of std::lock_guard and std::shared_lock. Who
-// wants it alone isn't kept waiting by newcomers.
+// A thread that has to wait yields the processor and tries again. So the lock needs no object of
+// the system, and none is leaked when the module is unloaded: the C++ runtime of one system never
+// frees those that it creates for its mutexes. A thread that waits for exclusive ownership keeps
+// later threads out, shared ones too.
 #pragma once
 
 #include <atomic>
@@ -17,20 +18,20 @@ class StoreLock {
   // NOLINTBEGIN(readability-identifier-naming): the standard library's names
   void lock() noexcept {
     std::uint32_t seen = state.load(std::memory_order_relaxed);
-    while ((seen & kAlone) != 0 ||
-           !state.compare_exchange_weak(seen, seen | kAlone, std::memory_order_acquire)) {
+    while ((seen & kExclusive) != 0 ||
+           !state.compare_exchange_weak(seen, seen | kExclusive, std::memory_order_acquire)) {
       std::this_thread::yield();
       seen = state.load(std::memory_order_relaxed);
     }
-    while (state.load(std::memory_order_acquire) != kAlone) std::this_thread::yield();
+    while (state.load(std::memory_order_acquire) != kExclusive) std::this_thread::yield();
   }
   void unlock() noexcept { state.store(0, std::memory_order_release); }
 
   void lock_shared() noexcept {
     std::uint32_t seen = state.load(std::memory_order_relaxed);
-    while ((seen & kAlone) != 0 ||
+    while ((seen & kExclusive) != 0 ||
            !state.compare_exchange_weak(seen, seen + 1, std::memory_order_acquire)) {
-      if ((seen & kAlone) != 0) std::this_thread::yield();
+      if ((seen & kExclusive) != 0) std::this_thread::yield();
       seen = state.load(std::memory_order_relaxed);
     }
   }
@@ -38,8 +39,8 @@ class StoreLock {
   // NOLINTEND(readability-identifier-naming)
 
  private:
-  static constexpr std::uint32_t kAlone = 0x80000000u;
-  std::atomic<std::uint32_t> state = 0;  // kAlone, and how many share it
+  static constexpr std::uint32_t kExclusive = 0x80000000u;
+  std::atomic<std::uint32_t> state = 0;  // kExclusive, and the number of shared owners
 };
 
 }  // namespace larder::feed

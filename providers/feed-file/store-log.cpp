@@ -17,7 +17,7 @@ namespace {
 
 bool IsLoggingEnabled() { return ReadRegistryText(kLoggingKey, kLoggingValue) == kLoggingOn; }
 
-// "24/02/29 11:09:55:  WARN: ", in UTC, as the library's own lines begin.
+// "24/02/29 11:09:55:  WARN: ", in UTC: the beginning of the library's own lines.
 std::string Stamp() {
   const auto now = std::chrono::system_clock::now();
   const auto day = std::chrono::floor<std::chrono::days>(now);
@@ -32,8 +32,8 @@ std::string Stamp() {
   return text.data();
 }
 
-// The logs directory, with the levels above it.
-bool MakeLogFolder(WideString& path) {
+// Creates the logs directory and the levels above it.
+bool CreateLogFolder(WideString& path) {
   if (platform::CommonFolderPath(platform::CommonFolder::kData, path) != platform::kSuccess) {
     return false;
   }
@@ -58,7 +58,7 @@ void Append(const WideString& path, const std::string& line) {
 
 void LogWarning(const std::string& text) noexcept try {
   WideString path;
-  if (!IsLoggingEnabled() || !MakeLogFolder(path)) return;
+  if (!IsLoggingEnabled() || !CreateLogFolder(path)) return;
   Append(path.append(LARDER_WIDE("\\feedf.log")), Stamp() + text + "\r\n");
 } catch (const std::exception&) {
   return;

@@ -1,12 +1,12 @@
-// What the file provider has to say about its store, where the library's log lies.
+// The file provider's own log, in the folder of the library's log files.
 #pragma once
 
 #include <string>
 
 namespace larder::feed {
 
-// Appends a line to "feedf.log" in the logs directory, if logging is on at this moment. A line that
-// can't be written is lost. Any thread; lets nothing out.
+// Appends a warning to "feedf.log" in the logs directory if logging is on at this moment. A line
+// that can't be written is lost. May be called from any thread; throws nothing.
 void LogWarning(const std::string& text) noexcept;
 
 }  // namespace larder::feed

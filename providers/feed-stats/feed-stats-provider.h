@@ -1,8 +1,9 @@
-// The statistics provider, type 3: counts what is asked of it. larder/feed-stats.h has its block.
+// The statistics provider, type 3: counts the calls that it gets. larder/feed-stats.h has its
+// record.
 //
-// There is one object, whatever the descriptor says: the descriptor and the query option aren't
-// read, and the key is always 1. Write counts the block and drops it. The counts begin when the
-// provider's object is made and end with it.
+// There is one object: the descriptor and the query option are ignored, and the key is always 1.
+// Write counts the block and discards it. The counts begin at 0 when the provider's object is
+// created.
 #pragma once
 
 #include <larder/feed-stats.h>
@@ -25,7 +26,7 @@ class FeedStatsProvider final : public IDataProvider {
   void Write(const void* objectDescriptor, std::uint64_t* key, DbBuffer* data) override;
 
  private:
-  // Nobody orders anything else by a count, so every access is relaxed.
+  // No other memory access depends on a count, so all accesses are relaxed.
   class Count {
    public:
     void Add(std::uint64_t more) noexcept { value.fetch_add(more, std::memory_order_relaxed); }

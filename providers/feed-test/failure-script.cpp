@@ -4,8 +4,8 @@
 #include <stdexcept>
 #include <system_error>
 
-#include "common/object-identity.h"
 #include "common/errors.h"
+#include "common/object-identity.h"
 #include "platform/utf.h"
 
 namespace larder::feed {
@@ -21,7 +21,8 @@ bool TakePrefix(std::string_view& text, std::string_view prefix) {
   return true;
 }
 
-// The text up to the separator, which is taken as well; all of it if there is none.
+// Removes and returns the text before the separator, and removes the separator; all of the text if
+// there is none.
 std::string_view TakeUntil(std::string_view& text, char separator, bool& found) {
   const std::size_t end = text.find(separator);
   found = end != std::string_view::npos;
@@ -79,7 +80,7 @@ Outcome ParseQueryOutcome(std::string_view text) {
 }  // namespace
 
 void Outcome::Raise() const {
-  if (kind == Kind::kCode) throw ResultError(code, "feed-test: failure asked for by the path");
+  if (kind == Kind::kCode) throw ResultError(code, "feed-test: failure requested by the path");
   if (kind == Kind::kText) throw std::runtime_error(text);
   if (kind == Kind::kUnknown) throw 0;  // not a std::exception
 }

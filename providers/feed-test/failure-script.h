@@ -1,4 +1,4 @@
-// Failures that a path asks for. feed-test-provider.h has the grammar.
+// The failures that a path requests. feed-test-provider.h has the grammar.
 #pragma once
 
 #include <array>
@@ -13,24 +13,24 @@ namespace larder::feed {
 
 enum class Operation { kGetKey, kQuery, kFreeQuery, kWrite };
 
-// What one operation is to do.
+// What one operation must do.
 struct Outcome {
   enum class Kind { kWork, kCode, kText, kUnknown, kEmpty };
 
   Kind kind = Kind::kWork;
-  bool filled = false;    // the query's buffer gets its block before the failure
+  bool filled = false;    // the query fills the buffer before it fails
   std::int32_t code = 0;  // with kCode
   std::string text;       // with kText
 
-  // Throws what a failing kind asks for; returns for kWork and kEmpty.
+  // Throws the exception that the kind requires; returns if it is kWork or kEmpty.
   void Raise() const;
 };
 
 // The outcomes of the four operations.
 class FailureScript {
  public:
-  // Reads the script in the last component of a path; a path without one lets everything work.
-  // Throws std::invalid_argument, with the script and the reason, if it is malformed.
+  // Parses the script in the last component of a path; without one, all operations work. Throws
+  // std::invalid_argument, with the script and the reason, if the script is malformed.
   static FailureScript OfPath(WideView path);
 
   const Outcome& For(Operation operation) const {

@@ -20,7 +20,7 @@ void CheckBlock(const ObjectIdentity& identity, const DbBuffer& data) {
   DataBlockHeader header;
   std::memcpy(&header, data.data, sizeof header);
   if (header.dataSize != data.size) {
-    throw std::invalid_argument(start + "says that it has " + std::to_string(header.dataSize));
+    throw std::invalid_argument(start + "has the dataSize " + std::to_string(header.dataSize));
   }
 }
 
@@ -85,7 +85,8 @@ FeedTestProvider::Block FeedTestProvider::Find(const ObjectIdentity& identity) {
 
 void FeedTestProvider::Remember(const unsigned char* block, const Outcome& freeOutcome) {
   const std::lock_guard lock(mutex);
-  // A host frees a block whose type was changed without telling: the address may be an old one.
+  // A host frees a block whose type was changed without calling the provider, so there may be an
+  // old entry for the address.
   freeOutcomes.erase(block);
   if (freeOutcome.kind != Outcome::Kind::kWork) freeOutcomes.emplace(block, freeOutcome);
 }

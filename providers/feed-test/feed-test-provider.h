@@ -1,16 +1,16 @@
 // The test provider, type 2: keeps blocks in memory, for authors of providers and of clients.
 //
-// An object is named by a FileObjectDescriptor and is whatever its lastModified and filePath say
-// together; nothing on disk is touched. Write stores a copy of the block, replacing the one before;
-// with an empty buffer (a block whose dataSize is 0) it forgets the object. Query returns what was
-// written, with providerType set to 2, or no data for an object that nobody wrote. The query option
-// is ignored. Everything is gone when the provider is.
+// The lastModified and filePath of a FileObjectDescriptor together name an object; files aren't
+// accessed. Write stores a copy of the block and replaces the previous one; with an empty buffer (a
+// block whose dataSize is 0) it removes the object. Query returns the block that was written, with
+// providerType set to 2, or no data if the object doesn't exist. The query option is ignored. All
+// objects are lost when the provider is destroyed.
 //
-// Write throws for a block that is shorter than its header and for one whose dataSize isn't the
-// buffer's size; an empty path is an exception everywhere.
+// Write throws if the block is shorter than its header or its dataSize isn't the buffer's size. All
+// operations throw if the path is empty.
 //
-// A path whose last component (what follows the last backslash, or the whole path) begins with
-// "fail:" is a script that makes operations fail:
+// If the last component of the path (what follows the last backslash, or the whole path) begins
+// with "fail:", it is a script that makes operations fail:
 //
 //   script    = "fail:" step { ";" step }
 //   step      = ( "getkey" | "freequery" | "write" ) "=" failure
@@ -19,21 +19,21 @@
 //             | "text:" text      a std::runtime_error with this text, in UTF-8
 //             | "unknown"         something that isn't a std::exception
 //   number    = signed 32-bit decimal number: [ "-" ] digits
-//   text      = any characters but ";" and "\", none included
+//   text      = any characters except ";" and "\"; may be empty
 //
-// "empty" leaves the buffer empty whatever was written; "filled," puts the block into the buffer
-// before the failure, or a bare header if nothing was written. Operations without a step work.
-// Words are lower case and nothing may stand between them. For example:
+// "empty" leaves the buffer empty, whatever was written. "filled," copies the block into the buffer
+// before the failure, or only a header if nothing was written. Operations without a step work.
+// Words are in lower case, without spaces between them. For example:
 //
 //   fail:query=code:-15                      LarderQuery returns -15
 //   C:\any\fail:write=text:The disk is full  LarderWrite returns LARDER_E_GENERIC
-//   fail:getkey=unknown                      both fail before the provider is asked for more
+//   fail:getkey=unknown                      both fail at GetKey
 //   fail:query=filled,code:7                 returns 7; the block in the buffer is freed
 //   fail:freequery=code:1;query=empty        two steps
 //
-// FreeQuery has no descriptor: a block remembers the script of the path it was queried under. A
-// failing FreeQuery leaves the block in the buffer.
-// A malformed script is an exception of every operation that has the path.
+// FreeQuery has no descriptor, so the script of the path that was queried applies to the block. If
+// FreeQuery fails, the block remains in the buffer. All operations with a path throw if its script
+// is malformed.
 #pragma once
 
 #include <larder/provider.h>
@@ -61,7 +61,7 @@ class FeedTestProvider final : public IDataProvider {
 
  private:
   using Block = std::vector<unsigned char>;
-  // A key isn't an identity: the table hashes with it, and compares the whole identity.
+  // The key serves as the hash; the table compares whole identities.
   struct HashIdentity {
     std::size_t operator()(const ObjectIdentity& identity) const noexcept {
       return static_cast<std::size_t>(KeyOf(identity));
@@ -74,7 +74,7 @@ class FeedTestProvider final : public IDataProvider {
 
   std::mutex mutex;  // guards the two tables
   std::unordered_map<ObjectIdentity, Block, HashIdentity> objects;
-  std::map<const unsigned char*, Outcome> freeOutcomes;  // of blocks that a client holds
+  std::map<const unsigned char*, Outcome> freeOutcomes;  // of the blocks that clients hold
 };
 
 }  // namespace larder::feed

@@ -228,8 +228,8 @@ TEST_F(FactStoreTest, SetsAsideAStoreOfANewerFormatAndSaysSo) {
   std::string line;
   std::getline(log, line);
   EXPECT_NE(line.find(":  WARN: The store \""), std::string::npos) << line;
-  EXPECT_NE(line.find("has the format 2, not 1; it is \""), std::string::npos) << line;
-  EXPECT_NE(line.find("set-aside\" now, and made anew"), std::string::npos) << line;
+  EXPECT_NE(line.find("has the format 2, not 1; it was moved to \""), std::string::npos) << line;
+  EXPECT_NE(line.find("set-aside\", and a new one is created"), std::string::npos) << line;
 }
 
 TEST_F(FactStoreTest, IsNoneWhereItCannotBe) {

@@ -135,7 +135,7 @@ TEST_F(FeedFile, RefusesAFolderAnEmptyPathAndAnUnknownOption) {
     }
   }
   EXPECT_EQ(FailureOf({}), "The descriptor's path is empty");
-  EXPECT_EQ(FailureOf(folder, 3), "The file provider has no query option 3: 0, 1 and 2 are all");
+  EXPECT_EQ(FailureOf(folder, 3), "The file provider has no query option 3; it must be 0, 1 or 2");
 }
 
 TEST_F(FeedFile, MakesItsKeyFromPathAndTimeWithoutTheFile) {

@@ -92,7 +92,7 @@ TEST_F(FeedTest, RefusesBlocksOfTheWrongSizeAndAnEmptyPath) {
   EXPECT_EQ(TextThrownBy([&] { WriteTo(*provider, object, DbBuffer(7)); }),
             cannot + "7 bytes is shorter than its header of 8");
   EXPECT_EQ(TextThrownBy([&] { WriteTo(*provider, object, std::move(cut)); }),
-            cannot + "14 bytes says that it has 15");
+            cannot + "14 bytes has the dataSize 15");
   EXPECT_EQ(Query(object), "stays");
   EXPECT_EQ(TextThrownBy([&] { Query(Descriptor({})); }), "The descriptor's path is empty");
 }
@@ -102,7 +102,7 @@ std::int32_t CodeThrownBy(Call&& call) {
   try {
     call();
   } catch (const std::system_error& error) {
-    EXPECT_EQ(error.what(), "feed-test: failure asked for by the path: result " +
+    EXPECT_EQ(error.what(), "feed-test: failure requested by the path: result " +
                                 std::to_string(error.code().value()));
     return error.code().value();
   }

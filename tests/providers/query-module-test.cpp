@@ -84,7 +84,7 @@ TEST_F(QueryModuleTest, OneThatCannotBeUsedIsNamedWithTheReasonAndLetGo) {
       {LARDER_WIDE("feed-test.dll"), "it doesn't export GetFileQuery"},
       // The reason outlives the module that gives it.
       {LARDER_WIDE("fixtures\\get-file-query-throws.dll"), "get-file-query-throws fails"},
-      {LARDER_WIDE("fixtures\\no-file-query.dll"), "GetFileQuery makes no object"}};
+      {LARDER_WIDE("fixtures\\no-file-query.dll"), "GetFileQuery created no object"}};
   for (const auto& [module, reason] : cases) {
     machine.AddModule(module);
     const WideString name = module.substr(module.rfind(u'\\') + 1);

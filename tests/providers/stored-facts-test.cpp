@@ -168,7 +168,7 @@ TEST(NoStore, IsNoReasonToFailNeitherByChoiceNorByAccident) {
   std::filesystem::create_directories(folder);
   std::ofstream(folder / "db") << "in the way";
   text = writeFailure();
-  EXPECT_NE(text.find("Can't make the folder \""), std::string::npos) << text;
+  EXPECT_NE(text.find("Can't create the folder \""), std::string::npos) << text;
 }
 
 }  // namespace
