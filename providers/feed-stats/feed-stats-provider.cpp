@@ -1,27 +1,52 @@
 #include "feed-stats/feed-stats-provider.h"
 
-#include <chrono>
 #include <cstring>
+#include <stdexcept>
 #include <utility>
 
-#include "feed-stats/file-provider-figures.h"
+#include "common/file-figures.h"
+#include "common/registry-value.h"
+#include "platform/file.h"
+#include "platform/module.h"
+#include "product/product.h"
 
 namespace larder::feed {
 namespace {
 
 constexpr std::uint64_t kKey = 1;
 
-std::uint64_t Now() {
-  using Ticks = std::chrono::duration<std::int64_t, std::ratio<1, 10'000'000>>;
-  constexpr std::int64_t kTicksFrom1601To1970 = 116'444'736'000'000'000;
-  const auto since1970 = std::chrono::system_clock::now().time_since_epoch();
-  const auto ticks = std::chrono::duration_cast<Ticks>(since1970).count();
-  return static_cast<std::uint64_t>(ticks + kTicksFrom1601To1970);
+// Keeps the module, if the process has loaded it, from being unloaded.
+class LoadedModule {
+ public:
+  explicit LoadedModule(const WideString& path) : handle(platform::FindLoadedModule(path)) {}
+  ~LoadedModule() { platform::CloseModule(handle); }
+  LoadedModule(const LoadedModule&) = delete;
+  LoadedModule& operator=(const LoadedModule&) = delete;
+
+  const platform::ModuleHandle handle;
+};
+
+WideString ModulePath() try {
+  const WideString file = ReadRegistryText(kFeedFileKey, kModuleValue);
+  if (file.empty()) return {};
+  return ReadRegistryText(kInstallKey, kLocationValue) + file;
+} catch (const std::runtime_error&) {  // then the library can't have loaded it either
+  return {};
+}
+
+// Zeros unless the process has loaded the file provider that the registry names.
+FileFigures FileProviderFigures() {
+  const LoadedModule module(ModulePath());
+  const auto function = reinterpret_cast<GetFileFiguresFunction>(
+      platform::FindSymbol(module.handle, "GetFileFigures"));
+  FileFigures figures;
+  if (function != nullptr) function(&figures);
+  return figures;
 }
 
 }  // namespace
 
-FeedStatsProvider::FeedStatsProvider() : since(Now()) {}
+FeedStatsProvider::FeedStatsProvider() : since(platform::CurrentFileTime()) {}
 
 std::int32_t FeedStatsProvider::GetType() { return LARDER_FEED_STATS_TYPE; }
 
