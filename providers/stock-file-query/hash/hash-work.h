@@ -1,21 +1,16 @@
 // Computes the digests of a file while it is read, on one thread or two.
 //
-// How it works: a file has five digests, an image ten. A digest must take the file's blocks in
-// order, but no digest depends on another, so each is a lane that counts the blocks it has done.
-// The blocks are a ring buffer: the reader fills the next block and submits it, and a block is free
-// again when all lanes have done it. A unit of work is one block for one lane. A thread that is
-// free runs the next unit, always for the lane that is furthest behind, so that blocks become free
-// early; while no block is free, the reader runs units too. So neither thread waits while there is
-// work, however fast the processor computes each digest, and no digest is tied to a thread.
+// A digest must take the file's blocks in order, but no digest depends on another, so each is a
+// lane that counts the blocks it has done. The blocks form a ring: the reader fills the next one
+// and submits it, and a block is free again when all lanes have done it. The unit of work is one
+// block for one lane. A thread that is free runs the next unit of the lane that is furthest behind;
+// the reader does so while no block is free. So neither thread waits while there is work, however
+// fast the processor computes each digest.
 //
-// A lane's state is one atomic word: twice the number of blocks done, plus one while a thread has
-// claimed the next block. A claim is a compare-exchange from the number the thread has seen. It
-// fails if another thread has claimed that block, or done it, since.
-//
-// No wake-up is lost: a thread reads ChangeCount before it looks for work and passes it to
-// WaitForChange, which sets isWaiting and then reads the count again. A change increments the count
-// and then reads isWaiting. All these accesses are sequentially consistent, so at least one side
-// sees what the other has written.
+// A lane's state is one atomic word. A thread claims the lane's next block by a compare-exchange
+// from the state it has seen, which fails if another thread has claimed or done that block since.
+// No wake-up is lost: a waiter sets isWaiting and then reads changeCount, a change increments
+// changeCount and then reads isWaiting, and both are sequentially consistent.
 //
 // The threads wait for events of the system: with MinGW, a mutex or a condition variable of the
 // standard library leaks a handle once a thread has waited for it.
