@@ -2,8 +2,8 @@
 # Checks rules that no compiler checks. Prints each violation as FILE:LINE: RULE and exits with 1.
 #
 #   tools/check-layers.sh [ROOT]
-#       Includes go one way between the rooms, system headers and #if on the system stand in the
-#       platform's own folders only. ROOT: the project's folder, by default the one this is in.
+#       Includes go one way between the rooms, system headers and #if on the system are in the
+#       folders linux/ and windows/ only. ROOT: the project's folder, by default the one this is in.
 #   tools/check-layers.sh --no-build-paths FOLDER... -- FILE...
 #       The built files contain none of these folders' paths.
 set -euo pipefail
@@ -49,6 +49,8 @@ BEGIN {
   tool["log"] = "log registry cli"
   tool["scan"] = "scan query cli"
   tool["status"] = "status log query registry cli"
+  tool["linux"] = "linux status cli"
+  tool["windows"] = "windows status cli"
 
   split("assert complex ctype errno fenv float inttypes iso646 limits locale math setjmp signal " \
         "stdalign stdarg stdatomic stdbool stddef stdint stdio stdlib stdnoreturn string tgmath " \
@@ -69,7 +71,7 @@ function report(rule) {
 function has_word(words, word) { return index(" " words " ", " " word " ") > 0 }
 
 function system_folder() {
-  return FILENAME ~ /^src\/platform\/(linux|windows)\// || FILENAME ~ /^tests\/(.*\/)?(linux|windows)\//
+  return FILENAME ~ /^(src\/platform|tools\/larder)\/(linux|windows)\// || FILENAME ~ /^tests\/(.*\/)?(linux|windows)\//
 }
 
 # <header>: the standard library anywhere, the rest where it belongs.
@@ -85,7 +87,7 @@ function check_angle(header) {
   if (header ~ /^nlohmann\// && FILENAME ~ /^(tests\/)?tools\//) return
   if (header ~ /^benchmark\// && top == "bench") return
   if (system_folder()) return
-  report("<" header "> outside src/platform/<system>/: system and foreign headers stay behind the seam")
+  report("<" header "> outside the folders of a system: system and foreign headers stay behind the seam")
 }
 
 # "tools/larder/<room>/...": by the path in the project, because src/ has a room called log too.
@@ -137,7 +139,7 @@ in_condition {
   # The public headers need to know one thing: how a system spells its exports and its wide units.
   if (top == "include") gsub(/[^A-Za-z0-9_]_WIN32[^A-Za-z0-9_]/, " ", text)
   if (!system_folder() && FILENAME !~ /^src\/platform\// && text ~ ("[^A-Za-z0-9_]" systems "[^A-Za-z0-9_]"))
-    report("#if on the system outside src/platform")
+    report("#if on the system outside the folders of a system")
   if ($0 !~ /\\$/) in_condition = 0
 }
 

@@ -7,13 +7,13 @@
 #include <cstdio>
 #include <exception>
 
-#include "platform/console.h"
 #include "platform/utf.h"
 #include "providers/store-files.h"
+#include "tools/larder/cli/console.h"
 
 int main(int argc, char** argv) try {
-  larder::platform::PrepareConsole();
-  const std::vector<std::string> arguments = larder::platform::ProgramArguments(argc, argv);
+  larder::tool::PrepareConsole();
+  const std::vector<std::string> arguments = larder::tool::ProgramArguments(argc, argv);
   larder::WideString folder;
   if (arguments.size() != 6 || !larder::platform::WideFromUtf8(arguments[1], folder)) return 2;
   const std::size_t recordSize = std::stoul(arguments[5]);

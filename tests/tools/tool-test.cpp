@@ -4,9 +4,9 @@
 #include <fstream>
 #include <sstream>
 
-#include "platform/console.h"
 #include "platform/module.h"
 #include "platform/utf.h"
+#include "tools/larder/cli/console.h"
 
 namespace larder {
 
@@ -80,14 +80,14 @@ std::filesystem::path ToolTest::LogsPath() {
 
 std::string ToolTest::RegistryTextOf(const std::filesystem::path& folder) {
   WideString wide;
-  EXPECT_EQ(platform::FullPath(Utf8Of(folder), wide), platform::kSuccess);
+  EXPECT_EQ(tool::FullPath(Utf8Of(folder), wide), platform::kSuccess);
   return platform::Utf8FromWide(wide) + "\\";
 }
 
 std::filesystem::path ToolTest::BuiltFile(const std::string& name) {
   WideString image;
   EXPECT_EQ(platform::HostImagePath(image), platform::kSuccess);
-  return PathOf(platform::PathText(image)).parent_path() / name;
+  return PathOf(tool::PathText(image)).parent_path() / name;
 }
 
 std::filesystem::path ToolTest::PathOf(const std::string& utf8) {

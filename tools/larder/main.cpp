@@ -1,12 +1,11 @@
 // larder: the command-line tool. See docs/tool.md.
-#include <csignal>
 #include <cstdio>
 #include <exception>
 #include <string>
 #include <vector>
 
-#include "platform/console.h"
 #include "tools/larder/cli/command.h"
+#include "tools/larder/cli/console.h"
 #include "tools/larder/cli/errors.h"
 #include "tools/larder/log/log-command.h"
 #include "tools/larder/query/query-command.h"
@@ -55,11 +54,8 @@ int Main(const std::vector<std::string>& arguments) {
 }  // namespace larder::tool
 
 int main(int argc, char** argv) {
-#ifdef SIGPIPE
-  std::signal(SIGPIPE, SIG_IGN);  // a closed pipe is a failed write like any other
-#endif
-  larder::platform::PrepareConsole();
-  std::vector<std::string> arguments = larder::platform::ProgramArguments(argc, argv);
+  larder::tool::PrepareConsole();
+  std::vector<std::string> arguments = larder::tool::ProgramArguments(argc, argv);
   if (!arguments.empty()) arguments.erase(arguments.begin());
   return larder::tool::Main(arguments);
 }

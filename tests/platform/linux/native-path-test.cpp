@@ -6,7 +6,6 @@
 #include <cerrno>
 #include <filesystem>
 
-#include "platform/console.h"
 #include "platform/linux/errno-code.h"
 #include "testing/test-machine.h"
 
@@ -38,34 +37,6 @@ TEST(NativePathTest, TheMachineRootHasNoSlashAtItsEnd) {
   }
   unsetenv("LARDER_ROOT");
   EXPECT_EQ(MachineRoot(), "");
-}
-
-TEST(NativePathTest, FullPathsAreMadeFromTheTextAlone) {
-  const struct {
-    const char* given;
-    const char16_t* full;
-  } cases[] = {{"/", u"\\"},
-               {"/.", u"\\"},
-               {"//usr//./lib/.", u"\\usr\\lib"},
-               {"/missing/../other", u"\\missing\\..\\other"},
-               {"/.hidden/...", u"\\.hidden\\..."}};
-  WideString result;
-  for (const auto& c : cases) {
-    EXPECT_EQ(FullPath(c.given, result), kSuccess) << c.given;
-    EXPECT_EQ(result, c.full);
-  }
-  EXPECT_EQ(FullPath("/a\\b", result), kInvalidName);
-}
-
-TEST(NativePathTest, ARelativePathBelowADirectoryThatIsGoneGivesACode) {
-  const std::filesystem::path former = std::filesystem::current_path();
-  TestMachine machine;
-  std::filesystem::create_directory(machine.Folder() / "gone");
-  std::filesystem::current_path(machine.Folder() / "gone");
-  std::filesystem::remove(machine.Folder() / "gone");
-  WideString result;
-  EXPECT_EQ(FullPath("file", result), kFileNotFound);
-  std::filesystem::current_path(former);
 }
 
 // Those that no test of this layer brings about.

@@ -5,7 +5,7 @@
 #include <stdexcept>
 #include <system_error>
 
-#include "platform/windows/command-line.h"
+#include "tools/larder/windows/command-line.h"
 
 namespace larder {
 namespace {
@@ -47,7 +47,7 @@ Pipe MakePipe() {
 std::wstring CommandLine(const std::filesystem::path& program,
                          const std::vector<std::string>& arguments) {
   std::wstring line;
-  if (platform::CommandLineOf(program.wstring(), arguments, line) != platform::kSuccess) {
+  if (tool::CommandLineOf(program.wstring(), arguments, line) != platform::kSuccess) {
     throw std::runtime_error("an argument isn't UTF-8");
   }
   return line;

@@ -7,9 +7,9 @@
 #include <vector>
 
 #include "log-file/log-files.h"
-#include "platform/console.h"
 #include "product/product.h"
 #include "support/paths.h"
+#include "tools/larder/cli/console.h"
 #include "tools/larder/cli/errors.h"
 #include "tools/larder/cli/interrupt.h"
 #include "tools/larder/cli/text.h"
@@ -44,7 +44,7 @@ int SwitchOff() {
 int PrintPath(Output& output) {
   WideString path;
   if (!FindLogsPath(path)) return kExitFailed;
-  output.Write(platform::PathText(path) + "\n");
+  output.Write(PathText(path) + "\n");
   return kExitOk;
 }
 
@@ -53,7 +53,7 @@ int List(Output& output) {
   const bool succeeded = FindLogRuns(runs);
   for (const LogRun& run : runs) {
     for (const LogFile& file : run.files) {
-      output.Write(Printable(platform::PathText(GetFileNameInPath(file.path))) + "\t" +
+      output.Write(Printable(PathText(GetFileNameInPath(file.path))) + "\t" +
                    std::to_string(file.info.size) + "\t" + TimeText(file.info.lastModified) + "\n");
     }
   }
@@ -68,14 +68,14 @@ bool FindNewestRun(WideString& path) {
     if (GetFileNameInPath(run.path).starts_with(LARDER_WIDE("lr_"))) path = run.path;
   }
   if (!path.empty()) return true;
-  PrintError("there is no log in " + platform::PathText(GetLarderLogPath()));
+  PrintError("there is no log in " + PathText(GetLarderLogPath()));
   return false;
 }
 
 // A name without a separator is one of the logs directory.
 bool FindRun(const std::string& argument, WideString& path) {
   if (argument.find_first_of("/\\") != std::string::npos) {
-    return Succeeded("read " + argument, platform::FullPath(argument, path));
+    return Succeeded("read " + argument, FullPath(argument, path));
   }
   if (!FindLogsPath(path)) return false;
   path += WideArgument("RUN", argument);

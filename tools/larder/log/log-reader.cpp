@@ -4,8 +4,8 @@
 #include <array>
 #include <utility>
 
-#include "platform/console.h"
 #include "product/product.h"
+#include "tools/larder/cli/console.h"
 #include "tools/larder/cli/errors.h"
 #include "tools/larder/log/log-runs.h"
 
@@ -45,13 +45,13 @@ bool LogReader::Open(std::uint32_t number, Generation& generation) {
   platform::Code code = platform::OpenFileToRead(name, generation.file.Out(), kind);
   if (code == platform::kFileNotFound || code == platform::kPathNotFound) return false;
   if (code == platform::kSuccess && generation.file.IsEmpty()) {
-    Report("cannot read " + platform::PathText(name) + ": it is no file");
+    Report("cannot read " + PathText(name) + ": it is no file");
     return false;
   }
   if (code == platform::kSuccess)
     code = platform::QueryFileInfo(generation.file.Get(), generation.info);
   if (code == platform::kSuccess) return true;
-  Report("cannot read " + platform::PathText(name) + ": " + SystemReason(code));
+  Report("cannot read " + PathText(name) + ": " + SystemReason(code));
   return false;
 }
 
@@ -88,7 +88,7 @@ bool LogReader::Print(Generation& generation) {
         platform::ReadNext(generation.file.Get(), bytes.data(), bytes.size(), got);
     if (code != platform::kSuccess) {
       const WideString name = GenerationPath(path, generation.number);
-      Report("cannot read " + platform::PathText(name) + ": " + SystemReason(code));
+      Report("cannot read " + PathText(name) + ": " + SystemReason(code));
     }
     if (code != platform::kSuccess || got == 0) break;
     lines.Add({bytes.data(), got});
@@ -111,8 +111,7 @@ bool LogReader::PrintInOrder(Generations& newestFirst) {
 bool LogReader::PrintAll() {
   Generations generations = OpenAll();
   if (generations.empty()) {
-    if (faults.empty())
-      Report("cannot read " + platform::PathText(path) + ": there is no such log");
+    if (faults.empty()) Report("cannot read " + PathText(path) + ": there is no such log");
     return false;
   }
   PrintInOrder(generations);
@@ -125,8 +124,7 @@ LogReader::Generations LogReader::TakeNewer(Generations generations) {
       [&](const Generation& generation) { return IsSameFile(generation.info, current.info); });
   const bool isFull = !generations.empty() && generations.back().number == kMaxLogGenerations;
   if (own == generations.end() && isFull) {
-    Report(platform::PathText(path) +
-           " was rotated faster than it could be printed: lines are lost");
+    Report(PathText(path) + " was rotated faster than it could be printed: lines are lost");
   }
   generations.erase(own, generations.end());
   return generations;

@@ -5,10 +5,10 @@
 #include <tuple>
 
 #include "log-file/log-files.h"
-#include "platform/console.h"
 #include "platform/folder.h"
 #include "product/product.h"
 #include "support/scoped-handles.h"
+#include "tools/larder/cli/console.h"
 #include "tools/larder/cli/errors.h"
 
 namespace larder::tool {
@@ -37,7 +37,7 @@ bool ReadFileInfo(const WideString& path, platform::FileInfo& info, bool& succee
   if (code == platform::kFileNotFound) return false;
   if (code == platform::kSuccess && file.IsEmpty()) return false;
   if (code == platform::kSuccess) code = platform::QueryFileInfo(file.Get(), info);
-  if (Succeeded("read " + platform::PathText(path), code)) return true;
+  if (Succeeded("read " + PathText(path), code)) return true;
   succeeded = false;
   return false;
 }
@@ -47,7 +47,7 @@ bool CanListLogs(const WideString& directory) {
   std::vector<WideString> names;
   const platform::Code code = platform::FindNames(directory + kPattern, names);
   if (code == platform::kFileNotFound || code == platform::kPathNotFound) return true;
-  return Succeeded("list " + platform::PathText(directory), code);
+  return Succeeded("list " + PathText(directory), code);
 }
 
 // By run, and there by generation.

@@ -4,8 +4,8 @@
 #include <cstring>
 #include <vector>
 
-#include "platform/console.h"
 #include "records/record-validation.h"
+#include "tools/larder/cli/console.h"
 #include "tools/larder/cli/errors.h"
 
 namespace larder::tool {
@@ -83,7 +83,7 @@ FileAnswer QueryFile(LarderHandle handle, const FileQuestion& question, const st
   FileAnswer answer;
   answer.path = file;
   WideString path;
-  const platform::Code code = platform::FullPath(file, path);
+  const platform::Code code = FullPath(file, path);
   if (code != platform::kSuccess) {
     answer.error = SystemReason(code);
     return answer;

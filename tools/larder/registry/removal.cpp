@@ -4,13 +4,13 @@
 #include <stdexcept>
 #include <vector>
 
-#include "platform/console.h"
 #include "platform/folder.h"
 #include "platform/registry.h"
 #include "platform/utf.h"
 #include "product/product.h"
 #include "support/installed-state.h"
 #include "support/paths.h"
+#include "tools/larder/cli/console.h"
 #include "tools/larder/registry/registry-tree.h"
 
 namespace larder::tool {
@@ -42,7 +42,7 @@ std::vector<WideView> LevelsOf(WideView path) {
 // The system's own form of a path is the path itself.
 bool IsFullPath(const WideString& path) {
   WideString full;
-  if (platform::FullPath(platform::PathText(path), full) != platform::kSuccess) return false;
+  if (FullPath(PathText(path), full) != platform::kSuccess) return false;
   return WithoutLastSeparator(full) == WithoutLastSeparator(path);
 }
 
@@ -85,8 +85,7 @@ std::string Removal::Obstacle(const std::optional<WideString>& named) const {
 
 std::string Removal::Label() const {
   if (kind == Kind::kRegistry) return "registry key " + platform::Utf8FromWide(path);
-  return (kind == Kind::kProgram ? "program directory " : "data directory ") +
-         platform::PathText(path);
+  return (kind == Kind::kProgram ? "program directory " : "data directory ") + PathText(path);
 }
 
 bool Removal::IsGone() const {

@@ -12,8 +12,8 @@
 #include <utility>
 #include <vector>
 
-#include "platform/console.h"
 #include "tools/larder/cli/client.h"
+#include "tools/larder/cli/console.h"
 #include "tools/larder/cli/errors.h"
 #include "tools/larder/cli/interrupt.h"
 #include "tools/larder/cli/text.h"
@@ -132,7 +132,7 @@ class ScanView {
  public:
   ScanView(const std::vector<std::string>& roots, Output& newOutput) : output(newOutput) {
     std::size_t columns = 0;
-    if (!platform::IsErrorTerminal(columns)) return;
+    if (!IsErrorTerminal(columns)) return;
     bar.emplace(columns);
     count.emplace(roots);
   }

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "platform/console.h"
+#include "tools/larder/cli/console.h"
 #include "tools/larder/cli/errors.h"
 #include "tools/larder/query/file-query.h"
 
@@ -16,14 +16,14 @@ bool ByName(const platform::FolderEntry& one, const platform::FolderEntry& other
 
 // The system's own separator counts, and "/" on every system.
 bool EndsInSeparator(const std::string& path) {
-  return path.ends_with('/') || platform::PathText(LARDER_WIDE("\\")).front() == path.back();
+  return path.ends_with('/') || PathText(LARDER_WIDE("\\")).front() == path.back();
 }
 
 // What a root leads to, links followed.
 platform::Code LookAt(const std::string& root, bool& isFolder, std::uint64_t& size) {
   WideString path;
   std::uint32_t attributes = 0;
-  platform::Code code = platform::FullPath(root, path);
+  platform::Code code = FullPath(root, path);
   if (code == platform::kSuccess) code = platform::PathAttributes(path, attributes);
   if (code != platform::kSuccess) return code;
   isFolder = (attributes & platform::kAttributeDirectory) != 0;

@@ -7,12 +7,12 @@
 #include <map>
 
 #include "log-file/log-files.h"
-#include "platform/console.h"
 #include "platform/folder.h"
 #include "platform/utf.h"
 #include "product/product.h"
 #include "support/paths.h"
 #include "support/registry.h"
+#include "tools/larder/cli/console.h"
 #include "tools/larder/cli/errors.h"
 #include "tools/larder/log/log-runs.h"
 #include "tools/larder/registry/registry-edit.h"
@@ -90,7 +90,7 @@ std::vector<WideString> ProviderKeys(std::string& fault) {
 
 bool EndsInBackslash(const WideString& path) { return path.ends_with(LARDER_WIDE('\\')); }
 
-std::string QuotedPath(const WideString& path) { return '"' + platform::PathText(path) + '"'; }
+std::string QuotedPath(const WideString& path) { return '"' + PathText(path) + '"'; }
 
 std::string LocationFault(const WideString& location) {
   if (location.empty()) return {};

@@ -7,12 +7,12 @@
 #include <sstream>
 #include <string_view>
 
-#include "platform/child.h"
-#include "platform/console.h"
-#include "platform/dependencies.h"
 #include "platform/module.h"
 #include "platform/utf.h"
+#include "tools/larder/cli/console.h"
 #include "tools/larder/cli/errors.h"
+#include "tools/larder/status/child.h"
+#include "tools/larder/status/dependencies.h"
 #include "tools/larder/status/module-form.h"
 
 namespace larder::tool {
@@ -69,7 +69,7 @@ Json LoadFault(const WideString& path, platform::Code code) {
   const std::string form = DescribeForeignModule(path);
   if (!form.empty()) return {{kFault, "it can't be loaded: " + form + ": " + SystemReason(code)}};
   std::vector<std::string> missing;
-  const platform::Code searched = platform::FindMissingDependencies(path, missing);
+  const platform::Code searched = FindMissingDependencies(path, missing);
   if (searched != platform::kSuccess || missing.empty()) {
     return {{kFault, "the file is there but can't be loaded: " + SystemReason(code)}};
   }
@@ -162,19 +162,19 @@ std::string StatusText(std::uint32_t status) {
 }
 
 // What became of a child that didn't come to its end.
-std::string EndText(const platform::ChildEnd& end, std::chrono::milliseconds limit) {
+std::string EndText(const ChildResult& end, std::chrono::milliseconds limit) {
   switch (end.kind) {
-    case platform::ChildEnd::Kind::kCrashed:
+    case ChildResult::Kind::kCrashed:
       return "it crashes (" + StatusText(end.status) + ")";
-    case platform::ChildEnd::Kind::kLate:
+    case ChildResult::Kind::kTimedOut:
       return "it hangs (no answer within " + std::to_string(limit.count()) + " ms)";
-    case platform::ChildEnd::Kind::kExited:
+    case ChildResult::Kind::kExited:
       break;
   }
   return "it ends the process (exit status " + StatusText(end.status) + ")";
 }
 
-ProbeResult Conclude(const platform::ChildEnd& end, std::chrono::milliseconds limit) {
+ProbeResult Conclude(const ChildResult& end, std::chrono::milliseconds limit) {
   const ChildReport report = ReadReport(end.output);
   ProbeResult result;
   if (report.facts.contains(kType)) result.type = report.facts[kType].get<std::int32_t>();
@@ -196,11 +196,10 @@ ProbeResult Conclude(const platform::ChildEnd& end, std::chrono::milliseconds li
 
 ProbeResult ProbeProvider(const WideString& module, std::chrono::milliseconds limit) {
   WideString program;
-  platform::ChildEnd end;
+  ChildResult end;
   platform::Code code = platform::HostImagePath(program);
   if (code == platform::kSuccess) {
-    code =
-        platform::RunChild(program, {kCommand, "--", platform::Utf8FromWide(module)}, limit, end);
+    code = RunChild(program, {kCommand, "--", platform::Utf8FromWide(module)}, limit, end);
   }
   if (code == platform::kSuccess) return Conclude(end, limit);
   ProbeResult result;

@@ -4,9 +4,9 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
-#include "platform/console.h"
 #include "platform/utf.h"
 #include "support/registry.h"
+#include "tools/larder/cli/console.h"
 #include "tools/larder/cli/errors.h"
 #include "tools/larder/cli/text.h"
 #include "tools/larder/query/record-text.h"
@@ -41,7 +41,7 @@ std::string ProviderText(const ProviderStatus& provider) {
   std::string text = "\n" + Line("provider", Utf8(provider.key));
   text += Line("  module", ValueText(provider.dll));
   if (!provider.dll.fault.empty()) return text + Line("  loads", "the library passes it over");
-  text += Line("  path", platform::PathText(provider.path)) + Line("  file", provider.place);
+  text += Line("  path", PathText(provider.path)) + Line("  file", provider.place);
   const ProbeResult& probe = provider.probe;
   text += Line("  loads", probe.fault.empty() ? "yes" : "no: " + probe.fault);
   if (probe.type) text += Line("  type", std::to_string(*probe.type));
@@ -58,7 +58,7 @@ std::string LogText(const LogStatus& log) {
   std::string files = std::to_string(log.files) + (log.files == 1 ? " file, " : " files, ") +
                       std::to_string(log.bytes) + " bytes";
   if (!log.hasFolder) files = "none: the folder isn't there";
-  return "\n" + Line("log", state) + Line("  folder", platform::PathText(log.folder)) +
+  return "\n" + Line("log", state) + Line("  folder", PathText(log.folder)) +
          Line("  files", files);
 }
 
@@ -96,7 +96,7 @@ Json ProviderJson(const ProviderStatus& provider) {
   const bool isTried = provider.dll.fault.empty();
   return {{"key", Utf8(provider.key)},
           {"module", ValueJson(provider.dll)},
-          {"path", OrNull(platform::PathText(provider.path))},
+          {"path", OrNull(PathText(provider.path))},
           {"exists", provider.isThere},
           {"loads", isTried && probe.fault.empty()},
           {"type", probe.type ? Json(*probe.type) : Json()},
@@ -118,7 +118,7 @@ Json ToJson(const MachineStatus& status) {
           {"providers", std::move(providers)},
           {"log",
            {{"on", status.log.isOn},
-            {"folder", platform::PathText(status.log.folder)},
+            {"folder", PathText(status.log.folder)},
             {"files", status.log.files},
             {"bytes", status.log.bytes}}},
           {"init",

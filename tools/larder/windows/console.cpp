@@ -1,4 +1,4 @@
-#include "platform/console.h"
+#include "tools/larder/cli/console.h"
 
 #include <windows.h>
 
@@ -12,7 +12,7 @@
 #include "platform/utf.h"
 #include "platform/windows/native-path.h"
 
-namespace larder::platform {
+namespace larder::tool {
 namespace {
 
 struct FreeLocal {
@@ -21,12 +21,13 @@ struct FreeLocal {
 
 }  // namespace
 
-// What main was given has gone through the code page; the command line has not.
+// The arguments of main have been converted to the code page; the command line is UTF-16.
 std::vector<std::string> ProgramArguments(int, char**) {
   int count = 0;
   const std::unique_ptr<wchar_t*, FreeLocal> list(CommandLineToArgvW(GetCommandLineW(), &count));
   std::vector<std::string> arguments;
-  for (int i = 0; list && i < count; ++i) arguments.push_back(Utf8FromWide(list.get()[i]));
+  for (int i = 0; list && i < count; ++i)
+    arguments.push_back(platform::Utf8FromWide(list.get()[i]));
   return arguments;
 }
 
@@ -49,12 +50,12 @@ bool IsErrorTerminal(std::size_t& columns) noexcept {
   return true;
 }
 
-Code FullPath(const std::string& utf8Path, WideString& path) {
+platform::Code FullPath(const std::string& utf8Path, WideString& path) {
   WideString wide;
-  if (!WideFromUtf8(utf8Path, wide)) return kNoUnicodeTranslation;
-  return FullNativePath(wide, path);
+  if (!platform::WideFromUtf8(utf8Path, wide)) return platform::kNoUnicodeTranslation;
+  return platform::FullNativePath(wide, path);
 }
 
-std::string PathText(const WideString& path) { return Utf8FromWide(path); }
+std::string PathText(const WideString& path) { return platform::Utf8FromWide(path); }
 
-}  // namespace larder::platform
+}  // namespace larder::tool

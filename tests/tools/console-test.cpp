@@ -1,4 +1,4 @@
-#include "platform/console.h"
+#include "tools/larder/cli/console.h"
 
 #include <gtest/gtest.h>
 
@@ -7,10 +7,16 @@
 
 #include "platform/machine-fixture.h"
 
-namespace larder::platform {
+namespace larder::tool {
 namespace {
 
-class ConsoleTest : public MachineTest {
+using platform::kInvalidName;
+using platform::kNoUnicodeTranslation;
+using platform::kSuccess;
+using platform::Utf8FromWide;
+using platform::Wide;
+
+class ConsoleTest : public platform::MachineTest {
  protected:
   ConsoleTest() { std::filesystem::current_path(machine.Folder()); }
   ~ConsoleTest() override { std::filesystem::current_path(former); }
@@ -51,4 +57,4 @@ TEST_F(ConsoleTest, AFileIsNoTerminal) {
 }
 
 }  // namespace
-}  // namespace larder::platform
+}  // namespace larder::tool

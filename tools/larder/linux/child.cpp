@@ -1,4 +1,4 @@
-#include "platform/child.h"
+#include "tools/larder/status/child.h"
 
 #include <fcntl.h>
 #include <poll.h>
@@ -18,19 +18,22 @@
 #include "platform/linux/file-descriptor.h"
 #include "platform/linux/native-path.h"
 
-namespace larder::platform {
+namespace larder::tool {
 namespace {
+
+using platform::Code;
+using platform::kSuccess;
 
 using Clock = std::chrono::steady_clock;
 
-constexpr off_t kMostOutput = 0x10000;
+constexpr off_t kMaxOutput = 0x10000;
 
 struct CloseFile {
   void operator()(FILE* file) const noexcept { fclose(file); }
 };
 using OutputFile = std::unique_ptr<FILE, CloseFile>;
 
-Code FromError(int error) { return error == 0 ? kSuccess : CodeFromErrno(error); }
+Code FromError(int error) { return error == 0 ? kSuccess : platform::CodeFromErrno(error); }
 
 class Actions {
  public:
@@ -48,8 +51,8 @@ class Actions {
   [[nodiscard]] const posix_spawn_file_actions_t* Get() const { return &actions; }
 
  private:
-  void Note(int result) {
-    if (error == 0) error = result;
+  void Note(int code) {
+    if (error == 0) error = code;
   }
 
   posix_spawn_file_actions_t actions{};
@@ -67,7 +70,7 @@ Code Start(const std::string& program, std::vector<std::string> arguments, int o
       posix_spawn(&child, program.c_str(), actions.Get(), nullptr, pointers.data(), environ));
 }
 
-// Whether the process ends before the moment; a failure counts as its end.
+// Whether the process ends before the moment. A failed wait counts as its end, with its code.
 bool EndsUntil(Clock::time_point moment, int process, Code& code) {
   for (;;) {
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(moment - Clock::now());
@@ -76,39 +79,39 @@ bool EndsUntil(Clock::time_point moment, int process, Code& code) {
     if (ready > 0) return true;
     if (ready == 0) return false;
     if (errno == EINTR) continue;
-    code = CodeFromErrno(errno);
+    code = platform::CodeFromErrno(errno);
     return true;
   }
 }
 
-Code WaitForEnd(pid_t child, std::chrono::milliseconds limit, ChildEnd& end) {
-  const FileDescriptor process(static_cast<int>(syscall(SYS_pidfd_open, child, 0)));
-  Code code = process.IsOpen() ? kSuccess : CodeFromErrno(errno);
-  const bool isLate = process.IsOpen() && !EndsUntil(Clock::now() + limit, process.Get(), code);
-  if (isLate || code != kSuccess) kill(child, SIGKILL);
+Code WaitForEnd(pid_t child, std::chrono::milliseconds limit, ChildResult& result) {
+  const platform::FileDescriptor process(static_cast<int>(syscall(SYS_pidfd_open, child, 0)));
+  Code code = process.IsOpen() ? kSuccess : platform::CodeFromErrno(errno);
+  const bool isTimedOut = process.IsOpen() && !EndsUntil(Clock::now() + limit, process.Get(), code);
+  if (isTimedOut || code != kSuccess) kill(child, SIGKILL);
   int status = 0;
   while (waitpid(child, &status, 0) < 0) {
-    if (errno != EINTR) return CodeFromErrno(errno);
+    if (errno != EINTR) return platform::CodeFromErrno(errno);
   }
-  if (isLate) {
-    end.kind = ChildEnd::Kind::kLate;
+  if (isTimedOut) {
+    result.kind = ChildResult::Kind::kTimedOut;
   } else if (WIFSIGNALED(status)) {
-    end.kind = ChildEnd::Kind::kCrashed;
-    end.status = static_cast<std::uint32_t>(WTERMSIG(status));
+    result.kind = ChildResult::Kind::kCrashed;
+    result.status = static_cast<std::uint32_t>(WTERMSIG(status));
   } else {
-    end.kind = ChildEnd::Kind::kExited;
-    end.status = static_cast<std::uint32_t>(WEXITSTATUS(status));
+    result.kind = ChildResult::Kind::kExited;
+    result.status = static_cast<std::uint32_t>(WEXITSTATUS(status));
   }
   return code;
 }
 
 Code ReadTail(int file, std::string& text) {
   struct stat status {};
-  if (fstat(file, &status) != 0) return CodeFromErrno(errno);
-  const off_t start = std::max<off_t>(status.st_size - kMostOutput, 0);
+  if (fstat(file, &status) != 0) return platform::CodeFromErrno(errno);
+  const off_t start = std::max<off_t>(status.st_size - kMaxOutput, 0);
   text.resize(static_cast<std::size_t>(status.st_size - start));
   const ssize_t got = pread(file, text.data(), text.size(), start);
-  if (got < 0) return CodeFromErrno(errno);
+  if (got < 0) return platform::CodeFromErrno(errno);
   text.resize(static_cast<std::size_t>(got));
   return kSuccess;
 }
@@ -116,16 +119,16 @@ Code ReadTail(int file, std::string& text) {
 }  // namespace
 
 Code RunChild(const WideString& program, const std::vector<std::string>& arguments,
-              std::chrono::milliseconds limit, ChildEnd& end) {
+              std::chrono::milliseconds limit, ChildResult& result) {
   std::string native;
-  if (const Code code = NativePath(program, native); code != kSuccess) return code;
+  if (const Code code = platform::NativePath(program, native); code != kSuccess) return code;
   const OutputFile output(tmpfile());
-  if (!output) return CodeFromErrno(errno);
+  if (!output) return platform::CodeFromErrno(errno);
   const int file = fileno(output.get());
   pid_t child = 0;
   if (const Code code = Start(native, arguments, file, child); code != kSuccess) return code;
-  if (const Code code = WaitForEnd(child, limit, end); code != kSuccess) return code;
-  return ReadTail(file, end.output);
+  if (const Code code = WaitForEnd(child, limit, result); code != kSuccess) return code;
+  return ReadTail(file, result.output);
 }
 
-}  // namespace larder::platform
+}  // namespace larder::tool

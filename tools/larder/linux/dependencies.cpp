@@ -1,4 +1,4 @@
-#include "platform/dependencies.h"
+#include "tools/larder/status/dependencies.h"
 
 #include <link.h>
 #include <stdlib.h>
@@ -7,16 +7,19 @@
 #include <chrono>
 #include <sstream>
 
-#include "platform/child.h"
 #include "platform/linux/errno-code.h"
 #include "platform/linux/native-path.h"
+#include "tools/larder/status/child.h"
 
-namespace larder::platform {
+namespace larder::tool {
 namespace {
 
-constexpr std::chrono::seconds kMostLoaderTime(10);
+using platform::Code;
+using platform::kSuccess;
 
-// The path of the system's loader, as this program names it; the program is the first in the list.
+constexpr std::chrono::seconds kMaxLoaderTime(10);
+
+// The path of the system's loader, from this program's own header; the program is the first image.
 std::string LoaderPath() {
   std::string path;
   dl_iterate_phdr(
@@ -25,7 +28,7 @@ std::string LoaderPath() {
           const ElfW(Phdr)& segment = image->dlpi_phdr[i];
           if (segment.p_type != PT_INTERP) continue;
           const auto address = image->dlpi_addr + segment.p_vaddr;
-          // NOLINTNEXTLINE(performance-no-int-to-ptr): the loader gives it as a number
+          // NOLINTNEXTLINE(performance-no-int-to-ptr): the loader reports addresses as numbers
           *static_cast<std::string*>(result) = reinterpret_cast<const char*>(address);
         }
         return 1;
@@ -34,14 +37,14 @@ std::string LoaderPath() {
   return path;
 }
 
-// Makes the loader list what it would load, without running any of it.
-Code RunLoader(const std::string& module, ChildEnd& end) {
+// Lets the loader list what it would load, without running any of it.
+Code RunLoader(const std::string& module, ChildResult& result) {
   constexpr const char* kSwitch = "LD_TRACE_LOADED_OBJECTS";
   WideString loader;
-  if (const Code code = WidePath(LoaderPath(), loader); code != kSuccess) return code;
-  // NOLINTBEGIN(concurrency-mt-unsafe): the caller's rule
-  if (setenv(kSwitch, "1", 1) != 0) return CodeFromErrno(errno);
-  const Code code = RunChild(loader, {module}, kMostLoaderTime, end);
+  if (const Code code = platform::WidePath(LoaderPath(), loader); code != kSuccess) return code;
+  // NOLINTBEGIN(concurrency-mt-unsafe): the caller has one thread
+  if (setenv(kSwitch, "1", 1) != 0) return platform::CodeFromErrno(errno);
+  const Code code = RunChild(loader, {module}, kMaxLoaderTime, result);
   unsetenv(kSwitch);
   // NOLINTEND(concurrency-mt-unsafe)
   return code;
@@ -51,10 +54,10 @@ Code RunLoader(const std::string& module, ChildEnd& end) {
 
 Code FindMissingDependencies(const WideString& path, std::vector<std::string>& names) {
   std::string native;
-  if (const Code code = NativePath(path, native); code != kSuccess) return code;
-  ChildEnd end;
-  if (const Code code = RunLoader(native, end); code != kSuccess) return code;
-  std::istringstream lines(end.output);
+  if (const Code code = platform::NativePath(path, native); code != kSuccess) return code;
+  ChildResult result;
+  if (const Code code = RunLoader(native, result); code != kSuccess) return code;
+  std::istringstream lines(result.output);
   for (std::string name; lines >> name;) {
     std::string rest;
     std::getline(lines, rest);
@@ -63,4 +66,4 @@ Code FindMissingDependencies(const WideString& path, std::vector<std::string>& n
   return kSuccess;
 }
 
-}  // namespace larder::platform
+}  // namespace larder::tool

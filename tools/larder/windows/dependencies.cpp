@@ -1,4 +1,4 @@
-#include "platform/dependencies.h"
+#include "tools/larder/status/dependencies.h"
 
 #include <windows.h>
 
@@ -10,7 +10,7 @@
 #include "platform/windows/last-error.h"
 #include "platform/windows/native-path.h"
 
-namespace larder::platform {
+namespace larder::tool {
 namespace {
 
 struct FreeModule {
@@ -19,7 +19,7 @@ struct FreeModule {
 using OwnedModule = std::unique_ptr<HINSTANCE__, FreeModule>;
 
 // The names in an image's import table (PE format). module: mapped by the system, which has checked
-// its headers.
+// the headers.
 std::vector<std::string> ImportsOf(HMODULE module) {
   const auto* base = reinterpret_cast<const unsigned char*>(module);
   const auto* dos = reinterpret_cast<const IMAGE_DOS_HEADER*>(base);
@@ -45,23 +45,23 @@ class DependencySearch {
  public:
   explicit DependencySearch(std::vector<std::string>& target) : missing(target) {}
 
-  Code LookInto(const WideString& path) {
-    // Mapped, with neither its dependencies nor its entry point.
+  platform::Code LookInto(const WideString& path) {
+    // Maps the file without loading its dependencies or calling its entry point.
     const OwnedModule module(LoadLibraryExW(path.c_str(), nullptr, DONT_RESOLVE_DLL_REFERENCES));
-    if (!module) return LastError();
+    if (!module) return platform::LastError();
     for (const std::string& name : ImportsOf(module.get())) LookFor(name);
-    return kSuccess;
+    return platform::kSuccess;
   }
 
  private:
   void LookFor(const std::string& name) {
     WideString wide;
-    if (!WideFromUtf8(name, wide) || !seen.insert(wide).second) return;
+    if (!platform::WideFromUtf8(name, wide) || !seen.insert(wide).second) return;
     if (const OwnedModule found(LoadLibraryW(wide.c_str())); found) return;
     const WideString path = FindInSearchPath(wide);
-    // One that is there but can't be loaded either lacks something itself, or is no module.
+    // A file that exists but can't be loaded either lacks something itself or isn't a module.
     const std::size_t before = missing.size();
-    if (path.empty() || LookInto(path) != kSuccess || missing.size() == before) {
+    if (path.empty() || LookInto(path) != platform::kSuccess || missing.size() == before) {
       missing.push_back(name);
     }
   }
@@ -72,10 +72,11 @@ class DependencySearch {
 
 }  // namespace
 
-Code FindMissingDependencies(const WideString& path, std::vector<std::string>& names) {
+platform::Code FindMissingDependencies(const WideString& path, std::vector<std::string>& names) {
   WideString native;
-  if (const Code code = NativePath(path, native); code != kSuccess) return code;
+  if (const platform::Code code = platform::NativePath(path, native); code != platform::kSuccess)
+    return code;
   return DependencySearch(names).LookInto(native);
 }
 
-}  // namespace larder::platform
+}  // namespace larder::tool

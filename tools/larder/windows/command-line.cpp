@@ -1,11 +1,11 @@
-#include "platform/windows/command-line.h"
+#include "tools/larder/windows/command-line.h"
 
 #include "platform/utf.h"
 
-namespace larder::platform {
+namespace larder::tool {
 namespace {
 
-// In quotation marks; backslashes count double where a quotation mark follows, and only there.
+// In quotation marks. Backslashes are doubled in front of a quotation mark, and only there.
 WideString Quoted(const WideString& argument) {
   WideString result = L"\"";
   std::size_t backslashes = 0;
@@ -19,15 +19,15 @@ WideString Quoted(const WideString& argument) {
 
 }  // namespace
 
-Code CommandLineOf(const WideString& program, const std::vector<std::string>& arguments,
-                   WideString& line) {
+platform::Code CommandLineOf(const WideString& program, const std::vector<std::string>& arguments,
+                             WideString& line) {
   line = Quoted(program);
   for (const std::string& argument : arguments) {
     WideString wide;
-    if (!WideFromUtf8(argument, wide)) return kNoUnicodeTranslation;
+    if (!platform::WideFromUtf8(argument, wide)) return platform::kNoUnicodeTranslation;
     line += L' ' + Quoted(wide);
   }
-  return kSuccess;
+  return platform::kSuccess;
 }
 
-}  // namespace larder::platform
+}  // namespace larder::tool

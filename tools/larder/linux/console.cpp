@@ -1,5 +1,6 @@
-#include "platform/console.h"
+#include "tools/larder/cli/console.h"
 
+#include <signal.h>
 #include <stdlib.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
@@ -13,19 +14,19 @@
 #include "platform/linux/native-path.h"
 #include "platform/utf.h"
 
-namespace larder::platform {
+namespace larder::tool {
 namespace {
 
 struct Free {
   void operator()(char* text) const noexcept { free(text); }
 };
 
-Code CurrentDirectory(std::string& path) {
+platform::Code CurrentDirectory(std::string& path) {
   const std::unique_ptr<char, Free> directory(getcwd(nullptr, 0));
-  if (!directory) return CodeFromErrno(errno);
+  if (!directory) return platform::CodeFromErrno(errno);
   path = directory.get();
-  // The kernel's word for a directory outside of the process's root.
-  return path.front() == '/' ? kSuccess : kPathNotFound;
+  // The kernel puts "(unreachable)" in front of a directory outside the process's root.
+  return path.front() == '/' ? platform::kSuccess : platform::kPathNotFound;
 }
 
 std::string WithoutIdleParts(std::string_view path) {
@@ -43,7 +44,7 @@ std::string WithoutIdleParts(std::string_view path) {
 
 std::vector<std::string> ProgramArguments(int argc, char** argv) { return {argv, argv + argc}; }
 
-void PrepareConsole() noexcept {}
+void PrepareConsole() noexcept { signal(SIGPIPE, SIG_IGN); }
 
 bool IsErrorTerminal(std::size_t& columns) noexcept {
   if (isatty(STDERR_FILENO) == 0) return false;
@@ -52,20 +53,20 @@ bool IsErrorTerminal(std::size_t& columns) noexcept {
   return true;
 }
 
-Code FullPath(const std::string& utf8Path, WideString& path) {
-  if (utf8Path.empty() || utf8Path.find('\0') != std::string::npos) return kInvalidName;
+platform::Code FullPath(const std::string& utf8Path, WideString& path) {
+  if (utf8Path.empty() || utf8Path.find('\0') != std::string::npos) return platform::kInvalidName;
   std::string full;
   if (utf8Path.front() != '/') {
-    if (const Code code = CurrentDirectory(full); code != kSuccess) return code;
+    if (const platform::Code code = CurrentDirectory(full); code != platform::kSuccess) return code;
     full += '/';
   }
-  return WidePath(WithoutIdleParts(full + utf8Path), path);
+  return platform::WidePath(WithoutIdleParts(full + utf8Path), path);
 }
 
 std::string PathText(const WideString& path) {
-  std::string text = Utf8FromWide(path);
+  std::string text = platform::Utf8FromWide(path);
   std::replace(text.begin(), text.end(), '\\', '/');
   return text;
 }
 
-}  // namespace larder::platform
+}  // namespace larder::tool
