@@ -5,17 +5,9 @@
 #include <vector>
 
 #include "tools/larder/cli/command.h"
+#include "tools/larder/cli/commands.h"
 #include "tools/larder/cli/console.h"
 #include "tools/larder/cli/errors.h"
-#include "tools/larder/log/log-command.h"
-#include "tools/larder/query/query-command.h"
-#include "tools/larder/registry/notify-command.h"
-#include "tools/larder/registry/registry-command.h"
-#include "tools/larder/registry/remove-command.h"
-#include "tools/larder/registry/setup-command.h"
-#include "tools/larder/scan/scan-command.h"
-#include "tools/larder/status/provider-probe.h"
-#include "tools/larder/status/status-command.h"
 
 namespace larder::tool {
 namespace {

@@ -1,5 +1,3 @@
-#include "tools/larder/log/log-command.h"
-
 #include <chrono>
 #include <memory>
 #include <string>
@@ -9,6 +7,7 @@
 #include "log-file/log-files.h"
 #include "product/product.h"
 #include "support/paths.h"
+#include "tools/larder/cli/commands.h"
 #include "tools/larder/cli/console.h"
 #include "tools/larder/cli/errors.h"
 #include "tools/larder/cli/interrupt.h"

@@ -1,5 +1,3 @@
-#include "tools/larder/query/query-command.h"
-
 #include <larder/larder.h>
 
 #include <limits>
@@ -9,6 +7,7 @@
 #include <vector>
 
 #include "tools/larder/cli/client.h"
+#include "tools/larder/cli/commands.h"
 #include "tools/larder/cli/errors.h"
 #include "tools/larder/cli/text.h"
 #include "tools/larder/query/file-query.h"

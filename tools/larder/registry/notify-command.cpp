@@ -1,5 +1,3 @@
-#include "tools/larder/registry/notify-command.h"
-
 #include <atomic>
 #include <iterator>
 #include <memory>
@@ -10,6 +8,7 @@
 #include "product/product.h"
 #include "support/scoped-handles.h"
 #include "tools/larder/cli/client.h"
+#include "tools/larder/cli/commands.h"
 #include "tools/larder/cli/errors.h"
 #include "tools/larder/cli/interrupt.h"
 #include "tools/larder/registry/registry-edit.h"

@@ -1,11 +1,10 @@
-#include "tools/larder/registry/registry-command.h"
-
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "platform/registry.h"
+#include "tools/larder/cli/commands.h"
 #include "tools/larder/cli/errors.h"
 #include "tools/larder/registry/registry-edit.h"
 #include "tools/larder/registry/registry-tree.h"

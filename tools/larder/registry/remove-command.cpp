@@ -1,5 +1,3 @@
-#include "tools/larder/registry/remove-command.h"
-
 #include <algorithm>
 #include <iostream>
 #include <memory>
@@ -7,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "tools/larder/cli/commands.h"
 #include "tools/larder/cli/errors.h"
 #include "tools/larder/cli/text.h"
 #include "tools/larder/registry/log-watch.h"

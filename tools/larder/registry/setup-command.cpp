@@ -1,5 +1,3 @@
-#include "tools/larder/registry/setup-command.h"
-
 #include <memory>
 #include <string>
 #include <vector>
@@ -9,6 +7,7 @@
 #include "product/product.h"
 #include "support/installed-state.h"
 #include "support/registry.h"
+#include "tools/larder/cli/commands.h"
 #include "tools/larder/cli/errors.h"
 #include "tools/larder/cli/text.h"
 #include "tools/larder/registry/log-watch.h"

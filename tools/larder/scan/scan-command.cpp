@@ -1,5 +1,3 @@
-#include "tools/larder/scan/scan-command.h"
-
 #include <algorithm>
 #include <array>
 #include <chrono>
@@ -13,6 +11,7 @@
 #include <vector>
 
 #include "tools/larder/cli/client.h"
+#include "tools/larder/cli/commands.h"
 #include "tools/larder/cli/console.h"
 #include "tools/larder/cli/errors.h"
 #include "tools/larder/cli/interrupt.h"

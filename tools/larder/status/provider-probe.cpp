@@ -9,7 +9,7 @@
 
 #include "platform/module.h"
 #include "platform/utf.h"
-#include "tools/larder/cli/console.h"
+#include "tools/larder/cli/commands.h"
 #include "tools/larder/cli/errors.h"
 #include "tools/larder/status/child.h"
 #include "tools/larder/status/dependencies.h"

@@ -9,7 +9,6 @@
 #include <vector>
 
 #include "platform/wide.h"
-#include "tools/larder/cli/command.h"
 
 namespace larder::tool {
 
@@ -26,8 +25,5 @@ struct ProbeResult {
 
 // limit: how long the whole of it may take.
 [[nodiscard]] ProbeResult ProbeProvider(const WideString& module, std::chrono::milliseconds limit);
-
-// The command that the child process runs; not for users, and not listed.
-void AddProbeCommand(const Command& top);
 
 }  // namespace larder::tool

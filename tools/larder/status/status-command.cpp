@@ -1,11 +1,10 @@
-#include "tools/larder/status/status-command.h"
-
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <string>
 
 #include "platform/utf.h"
 #include "support/registry.h"
+#include "tools/larder/cli/commands.h"
 #include "tools/larder/cli/console.h"
 #include "tools/larder/cli/errors.h"
 #include "tools/larder/cli/text.h"
