@@ -1,30 +1,51 @@
-// One file asked about through the library. A client like any other: exports only.
+// Queries for single files. A client of the library like any other: uses its exports only.
 #pragma once
 
 #include <larder/feed-file.h>
 #include <larder/larder.h>
+#include <larder/records.h>
 
 #include <cstdint>
+#include <optional>
 #include <string>
+#include <vector>
 
 #include "platform/file.h"
-#include "tools/larder/query/file-answer.h"
 
 namespace larder::tool {
 
 struct FileQuestion {
   std::int32_t type = LARDER_FEED_FILE_TYPE;
   std::uint32_t option = 0;
-  // Any other record is a fault then, whatever the type that was asked.
+  // Treat a record of any other type than the file provider's as malformed, whatever type was
+  // queried.
   bool onlyFileRecords = true;
 };
 
-// What is there now; zeros when it can't be told. What is wrong with the file is for the provider
-// to say.
+// What the library returned for one file.
+struct FileAnswer {
+  std::string path;                  // as the user gave it
+  std::uint64_t lastModified = 0;    // as passed to the library
+  std::uint64_t size = 0;            // of the file in bytes; 0 if unknown
+  std::vector<unsigned char> block;  // a copy of the provider's; empty if there is no valid one
+  std::optional<int> result;         // the library's; none if it wasn't called
+  std::string error;                 // empty on success
+
+  // Views of the block, by its type. The block must not be empty.
+  [[nodiscard]] const DataBlockHeader& Header() const {
+    return *reinterpret_cast<const DataBlockHeader*>(block.data());
+  }
+  [[nodiscard]] const FileDataRecord& Record() const {
+    return *reinterpret_cast<const FileDataRecord*>(block.data());
+  }
+};
+
+// The file's size and time of last change, zeros if they can't be read. No error: the provider
+// reports what is wrong with a file.
 platform::FileInfo FileInfoOf(const WideString& path);
 
-// Asks, checks the record, copies it and gives it back. Any number of threads at the same time.
-// file: UTF-8, relative to the current directory if it isn't full.
+// Queries the library, validates and copies the record, and frees it. May be called from any
+// thread. file: UTF-8, absolute or relative to the current directory.
 FileAnswer QueryFile(LarderHandle handle, const FileQuestion& question, const std::string& file);
 
 }  // namespace larder::tool

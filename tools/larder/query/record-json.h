@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "tools/larder/query/file-answer.h"
+#include "tools/larder/query/file-query.h"
 
 namespace larder::tool {
 
