@@ -14,7 +14,7 @@
 #include "tools/larder/cli/text.h"
 #include "tools/larder/log/log-reader.h"
 #include "tools/larder/log/log-runs.h"
-#include "tools/larder/registry/registry-edit.h"
+#include "tools/larder/registry/registry-value.h"
 
 namespace larder::tool {
 namespace {

@@ -11,7 +11,7 @@
 #include "tools/larder/cli/commands.h"
 #include "tools/larder/cli/errors.h"
 #include "tools/larder/cli/interrupt.h"
-#include "tools/larder/registry/registry-edit.h"
+#include "tools/larder/registry/registry-value.h"
 
 namespace larder::tool {
 namespace {

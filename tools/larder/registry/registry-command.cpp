@@ -4,14 +4,97 @@
 #include <vector>
 
 #include "platform/registry.h"
+#include "platform/scoped-handle.h"
+#include "platform/utf.h"
 #include "tools/larder/cli/commands.h"
 #include "tools/larder/cli/errors.h"
-#include "tools/larder/registry/registry-edit.h"
-#include "tools/larder/registry/registry-tree.h"
+#include "tools/larder/cli/text.h"
 #include "tools/larder/registry/registry-value.h"
 
 namespace larder::tool {
 namespace {
+
+constexpr std::size_t kMaxNameLength = 16383;  // of a value, in units; a key's name is shorter
+
+using NameReader = platform::Code (*)(platform::RegistryKey, std::uint32_t, LarderWideChar*,
+                                      std::uint32_t&);
+
+// Prints keys and values, one a line. Tabs separate the columns: subkey; name, type and data of a
+// value. What can't be read has a line on standard error and is skipped.
+class TreePrinter {
+ public:
+  explicit TreePrinter(Output& target) : output(target), buffer(kMaxNameLength + 1) {}
+
+  void PrintKey(const WideString& subkey);
+  [[nodiscard]] bool HasPrintedAll() const { return hasPrintedAll; }
+
+ private:
+  void Report(const std::string& what, platform::Code code);
+  std::vector<WideString> Names(platform::RegistryKey key, NameReader read,
+                                const std::string& what);
+  void PrintValue(platform::RegistryKey key, const WideString& subkey, const WideString& name);
+
+  Output& output;
+  std::vector<LarderWideChar> buffer;
+  bool hasPrintedAll = true;
+};
+
+void TreePrinter::Report(const std::string& what, platform::Code code) {
+  PrintError("cannot " + what + ": " + SystemReason(code));
+  hasPrintedAll = false;
+}
+
+std::vector<WideString> TreePrinter::Names(platform::RegistryKey key, NameReader read,
+                                           const std::string& what) {
+  std::vector<WideString> names;
+  for (std::uint32_t index = 0;; ++index) {
+    auto length = static_cast<std::uint32_t>(buffer.size());
+    const platform::Code code = read(key, index, buffer.data(), length);
+    if (code == platform::kNoMoreItems) return names;
+    if (code != platform::kSuccess) {
+      Report(what, code);
+      return names;
+    }
+    names.emplace_back(buffer.data(), length);
+  }
+}
+
+void TreePrinter::PrintValue(platform::RegistryKey key, const WideString& subkey,
+                             const WideString& name) {
+  RegistryValue value;
+  const platform::Code code = ReadRegistryValue(key, name, value);
+  if (code != platform::kSuccess) {
+    Report("read " + ValueLabel({subkey, name}), code);
+    return;
+  }
+  output.Write(Printable(platform::Utf8FromWide(subkey)) + "\t" +
+               Printable(platform::Utf8FromWide(name)) + "\t" + TypeName(value.type) + "\t" +
+               Printable(DataText(value)) + "\n");
+}
+
+void TreePrinter::PrintKey(const WideString& subkey) {
+  const std::string label = KeyLabel(subkey);
+  platform::OwnedRegistryKey key;
+  const platform::Code code =
+      platform::OpenRegistryKey(PathOfSubkey(subkey), platform::kKeyRead, key.Out());
+  if (!subkey.empty()) output.Write(Printable(platform::Utf8FromWide(subkey)) + "\n");
+  if (code != platform::kSuccess) return Report("open key " + label, code);
+  for (const WideString& name :
+       Names(key.Get(), &platform::RegistryValueName, "list the values of key " + label)) {
+    PrintValue(key.Get(), subkey, name);
+  }
+  const WideString prefix = subkey.empty() ? subkey : subkey + LARDER_WIDE('\\');
+  for (const WideString& name :
+       Names(key.Get(), &platform::RegistrySubkeyName, "list the subkeys of key " + label)) {
+    PrintKey(prefix + name);
+  }
+}
+
+int PrintTree(Output& output) {
+  TreePrinter printer(output);
+  printer.PrintKey({});
+  return printer.HasPrintedAll() ? kExitOk : kExitFailed;
+}
 
 constexpr const char* kSubkeyHelp =
     "Key below the library's root, levels separated by backslashes; empty for the root itself";
@@ -24,8 +107,8 @@ struct Arguments {
   std::string type = "REG_SZ";
 };
 
-// One backslash at the end is let pass. An empty level is refused, because the system ignores it
-// and the key would be another one than the user sees.
+// Accepts one backslash at the end. Refuses an empty level: the system would ignore it and open
+// another key than the one that the user named.
 WideString CheckedSubkey(const std::string& argument) {
   WideString subkey = WideArgument("SUBKEY", argument);
   if (subkey.size() > 1 && subkey.ends_with(LARDER_WIDE('\\'))) subkey.pop_back();
@@ -74,7 +157,7 @@ int DeleteTree(const WideString& subkey) {
 
 void AddList(const Command& registry) {
   registry.AddCommand("list", "Print all keys and values, one a line").OnChosen([] {
-    return [](Output& output) { return PrintTree(output) ? kExitOk : kExitFailed; };
+    return &PrintTree;
   });
 }
 

@@ -3,14 +3,16 @@
 #include <cstring>
 #include <limits>
 
+#include "platform/scoped-handle.h"
 #include "platform/utf.h"
+#include "support/registry.h"
 #include "tools/larder/cli/text.h"
 
 namespace larder::tool {
 namespace {
 
 constexpr std::uint32_t kFirstGuess = 512;  // bytes
-constexpr int kTries = 8;                   // a value may grow between two reads
+constexpr int kMaxReads = 8;                // a value may grow between two reads
 
 bool IsText(std::uint32_t type) {
   return type == platform::kRegSz || type == platform::kRegExpandSz;
@@ -31,16 +33,47 @@ std::uint32_t DwordOf(const std::vector<unsigned char>& data) {
 
 }  // namespace
 
+WideString PathOfSubkey(const WideString& subkey) {
+  WideString path(LarderRegistryRoot);
+  path += subkey;
+  if (path.ends_with(LARDER_WIDE('\\'))) path.pop_back();
+  return path;
+}
+
+std::string KeyLabel(const WideString& subkey) {
+  return "\"" + platform::Utf8FromWide(subkey.empty() ? PathOfSubkey(subkey) : subkey) + "\"";
+}
+
+std::string ValueLabel(const ValueName& target) {
+  return "value \"" + platform::Utf8FromWide(target.name) + "\" of key " + KeyLabel(target.subkey);
+}
+
 platform::Code ReadRegistryValue(platform::RegistryKey key, const WideString& name,
                                  RegistryValue& value) {
   value.data.resize(kFirstGuess);
   platform::Code code = platform::kMoreData;
-  for (int i = 0; i < kTries && code == platform::kMoreData; ++i) {
+  for (int i = 0; i < kMaxReads && code == platform::kMoreData; ++i) {
     auto size = static_cast<std::uint32_t>(value.data.size());
     code = platform::QueryRegistryValue(key, name, value.type, value.data.data(), size);
     if (code == platform::kSuccess || code == platform::kMoreData) value.data.resize(size);
   }
   return code;
+}
+
+platform::Code SetValue(const ValueName& target, const RegistryValue& value) {
+  platform::OwnedRegistryKey key;
+  const platform::Code code =
+      platform::MakeRegistryKey(PathOfSubkey(target.subkey), platform::kKeySetValue, key.Out());
+  if (code != platform::kSuccess) return code;
+  return platform::SetRegistryValue(key.Get(), target.name, value.type, value.data.data(),
+                                    static_cast<std::uint32_t>(value.data.size()));
+}
+
+platform::Code DeleteValue(const ValueName& target) {
+  platform::OwnedRegistryKey key;
+  const platform::Code code =
+      platform::OpenRegistryKey(PathOfSubkey(target.subkey), platform::kKeySetValue, key.Out());
+  return code == platform::kSuccess ? platform::RemoveRegistryValue(key.Get(), target.name) : code;
 }
 
 std::string TypeName(std::uint32_t type) {

@@ -1,4 +1,4 @@
-// Values of the registry and their texts.
+// Keys and values below the library's root in the registry. Subkeys are relative to that root.
 #pragma once
 
 #include <cstdint>
@@ -12,26 +12,45 @@
 
 namespace larder::tool {
 
+struct ValueName {
+  WideString subkey;
+  WideString name;
+};
+
 struct RegistryValue {
   std::uint32_t type = platform::kRegSz;
   std::vector<unsigned char> data;
 };
 
-// Reads a whole value, however long.
+// The subkey's path below the machine hive, without a backslash at the end.
+WideString PathOfSubkey(const WideString& subkey);
+
+// For messages: the subkey, or the root's path, in quotation marks.
+std::string KeyLabel(const WideString& subkey);
+
+// For messages: the value and its key, each in quotation marks.
+std::string ValueLabel(const ValueName& target);
+
+// Reads a whole value of any length.
 [[nodiscard]] platform::Code ReadRegistryValue(platform::RegistryKey key, const WideString& name,
                                                RegistryValue& value);
 
-// "REG_SZ" and so on; "REG_<number>" for a type without a name of its own.
+// Creates the key, and the levels above it, if they are missing.
+[[nodiscard]] platform::Code SetValue(const ValueName& target, const RegistryValue& value);
+
+[[nodiscard]] platform::Code DeleteValue(const ValueName& target);
+
+// "REG_SZ" and so on; "REG_<number>" for a type without a name.
 std::string TypeName(std::uint32_t type);
 
-// The data as UTF-8: text of REG_SZ and REG_EXPAND_SZ without its terminator, REG_DWORD in decimal.
-// Everything else, and data whose size doesn't fit its type, as hexadecimal digits.
+// The data as UTF-8: REG_SZ and REG_EXPAND_SZ without the terminator, REG_DWORD in decimal. All
+// other types, and data whose size doesn't fit its type, as hexadecimal digits.
 std::string DataText(const RegistryValue& value);
 
-// Text with its terminator. type: kRegSz or kRegExpandSz.
+// A text with its terminator. type: kRegSz or kRegExpandSz.
 RegistryValue TextValue(std::uint32_t type, const WideString& text);
 
-// A number as ParseUnsigned takes it; nothing when it isn't one of 32 bits.
+// A number in the form of ParseUnsigned; nothing if the text isn't a 32-bit number.
 std::optional<RegistryValue> DwordValue(const std::string& text);
 
 }  // namespace larder::tool

@@ -6,12 +6,13 @@
 
 #include "platform/folder.h"
 #include "platform/registry.h"
+#include "platform/scoped-handle.h"
 #include "platform/utf.h"
 #include "product/product.h"
 #include "support/installed-state.h"
 #include "support/paths.h"
 #include "tools/larder/cli/console.h"
-#include "tools/larder/registry/registry-tree.h"
+#include "tools/larder/registry/registry-value.h"
 
 namespace larder::tool {
 namespace {

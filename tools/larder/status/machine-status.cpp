@@ -8,6 +8,7 @@
 
 #include "log-file/log-files.h"
 #include "platform/folder.h"
+#include "platform/scoped-handle.h"
 #include "platform/utf.h"
 #include "product/product.h"
 #include "support/paths.h"
@@ -15,8 +16,6 @@
 #include "tools/larder/cli/console.h"
 #include "tools/larder/cli/errors.h"
 #include "tools/larder/log/log-runs.h"
-#include "tools/larder/registry/registry-edit.h"
-#include "tools/larder/registry/registry-tree.h"
 #include "tools/larder/registry/registry-value.h"
 #include "tools/larder/status/module-form.h"
 
