@@ -7,7 +7,7 @@
 #include <string>
 
 #include "tools/larder/scan/scan-report.h"
-#include "tools/larder/scan/tree-count.h"
+#include "tools/larder/scan/tree-walk.h"
 
 namespace larder::tool {
 

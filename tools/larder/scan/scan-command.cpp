@@ -22,7 +22,6 @@
 #include "tools/larder/scan/ordered-work.h"
 #include "tools/larder/scan/progress-bar.h"
 #include "tools/larder/scan/scan-report.h"
-#include "tools/larder/scan/tree-count.h"
 #include "tools/larder/scan/tree-walk.h"
 
 namespace larder::tool {

@@ -1,8 +1,10 @@
 #include "tools/larder/scan/tree-walk.h"
 
 #include <algorithm>
+#include <exception>
 #include <utility>
 
+#include "platform/thread.h"
 #include "tools/larder/cli/console.h"
 #include "tools/larder/cli/errors.h"
 #include "tools/larder/query/file-query.h"
@@ -14,13 +16,13 @@ bool ByName(const platform::FolderEntry& one, const platform::FolderEntry& other
   return one.name < other.name;
 }
 
-// The system's own separator counts, and "/" on every system.
+// In the system's own separator, or in "/", which every system accepts.
 bool EndsInSeparator(const std::string& path) {
   return path.ends_with('/') || PathText(LARDER_WIDE("\\")).front() == path.back();
 }
 
-// What a root leads to, links followed.
-platform::Code LookAt(const std::string& root, bool& isFolder, std::uint64_t& size) {
+// Follows links.
+platform::Code QueryRoot(const std::string& root, bool& isFolder, std::uint64_t& size) {
   WideString path;
   std::uint32_t attributes = 0;
   platform::Code code = FullPath(root, path);
@@ -57,7 +59,7 @@ bool TreeWalk::Step(FoundFile& found) {
 
 bool TreeWalk::EnterRoot(std::string root, FoundFile& found) {
   bool isFolder = false;
-  const platform::Code code = LookAt(root, isFolder, found.size);
+  const platform::Code code = QueryRoot(root, isFolder, found.size);
   if (code != platform::kSuccess) found.error = SystemReason(code);
   if (code == platform::kSuccess && isFolder) return EnterFolder(std::move(root), found);
   found.path = std::move(root);
@@ -97,6 +99,39 @@ bool TreeWalk::TakeEntry(const std::string& folder, const platform::FolderEntry&
   found.path = std::move(path);
   found.size = entry.size;
   return true;
+}
+
+TreeCount::TreeCount(std::vector<std::string> newRoots)
+    : roots(std::move(newRoots)), thread(platform::StartThread(&Run, this)) {}
+
+TreeCount::~TreeCount() {
+  isStopped = true;
+  platform::WaitForThread(thread.Get());
+}
+
+std::optional<Amount> TreeCount::Total() const {
+  if (!isDone) return std::nullopt;
+  return total;
+}
+
+// After an exception the total stays unknown. The scan itself reports what is wrong.
+void TreeCount::Run(void* count) noexcept {
+  try {
+    static_cast<TreeCount*>(count)->Count();
+  } catch (const std::exception&) {
+    return;
+  }
+}
+
+void TreeCount::Count() {
+  TreeWalk walk(roots, [this] { return isStopped.load(); });
+  FoundFile found;
+  while (walk.Next(found)) {
+    if (!found.error.empty()) continue;
+    ++total.files;
+    total.bytes += found.size;
+  }
+  isDone = !isStopped;
 }
 
 }  // namespace larder::tool
