@@ -31,7 +31,7 @@ OrderedWork::Next Numbers(int count) {
 std::vector<std::string> TakeAll(OrderedWork& work) {
   std::vector<std::string> taken;
   ScanResult result;
-  while (work.Take(result, std::nullopt) == OrderedWork::Taken::kAnswer) {
+  while (work.Take(result, std::nullopt) == OrderedWork::Taken::kResult) {
     taken.push_back(result.path + result.text + result.error);
   }
   return taken;
@@ -65,7 +65,7 @@ TEST(OrderedWorkTest, NoMoreThanTheWindowIsBegunBeforeTheFirstAnswerIsTaken) {
   });
   windowIsFull.get_future().wait();
   ScanResult result;
-  EXPECT_EQ(work.Take(result, OrderedWork::Clock::now()), OrderedWork::Taken::kNoneYet);
+  EXPECT_EQ(work.Take(result, OrderedWork::Clock::now()), OrderedWork::Taken::kTimedOut);
   EXPECT_EQ(asked, 4);
   firstMayEnd.set_value();
   EXPECT_EQ(TakeAll(work).size(), 100u);
@@ -99,7 +99,7 @@ TEST(OrderedWorkTest, WhatIsUnderWayIsWaitedForAndNothingElseBegunOnceItIsStoppe
       ++completed;
     });
     ScanResult result;
-    EXPECT_EQ(work.Take(result, std::nullopt), OrderedWork::Taken::kAnswer);
+    EXPECT_EQ(work.Take(result, std::nullopt), OrderedWork::Taken::kResult);
   }
   EXPECT_EQ(asked, completed);
   EXPECT_LE(asked, 6);

@@ -8,9 +8,13 @@
 
 namespace larder::tool {
 
-OrderedWork::OrderedWork(std::size_t threadCount, std::size_t newWindow, Next newNext, Ask newAsk)
-    : window(newWindow), next(std::move(newNext)), ask(std::move(newAsk)), answers(newWindow) {
-  Start(threadCount);
+OrderedWork::OrderedWork(std::size_t threadCount, std::size_t newWindow, Next newNext,
+                         Process newProcess)
+    : window(newWindow),
+      next(std::move(newNext)),
+      process(std::move(newProcess)),
+      slots(newWindow) {
+  StartThreads(threadCount);
 }
 
 OrderedWork::~OrderedWork() {
@@ -18,7 +22,7 @@ OrderedWork::~OrderedWork() {
   for (const AutoHandle& thread : threads) platform::WaitForThread(thread.Get());
 }
 
-void OrderedWork::Start(std::size_t threadCount) {
+void OrderedWork::StartThreads(std::size_t threadCount) {
   threads.reserve(threadCount);
   for (std::size_t i = 0; i < threadCount; ++i) {
     AutoHandle thread;
@@ -28,84 +32,84 @@ void OrderedWork::Start(std::size_t threadCount) {
   if (threads.empty()) throw std::runtime_error("cannot start a thread");
 }
 
-OrderedWork::Taken OrderedWork::Take(ScanResult& answer,
+OrderedWork::Taken OrderedWork::Take(ScanResult& result,
                                      std::optional<Clock::time_point> deadline) {
   std::unique_lock lock(mutex);
-  const auto place = [this]() -> auto& { return answers[taken % window]; };
-  const auto isReady = [&] { return place().has_value() || IsAtEnd(); };
+  std::optional<ScanResult>& slot = slots[taken % window];
+  const auto isReady = [&] { return slot.has_value() || IsAtEnd(); };
   if (!deadline) {
-    answerCame.wait(lock, isReady);
-  } else if (!answerCame.wait_until(lock, *deadline, isReady)) {
-    return Taken::kNoneYet;
+    resultStored.wait(lock, isReady);
+  } else if (!resultStored.wait_until(lock, *deadline, isReady)) {
+    return Taken::kTimedOut;
   }
-  if (!place().has_value()) return Taken::kEnd;
-  answer = *std::exchange(place(), std::nullopt);
+  if (!slot.has_value()) return Taken::kEnd;
+  result = *std::exchange(slot, std::nullopt);
   ++taken;
-  roomCame.notify_one();
-  return Taken::kAnswer;
+  slotFreed.notify_one();
+  return Taken::kResult;
 }
 
 void OrderedWork::Stop() {
   const std::lock_guard lock(mutex);
   isEnded = true;
-  roomCame.notify_all();
-  answerCame.notify_all();
+  slotFreed.notify_all();
+  resultStored.notify_all();
 }
 
-void OrderedWork::Run(void* work) noexcept { static_cast<OrderedWork*>(work)->Work(); }
+void OrderedWork::Run(void* work) noexcept { static_cast<OrderedWork*>(work)->RunThread(); }
 
-void OrderedWork::Work() {
+void OrderedWork::RunThread() {
   std::uint64_t number = 0;
-  for (ScanResult answer; Begin(answer, number); answer = {}) {
-    Complete(answer);
-    Store(std::move(answer), number);
+  for (ScanResult result; StartFile(result, number); result = {}) {
+    ProcessFile(result);
+    Store(std::move(result), number);
   }
 }
 
-bool OrderedWork::Begin(ScanResult& answer, std::uint64_t& number) {
-  const std::lock_guard walk(walkMutex);
-  if (!WaitForRoom()) return false;
+bool OrderedWork::StartFile(ScanResult& result, std::uint64_t& number) {
+  const std::lock_guard nextLock(nextMutex);
+  if (!WaitForSlot()) return false;
   bool isLast = false;
-  const bool isFound = FindNext(answer, isLast);
+  const bool isFound = FindNext(result, isLast);
   const std::lock_guard lock(mutex);
-  if (isFound) number = begun++;
+  if (isFound) number = started++;
   if (isLast) {
     isEnded = true;
-    answerCame.notify_one();
+    resultStored.notify_one();
   }
   return isFound;
 }
 
-bool OrderedWork::WaitForRoom() {
+bool OrderedWork::WaitForSlot() {
   std::unique_lock lock(mutex);
-  roomCame.wait(lock, [this] { return isEnded || begun - taken < window; });
+  slotFreed.wait(lock, [this] { return isEnded || started - taken < window; });
   return !isEnded;
 }
 
-bool OrderedWork::FindNext(ScanResult& answer, bool& isLast) const {
+bool OrderedWork::FindNext(ScanResult& result, bool& isLast) const {
   try {
-    isLast = !next(answer);
+    isLast = !next(result);
     return !isLast;
   } catch (const std::exception& error) {
-    answer.error = error.what();
+    result.error = error.what();
     isLast = true;
     return true;
   }
 }
 
-void OrderedWork::Complete(ScanResult& answer) const {
-  if (!answer.error.empty()) return;
+void OrderedWork::ProcessFile(ScanResult& result) const {
+  if (!result.error.empty()) return;
   try {
-    ask(answer);
+    process(result);
   } catch (const std::exception& error) {
-    answer.error = error.what();
+    result.error = error.what();
   }
 }
 
-void OrderedWork::Store(ScanResult answer, std::uint64_t number) {
+void OrderedWork::Store(ScanResult result, std::uint64_t number) {
   const std::lock_guard lock(mutex);
-  answers[number % window] = std::move(answer);
-  answerCame.notify_one();
+  slots[number % window] = std::move(result);
+  resultStored.notify_one();
 }
 
 }  // namespace larder::tool

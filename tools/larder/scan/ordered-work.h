@@ -1,4 +1,14 @@
-// Files asked about on several threads at the same time, with the answers in the files' order.
+// Processes files on several threads and returns the results in the files' order.
+//
+// Files are numbered in the order in which they are found. A thread takes the next file with its
+// number, processes it, and stores the result in a ring buffer of `window` slots, at the number
+// modulo the window. Take waits for the slot of the lowest number that hasn't been taken, and
+// empties it. A thread starts a file only while fewer than `window` files have been started and not
+// taken: so no two of them share a slot, and a file that takes long holds back a limited number of
+// results behind it, however large the tree.
+//
+// Finding a file may be slow, since it lists folders. It has a mutex of its own, so that neither
+// Take nor a thread with a result waits for it.
 #pragma once
 
 #include <chrono>
@@ -8,72 +18,65 @@
 #include <functional>
 #include <mutex>
 #include <optional>
-#include <string>
 #include <vector>
 
 #include "support/scoped-handles.h"
+#include "tools/larder/scan/scan-report.h"
 
 namespace larder::tool {
 
-struct ScanResult {
-  std::string path;
-  std::string error;       // empty when all went well
-  std::string text;        // what is to be printed
-  std::uint64_t size = 0;  // bytes of the file
-  bool hasFacts = false;
-  bool hasSigners = false;
-};
-
-// A file that takes long holds its followers' answers back, at most the window's size of them: no
-// other file is begun then. Made, asked for answers and destroyed on one thread.
+// The constructor, Take and the destructor must be called on one thread.
 class OrderedWork {
  public:
   using Clock = std::chrono::steady_clock;
-  // Fills in the path of the next file, or an answer that is complete: one with an error. False at
-  // the end. One call at a time, each on any of the threads.
+  // Sets the path of the next file. If it sets an error too, the result is complete and isn't
+  // processed. Returns false at the end. Called on any thread, one call at a time. An exception's
+  // text is the error of one more result, the last.
   using Next = std::function<bool(ScanResult&)>;
-  // Completes an answer; several calls at the same time. What an exception out of either tells is
-  // the answer's error, and one out of next ends the files.
-  using Ask = std::function<void(ScanResult&)>;
-  enum class Taken { kAnswer, kNoneYet, kEnd };
+  // Completes a result that has a path. Called on several threads at the same time. An exception's
+  // text becomes the result's error.
+  using Process = std::function<void(ScanResult&)>;
+  enum class Taken { kResult, kTimedOut, kEnd };
 
-  // Starts the threads; fewer than that if the system has no more. Throws std::runtime_error if it
-  // has none. window: at least 1.
-  OrderedWork(std::size_t threadCount, std::size_t newWindow, Next newNext, Ask newAsk);
-  ~OrderedWork();  // Stop, and waits for the files that are under way
+  // Starts the threads, or fewer if the system has no more. Throws std::runtime_error if it has
+  // none. window: at least 1.
+  OrderedWork(std::size_t threadCount, std::size_t newWindow, Next newNext, Process newProcess);
+  // Calls Stop and waits until the files that have been started are processed.
+  ~OrderedWork();
   OrderedWork(const OrderedWork&) = delete;
   OrderedWork& operator=(const OrderedWork&) = delete;
 
-  // Waits for the next answer, until the deadline if there is one. kEnd when all have been taken.
-  Taken Take(ScanResult& answer, std::optional<Clock::time_point> deadline);
+  // Waits for the next result, until the deadline if there is one. kEnd: all results have been
+  // taken.
+  Taken Take(ScanResult& result, std::optional<Clock::time_point> deadline);
 
-  // No further file is begun.
+  // Starts no further file.
   void Stop();
 
  private:
   static void Run(void* work) noexcept;
-  void Work();
-  void Start(std::size_t threadCount);
-  // Takes a file and its number; false when there is none to take.
-  bool Begin(ScanResult& answer, std::uint64_t& number);
-  bool WaitForRoom();
-  bool FindNext(ScanResult& answer, bool& isLast) const;
-  void Complete(ScanResult& answer) const;
-  void Store(ScanResult answer, std::uint64_t number);
-  bool IsAtEnd() const { return isEnded && taken == begun; }
+  void RunThread();
+  void StartThreads(std::size_t threadCount);
+  // Finds a file and its number; false if there are no more.
+  bool StartFile(ScanResult& result, std::uint64_t& number);
+  bool WaitForSlot();
+  bool FindNext(ScanResult& result, bool& isLast) const;
+  void ProcessFile(ScanResult& result) const;
+  void Store(ScanResult result, std::uint64_t number);
+  bool IsAtEnd() const { return isEnded && taken == started; }
 
   const std::size_t window;
   const Next next;
-  const Ask ask;
+  const Process process;
 
-  std::mutex walkMutex;  // around next, so that a slow one keeps no answer waiting; taken first
-  std::mutex mutex;      // around all below
-  std::condition_variable roomCame;
-  std::condition_variable answerCame;
-  std::vector<std::optional<ScanResult>> answers;  // the one of file N at N modulo the window
-  std::uint64_t begun = 0;
-  std::uint64_t taken = 0;
-  bool isEnded = false;
+  std::mutex nextMutex;  // guards next; locked before mutex
+  std::mutex mutex;      // guards all below but the threads
+  std::condition_variable slotFreed;
+  std::condition_variable resultStored;
+  std::vector<std::optional<ScanResult>> slots;
+  std::uint64_t started = 0;  // number of files
+  std::uint64_t taken = 0;    // number of results
+  bool isEnded = false;       // no further file is started
 
   std::vector<AutoHandle> threads;
 };

@@ -29,8 +29,8 @@ namespace {
 
 using Clock = OrderedWork::Clock;
 
-constexpr std::size_t kMostThreads = 256;
-constexpr std::size_t kWindow = 1024;  // answers that may wait for one before them
+constexpr std::size_t kMaxThreads = 256;
+constexpr std::size_t kWindow = 1024;  // results that may wait for the one before them
 
 struct Arguments {
   std::vector<std::string> roots;
@@ -49,14 +49,14 @@ struct Scan {
   Form form;
 };
 
-// As many as there are cores unless told otherwise.
+// By default, the number of cores.
 std::size_t CheckedThreads(const std::string& text) {
   if (text.empty())
-    return std::clamp<std::size_t>(std::thread::hardware_concurrency(), 1, kMostThreads);
-  const auto threads = ParseUnsigned(text, kMostThreads);
+    return std::clamp<std::size_t>(std::thread::hardware_concurrency(), 1, kMaxThreads);
+  const auto threads = ParseUnsigned(text, kMaxThreads);
   if (threads.value_or(0) == 0) {
     throw UsageError("--threads",
-                     "no number from 1 to " + std::to_string(kMostThreads) + ": " + text);
+                     "no number from 1 to " + std::to_string(kMaxThreads) + ": " + text);
   }
   return *threads;
 }
@@ -74,7 +74,7 @@ Scan CheckedScan(const Arguments& arguments) {
   return scan;
 }
 
-// A character of a name as sha256sum prints it.
+// A character of a name, escaped as by sha256sum.
 std::string Escaped(char c) {
   switch (c) {
     case '\\':
@@ -88,7 +88,7 @@ std::string Escaped(char c) {
   }
 }
 
-// As sha256sum prints it, with a backslash in front if there is anything escaped in the name.
+// A line in the format of sha256sum, which begins with a backslash if the name has escapes.
 std::string DigestLine(const FileAnswer& answer) {
   std::string name;
   for (const char c : answer.path) name += Escaped(c);
@@ -101,7 +101,7 @@ std::string TextOf(const FileAnswer& answer, Form form) {
   return form == Form::kSummary || answer.block.empty() ? "" : DigestLine(answer);
 }
 
-void AskAbout(LarderHandle handle, const Scan& scan, ScanResult& result) {
+void ProcessFile(LarderHandle handle, const Scan& scan, ScanResult& result) {
   FileAnswer answer = QueryFile(handle, scan.question, result.path);
   result.hasFacts = !answer.block.empty();
   result.hasSigners = result.hasFacts && HasSigners(answer.Record());
@@ -110,7 +110,7 @@ void AskAbout(LarderHandle handle, const Scan& scan, ScanResult& result) {
   result.error = std::move(answer.error);
 }
 
-// A folder that can't be read has a line of JSON like a file that can't.
+// With --json, a folder that can't be read has its line like a file that can't.
 bool FindNext(TreeWalk& walk, Form form, ScanResult& result) {
   FoundFile found;
   if (!walk.Next(found)) return false;
@@ -124,8 +124,8 @@ bool FindNext(TreeWalk& walk, Form form, ScanResult& result) {
   return true;
 }
 
-// Where the lines go, and on a terminal the bar. With a bar, lines are held back until it is drawn
-// again, so that it isn't erased for each of them.
+// Prints the lines, and on a terminal a progress bar. With a bar, the lines are buffered until it
+// is due to be drawn again, so that it isn't erased for each of them.
 class ScanView {
  public:
   ScanView(const std::vector<std::string>& roots, Output& newOutput) : output(newOutput) {
@@ -135,7 +135,7 @@ class ScanView {
     count.emplace(roots);
   }
 
-  // When Refresh wants to be called, if at all.
+  // When Refresh must be called; nothing without a bar.
   [[nodiscard]] std::optional<Clock::time_point> DueTime() const {
     return bar ? std::optional(bar->DueTime()) : std::nullopt;
   }
@@ -173,12 +173,12 @@ class ScanView {
   std::optional<TreeCount> count;
 };
 
-void ShowAnswers(OrderedWork& work, ScanView& view, ScanReport& report, const Output& output) {
+void ShowResults(OrderedWork& work, ScanView& view, ScanReport& report, const Output& output) {
   ScanResult result;
   while (!output.Failed()) {
     const OrderedWork::Taken taken = work.Take(result, view.DueTime());
     if (taken == OrderedWork::Taken::kEnd) break;
-    if (taken == OrderedWork::Taken::kAnswer) {
+    if (taken == OrderedWork::Taken::kResult) {
       report.Add(result);
       view.Print(result.text);
     }
@@ -218,8 +218,8 @@ bool ScanTrees(LarderHandle handle, const Scan& scan, Output& output) {
     OrderedWork work(
         scan.threads, kWindow,
         [&](ScanResult& result) { return FindNext(walk, scan.form, result); },
-        [&](ScanResult& result) { AskAbout(handle, scan, result); });
-    ShowAnswers(work, view, report, output);
+        [&](ScanResult& result) { ProcessFile(handle, scan, result); });
+    ShowResults(work, view, report, output);
   }
   const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
   if (scan.form == Form::kSummary) output.Write(SummaryText(report.Counts(), walk, seconds));

@@ -8,13 +8,13 @@
 namespace larder::tool {
 namespace {
 
-constexpr std::size_t kMostPaths = 20;
-constexpr std::size_t kMostReasons = 100;
+constexpr std::size_t kMaxPaths = 20;
+constexpr std::size_t kMaxReasons = 100;
 constexpr const char* kOtherReasons = "other reasons";
 
 std::uint64_t PerSecond(std::uint64_t amount, double seconds) {
-  constexpr double kShortest = 0.001;  // anything at all can be divided by it
-  return static_cast<std::uint64_t>(static_cast<double>(amount) / std::max(seconds, kShortest));
+  constexpr double kMinSeconds = 0.001;  // no division by zero at the start
+  return static_cast<std::uint64_t>(static_cast<double>(amount) / std::max(seconds, kMinSeconds));
 }
 
 }  // namespace
@@ -29,7 +29,7 @@ void ScanReport::Add(const ScanResult& result) {
   ++counts.errors;
   Reason& reason = ReasonOf(result.error);
   ++reason.count;
-  if (reason.paths.size() < kMostPaths) reason.paths.push_back(result.path);
+  if (reason.paths.size() < kMaxPaths) reason.paths.push_back(result.path);
 }
 
 ScanReport::Reason& ScanReport::ReasonOf(const std::string& error) {
@@ -38,7 +38,7 @@ ScanReport::Reason& ScanReport::ReasonOf(const std::string& error) {
                         [&](const Reason& reason) { return reason.text == text; });
   };
   auto found = find(error);
-  const bool isFull = found == reasons.end() && reasons.size() >= kMostReasons;
+  const bool isFull = found == reasons.end() && reasons.size() >= kMaxReasons;
   if (isFull) found = find(kOtherReasons);
   if (found != reasons.end()) return *found;
   return reasons.emplace_back(Reason{isFull ? kOtherReasons : error, 0, {}});

@@ -1,29 +1,39 @@
-// What came of a scan, in numbers, and what went wrong in it.
+// The results of a scan: of each file, in numbers, and the errors.
 #pragma once
 
 #include <cstdint>
 #include <string>
 #include <vector>
 
-#include "tools/larder/scan/ordered-work.h"
-
 namespace larder::tool {
 
-struct ScanCounts {
-  std::uint64_t files = 0;   // those with facts
-  std::uint64_t bytes = 0;   // of these
-  std::uint64_t images = 0;  // of these, the ones with signers
-  std::uint64_t errors = 0;  // files and folders
+// Of one file, or of a folder that can't be read.
+struct ScanResult {
+  std::string path;
+  std::string error;       // empty on success
+  std::string text;        // to be printed
+  std::uint64_t size = 0;  // of the file in bytes
+  bool hasFacts = false;
+  bool hasSigners = false;
 };
 
-// Keeps the first paths of each reason only, and the first reasons, however many there are.
+struct ScanCounts {
+  std::uint64_t files = 0;   // files with facts
+  std::uint64_t bytes = 0;   // the size of these files
+  std::uint64_t images = 0;  // those of these files that have signers
+  std::uint64_t errors = 0;  // files and folders that failed
+};
+
+// Counts results and collects errors by their reasons. Keeps a limited number of reasons, and of
+// paths for each, so that memory doesn't grow with the errors. Not thread-safe.
 class ScanReport {
  public:
   void Add(const ScanResult& result);
 
   [[nodiscard]] const ScanCounts& Counts() const { return counts; }
 
-  // On standard error: for each reason, in the order of their first paths, the paths and the count.
+  // Prints the paths and the count of each reason on standard error, the reasons in the order in
+  // which they first occurred.
   void PrintErrors() const;
 
  private:
