@@ -31,5 +31,12 @@ TEST(MessageTest, CodesHaveTextsOfTheirOwnWithInsertsAsTheyAreAndUnknownOnesNone
   EXPECT_EQ(SystemMessage(0x2FFFFFFF), WideString());
 }
 
+TEST(MessageTest, AReasonHasTheTextAndTheNumberOrTheNumberAlone) {
+  std::string text = Utf8FromWide(SystemMessage(kAccessDenied));
+  text.resize(text.size() - 2);
+  EXPECT_EQ(SystemReason(kAccessDenied), text + " (5)");
+  EXPECT_EQ(SystemReason(0x2FFFFFFF), "code 805306367");
+}
+
 }  // namespace
 }  // namespace larder::platform

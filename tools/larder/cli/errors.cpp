@@ -9,22 +9,9 @@
 #include "tools/larder/cli/text.h"
 
 namespace larder::tool {
-namespace {
-
-std::string Reason(std::string text, const std::string& number) {
-  text.erase(text.find_last_not_of(" \r\n") + 1);
-  return text.empty() ? "code " + number : text + " (" + number + ")";
-}
-
-}  // namespace
-
 void PrintError(std::string_view text) {
   const std::string line = "larder: " + Printable(text) + "\n";
   std::fwrite(line.data(), 1, line.size(), stderr);
-}
-
-std::string SystemReason(platform::Code code) {
-  return Reason(platform::Utf8FromWide(platform::SystemMessage(code)), std::to_string(code));
 }
 
 std::string ResultReason(int result) {
@@ -32,12 +19,13 @@ std::string ResultReason(int result) {
   WideString text(size, LARDER_WIDE('\0'));
   LarderErrorToString(result, size, text.data());
   text.pop_back();
-  return Reason(platform::Utf8FromWide(text), std::to_string(result));
+  const std::string number = std::to_string(result);
+  return text.empty() ? "code " + number : platform::Utf8FromWide(text) + " (" + number + ")";
 }
 
 bool Succeeded(const std::string& what, platform::Code code) {
   if (code == platform::kSuccess) return true;
-  PrintError("cannot " + what + ": " + SystemReason(code));
+  PrintError("cannot " + what + ": " + platform::SystemReason(code));
   return false;
 }
 

@@ -11,9 +11,6 @@ namespace larder::tool {
 // Prints "larder: <text>" as one line, control characters made visible.
 void PrintError(std::string_view text);
 
-// A code of the system for a person: its text and number, or "code <number>" if it has no text.
-std::string SystemReason(platform::Code code);
-
 // A result of the library in the same form.
 std::string ResultReason(int result);
 

@@ -4,6 +4,7 @@
 #include <array>
 #include <utility>
 
+#include "platform/message.h"
 #include "product/product.h"
 #include "tools/larder/cli/console.h"
 #include "tools/larder/cli/errors.h"
@@ -51,7 +52,7 @@ bool LogReader::Open(std::uint32_t number, Generation& generation) {
   if (code == platform::kSuccess)
     code = platform::QueryFileInfo(generation.file.Get(), generation.info);
   if (code == platform::kSuccess) return true;
-  Report("cannot read " + PathText(name) + ": " + SystemReason(code));
+  Report("cannot read " + PathText(name) + ": " + platform::SystemReason(code));
   return false;
 }
 
@@ -88,7 +89,7 @@ bool LogReader::Print(Generation& generation) {
         platform::ReadNext(generation.file.Get(), bytes.data(), bytes.size(), got);
     if (code != platform::kSuccess) {
       const WideString name = GenerationPath(path, generation.number);
-      Report("cannot read " + PathText(name) + ": " + SystemReason(code));
+      Report("cannot read " + PathText(name) + ": " + platform::SystemReason(code));
     }
     if (code != platform::kSuccess || got == 0) break;
     lines.Add({bytes.data(), got});

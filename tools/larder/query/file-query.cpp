@@ -4,6 +4,7 @@
 #include <cstring>
 #include <vector>
 
+#include "platform/message.h"
 #include "records/record-validation.h"
 #include "tools/larder/cli/console.h"
 #include "tools/larder/cli/errors.h"
@@ -85,7 +86,7 @@ FileAnswer QueryFile(LarderHandle handle, const FileQuestion& question, const st
   WideString path;
   const platform::Code code = FullPath(file, path);
   if (code != platform::kSuccess) {
-    answer.error = SystemReason(code);
+    answer.error = platform::SystemReason(code);
     return answer;
   }
   const platform::FileInfo info = FileInfoOf(path);

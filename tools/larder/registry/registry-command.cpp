@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/message.h"
 #include "platform/registry.h"
 #include "platform/scoped-handle.h"
 #include "platform/utf.h"
@@ -40,7 +41,7 @@ class TreePrinter {
 };
 
 void TreePrinter::Report(const std::string& what, platform::Code code) {
-  PrintError("cannot " + what + ": " + SystemReason(code));
+  PrintError("cannot " + what + ": " + platform::SystemReason(code));
   hasPrintedAll = false;
 }
 

@@ -4,6 +4,7 @@
 #include <exception>
 #include <utility>
 
+#include "platform/message.h"
 #include "platform/thread.h"
 #include "tools/larder/cli/console.h"
 #include "tools/larder/cli/errors.h"
@@ -60,7 +61,7 @@ bool TreeWalk::Step(FoundFile& found) {
 bool TreeWalk::EnterRoot(std::string root, FoundFile& found) {
   bool isFolder = false;
   const platform::Code code = QueryRoot(root, isFolder, found.size);
-  if (code != platform::kSuccess) found.error = SystemReason(code);
+  if (code != platform::kSuccess) found.error = platform::SystemReason(code);
   if (code == platform::kSuccess && isFolder) return EnterFolder(std::move(root), found);
   found.path = std::move(root);
   return true;
@@ -71,7 +72,7 @@ bool TreeWalk::EnterFolder(std::string folder, FoundFile& found) {
   const platform::Code code = platform::ListFolder(folder, level.entries);
   if (code != platform::kSuccess) {
     found.path = std::move(folder);
-    found.error = SystemReason(code);
+    found.error = platform::SystemReason(code);
     return true;
   }
   std::sort(level.entries.begin(), level.entries.end(), &ByName);

@@ -8,6 +8,7 @@
 
 #include "log-file/log-files.h"
 #include "platform/folder.h"
+#include "platform/message.h"
 #include "platform/scoped-handle.h"
 #include "platform/utf.h"
 #include "product/product.h"
@@ -35,12 +36,13 @@ std::string ReasonOfNoText(const ValueName& target) {
       platform::OpenRegistryKey(PathOfSubkey(target.subkey), platform::kKeyRead, key.Out());
   if (code == platform::kFileNotFound) return "the key " + KeyLabel(target.subkey) + " isn't there";
   if (code != platform::kSuccess) {
-    return "the key " + KeyLabel(target.subkey) + " can't be opened: " + SystemReason(code);
+    return "the key " + KeyLabel(target.subkey) +
+           " can't be opened: " + platform::SystemReason(code);
   }
   RegistryValue value;
   code = ReadRegistryValue(key.Get(), target.name, value);
   if (code == platform::kFileNotFound) return "the value isn't there";
-  if (code != platform::kSuccess) return "the value can't be read: " + SystemReason(code);
+  if (code != platform::kSuccess) return "the value can't be read: " + platform::SystemReason(code);
   const std::size_t characters = value.data.size() / sizeof(LarderWideChar);
   if (characters > kMaxRegistryCharacters + 1) {
     return "the value is too long: " + std::to_string(characters - 1) +
@@ -75,9 +77,9 @@ std::vector<WideString> ProviderKeys(std::string& fault) {
     fault = "the key isn't there";
   } else if (key.IsEmpty()) {
     fault = "the key can't be opened for reading and writing, which the library does: " +
-            SystemReason(code);
+            platform::SystemReason(code);
   } else if (code != platform::kNoMoreItems) {
-    fault = "the keys below it can't be listed: " + SystemReason(code);
+    fault = "the keys below it can't be listed: " + platform::SystemReason(code);
   } else if (keys.empty()) {
     fault = "there is no key below it";
   }
@@ -98,7 +100,7 @@ std::string LocationFault(const WideString& location) {
   }
   std::uint32_t attributes = 0;
   const platform::Code code = platform::PathAttributes(location, attributes);
-  if (code != platform::kSuccess) return "the folder isn't there: " + SystemReason(code);
+  if (code != platform::kSuccess) return "the folder isn't there: " + platform::SystemReason(code);
   const bool isFolder = (attributes & platform::kAttributeDirectory) != 0;
   return isFolder ? "" : "it is no folder";
 }
@@ -134,7 +136,7 @@ void Locate(const StatusValue& location, ProviderStatus& provider) {
     return;
   }
   const bool isMissing = code == platform::kFileNotFound || code == platform::kPathNotFound;
-  provider.place = isMissing ? "not there" : "not to be seen: " + SystemReason(code);
+  provider.place = isMissing ? "not there" : "not to be seen: " + platform::SystemReason(code);
   provider.place += Hint(location.text, provider.dll.text, provider.path);
 }
 

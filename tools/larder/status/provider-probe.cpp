@@ -7,6 +7,7 @@
 #include <sstream>
 #include <string_view>
 
+#include "platform/message.h"
 #include "platform/module.h"
 #include "platform/utf.h"
 #include "tools/larder/cli/commands.h"
@@ -65,13 +66,14 @@ std::string Quoted(const std::vector<std::string>& names) {
 
 // The system has the same code for a module that isn't there and for one that lacks another.
 Json LoadFault(const WideString& path, platform::Code code) {
-  if (!IsThere(path)) return {{kFault, "the file isn't there: " + SystemReason(code)}};
+  if (!IsThere(path)) return {{kFault, "the file isn't there: " + platform::SystemReason(code)}};
   const std::string form = DescribeForeignModule(path);
-  if (!form.empty()) return {{kFault, "it can't be loaded: " + form + ": " + SystemReason(code)}};
+  if (!form.empty())
+    return {{kFault, "it can't be loaded: " + form + ": " + platform::SystemReason(code)}};
   std::vector<std::string> missing;
   const platform::Code searched = FindMissingDependencies(path, missing);
   if (searched != platform::kSuccess || missing.empty()) {
-    return {{kFault, "the file is there but can't be loaded: " + SystemReason(code)}};
+    return {{kFault, "the file is there but can't be loaded: " + platform::SystemReason(code)}};
   }
   return {{kFault, "the file is there, but what it needs isn't: " + Quoted(missing) +
                        (missing.size() == 1 ? " isn't found" : " aren't found")},
@@ -203,7 +205,7 @@ ProbeResult ProbeProvider(const WideString& module, std::chrono::milliseconds li
   }
   if (code == platform::kSuccess) return Conclude(end, limit);
   ProbeResult result;
-  result.fault = "it can't be tried: " + SystemReason(code);
+  result.fault = "it can't be tried: " + platform::SystemReason(code);
   return result;
 }
 
