@@ -7,7 +7,7 @@
 #include "tools/larder/cli/command.h"
 #include "tools/larder/cli/commands.h"
 #include "tools/larder/cli/console.h"
-#include "tools/larder/cli/errors.h"
+#include "tools/larder/cli/output.h"
 
 namespace larder::tool {
 namespace {

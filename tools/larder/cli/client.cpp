@@ -6,14 +6,15 @@
 #include <vector>
 
 #include "log-file/log-files.h"
+#include "platform/utf.h"
 #include "support/paths.h"
-#include "tools/larder/cli/errors.h"
+#include "tools/larder/cli/output.h"
 
 namespace larder::tool {
 namespace {
 
-constexpr int kMostLooks = 100;
-constexpr std::chrono::milliseconds kPauseBetweenLooks(20);
+constexpr int kMaxPolls = 100;
+constexpr std::chrono::milliseconds kPollPause(20);
 
 std::vector<WideString> FindLogs() { return GetLogFiles(LARDER_WIDE("lr_*.log")); }
 
@@ -21,17 +22,16 @@ bool IsWhole(const WideString& log) {
   return CountLinesContaining(log, "Leaving LarderInit()") != 0;
 }
 
-// The logger of a failed LarderInit writes on until the process ends, and takes with it what it
-// hasn't written by then. Nobody can ask it, so its file is looked at: one that wasn't there
-// before.
+// After a failed LarderInit the library still writes its log, but loses what isn't on disk when the
+// process ends. No export waits for that, so this polls the log file: one that is new and complete.
 void WaitForLog(const std::vector<WideString>& before) {
-  for (int look = 0; look < kMostLooks; ++look) {
+  for (int poll = 0; poll < kMaxPolls; ++poll) {
     std::vector<WideString> logs = FindLogs();
     std::erase_if(logs, [&](const WideString& log) {
       return std::find(before.begin(), before.end(), log) != before.end();
     });
     if (std::any_of(logs.begin(), logs.end(), &IsWhole)) return;
-    std::this_thread::sleep_for(kPauseBetweenLooks);
+    std::this_thread::sleep_for(kPollPause);
   }
 }
 
@@ -62,6 +62,15 @@ bool EndLibrary() {
   if (result == LARDER_OK) return true;
   PrintError("cannot end the library: " + ResultReason(result));
   return false;
+}
+
+std::string ResultReason(int result) {
+  const std::uint32_t size = LarderErrorToString(result, 0, nullptr);
+  WideString text(size, LARDER_WIDE('\0'));
+  LarderErrorToString(result, size, text.data());
+  text.pop_back();
+  const std::string number = std::to_string(result);
+  return text.empty() ? "code " + number : platform::Utf8FromWide(text) + " (" + number + ")";
 }
 
 }  // namespace larder::tool

@@ -1,15 +1,22 @@
-// The library as its clients have it: exports only.
+// The library as its clients use it, through its exports only.
 #pragma once
 
 #include <larder/larder.h>
 
+#include <string>
+
 namespace larder::tool {
 
-// LarderInit. False, with the reason told on standard error, when there is no handle. Then the log
-// of the attempt, if there is one, has been given time to reach the disk.
+// Calls LarderInit. If that fails, prints the reason on standard error and returns false; with the
+// log switched on, it waits up to two seconds first, so that the log of the attempt reaches the
+// disk.
 [[nodiscard]] bool StartLibrary(LarderNotifyCallback callback, LarderHandle& handle);
 
-// LarderRelease, once for each good StartLibrary. False, with the reason told, when it fails.
+// Calls LarderRelease, once for each successful StartLibrary. If that fails, prints the reason and
+// returns false.
 [[nodiscard]] bool EndLibrary();
+
+// A result code for messages: its text and number, or "code <number>" if it has no text. UTF-8.
+std::string ResultReason(int result);
 
 }  // namespace larder::tool

@@ -9,7 +9,7 @@
 #include "product/product.h"
 #include "support/scoped-handles.h"
 #include "tools/larder/cli/console.h"
-#include "tools/larder/cli/errors.h"
+#include "tools/larder/cli/output.h"
 
 namespace larder::tool {
 namespace {

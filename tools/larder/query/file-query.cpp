@@ -6,8 +6,8 @@
 
 #include "platform/message.h"
 #include "records/record-validation.h"
+#include "tools/larder/cli/client.h"
 #include "tools/larder/cli/console.h"
-#include "tools/larder/cli/errors.h"
 
 namespace larder::tool {
 namespace {

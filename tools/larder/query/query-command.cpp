@@ -8,7 +8,7 @@
 
 #include "tools/larder/cli/client.h"
 #include "tools/larder/cli/commands.h"
-#include "tools/larder/cli/errors.h"
+#include "tools/larder/cli/output.h"
 #include "tools/larder/cli/text.h"
 #include "tools/larder/query/file-query.h"
 #include "tools/larder/query/record-json.h"

@@ -9,8 +9,8 @@
 #include "support/scoped-handles.h"
 #include "tools/larder/cli/client.h"
 #include "tools/larder/cli/commands.h"
-#include "tools/larder/cli/errors.h"
 #include "tools/larder/cli/interrupt.h"
+#include "tools/larder/cli/output.h"
 #include "tools/larder/registry/registry-value.h"
 
 namespace larder::tool {

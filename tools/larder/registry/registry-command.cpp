@@ -8,7 +8,7 @@
 #include "platform/scoped-handle.h"
 #include "platform/utf.h"
 #include "tools/larder/cli/commands.h"
-#include "tools/larder/cli/errors.h"
+#include "tools/larder/cli/output.h"
 #include "tools/larder/cli/text.h"
 #include "tools/larder/registry/registry-value.h"
 

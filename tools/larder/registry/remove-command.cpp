@@ -6,9 +6,8 @@
 #include <vector>
 
 #include "tools/larder/cli/commands.h"
-#include "tools/larder/cli/errors.h"
+#include "tools/larder/cli/output.h"
 #include "tools/larder/cli/text.h"
-#include "tools/larder/registry/log-watch.h"
 #include "tools/larder/registry/removal.h"
 
 namespace larder::tool {

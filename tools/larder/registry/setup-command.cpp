@@ -8,9 +8,8 @@
 #include "support/installed-state.h"
 #include "support/registry.h"
 #include "tools/larder/cli/commands.h"
-#include "tools/larder/cli/errors.h"
+#include "tools/larder/cli/output.h"
 #include "tools/larder/cli/text.h"
-#include "tools/larder/registry/log-watch.h"
 #include "tools/larder/registry/registry-value.h"
 
 namespace larder::tool {

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "tools/larder/cli/errors.h"
+#include "tools/larder/cli/output.h"
 #include "tools/larder/cli/text.h"
 
 namespace larder::tool {

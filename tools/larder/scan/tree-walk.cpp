@@ -7,7 +7,6 @@
 #include "platform/message.h"
 #include "platform/thread.h"
 #include "tools/larder/cli/console.h"
-#include "tools/larder/cli/errors.h"
 #include "tools/larder/query/file-query.h"
 
 namespace larder::tool {

@@ -15,7 +15,6 @@
 #include "support/paths.h"
 #include "support/registry.h"
 #include "tools/larder/cli/console.h"
-#include "tools/larder/cli/errors.h"
 #include "tools/larder/log/log-runs.h"
 #include "tools/larder/registry/registry-value.h"
 #include "tools/larder/status/module-form.h"

@@ -11,7 +11,6 @@
 #include "platform/folder.h"
 #include "platform/module.h"
 #include "support/scoped-handles.h"
-#include "tools/larder/cli/errors.h"
 
 namespace larder::tool {
 namespace {

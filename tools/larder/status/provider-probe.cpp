@@ -11,7 +11,7 @@
 #include "platform/module.h"
 #include "platform/utf.h"
 #include "tools/larder/cli/commands.h"
-#include "tools/larder/cli/errors.h"
+#include "tools/larder/cli/output.h"
 #include "tools/larder/status/child.h"
 #include "tools/larder/status/dependencies.h"
 #include "tools/larder/status/module-form.h"

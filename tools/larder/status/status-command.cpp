@@ -4,9 +4,10 @@
 
 #include "platform/utf.h"
 #include "support/registry.h"
+#include "tools/larder/cli/client.h"
 #include "tools/larder/cli/commands.h"
 #include "tools/larder/cli/console.h"
-#include "tools/larder/cli/errors.h"
+#include "tools/larder/cli/output.h"
 #include "tools/larder/cli/text.h"
 #include "tools/larder/query/record-text.h"
 #include "tools/larder/status/machine-status.h"
