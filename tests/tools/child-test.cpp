@@ -6,7 +6,7 @@
 #include <chrono>
 
 #include "platform/module-fixture.h"
-#include "tools/larder/status/dependencies.h"
+#include "tools/larder/status/module-file.h"
 
 namespace larder::tool {
 namespace {

@@ -17,7 +17,7 @@
 #include "tools/larder/cli/console.h"
 #include "tools/larder/log/log-runs.h"
 #include "tools/larder/registry/registry-value.h"
-#include "tools/larder/status/module-form.h"
+#include "tools/larder/status/module-file.h"
 
 namespace larder::tool {
 namespace {

@@ -13,8 +13,7 @@
 #include "tools/larder/cli/commands.h"
 #include "tools/larder/cli/output.h"
 #include "tools/larder/status/child.h"
-#include "tools/larder/status/dependencies.h"
-#include "tools/larder/status/module-form.h"
+#include "tools/larder/status/module-file.h"
 
 namespace larder::tool {
 namespace {

@@ -1,4 +1,4 @@
-#include "tools/larder/status/dependencies.h"
+#include "tools/larder/status/module-file.h"
 
 #include <windows.h>
 

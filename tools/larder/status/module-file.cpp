@@ -1,4 +1,4 @@
-#include "tools/larder/status/module-form.h"
+#include "tools/larder/status/module-file.h"
 
 #include <algorithm>
 #include <array>
