@@ -9,8 +9,8 @@
 namespace larder::tool {
 namespace {
 
-// To CLI11 "++" ends a subcommand, "[a,b]" is a list, and behind "--" a word may still be taken for
-// an option. Such words have this in front while they are parsed.
+// For CLI11 "++" ends a subcommand, "[a,b]" is a list, and a word after "--" may still be parsed as
+// an option. While the line is parsed, such words have this character in front.
 constexpr char kShield = '\x01';
 
 bool IsMisread(const std::string& argument) {
@@ -19,7 +19,7 @@ bool IsMisread(const std::string& argument) {
          (argument.front() == '[' && argument.back() == ']');
 }
 
-// Takes "--" out.
+// Removes "--".
 std::vector<std::string> Shielded(const std::vector<std::string>& arguments) {
   std::vector<std::string> result;
   bool isPlain = false;

@@ -1,8 +1,8 @@
-// The tool's command line: commands, what each of them takes, and what is to be done. A command is
-// a pair of files with one function that adds it to a line. Texts are UTF-8 throughout.
+// The tool's command line: its commands with their arguments, and the action that a line asks for.
+// All text is UTF-8.
 //
-// CLI11, which parses the line, is command.cpp's business alone: its headers are slow to compile,
-// and it gives some words a meaning of its own that is wrong here.
+// Only command.cpp includes CLI11, which parses the line: its headers are slow to compile, and it
+// gives some words a special meaning that doesn't fit here.
 #pragma once
 
 #include <functional>
@@ -25,27 +25,26 @@ inline constexpr int kExitOk = 0;
 inline constexpr int kExitFailed = 1;
 inline constexpr int kExitUsage = 2;
 
-// Does the work of a command once the whole command line has been accepted; gives the exit status.
-// What failed has been told on standard error by then.
+// Runs a command after the whole command line has been accepted. Returns the exit status; by then,
+// failures have been printed on standard error.
 using Action = std::function<int(Output&)>;
 
-// The command line can't be understood; what() says why.
+// The command line is invalid; what() says why.
 class UsageError : public std::runtime_error {
  public:
   explicit UsageError(const std::string& message) : std::runtime_error(message) {}
-  // name: of what was given wrongly.
+  // name: of the invalid option or argument.
   UsageError(const std::string& name, const std::string& reason)
       : UsageError(name + ": " + reason) {}
 };
 
-// A command while it is declared. Names that begin with "--" are those of options, others stand for
-// what is given without one. All variables outlive the parsing, and stay as they are when nothing
-// is given for them.
+// Declares a command. A name that begins with "--" is an option, any other a positional argument.
+// The variables must outlive the parsing. They keep their values if the user gives none.
 class Command {
  public:
   Command(CLI::App& parser, Action& chosenAction) : app(&parser), action(&chosenAction) {}
 
-  // One of which at most one can be given behind this one's name.
+  // A subcommand. At most one can be given.
   Command AddCommand(const char* name, const char* help) const;
   // The same, not listed by --help.
   Command AddHiddenCommand(const char* name, const char* help) const;
@@ -55,17 +54,17 @@ class Command {
   void AddOption(const char* name, std::optional<std::string>& value, const char* help) const;
   void AddChoice(const char* name, std::string& value, const std::vector<std::string>& choices,
                  const char* help) const;
-  // Can be given without a value, which is an empty one then. form: of the value, for --help.
+  // An option whose value may be omitted, and is empty then. form: of the value, for --help.
   void AddOptionOrFlag(const char* name, const char* form, std::optional<std::string>& value,
                        const char* help) const;
   void AddRequired(const char* name, std::string& value, const char* help) const;
   // One or more.
   void AddRequired(const char* name, std::vector<std::string>& values, const char* help) const;
-  // Of flags and options that were added: not both.
+  // Two flags or options that have been added can't be given together.
   void Exclude(const char* name, const char* other) const;
 
-  // check is called when the user has chosen the command: it throws UsageError for what can't be
-  // taken, and gives what is to be done.
+  // check is called if the line has this command. It validates the arguments, throwing UsageError,
+  // and returns the action.
   void OnChosen(const std::function<Action()>& check) const;
 
  private:
@@ -83,7 +82,7 @@ class CommandLine {
 
   Command Top() { return {*app, action}; }
   [[nodiscard]] std::string Help() const;
-  // What is to be done. Throws UsageError. arguments: without the program's name.
+  // Returns the action. Throws UsageError. arguments: without the program's name.
   Action Parse(const std::vector<std::string>& arguments);
 
  private:
@@ -91,7 +90,7 @@ class CommandLine {
   Action action;
 };
 
-// Throws UsageError, with the name of what was given, when the text is no UTF-8.
+// Throws UsageError with the argument's name if it isn't UTF-8.
 WideString WideArgument(const std::string& name, const std::string& argument);
 
 }  // namespace larder::tool

@@ -17,7 +17,7 @@ static_assert(std::atomic<bool>::is_always_lock_free &&
 }  // namespace
 
 extern "C" {
-// In the middle of anything, or on a thread of the system's.
+// Runs in the middle of anything, or on Windows on a thread of the system.
 static void NoteInterrupt(int number) {
   const int before = errno;
   Came = true;

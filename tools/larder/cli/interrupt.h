@@ -1,4 +1,4 @@
-// The wish that the program end: Ctrl-C on the console, or a signal to end (SIGINT, SIGTERM).
+// Termination requests: Ctrl-C on the console, or one of the signals SIGINT and SIGTERM.
 #pragma once
 
 #include "platform/event.h"
@@ -6,8 +6,9 @@
 
 namespace larder::tool {
 
-// While it lives, the first such wish is only noted; a second one ends the program at once. One in
-// a program's life, made and destroyed while there is no other thread.
+// During its lifetime, the first request only sets a flag and raises an event. A second one ends
+// the program. Must be constructed once in a program, and constructed and destroyed while there is
+// no other thread.
 class Interrupt {
  public:
   Interrupt();
@@ -16,7 +17,7 @@ class Interrupt {
   Interrupt& operator=(const Interrupt&) = delete;
 
   [[nodiscard]] static bool HasCome() noexcept;
-  // Raised when it has come; null if the system had no event.
+  // Raised by a request; null if the system couldn't create it.
   [[nodiscard]] platform::Handle Event() const noexcept { return event.Get(); }
 
  private:

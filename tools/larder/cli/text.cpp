@@ -9,7 +9,7 @@
 namespace larder::tool {
 namespace {
 
-// Control characters are ASCII, so no byte of a longer UTF-8 sequence is taken for one.
+// Control characters are ASCII, so no byte of a multi-byte UTF-8 sequence is mistaken for one.
 std::string Picture(unsigned char control) {
   const auto last = static_cast<char>(control == 0x7F ? 0xA1 : 0x80 + control);
   return {'\xE2', '\x90', last};
@@ -45,7 +45,7 @@ std::string SizeText(std::uint64_t bytes) {
   constexpr std::string_view kPrefixes = "kMGTPE";
   std::size_t step = 0;
   double amount = static_cast<double>(bytes) / 1000;
-  // Rounded to one place it would have four digits in front otherwise.
+  // From 999.95 on, rounding to one decimal place would give four digits before the point.
   for (; amount >= 999.95 && step + 1 < kPrefixes.size(); ++step) amount /= 1000;
   std::array<char, 40> text;
   const int length = std::snprintf(text.data(), text.size(), "%.1f %cB", amount, kPrefixes[step]);

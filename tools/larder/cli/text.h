@@ -1,5 +1,4 @@
-// Texts of the tool: what goes to a person, and the numbers and names that a person gives. Narrow
-// text is UTF-8.
+// Text that the tool prints, and numbers that the user gives. Narrow text is UTF-8.
 #pragma once
 
 #include <cstdint>
@@ -10,23 +9,24 @@
 
 namespace larder::tool {
 
-// The text on one line: each control character becomes its picture (line feed: U+240A).
+// Replaces each control character with its symbol (line feed: U+240A), so that the text fits on one
+// line.
 std::string Printable(std::string_view text);
 
-// Two lower-case hexadecimal digits for each byte, nothing between them.
+// Two lower-case hexadecimal digits for each byte, without separators.
 std::string Hex(std::span<const unsigned char> bytes);
 
 // "1 byte", "999 bytes", "1.0 kB", "2.5 GB": in steps of 1000.
 std::string SizeText(std::uint64_t bytes);
 
-// A moment in UTC as "2024-02-29T23:59:59Z". time: 100 ns since 1601-01-01 UTC.
+// A time as "2024-02-29T23:59:59Z". time: in units of 100 ns since 1601-01-01 UTC.
 std::string TimeText(std::uint64_t time);
 
-// Decimal digits, or hexadecimal ones after 0x. Nothing for any other text (signs and blanks
-// included) and for a number above the limit.
+// Parses decimal digits, or hexadecimal digits after 0x. Nothing for any other text (signs and
+// blanks aren't accepted) and for a number above the limit.
 std::optional<std::uint64_t> ParseUnsigned(std::string_view text, std::uint64_t limit);
 
-// The same with a minus sign allowed in front.
+// The same, but accepts a minus sign in front.
 std::optional<std::int32_t> ParseInt32(std::string_view text);
 
 }  // namespace larder::tool

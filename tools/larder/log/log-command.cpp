@@ -19,14 +19,14 @@
 namespace larder::tool {
 namespace {
 
-constexpr std::chrono::milliseconds kPauseBetweenLooks(20);  // a run keeps few bytes: look often
+constexpr std::chrono::milliseconds kPollPause(20);  // short, because a run keeps few bytes
 
 ValueName Switch() { return {kLoggingKey, kLoggingValue}; }
 
 int SwitchOn() {
   EnableLogging();
   if (IsLoggingEnabled()) return kExitOk;
-  // The library keeps the reason to itself; the same once more tells it.
+  // The library doesn't return the reason. Setting the value again does.
   const platform::Code code = SetValue(Switch(), TextValue(platform::kRegSz, kLoggingOn));
   if (!Succeeded("set " + ValueLabel(Switch()), code)) return kExitFailed;
   if (IsLoggingEnabled()) return kExitOk;
@@ -59,7 +59,7 @@ int List(Output& output) {
   return succeeded ? kExitOk : kExitFailed;
 }
 
-// The provider's logs lie in the same directory, but only the library's are runs of a host.
+// The file provider's logs are in the same directory, but only the library's are runs of a host.
 bool FindNewestRun(WideString& path) {
   std::vector<LogRun> runs;
   if (!FindLogRuns(runs)) return false;
@@ -71,7 +71,7 @@ bool FindNewestRun(WideString& path) {
   return false;
 }
 
-// A name without a separator is one of the logs directory.
+// A name without a separator is a file in the logs directory.
 bool FindRun(const std::string& argument, WideString& path) {
   if (argument.find_first_of("/\\") != std::string::npos) {
     return Succeeded("read " + argument, FullPath(argument, path));
@@ -88,7 +88,7 @@ int Show(const WideString& run, bool isFollowing, Output& output) {
     const Interrupt interrupt;
     output.Flush();
     while (!Interrupt::HasCome() && !output.Failed()) {
-      if (!reader.PrintNews()) std::this_thread::sleep_for(kPauseBetweenLooks);
+      if (!reader.PrintNews()) std::this_thread::sleep_for(kPollPause);
     }
   }
   return reader.Finish() ? kExitOk : kExitFailed;

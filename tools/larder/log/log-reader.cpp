@@ -38,7 +38,7 @@ void LogReader::Report(const std::string& fault) {
   if (faults.insert(fault).second) PrintError(fault);
 }
 
-// False also for a generation that isn't there, which is no fault.
+// Returns false also for a generation that doesn't exist, which isn't a fault.
 bool LogReader::Open(std::uint32_t number, Generation& generation) {
   const WideString name = GenerationPath(path, number);
   generation.number = number;
@@ -56,7 +56,7 @@ bool LogReader::Open(std::uint32_t number, Generation& generation) {
   return false;
 }
 
-// The newest first. Files only ever move to older places: in this order none is missed.
+// The newest first. Rotation only moves files to older generations, so this order misses none.
 LogReader::Generations LogReader::OpenEach() {
   Generations generations;
   for (std::uint32_t number = 0; number <= kMaxLogGenerations; ++number) {
@@ -66,7 +66,7 @@ LogReader::Generations LogReader::OpenEach() {
   return generations;
 }
 
-// As they were together at one moment, the newest first: two looks in a row saw the same.
+// All generations at one moment, the newest first: repeated until two lists in a row are the same.
 LogReader::Generations LogReader::OpenAll() {
   for (Generations before = OpenEach();;) {
     Generations after = OpenEach();
@@ -98,7 +98,7 @@ bool LogReader::Print(Generation& generation) {
   return generation.position != start;
 }
 
-// The newest becomes the current one.
+// Makes the newest generation the current one.
 bool LogReader::PrintInOrder(Generations& newestFirst) {
   bool isAny = false;
   for (; !newestFirst.empty(); newestFirst.pop_back()) {
@@ -134,7 +134,7 @@ LogReader::Generations LogReader::TakeNewer(Generations generations) {
 bool LogReader::PrintNewer() {
   Generations newer = TakeNewer(OpenAll());
   if (newer.empty()) return false;
-  // Its writer had closed the file before there was a newer one: now it is read to its end.
+  // The writer closed this file before it created the newer one, so it is complete now.
   const bool isAny = Print(current);
   return PrintInOrder(newer) || isAny;
 }

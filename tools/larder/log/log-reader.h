@@ -1,5 +1,5 @@
-// The lines of one run, from its oldest generation to its newest, while the host may be writing and
-// rotating.
+// Prints the lines of one run, from its oldest generation to its newest, while the host may be
+// writing and rotating.
 #pragma once
 
 #include <cstdint>
@@ -15,14 +15,14 @@
 
 namespace larder::tool {
 
-// Log lines on their way out: CR LF becomes LF, the other bytes stay. The beginning of a line waits
-// for its rest.
+// Prints log lines: CR LF becomes LF, the other bytes are unchanged. An incomplete line is kept
+// until the rest of it is added.
 class LinePrinter {
  public:
   explicit LinePrinter(Output& target) : output(target) {}
 
   void Add(std::string_view bytes);
-  // What waits won't be continued: it becomes a line.
+  // Prints an incomplete line, which won't be continued, as a line.
   void EndFile();
 
  private:
@@ -30,19 +30,20 @@ class LinePrinter {
   std::string pending;
 };
 
-// A file is held open while it is read, so it stays the same though it is renamed, and no other
-// file can take its identity. Files are opened in the way that leaves the host free to write,
-// rename and delete.
+// Holds a file open while it reads it, so that it reads the same file after the host has renamed
+// it, and no other file can get the same identity. Files are opened in the way that lets the host
+// write, rename and delete them.
 class LogReader {
  public:
   // run: path of the run's current file.
   LogReader(const WideString& run, Output& target) : path(run), output(target), lines(target) {}
 
-  // Prints what there is. False, with the reason told, when there is nothing to read.
+  // Prints all lines. If there is no such log, prints the reason and returns false.
   [[nodiscard]] bool PrintAll();
-  // Prints what has come since; tells whether that was anything. After PrintAll has succeeded.
+  // Prints the lines that have been added since, and returns whether there were any. PrintAll must
+  // have succeeded.
   bool PrintNews();
-  // No more will be read. False when something was unreadable or lost; it has been told by then.
+  // Ends the reading. Returns false if something was unreadable or lost, which has been printed.
   [[nodiscard]] bool Finish();
 
  private:
@@ -50,7 +51,7 @@ class LogReader {
     std::uint32_t number = 0;
     AutoHandle file;
     platform::FileInfo info;
-    std::uint64_t position = 0;  // bytes that have been printed
+    std::uint64_t position = 0;  // number of bytes printed
   };
   using Generations = std::vector<Generation>;
 
@@ -67,7 +68,7 @@ class LogReader {
   Output& output;
   LinePrinter lines;
   Generation current;            // the newest that has been opened
-  std::set<std::string> faults;  // told already
+  std::set<std::string> faults;  // those that have been printed
 };
 
 }  // namespace larder::tool

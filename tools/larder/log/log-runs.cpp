@@ -17,7 +17,7 @@ namespace {
 constexpr LarderWideChar kPattern[] = LARDER_WIDE("*.log*");
 constexpr WideView kExtension = LARDER_WIDE(".log");
 
-// The path of the run that a file belongs to; empty for a file that is no log.
+// The path of the run that a file belongs to; empty for a file that isn't a log.
 WideString RunOf(const WideString& path, std::uint32_t& generation) {
   generation = 0;
   if (path.ends_with(kExtension)) return path;
@@ -29,7 +29,7 @@ WideString RunOf(const WideString& path, std::uint32_t& generation) {
   return {};
 }
 
-// False for what is no file, or has gone since it was listed: the host may be renaming.
+// Returns false for what isn't a file, or is gone since it was listed because the host renamed it.
 bool ReadFileInfo(const WideString& path, platform::FileInfo& info, bool& succeeded) {
   AutoHandle file;
   platform::FileKind kind{};
@@ -42,7 +42,7 @@ bool ReadFileInfo(const WideString& path, platform::FileInfo& info, bool& succee
   return false;
 }
 
-// The library's own routine gives no names and no reason when the directory can't be read.
+// The library's routine returns no names if the directory can't be read, and no reason.
 bool CanListLogs(const WideString& directory) {
   std::vector<WideString> names;
   const platform::Code code = platform::FindNames(directory + kPattern, names);
@@ -50,7 +50,7 @@ bool CanListLogs(const WideString& directory) {
   return Succeeded("list " + PathText(directory), code);
 }
 
-// By run, and there by generation.
+// By run and generation.
 using LogFiles = std::map<WideString, std::map<std::uint32_t, LogFile>>;
 
 LogFiles ReadLogFiles(const std::vector<WideString>& paths, bool& succeeded) {

@@ -1,5 +1,5 @@
-// The runs of the logs directory. A run is what one logger has written: its current file and the
-// older generations of that. Nothing here makes or changes a file.
+// The runs in the logs directory. A run is what one logger has written: its current file and the
+// older generations of that file. Nothing here creates or changes a file.
 #pragma once
 
 #include <cstdint>
@@ -10,8 +10,8 @@
 
 namespace larder::tool {
 
-// Path of a generation: 0 is the current file, 1 the youngest older one. run: path of the current
-// file.
+// The path of a generation: 0 is the current file, 1 the newest of the older ones. run: path of the
+// current file.
 WideString GenerationPath(const WideString& run, std::uint32_t generation);
 
 struct LogFile {
@@ -20,17 +20,17 @@ struct LogFile {
 };
 
 struct LogRun {
-  WideString path;             // of its current file, which needn't be there
-  std::vector<LogFile> files;  // the current one first, then the younger before the older
-  std::uint64_t lastModified;  // of all its files, as in FileInfo
+  WideString path;             // of its current file, which may be missing
+  std::vector<LogFile> files;  // from the newest to the oldest
+  std::uint64_t lastModified;  // the latest of all its files, as in FileInfo
 };
 
-// The logs directory with a backslash at its end. False, with the reason told, when the system
-// doesn't name the folder that it lies in.
+// The path of the logs directory, with a backslash at its end. If the system doesn't return the
+// folder above it, prints the reason and returns false.
 [[nodiscard]] bool FindLogsPath(WideString& path);
 
-// All runs, the newest last. False, with the reason told, when something couldn't be read; the
-// others are there.
+// Appends all runs, the newest last. If something can't be read, prints the reason and returns
+// false; runs has the others then.
 [[nodiscard]] bool FindLogRuns(std::vector<LogRun>& runs);
 
 }  // namespace larder::tool

@@ -12,7 +12,7 @@
 namespace larder::tool {
 namespace {
 
-// A FileObjectDescriptor with room for the whole path.
+// A FileObjectDescriptor with space for the whole path.
 class Descriptor {
  public:
   Descriptor(const WideString& path, std::uint64_t lastModified) : words(WordCount(path)) {
@@ -35,7 +35,7 @@ class Descriptor {
   std::vector<std::uint32_t> words;
 };
 
-// What is wrong with a block; empty if nothing is.
+// What is wrong with a block; empty if it is valid.
 std::string FaultOf(const DataBlockHeader& header, const FileQuestion& question) {
   if (header.dataSize < sizeof header) {
     return std::to_string(header.dataSize) + " bytes are too few for a header";

@@ -33,7 +33,7 @@ struct Query {
   Form form;
 };
 
-// Only the file provider's records are known well enough.
+// Dumps and JSON are for the file provider's records only; other types have no known form.
 Form CheckedForm(const Arguments& arguments, std::int32_t type) {
   if (!arguments.dump && !arguments.json) return Form::kText;
   if (type == LARDER_FEED_FILE_TYPE) return arguments.dump ? Form::kDump : Form::kJson;

@@ -26,7 +26,7 @@ struct Arguments {
   bool isOnce = false;
 };
 
-// verb: what change does, for a message.
+// verb: for messages, what change does.
 int ChangeEvent(const std::string& verb, platform::Code (*change)(platform::Handle)) {
   AutoHandle event;
   if (platform::MakeNamedEvent(kEventName, event.Out()) != platform::kSuccess) {
@@ -36,7 +36,7 @@ int ChangeEvent(const std::string& verb, platform::Code (*change)(platform::Hand
   return Succeeded(verb + " " + kEventLabel, change(event.Get())) ? kExitOk : kExitFailed;
 }
 
-// The value first: whoever is woken by the event reads it at once.
+// Sets the value first: clients that are woken by the event read it immediately.
 int Announce(const WideString& message) {
   const ValueName value{kInstallKey, kMessageValue};
   const platform::Code code = SetValue(value, TextValue(platform::kRegSz, message));
@@ -44,24 +44,24 @@ int Announce(const WideString& message) {
   return ChangeEvent("raise", &platform::RaiseEvent);
 }
 
-// What the library's thread leaves for the program's.
-std::atomic<std::int32_t> ToldMessage;
-std::atomic<platform::Handle> ToldEvent;
+// Passed from the library's thread to the main thread.
+std::atomic<std::int32_t> ReceivedMessage;
+std::atomic<platform::Handle> ReceivedEvent;
 
 void KeepMessage(std::int32_t message) {
-  ToldMessage = message;
-  platform::RaiseEvent(ToldEvent);
+  ReceivedMessage = message;
+  platform::RaiseEvent(ReceivedEvent);
 }
 
 bool PrintMessages(const Interrupt& interrupt, bool once, Output& output) {
-  const platform::Handle events[] = {interrupt.Event(), ToldEvent};
+  const platform::Handle events[] = {interrupt.Event(), ReceivedEvent};
   while (!output.Failed()) {
     std::size_t index = 0;
     const platform::Code code = platform::WaitForAny(events, std::size(events), index);
     if (!Succeeded("wait for a notification", code)) return false;
     if (index == 0) return true;
-    platform::LowerEvent(ToldEvent);
-    output.Write(ToldMessage == 0 ? "upgrade\n" : "uninstall\n");
+    platform::LowerEvent(ReceivedEvent);
+    output.Write(ReceivedMessage == 0 ? "upgrade\n" : "uninstall\n");
     output.Flush();
     if (once) return true;
   }
@@ -70,9 +70,9 @@ bool PrintMessages(const Interrupt& interrupt, bool once, Output& output) {
 
 int WaitAsClient(bool once, Output& output) {
   const Interrupt interrupt;
-  AutoHandle told;
-  platform::MakeEvent(told.Out());
-  ToldEvent = told.Get();
+  AutoHandle received;
+  platform::MakeEvent(received.Out());
+  ReceivedEvent = received.Get();
   LarderHandle handle = nullptr;
   if (!StartLibrary(&KeepMessage, handle)) return kExitFailed;
   output.Write("waiting\n");

@@ -100,7 +100,7 @@ int PrintTree(Output& output) {
 constexpr const char* kSubkeyHelp =
     "Key below the library's root, levels separated by backslashes; empty for the root itself";
 
-// What the user gave, before it is checked.
+// As the user gave them.
 struct Arguments {
   std::string subkey;
   std::optional<std::string> name;

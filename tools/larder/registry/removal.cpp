@@ -40,19 +40,20 @@ std::vector<WideView> LevelsOf(WideView path) {
   return levels;
 }
 
-// The system's own form of a path is the path itself.
+// Whether the system's full form of the path is the path itself.
 bool IsFullPath(const WideString& path) {
   WideString full;
   if (FullPath(PathText(path), full) != platform::kSuccess) return false;
   return WithoutLastSeparator(full) == WithoutLastSeparator(path);
 }
 
-// Whether a tree may go at all: a folder of its own, deep enough and spelled without detours.
+// Whether a tree may be deleted at all: a full path, deep enough, without wildcards and "..".
 bool IsReasonable(const WideString& path) {
   if (path.find_first_of(LARDER_WIDE("*?")) != WideString::npos) return false;
   const std::vector<WideView> levels = LevelsOf(path);
   if (std::find(levels.begin(), levels.end(), LARDER_WIDE("..")) != levels.end()) return false;
-  const bool isShare = path.starts_with(LARDER_WIDE("\\\\"));  // of a server; both are named first
+  // The path of a share begins with the server and the share.
+  const bool isShare = path.starts_with(LARDER_WIDE("\\\\"));
   return levels.size() >= (isShare ? 4u : 2u) && IsFullPath(path);
 }
 

@@ -1,4 +1,4 @@
-// The single things that the tool can take away, and which it may.
+// What the tool can delete from the machine, and whether it may.
 #pragma once
 
 #include <optional>
@@ -12,22 +12,22 @@ class Removal {
  public:
   enum class Kind { kProgram, kData, kRegistry };
 
-  // Looks at the machine as it is now.
+  // Reads the paths from the machine's present configuration.
   explicit Removal(Kind kind);
 
-  // Why it can't be taken away, whoever asks; empty if it can. named: the program directory as the
-  // user spelled it; without it the default directory alone is allowed.
+  // Why it must not be deleted; empty if it may. named: the program directory as the user spelled
+  // it; without it, only the default directory is allowed.
   std::string Obstacle(const std::optional<WideString>& named) const;
 
-  // For a person: the directory's path, or the key's.
+  // For messages: what it is, and its path.
   std::string Label() const;
 
-  // Whether there is nothing (left) of it.
+  // Whether it doesn't exist, or no longer.
   bool IsGone() const;
 
-  // Deletes it for good, and the maker's directory or key if that is empty then. Failures are told
-  // by the routines' log lines. Throws std::runtime_error, and deletes nothing, if it isn't any
-  // more what it was when this object was made.
+  // Deletes it permanently, and the maker's directory or key if that is empty then. Failures are
+  // reported by the log lines of the library's routines. Throws std::runtime_error and deletes
+  // nothing if the configuration has changed since the construction.
   void Run() const;
 
  private:

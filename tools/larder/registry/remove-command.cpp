@@ -17,11 +17,11 @@ struct Arguments {
   bool isRegistry = false;
   bool isData = false;
   bool isYes = false;
-  std::optional<std::string> program;  // as given; empty for the usual one
-  std::optional<WideString> named;     // the same, checked
+  std::optional<std::string> program;  // as given; empty for the default directory
+  std::optional<WideString> named;     // the same, validated
 };
 
-// The registry is the last: it names the program directory.
+// The registry is last, because it names the program directory.
 std::vector<Removal> Chosen(const Arguments& arguments) {
   std::vector<Removal> removals;
   if (arguments.program) removals.emplace_back(Removal::Kind::kProgram);
@@ -30,15 +30,15 @@ std::vector<Removal> Chosen(const Arguments& arguments) {
   return removals;
 }
 
-// Tells what stands against it.
+// Prints the reason if it isn't.
 bool IsAllowed(const Removal& removal, const Arguments& arguments) {
   const std::string obstacle = removal.Obstacle(arguments.named);
   if (!obstacle.empty()) PrintError("nothing was deleted: " + obstacle);
   return obstacle.empty();
 }
 
-// Leaves what there is to delete.
-void TakeOutGone(std::vector<Removal>& removals, Output& output) {
+// Prints and drops what doesn't exist.
+void DropGone(std::vector<Removal>& removals, Output& output) {
   for (const Removal& removal : removals) {
     if (removal.IsGone()) output.Write("not there: " + Printable(removal.Label()) + "\n");
   }
@@ -77,7 +77,7 @@ int Remove(const Arguments& arguments, Output& output) {
   std::vector<Removal> removals = Chosen(arguments);
   const auto isAllowed = [&](const Removal& removal) { return IsAllowed(removal, arguments); };
   if (!std::ranges::all_of(removals, isAllowed)) return kExitFailed;
-  TakeOutGone(removals, output);
+  DropGone(removals, output);
   if (removals.empty()) return kExitOk;
   Announce(removals, output);
   if (!arguments.isYes && !IsConfirmed(output)) return kExitFailed;

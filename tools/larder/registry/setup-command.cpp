@@ -23,13 +23,13 @@ std::vector<DefaultValue> ExpectedValues(bool withLog) {
   return values;
 }
 
-// As "registry list" prints it.
+// In the form of "registry list".
 std::string LineOf(const DefaultValue& value) {
   return platform::Utf8FromWide(value.subkey) + "\t" + platform::Utf8FromWide(value.name) +
          "\tREG_SZ\t" + Printable(platform::Utf8FromWide(value.data)) + "\n";
 }
 
-// Reads the value as the library will; tells when that gives something else.
+// Reads the value as the library does, and prints an error if the result is another text.
 bool IsAsWritten(const DefaultValue& value) {
   const WideString found = GetRegistryString(value.subkey, value.name);
   if (found == value.data && !found.empty()) return true;
@@ -63,7 +63,7 @@ int SetUp(bool withLog, Output& output) {
       status = kExitFailed;
     }
   }
-  // A run that went well has its reports too: about a former set-up that wasn't there.
+  // Even a successful run logs failures, if there was no earlier set-up to delete.
   if (status != kExitOk) watch.PrintReports();
   return status;
 }

@@ -11,18 +11,18 @@
 namespace larder::tool {
 namespace {
 
-constexpr std::size_t kUsualColumns = 80;
+constexpr std::size_t kDefaultColumns = 80;
 constexpr std::size_t kBarLength = 10;
 constexpr std::chrono::milliseconds kPause(100);
 
-// Opening a file and asking for it cost about as much as so many of its bytes.
+// The fixed cost of a file, in bytes that take as long to read.
 constexpr std::uint64_t kBytesPerFile = 65536;
 
 double Work(std::uint64_t files, std::uint64_t bytes) {
   return static_cast<double>(files) * kBytesPerFile + static_cast<double>(bytes);
 }
 
-// 0 to 1. The tree may have grown since it was counted.
+// 0 to 1. At most 1 even if the tree has grown since it was counted.
 double ShareDone(const ScanCounts& counts, const Amount& total) {
   const double whole = Work(total.files, total.bytes);
   if (whole <= 0) return 1;
@@ -36,8 +36,8 @@ std::string Bar(double share) {
 }
 
 std::string TimeLeft(double share, double seconds) {
-  constexpr double kSmallestShare = 0.0001;
-  if (share < kSmallestShare) return {};
+  constexpr double kMinShare = 0.0001;
+  if (share < kMinShare) return {};
   const auto left = std::llround(seconds * (1 - share) / share);
   std::array<char, 40> text;
   const int length = left < 3600
@@ -67,9 +67,9 @@ std::string ProgressLine(const ScanCounts& counts, const std::optional<Amount>& 
   return line;
 }
 
-// The last column stays free: some terminals go on to the next line once it is written.
+// Leaves the last column free, because some terminals wrap when it is written.
 ProgressBar::ProgressBar(std::size_t newColumns)
-    : columns((newColumns == 0 ? kUsualColumns : newColumns) - 1) {}
+    : columns((newColumns == 0 ? kDefaultColumns : newColumns) - 1) {}
 
 void ProgressBar::Draw(const ScanCounts& counts, const std::optional<Amount>& total) {
   const Clock::time_point now = Clock::now();

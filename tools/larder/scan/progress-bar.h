@@ -1,4 +1,4 @@
-// How far a scan has come, on one line of a terminal that is drawn over and over.
+// The progress of a scan, on one line of a terminal that is redrawn.
 #pragma once
 
 #include <chrono>
@@ -11,23 +11,23 @@
 
 namespace larder::tool {
 
-// One line of at most so many columns, all ASCII and no control character. Until the total is known
-// it has no bar and no time left.
+// The line, cut at the number of columns; ASCII without control characters. Until the total is
+// known it has neither bar nor time left.
 std::string ProgressLine(const ScanCounts& counts, const std::optional<Amount>& total,
                          double seconds, std::size_t columns);
 
-// On standard error. One thread.
+// Draws on standard error. Not thread-safe.
 class ProgressBar {
  public:
   using Clock = std::chrono::steady_clock;
 
-  // columns: the terminal's; 0 if it doesn't tell.
+  // columns: the terminal's width; 0 if unknown.
   explicit ProgressBar(std::size_t newColumns);
   ~ProgressBar() { Erase(); }
   ProgressBar(const ProgressBar&) = delete;
   ProgressBar& operator=(const ProgressBar&) = delete;
 
-  // When it may be drawn again.
+  // The earliest time of the next Draw.
   [[nodiscard]] Clock::time_point DueTime() const { return due; }
 
   void Draw(const ScanCounts& counts, const std::optional<Amount>& total);

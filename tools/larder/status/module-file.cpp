@@ -21,7 +21,7 @@ constexpr std::size_t kHeadSize = 4096;
 
 enum class Format { kUnknown, kElf, kPe };
 
-// What a head says of its file. The fields of ELF: System V ABI, "ELF header"; of PE: PE format,
+// From the first bytes of a file. Fields of ELF: System V ABI, "ELF header"; of PE: PE format,
 // "COFF file header".
 struct Form {
   Format format = Format::kUnknown;
@@ -56,7 +56,7 @@ Form FormOf(Bytes head) {
           NumberAt<std::uint16_t>(head, pe + 4)};
 }
 
-// False when it can't be read; the head is short for a short file.
+// Returns false if the file can't be read. size is smaller than the buffer for a small file.
 bool ReadHead(const WideString& path, std::array<unsigned char, kHeadSize>& buffer,
               std::size_t& size) {
   AutoHandle file;

@@ -22,8 +22,8 @@ using Json = nlohmann::json;
 
 constexpr const char* kCommand = "probe-provider";
 
-// The child's report: lines of this mark and a JSON object, each written before the step that it
-// names begins. Between them may stand whatever the module prints.
+// The child's report on its standard output: lines with this mark and a JSON object. A line that
+// names a step is written before the step begins. The module may print other lines in between.
 constexpr std::string_view kMark = "larder-probe ";
 constexpr const char* kStep = "step";
 constexpr const char* kFault = "fault";
@@ -31,7 +31,7 @@ constexpr const char* kMissing = "missing";
 constexpr const char* kType = "type";
 constexpr const char* kIsFatal = "fatal";  // the fault would end the host
 
-// Steps, as they stand in a sentence: "it crashes while ...".
+// Steps, as the end of the sentence "it crashes while ...".
 constexpr const char* kLoading = "it is being loaded";
 constexpr const char* kGettingProvider = "its GetProvider runs";
 constexpr const char* kGettingType = "its GetType runs";
@@ -39,8 +39,7 @@ constexpr const char* kDestroying = "its provider is destroyed";
 constexpr const char* kUnloading = "it is being unloaded";
 constexpr const char* kDone = "";
 
-// --- The child
-// ------------------------------------------------------------------------------------
+// The child process: it runs RunProbe and writes the report.
 
 class Report {
  public:
@@ -63,7 +62,7 @@ std::string Quoted(const std::vector<std::string>& names) {
   return text;
 }
 
-// The system has the same code for a module that isn't there and for one that lacks another.
+// The system's code is the same for a missing module and for one whose dependency is missing.
 Json LoadFault(const WideString& path, platform::Code code) {
   if (!IsThere(path)) return {{kFault, "the file isn't there: " + platform::SystemReason(code)}};
   const std::string form = DescribeForeignModule(path);
@@ -79,7 +78,7 @@ Json LoadFault(const WideString& path, platform::Code code) {
           {kMissing, missing}};
 }
 
-// The text of an exception that a module has thrown; read before the module goes.
+// The text of an exception thrown by a module; it must be read before the module is unloaded.
 template <typename Call>
 std::string FailureOf(Call call) {
   try {
@@ -131,8 +130,7 @@ int RunProbe(const std::string& argument, Output& output) {
   return kExitOk;
 }
 
-// --- The parent
-// -----------------------------------------------------------------------------------
+// The parent process: it starts the child and reads the report.
 
 struct ChildReport {
   std::string step = kLoading;  // the last one that was begun
@@ -162,28 +160,28 @@ std::string StatusText(std::uint32_t status) {
   return text.str();
 }
 
-// What became of a child that didn't come to its end.
-std::string EndText(const ChildResult& end, std::chrono::milliseconds limit) {
-  switch (end.kind) {
+// What happened to a child that didn't finish its report.
+std::string DescribeEnd(const ChildResult& child, std::chrono::milliseconds limit) {
+  switch (child.kind) {
     case ChildResult::Kind::kCrashed:
-      return "it crashes (" + StatusText(end.status) + ")";
+      return "it crashes (" + StatusText(child.status) + ")";
     case ChildResult::Kind::kTimedOut:
       return "it hangs (no answer within " + std::to_string(limit.count()) + " ms)";
     case ChildResult::Kind::kExited:
       break;
   }
-  return "it ends the process (exit status " + StatusText(end.status) + ")";
+  return "it ends the process (exit status " + StatusText(child.status) + ")";
 }
 
-ProbeResult Conclude(const ChildResult& end, std::chrono::milliseconds limit) {
-  const ChildReport report = ReadReport(end.output);
+ProbeResult Conclude(const ChildResult& child, std::chrono::milliseconds limit) {
+  const ChildReport report = ReadReport(child.output);
   ProbeResult result;
   if (report.facts.contains(kType)) result.type = report.facts[kType].get<std::int32_t>();
   result.missing = report.facts.value(kMissing, std::vector<std::string>());
   result.fault = report.facts.value(kFault, std::string());
   result.isFatal = report.facts.value(kIsFatal, false);
   if (report.step == kDone) return result;
-  const std::string what = EndText(end, limit) + " while " + report.step;
+  const std::string what = DescribeEnd(child, limit) + " while " + report.step;
   if (result.type) {
     result.endFault = what;
   } else if (result.fault.empty()) {
@@ -197,12 +195,12 @@ ProbeResult Conclude(const ChildResult& end, std::chrono::milliseconds limit) {
 
 ProbeResult ProbeProvider(const WideString& module, std::chrono::milliseconds limit) {
   WideString program;
-  ChildResult end;
+  ChildResult child;
   platform::Code code = platform::HostImagePath(program);
   if (code == platform::kSuccess) {
-    code = RunChild(program, {kCommand, "--", platform::Utf8FromWide(module)}, limit, end);
+    code = RunChild(program, {kCommand, "--", platform::Utf8FromWide(module)}, limit, child);
   }
-  if (code == platform::kSuccess) return Conclude(end, limit);
+  if (code == platform::kSuccess) return Conclude(child, limit);
   ProbeResult result;
   result.fault = "it can't be tried: " + platform::SystemReason(code);
   return result;

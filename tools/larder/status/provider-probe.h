@@ -1,5 +1,5 @@
-// What happens when a provider module is loaded, found out in a process of its own: a module that
-// crashes or hangs takes the tool's child with it, not the tool.
+// Tries to load a provider module in a child process, so that a module that crashes or hangs
+// doesn't affect the tool.
 #pragma once
 
 #include <chrono>
@@ -13,17 +13,17 @@
 namespace larder::tool {
 
 struct ProbeResult {
-  std::optional<std::int32_t> type;  // what the provider says; nothing when it couldn't be asked
-  std::vector<std::string> missing;  // files that it depends on and that aren't found
-  // Why the library can't load it, or doesn't survive that; empty when it can.
+  std::optional<std::int32_t> type;  // from the provider's GetType; nothing if it didn't get there
+  std::vector<std::string> missing;  // dependencies that aren't found
+  // Why the library can't load the module, or doesn't survive that; empty if it can.
   std::string fault;
-  // Whether LarderInit comes back at all with this fault.
+  // Whether LarderInit doesn't return because of the fault.
   bool isFatal = false;
-  // What goes wrong when the library gives the module back; empty when nothing does.
+  // What goes wrong when the library releases the module; empty if nothing does.
   std::string endFault;
 };
 
-// limit: how long the whole of it may take.
+// limit: the time that the child process may take.
 [[nodiscard]] ProbeResult ProbeProvider(const WideString& module, std::chrono::milliseconds limit);
 
 }  // namespace larder::tool

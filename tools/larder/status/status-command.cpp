@@ -17,7 +17,7 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-constexpr std::uint64_t kMostSeconds = 3600;
+constexpr std::uint64_t kMaxSeconds = 3600;
 
 struct Arguments {
   bool isJson = false;
@@ -30,8 +30,7 @@ std::string Line(const std::string& label, const std::string& value) {
   return RecordLine(label, Printable(value));
 }
 
-// --- For a person
-// ---------------------------------------------------------------------------------
+// The status as text.
 
 std::string ValueText(const StatusValue& value) {
   return value.fault.empty() ? Utf8(value.text) : "none: " + value.fault;
@@ -82,8 +81,7 @@ std::string Text(const MachineStatus& status) {
   return text + "\n" + Printable(VerdictText(status.verdict)) + "\n";
 }
 
-// --- For a program
-// --------------------------------------------------------------------------------
+// The status as JSON.
 
 Json OrNull(const std::string& text) { return text.empty() ? Json() : Json(text); }
 
@@ -148,7 +146,7 @@ void AddStatusCommand(const Command& top) {
   status.AddOption("--timeout", arguments->seconds,
                    "Seconds that a module may take to load (default 10)");
   status.OnChosen([arguments] {
-    const auto seconds = ParseUnsigned(arguments->seconds, kMostSeconds);
+    const auto seconds = ParseUnsigned(arguments->seconds, kMaxSeconds);
     if (!seconds || *seconds == 0) {
       throw UsageError("--timeout", "no number from 1 to 3600: " + arguments->seconds);
     }
