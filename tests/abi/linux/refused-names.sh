@@ -6,7 +6,7 @@ refuse() {
   message=$("$client" "$1" 2>&1)
   status=$?
   if [ $status -ne 2 ] || [ "$message" != "Larder can't name this file" ]; then
-    echo "'$1': exit status $status, printed: $message"
+    printf "'%s': exit status %s, printed: %s\n" "$1" "$status" "$message"
     failed=1
   fi
 }
