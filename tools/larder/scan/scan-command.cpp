@@ -12,7 +12,6 @@
 
 #include "tools/larder/cli/client.h"
 #include "tools/larder/cli/commands.h"
-#include "tools/larder/cli/console.h"
 #include "tools/larder/cli/interrupt.h"
 #include "tools/larder/cli/output.h"
 #include "tools/larder/cli/text.h"
@@ -20,8 +19,8 @@
 #include "tools/larder/query/record-json.h"
 #include "tools/larder/query/record-text.h"
 #include "tools/larder/scan/ordered-work.h"
-#include "tools/larder/scan/progress-bar.h"
 #include "tools/larder/scan/scan-report.h"
+#include "tools/larder/scan/scan-view.h"
 #include "tools/larder/scan/tree-walk.h"
 
 namespace larder::tool {
@@ -124,55 +123,6 @@ bool FindNext(TreeWalk& walk, Form form, ScanResult& result) {
   return true;
 }
 
-// Prints the lines, and on a terminal a progress bar. With a bar, the lines are buffered until it
-// is due to be drawn again, so that it isn't erased for each of them.
-class ScanView {
- public:
-  ScanView(const std::vector<std::string>& roots, Output& newOutput) : output(newOutput) {
-    std::size_t columns = 0;
-    if (!IsErrorTerminal(columns)) return;
-    bar.emplace(columns);
-    count.emplace(roots);
-  }
-
-  // When Refresh must be called; nothing without a bar.
-  [[nodiscard]] std::optional<Clock::time_point> DueTime() const {
-    return bar ? std::optional(bar->DueTime()) : std::nullopt;
-  }
-
-  void Print(const std::string& text) {
-    if (bar) {
-      held += text;
-    } else {
-      output.Write(text);
-    }
-  }
-
-  void Refresh(const ScanCounts& counts) {
-    if (!bar || Clock::now() < bar->DueTime()) return;
-    WriteHeld();
-    bar->Draw(counts, count->Total());
-  }
-
-  void End() {
-    if (bar) WriteHeld();
-  }
-
- private:
-  void WriteHeld() {
-    if (held.empty()) return;
-    bar->Erase();
-    output.Write(held);
-    output.Flush();
-    held.clear();
-  }
-
-  Output& output;
-  std::string held;
-  std::optional<ProgressBar> bar;
-  std::optional<TreeCount> count;
-};
-
 void ShowResults(OrderedWork& work, ScanView& view, ScanReport& report, const Output& output) {
   ScanResult result;
   while (!output.Failed()) {
@@ -184,7 +134,7 @@ void ShowResults(OrderedWork& work, ScanView& view, ScanReport& report, const Ou
     }
     view.Refresh(report.Counts());
   }
-  view.End();
+  view.Flush();
 }
 
 std::string SecondsText(double seconds) {
