@@ -101,8 +101,9 @@ bool TreeWalk::TakeEntry(const std::string& folder, const platform::FolderEntry&
   return true;
 }
 
-TreeCount::TreeCount(std::vector<std::string> newRoots)
-    : roots(std::move(newRoots)), thread(platform::StartThread(&Run, this)) {}
+TreeCount::TreeCount(std::vector<std::string> newRoots) : roots(std::move(newRoots)) {
+  platform::StartThread(&Run, this, thread.Out());
+}
 
 TreeCount::~TreeCount() {
   isStopped = true;
