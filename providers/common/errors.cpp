@@ -4,7 +4,7 @@
 
 #include <stdexcept>
 
-#include "common/system-reason.h"
+#include "platform/message.h"
 
 namespace larder::feed {
 namespace {
@@ -20,6 +20,11 @@ class ResultCategory final : public std::error_category {
 std::system_error ResultError(std::int32_t code, const std::string& text) {
   static const ResultCategory category;
   return {std::error_code(code, category), text};
+}
+
+std::string SystemReason(platform::Code code) {
+  const std::string text = platform::SystemText(code);
+  return (text.empty() ? "unknown reason" : text) + " (code " + std::to_string(code) + ')';
 }
 
 void FailRead(const ObjectIdentity& wanted, const std::string& reason) {

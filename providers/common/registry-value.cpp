@@ -3,8 +3,8 @@
 #include <stdexcept>
 #include <string>
 
+#include "common/errors.h"
 #include "common/object-identity.h"
-#include "common/system-reason.h"
 #include "platform/scoped-handle.h"
 #include "product/product.h"
 

@@ -3,8 +3,8 @@
 #include <stdexcept>
 #include <string>
 
+#include "common/errors.h"
 #include "common/registry-value.h"
-#include "common/system-reason.h"
 #include "product/product.h"
 
 namespace larder::feed {

@@ -3,7 +3,6 @@
 #include <string>
 
 #include "common/errors.h"
-#include "common/system-reason.h"
 #include "platform/scoped-handle.h"
 #include "stock-file-query/hash/file-hasher.h"
 #include "stock-file-query/pe/certificate-table.h"

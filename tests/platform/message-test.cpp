@@ -34,7 +34,9 @@ TEST(MessageTest, CodesHaveTextsOfTheirOwnWithInsertsAsTheyAreAndUnknownOnesNone
 TEST(MessageTest, AReasonHasTheTextAndTheNumberOrTheNumberAlone) {
   std::string text = Utf8FromWide(SystemMessage(kAccessDenied));
   text.resize(text.size() - 2);
+  EXPECT_EQ(SystemText(kAccessDenied), text);
   EXPECT_EQ(SystemReason(kAccessDenied), text + " (5)");
+  EXPECT_EQ(SystemText(0x2FFFFFFF), "");
   EXPECT_EQ(SystemReason(0x2FFFFFFF), "code 805306367");
 }
 
