@@ -41,12 +41,12 @@ TreeWalk::TreeWalk(std::vector<std::string> newRoots, std::function<bool()> newI
 bool TreeWalk::Next(FoundFile& found) {
   while (!isStopped() && (!levels.empty() || nextRoot < roots.size())) {
     found = {};
-    if (Step(found)) return true;
+    if (Advance(found)) return true;
   }
   return false;
 }
 
-bool TreeWalk::Step(FoundFile& found) {
+bool TreeWalk::Advance(FoundFile& found) {
   if (levels.empty()) return EnterRoot(roots[nextRoot++], found);
   Level& level = levels.back();
   if (level.next == level.entries.size()) {

@@ -46,7 +46,7 @@ class TreeWalk {
   };
 
   // These return true if there is something to report, in found.
-  bool Step(FoundFile& found);
+  bool Advance(FoundFile& found);
   bool EnterRoot(std::string root, FoundFile& found);
   bool EnterFolder(std::string folder, FoundFile& found);
   bool TakeEntry(const std::string& folder, const platform::FolderEntry& entry, FoundFile& found);

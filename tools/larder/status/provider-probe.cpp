@@ -45,7 +45,7 @@ class Report {
  public:
   explicit Report(Output& target) : output(target) {}
 
-  void Step(const char* step) { Write({{kStep, step}}); }
+  void BeginStep(const char* step) { Write({{kStep, step}}); }
   void Write(const Json& object) {
     output.Write("\n" + std::string(kMark) +
                  object.dump(-1, ' ', true, Json::error_handler_t::replace) + "\n");
@@ -97,7 +97,7 @@ void ProbeLoaded(platform::ModuleHandle module, Report& report) {
     return report.Write({{kFault, "it is no provider: it doesn't export GetProvider"}});
   }
   IDataProvider* provider = nullptr;
-  report.Step(kGettingProvider);
+  report.BeginStep(kGettingProvider);
   std::string fault = FailureOf([&] { reinterpret_cast<GetProviderFunction>(symbol)(&provider); });
   if (!fault.empty()) return report.Write({{kFault, "in GetProvider, " + fault}});
   if (provider == nullptr) {
@@ -105,10 +105,10 @@ void ProbeLoaded(platform::ModuleHandle module, Report& report) {
     return report.Write(
         {{kFault, "its GetProvider gives no provider: the host crashes"}, {kIsFatal, true}});
   }
-  report.Step(kGettingType);
+  report.BeginStep(kGettingType);
   fault = FailureOf([&] { report.Write({{kType, provider->GetType()}}); });
   if (!fault.empty()) return report.Write({{kFault, "in GetType, " + fault}});
-  report.Step(kDestroying);
+  report.BeginStep(kDestroying);
   delete provider;
 }
 
@@ -116,17 +116,17 @@ int RunProbe(const std::string& argument, Output& output) {
   Report report(output);
   WideString path;
   if (!platform::WideFromUtf8(argument, path)) return kExitUsage;
-  report.Step(kLoading);
+  report.BeginStep(kLoading);
   platform::ModuleHandle module = nullptr;
   const platform::Code code = platform::OpenModule(path, module);
   if (code != platform::kSuccess) {
     report.Write(LoadFault(path, code));
   } else {
     ProbeLoaded(module, report);
-    report.Step(kUnloading);
+    report.BeginStep(kUnloading);
     platform::CloseModule(module);
   }
-  report.Step(kDone);
+  report.BeginStep(kDone);
   return kExitOk;
 }
 

@@ -45,23 +45,23 @@ class DependencySearch {
  public:
   explicit DependencySearch(std::vector<std::string>& target) : missing(target) {}
 
-  platform::Code LookInto(const WideString& path) {
+  platform::Code Inspect(const WideString& path) {
     // Maps the file without loading its dependencies or calling its entry point.
     const OwnedModule module(LoadLibraryExW(path.c_str(), nullptr, DONT_RESOLVE_DLL_REFERENCES));
     if (!module) return platform::LastError();
-    for (const std::string& name : ImportsOf(module.get())) LookFor(name);
+    for (const std::string& name : ImportsOf(module.get())) Check(name);
     return platform::kSuccess;
   }
 
  private:
-  void LookFor(const std::string& name) {
+  void Check(const std::string& name) {
     WideString wide;
     if (!platform::WideFromUtf8(name, wide) || !seen.insert(wide).second) return;
     if (const OwnedModule found(LoadLibraryW(wide.c_str())); found) return;
     const WideString path = FindInSearchPath(wide);
     // A file that exists but can't be loaded either lacks something itself or isn't a module.
     const std::size_t before = missing.size();
-    if (path.empty() || LookInto(path) != platform::kSuccess || missing.size() == before) {
+    if (path.empty() || Inspect(path) != platform::kSuccess || missing.size() == before) {
       missing.push_back(name);
     }
   }
@@ -76,7 +76,7 @@ platform::Code FindMissingDependencies(const WideString& path, std::vector<std::
   WideString native;
   if (const platform::Code code = platform::NativePath(path, native); code != platform::kSuccess)
     return code;
-  return DependencySearch(names).LookInto(native);
+  return DependencySearch(names).Inspect(native);
 }
 
 }  // namespace larder::tool
