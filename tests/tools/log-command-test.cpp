@@ -88,7 +88,7 @@ TEST_F(LogCommandTest, AStartThatFailsLeavesAWholeLog) {
   MustRun({"registry", "set", "DataProviders\\A", "szDLL", LogFolder::kMissingModule});
   EXPECT_THAT(MustFail({"query", "file"}), HasSubstr("\"larder log on\""));
   MustRun({"log", "on"});
-  EXPECT_THAT(MustFail({"query", "file"}), EndsWith("\"larder log show\" tells more\n"));
+  EXPECT_THAT(MustFail({"query", "file"}), EndsWith("run \"larder log show\" for details\n"));
   ASSERT_THAT(logs.ToolLogs(), SizeIs(1));
   EXPECT_THAT(ContentOf(*logs.ToolLogs().begin()),
               AllOf(HasSubstr("ERROR: Fatal error in LarderInit "), HasSubstr("Failed to load dll"),
@@ -154,7 +154,7 @@ TEST_F(LogCommandTest, ALogThatIsNotThereIsNamed) {
                               EndsWith(run + ": there is no such log\n")));
     EXPECT_EQ(MustFail({"log", "show", run, "--follow"}), errors);
   }
-  EXPECT_THAT(MustFail({"log", "show", InFolder("")}), HasSubstr(": it is no file\n"));
+  EXPECT_THAT(MustFail({"log", "show", InFolder("")}), HasSubstr(": it isn't a file\n"));
 }
 
 TEST_F(LogCommandTest, FollowingABusyHostNeitherLosesNorRepeatsALine) {

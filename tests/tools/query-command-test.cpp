@@ -145,7 +145,7 @@ TEST_F(QueryCommandTest, ARecordThatIsMalformedOrCannotBeGivenBackIsToldInEachFo
       {"cut", "malformed record: certificate at offset 392 reaches past the end of the record"},
       {"tiny", "malformed record: 7 bytes are too few for a header"},
       {"small", "malformed record: 8 bytes are too few for a file record"},
-      {"kept", "giving the record back: Generic error (-4)"},
+      {"kept", "cannot free the record: Generic error (-4)"},
   };
   for (const auto& [name, fault] : faults) {
     const bool isWhole = name == "kept";

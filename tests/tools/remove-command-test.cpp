@@ -124,7 +124,7 @@ TEST_F(RemoveCommandTest, NoRootNoShortPathAndNoDetourIsDeleted) {
     MustRun({"registry", "set", "Install", "szLocation", location});
     EXPECT_EQ(MustFail({"remove", "--program", location}),
               "larder: nothing was deleted: \"" + location +
-                  "\" is no full path of a folder at least two deep\n");
+                  "\" isn't the full path of a folder at least two levels deep\n");
   }
 }
 

@@ -78,7 +78,7 @@ TEST_F(ScanCommandTest, ErrorsDontStopTheScanAndAreToldAtTheEndWithTheirCounts) 
   EXPECT_EQ(run.output, zeros + tree + "/kept\n" + zeros + tree + "/plain\n");
   const std::string cut =
       "malformed record: certificate at offset 392 reaches past the end of the record";
-  const std::string kept = "giving the record back: Generic error (-4)";
+  const std::string kept = "cannot free the record: Generic error (-4)";
   EXPECT_THAT(LinesOf(run.errors),
               ElementsAre(StartsWith("larder: " + tree + "/missing: "),
                           StartsWith("larder: 1 error: "),  //

@@ -84,7 +84,7 @@ TEST_F(StatusCommandTest, AMissingModuleIsNamedAndADifferenceInCaseToldWhereItMa
 TEST_F(StatusCommandTest, WhatIsNoModuleOfThisSystemIsSaidToBeNone) {
   MakeFile("text.dll", "no module\n");
   Register("text.dll");
-  ExpectSecondFails("text.dll", "it is a text file, no module");
+  ExpectSecondFails("text.dll", "it is a text file, not a module");
 
   // A real module whose head says that it is one of 32 bits.
   std::string module = ContentOf(BuiltFile("feed-test.dll"));
@@ -135,7 +135,7 @@ TEST_F(StatusCommandTest, ValuesThatTheLibraryCannotUseAreNamedWithTheReason) {
   MustRun({"registry", "set", "DataProviders\\Number", "szDLL", "--type", "REG_DWORD", "7"});
   EXPECT_THAT(MustRun({"status"}),
               HasSubstr("  module    none: the value has the type REG_DWORD, not REG_SZ\n"
-                        "  loads     the library passes it over\n"));
+                        "  loads     the library skips it\n"));
   std::string location = RegistryTextOf(machine.Folder());
   location.pop_back();
   SetLocation(location);
@@ -145,7 +145,7 @@ TEST_F(StatusCommandTest, ValuesThatTheLibraryCannotUseAreNamedWithTheReason) {
   SetLocation(overlong);
   MustRun({"registry", "set", "DataProviders\\feed-file.dll", "szDLL", "nowhere.dll"});
   ExpectFailure("nowhere.dll (DataProviders\\feed-file.dll)",
-                "szLocation gives no folder: the value is too long");
+                "szLocation names no folder: the value is too long");
   MustRun({"registry", "set", "DataProviders\\feed-file.dll", "szDLL", overlong});
   ExpectFailure("the key \"DataProviders\"",
                 "\"feed-file.dll\", szDLL: the value is too long: 99 characters, where the library "
@@ -170,18 +170,17 @@ TEST_F(StatusCommandTest, AModuleThatEndsOrHoldsItsHostLetsTheToolLive) {
   RegisterCopy("fixtures/hangs-when-loaded.dll", "hang.dll");
   const ToolRun run = Run({"status", "--timeout", "1"}, 1);
   EXPECT_THAT(run.output, HasSubstr("  loads     yes\n"));  // the other is tried all the same
-  EXPECT_EQ(
-      LinesOf(run.output).back(),
-      "LarderInit doesn't come back because of hang.dll (DataProviders\\Second): it hangs (no "
-      "answer within 1000 ms) while it is being loaded");
+  EXPECT_EQ(LinesOf(run.output).back(),
+            "LarderInit doesn't return because of hang.dll (DataProviders\\Second): it hangs (no "
+            "answer within 1000 ms) while it is being loaded");
   RegisterCopy("fixtures/gives-no-provider.dll", "nothing.dll");
   EXPECT_EQ(Verdict(),
-            "LarderInit doesn't come back because of nothing.dll "
-            "(DataProviders\\Second): its GetProvider gives no provider: the host crashes");
+            "LarderInit doesn't return because of nothing.dll "
+            "(DataProviders\\Second): its GetProvider returns no provider: the host crashes");
   RegisterCopy("fixtures/crashes-when-destroyed.dll", "end.dll");
   EXPECT_THAT(Verdict(),
               AllOf(StartsWith("LarderInit will return Success (0), but the last LarderRelease "
-                               "doesn't come back because of end.dll (DataProviders\\Second): it "
+                               "doesn't return because of end.dll (DataProviders\\Second): it "
                                "crashes ("),
                     HasSubstr("while its provider is destroyed")));
 }

@@ -74,9 +74,9 @@ TEST_F(UsageTest, EachUsageErrorHasStatusTwoAndNamesItsReason) {
       {{"log", "on", "--follow"}, "--follow"},
       {{"log", "show", "one.log", "two.log"}, "two.log"},
       {{"setup", "more"}, "more"},
-      {{"status", "--timeout", "0"}, "no number from 1 to 3600: 0"},
-      {{"status", "--timeout", "3601"}, "no number from 1 to 3600: 3601"},
-      {{"status", "--timeout", "ten"}, "no number from 1 to 3600: ten"},
+      {{"status", "--timeout", "0"}, "not a number from 1 to 3600: 0"},
+      {{"status", "--timeout", "3601"}, "not a number from 1 to 3600: 3601"},
+      {{"status", "--timeout", "ten"}, "not a number from 1 to 3600: ten"},
       {{"remove", "--yes"}, "--registry, --data and --program"},
       {{"remove", "--program", "one", "two"}, "two"},
   };
@@ -90,7 +90,7 @@ TEST_F(UsageTest, ANumberThatIsNoneIsRefusedAndSetsNothing) {
   for (const char* number : {"4294967296", "0x100000000", "-1", "+1", "12a", "0x", "0xg", " 1", "",
                              "1.0", "99999999999999999999999"}) {
     EXPECT_THAT(MustFail({"registry", "set", "--type", "REG_DWORD", "--", "key", "a", number}, 2),
-                HasSubstr(std::string("no number from 0 to 4294967295: ") + number));
+                HasSubstr(std::string("not a number from 0 to 4294967295: ") + number));
   }
   MustFail({"registry", "get", "key", "a"});
 }

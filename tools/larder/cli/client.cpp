@@ -39,9 +39,10 @@ void PrintHints(bool hasLog) {
   PrintError(
       "the provider modules must be there and loadable: \"larder registry list\" shows their "
       "folder (Install, szLocation) and names (below DataProviders, szDLL)");
-  PrintError(hasLog
-                 ? "\"larder log show\" tells more"
-                 : "\"larder log on\" and the same once more: then \"larder log show\" tells more");
+  PrintError(
+      hasLog
+          ? "run \"larder log show\" for details"
+          : "run \"larder log on\", repeat the command, and run \"larder log show\" for details");
 }
 
 }  // namespace

@@ -46,7 +46,7 @@ bool LogReader::Open(std::uint32_t number, Generation& generation) {
   platform::Code code = platform::OpenFileToRead(name, generation.file.Out(), kind);
   if (code == platform::kFileNotFound || code == platform::kPathNotFound) return false;
   if (code == platform::kSuccess && generation.file.IsEmpty()) {
-    Report("cannot read " + PathText(name) + ": it is no file");
+    Report("cannot read " + PathText(name) + ": it isn't a file");
     return false;
   }
   if (code == platform::kSuccess)

@@ -68,7 +68,7 @@ void AskLibrary(LarderHandle handle, const FileQuestion& question, const Descrip
   const int result = LarderFreeQuery(handle, data);
   if (result == LARDER_OK || !answer.error.empty()) return;
   answer.result = result;
-  answer.error = "giving the record back: " + ResultReason(result);
+  answer.error = "cannot free the record: " + ResultReason(result);
 }
 
 }  // namespace

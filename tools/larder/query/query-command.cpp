@@ -43,10 +43,10 @@ Form CheckedForm(const Arguments& arguments, std::int32_t type) {
 
 Query CheckedQuery(const Arguments& arguments) {
   const auto type = ParseInt32(arguments.type);
-  if (!type) throw UsageError("--type", "no number of 32 bits: " + arguments.type);
+  if (!type) throw UsageError("--type", "not a 32-bit number: " + arguments.type);
   const auto option = ParseUnsigned(arguments.option, std::numeric_limits<std::uint32_t>::max());
   if (!option) {
-    throw UsageError("--option", "no number from 0 to 4294967295: " + arguments.option);
+    throw UsageError("--option", "not a number from 0 to 4294967295: " + arguments.option);
   }
   const Form form = CheckedForm(arguments, *type);
   return {arguments.files, {*type, static_cast<std::uint32_t>(*option), form != Form::kText}, form};

@@ -30,7 +30,7 @@ struct Arguments {
 int ChangeEvent(const std::string& verb, platform::Code (*change)(platform::Handle)) {
   AutoHandle event;
   if (platform::MakeNamedEvent(kEventName, event.Out()) != platform::kSuccess) {
-    PrintError("cannot " + verb + " " + kEventLabel + ": this user can neither make nor open it");
+    PrintError("cannot " + verb + " " + kEventLabel + ": this user can neither create nor open it");
     return kExitFailed;
   }
   return Succeeded(verb + " " + kEventLabel, change(event.Get())) ? kExitOk : kExitFailed;
@@ -108,8 +108,9 @@ void AddNotifyCommand(const Command& top) {
   notify.AddOption("MESSAGE", arguments->message,
                    "Text to announce; clients know \"upgrade\" and \"uninstall\"");
   notify.AddFlag("--reset", arguments->isReset, "Lower the event again");
-  notify.AddFlag("--wait", arguments->isWait, "Print what a client is told, until interrupted");
-  notify.AddFlag("--once", arguments->isOnce, "With --wait: end when something has been told");
+  notify.AddFlag("--wait", arguments->isWait,
+                 "Print what a client is notified of, until interrupted");
+  notify.AddFlag("--once", arguments->isOnce, "With --wait: end after the first notification");
   notify.OnChosen([arguments] { return ChosenAction(*arguments); });
 }
 

@@ -128,7 +128,7 @@ RegistryValue CheckedValue(const Arguments& arguments) {
   if (arguments.type == "REG_DWORD") {
     const std::optional<RegistryValue> value = DwordValue(arguments.data);
     if (!value) {
-      throw UsageError("DATA", "no number from 0 to 4294967295: " + arguments.data);
+      throw UsageError("DATA", "not a number from 0 to 4294967295: " + arguments.data);
     }
     return *value;
   }
@@ -175,7 +175,7 @@ void AddGet(const Command& registry) {
 
 void AddSet(const Command& registry) {
   const auto arguments = std::make_shared<Arguments>();
-  const Command set = registry.AddCommand("set", "Set a value, making its key if there is none");
+  const Command set = registry.AddCommand("set", "Set a value, creating its key if there is none");
   set.AddRequired("SUBKEY", arguments->subkey, kSubkeyHelp);
   set.AddRequired("NAME", arguments->name.emplace(), "Name of the value");
   set.AddRequired("DATA", arguments->data, "Text, or a number (decimal, or hexadecimal after 0x)");

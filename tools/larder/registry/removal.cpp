@@ -80,7 +80,8 @@ std::string Removal::Obstacle(const std::optional<WideString>& named) const {
     return "szLocation names the place of a real installation, whose registry is kept";
   }
   if (!IsReasonable(path)) {
-    return "\"" + platform::Utf8FromWide(path) + "\" is no full path of a folder at least two deep";
+    return "\"" + platform::Utf8FromWide(path) +
+           "\" isn't the full path of a folder at least two levels deep";
   }
   return kind == Kind::kProgram ? ProgramObstacle(path, named) : std::string();
 }
@@ -103,7 +104,8 @@ bool Removal::IsGone() const {
 }
 
 void Removal::Run() const {
-  if (PathOf(kind) != path) throw std::runtime_error("the " + Label() + " isn't named any more");
+  if (PathOf(kind) != path)
+    throw std::runtime_error("the configuration no longer names the " + Label());
   if (kind == Kind::kProgram) DeleteLarderProgramDir();
   if (kind == Kind::kData) DeleteLarderDataDir();
   if (kind == Kind::kRegistry) DeleteLarderRegistryEntries();

@@ -35,7 +35,7 @@ bool IsAsWritten(const DefaultValue& value) {
   if (found == value.data && !found.empty()) return true;
   const std::string what = ValueLabel({value.subkey, value.name});
   if (value.data.size() > kMaxRegistryCharacters) {
-    PrintError(what + " is of no use: it has " + std::to_string(value.data.size()) +
+    PrintError(what + " can't be used: it has " + std::to_string(value.data.size()) +
                " characters, and the library reads " + std::to_string(kMaxRegistryCharacters) +
                " at most: " + platform::Utf8FromWide(value.data));
   } else {
@@ -73,7 +73,7 @@ int SetUp(bool withLog, Output& output) {
 void AddSetupCommand(const Command& top) {
   const auto withLog = std::make_shared<bool>(false);
   const Command setup = top.AddCommand(
-      "setup", "Register the providers that lie beside this program, in place of all others");
+      "setup", "Register the providers that are beside this program, in place of all others");
   setup.AddFlag("--log", *withLog, "Switch the log on as well");
   setup.OnChosen(
       [withLog] { return [withLog](Output& output) { return SetUp(*withLog, output); }; });

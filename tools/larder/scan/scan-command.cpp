@@ -55,7 +55,7 @@ std::size_t CheckedThreads(const std::string& text) {
   const auto threads = ParseUnsigned(text, kMaxThreads);
   if (threads.value_or(0) == 0) {
     throw UsageError("--threads",
-                     "no number from 1 to " + std::to_string(kMaxThreads) + ": " + text);
+                     "not a number from 1 to " + std::to_string(kMaxThreads) + ": " + text);
   }
   return *threads;
 }
@@ -63,7 +63,7 @@ std::size_t CheckedThreads(const std::string& text) {
 Scan CheckedScan(const Arguments& arguments) {
   const auto option = ParseUnsigned(arguments.option, std::numeric_limits<std::uint32_t>::max());
   if (!option) {
-    throw UsageError("--option", "no number from 0 to 4294967295: " + arguments.option);
+    throw UsageError("--option", "not a number from 0 to 4294967295: " + arguments.option);
   }
   Scan scan{arguments.roots,
             {LARDER_FEED_FILE_TYPE, static_cast<std::uint32_t>(*option), true},

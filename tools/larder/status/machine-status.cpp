@@ -22,7 +22,7 @@ std::string LocationFault(const WideString& location) {
   const platform::Code code = platform::PathAttributes(location, attributes);
   if (code != platform::kSuccess) return "the folder isn't there: " + platform::SystemReason(code);
   const bool isFolder = (attributes & platform::kAttributeDirectory) != 0;
-  return isFolder ? "" : "it is no folder";
+  return isFolder ? "" : "it isn't a folder";
 }
 
 LogStatus FindLog() {

@@ -79,7 +79,8 @@ std::string Describe(Bytes head, const Form& own) {
   const Form form = FormOf(head);
   if (head.empty()) return "it is empty";
   if (form.format == Format::kUnknown) {
-    return LooksLikeText(head) ? "it is a text file, no module" : "it is no module of any system";
+    return LooksLikeText(head) ? "it is a text file, not a module"
+                               : "it isn't a module of any system";
   }
   if (form.format != own.format) {
     return std::string("it is a module for ") + NameOf(form.format) + ", not for " +

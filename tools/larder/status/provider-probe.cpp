@@ -87,14 +87,14 @@ std::string FailureOf(Call call) {
   } catch (const std::exception& error) {
     return std::string("it throws an exception: ") + error.what();
   } catch (...) {
-    return "it throws something that is no std::exception";
+    return "it throws something that isn't a std::exception";
   }
 }
 
 void ProbeLoaded(platform::ModuleHandle module, Report& report) {
   const platform::Symbol symbol = platform::FindSymbol(module, "GetProvider");
   if (symbol == nullptr) {
-    return report.Write({{kFault, "it is no provider: it doesn't export GetProvider"}});
+    return report.Write({{kFault, "it isn't a provider: it doesn't export GetProvider"}});
   }
   IDataProvider* provider = nullptr;
   report.BeginStep(kGettingProvider);
@@ -103,7 +103,7 @@ void ProbeLoaded(platform::ModuleHandle module, Report& report) {
   if (provider == nullptr) {
     // The library would call GetType on it.
     return report.Write(
-        {{kFault, "its GetProvider gives no provider: the host crashes"}, {kIsFatal, true}});
+        {{kFault, "its GetProvider returns no provider: the host crashes"}, {kIsFatal, true}});
   }
   report.BeginStep(kGettingType);
   fault = FailureOf([&] { report.Write({{kType, provider->GetType()}}); });

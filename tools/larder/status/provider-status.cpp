@@ -89,7 +89,7 @@ std::string Hint(const WideString& location, const WideString& dll, const WideSt
 
 void Locate(const StatusValue& location, ProviderStatus& provider) {
   if (location.text.empty()) {
-    provider.place = "looked for by the system's search, for szLocation gives no folder";
+    provider.place = "searched for by the system, because szLocation names no folder";
     return;
   }
   std::uint32_t attributes = 0;
@@ -101,7 +101,7 @@ void Locate(const StatusValue& location, ProviderStatus& provider) {
     return;
   }
   const bool isMissing = code == platform::kFileNotFound || code == platform::kPathNotFound;
-  provider.place = isMissing ? "not there" : "not to be seen: " + platform::SystemReason(code);
+  provider.place = isMissing ? "not there" : "not accessible: " + platform::SystemReason(code);
   provider.place += Hint(location.text, provider.dll.text, provider.path);
 }
 
@@ -116,7 +116,7 @@ ProviderStatus FindProvider(const WideString& key, const StatusValue& location,
   provider.probe = ProbeProvider(provider.path, limit);
   ProbeResult& probe = provider.probe;
   if (location.text.empty()) {
-    if (!probe.fault.empty()) probe.fault += "; szLocation gives no folder: " + location.fault;
+    if (!probe.fault.empty()) probe.fault += "; szLocation names no folder: " + location.fault;
   } else if (!provider.isThere) {
     probe.fault = "the file is " + provider.place;
   }

@@ -39,7 +39,7 @@ std::string ValueText(const StatusValue& value) {
 std::string ProviderText(const ProviderStatus& provider) {
   std::string text = "\n" + Line("provider", Utf8(provider.key));
   text += Line("  module", ValueText(provider.dll));
-  if (!provider.dll.fault.empty()) return text + Line("  loads", "the library passes it over");
+  if (!provider.dll.fault.empty()) return text + Line("  loads", "the library skips it");
   text += Line("  path", PathText(provider.path)) + Line("  file", provider.place);
   const ProbeResult& probe = provider.probe;
   text += Line("  loads", probe.fault.empty() ? "yes" : "no: " + probe.fault);
@@ -62,10 +62,10 @@ std::string LogText(const LogStatus& log) {
 }
 
 std::string VerdictText(const Verdict& verdict) {
-  std::string text = "LarderInit doesn't come back";
+  std::string text = "LarderInit doesn't return";
   if (verdict.result) text = "LarderInit will return " + ResultReason(*verdict.result);
   if (verdict.IsGood()) return text;
-  text += verdict.result == 0 ? ", but the last LarderRelease doesn't come back" : "";
+  text += verdict.result == 0 ? ", but the last LarderRelease doesn't return" : "";
   return text + " because of " + verdict.culprit + ": " + verdict.reason;
 }
 
@@ -148,7 +148,7 @@ void AddStatusCommand(const Command& top) {
   status.OnChosen([arguments] {
     const auto seconds = ParseUnsigned(arguments->seconds, kMaxSeconds);
     if (!seconds || *seconds == 0) {
-      throw UsageError("--timeout", "no number from 1 to 3600: " + arguments->seconds);
+      throw UsageError("--timeout", "not a number from 1 to 3600: " + arguments->seconds);
     }
     return [arguments, limit = std::chrono::seconds(*seconds)](Output& output) {
       return RunStatus(arguments->isJson, limit, output);
