@@ -7,24 +7,13 @@
 #include "common/file-figures.h"
 #include "common/registry-value.h"
 #include "platform/file.h"
-#include "platform/module.h"
+#include "platform/scoped-handle.h"
 #include "product/product.h"
 
 namespace larder::feed {
 namespace {
 
 constexpr std::uint64_t kKey = 1;
-
-// Keeps the module, if the process has loaded it, from being unloaded.
-class LoadedModule {
- public:
-  explicit LoadedModule(const WideString& path) : handle(platform::FindLoadedModule(path)) {}
-  ~LoadedModule() { platform::CloseModule(handle); }
-  LoadedModule(const LoadedModule&) = delete;
-  LoadedModule& operator=(const LoadedModule&) = delete;
-
-  const platform::ModuleHandle handle;
-};
 
 WideString ModulePath() try {
   const WideString file = ReadRegistryText(kFeedFileKey, kModuleValue);
@@ -36,9 +25,10 @@ WideString ModulePath() try {
 
 // Zeros unless the process has loaded the file provider that the registry names.
 FileFigures FileProviderFigures() {
-  const LoadedModule module(ModulePath());
+  // Keeps the module from being unloaded meanwhile.
+  const platform::OwnedModule module(platform::FindLoadedModule(ModulePath()));
   const auto function = reinterpret_cast<GetFileFiguresFunction>(
-      platform::FindSymbol(module.handle, "GetFileFigures"));
+      platform::FindSymbol(module.Get(), "GetFileFigures"));
   FileFigures figures;
   if (function != nullptr) function(&figures);
   return figures;
