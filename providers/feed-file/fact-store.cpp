@@ -10,7 +10,7 @@
 #include "feed-file/store-folder.h"
 #include "feed-file/store-log.h"
 #include "platform/file-lock.h"
-#include "platform/file.h"
+#include "platform/file-time.h"
 
 namespace larder::feed {
 namespace {

@@ -9,7 +9,9 @@
 
 #include "common/errors.h"
 #include "feed-file/shared-store.h"
+#include "platform/file-time.h"
 #include "platform/file.h"
+#include "platform/path.h"
 #include "records/record-validation.h"
 
 namespace larder::feed {

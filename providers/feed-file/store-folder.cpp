@@ -7,7 +7,6 @@
 #include "common/object-identity.h"
 #include "platform/file.h"
 #include "platform/folder.h"
-#include "platform/log-file.h"
 #include "product/product.h"
 
 namespace larder::feed {

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "platform/event.h"
+#include "platform/file.h"
 #include "platform/log-file.h"
 #include "platform/thread.h"
 

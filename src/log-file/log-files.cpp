@@ -1,6 +1,7 @@
 #include "log-file/log-files.h"
 
 #include "log/log-statement.h"
+#include "platform/file.h"
 #include "platform/folder.h"
 #include "platform/log-file.h"
 #include "product/product.h"

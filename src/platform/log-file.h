@@ -24,10 +24,6 @@ Code OpenFileToWrite(const WideString& path, WriteMode mode, Handle& file);
 // code isn't kSuccess then.
 Code WriteOnce(Handle file, const void* bytes, std::uint32_t size) noexcept;
 
-Code RemoveFile(const WideString& path);
-// Renames a file; fails with kAlreadyExists when there is something at the new path.
-Code RenameFile(const WideString& from, const WideString& to);
-
 // Makes an empty file with a free name in the directory: the first three characters of prefix, a
 // hexadecimal number, ".tmp". kInvalidDirectory when there is no such directory, kAlreadyExists
 // when no number is free. path is untouched on failure.

@@ -1,10 +1,16 @@
-// What happens to the process as a whole.
+// The process as a whole.
 #pragma once
+
+#include <cstdint>
 
 namespace larder::platform {
 
-// Has a function called in the child of every fork from now on, before fork returns there, until
-// the calling module is unloaded. Nothing where processes aren't forked.
+// Registers a function to be called in the child of every fork, before fork returns there, until
+// the calling module is unloaded. Does nothing on a system without fork.
 void CallInForkedChild(void (*function)()) noexcept;
+
+// The largest size in bytes to which this process may extend a file; the largest number if there is
+// no limit.
+[[nodiscard]] std::uint64_t MaxFileSize() noexcept;
 
 }  // namespace larder::platform

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "platform/file-fixture.h"
+#include "platform/file-time.h"
 
 namespace larder::platform {
 namespace {

@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <string>
 
+#include "platform/file.h"
 #include "platform/machine-fixture.h"
 
 namespace larder::platform {

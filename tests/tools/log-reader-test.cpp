@@ -63,6 +63,10 @@ platform::Code platform::ReadNext(Handle file, void* buffer, std::size_t size,
   return kSuccess;
 }
 
+// Of a host's loggers, which aren't run here.
+platform::Code platform::RemoveFile(const WideString&) { return kNotSupported; }
+platform::Code platform::RenameFile(const WideString&, const WideString&) { return kNotSupported; }
+
 namespace tool {
 namespace {
 

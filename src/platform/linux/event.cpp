@@ -23,7 +23,6 @@
 #include "platform/linux/file-descriptor.h"
 #include "platform/linux/kernel-object.h"
 #include "platform/linux/native-path.h"
-#include "platform/utf.h"
 
 // A named event is the file run/larder/events/NAME below the machine root: raised while there is
 // anything by that name, lowered while there is nothing. NAME is the event's name in UTF-8, with
@@ -82,20 +81,6 @@ class PrivateEvent final : public EventObject {
   FileDescriptor descriptor;
   std::atomic<bool> flag = false;
 };
-
-std::string FileNameOf(WideView name) {
-  constexpr std::string_view kDigits = "0123456789ABCDEF";
-  std::string fileName;
-  for (const char character : Utf8FromWide(name)) {
-    const auto byte = static_cast<unsigned char>(character);
-    const bool isFirstDot = byte == '.' && fileName.empty();
-    if (byte < 0x20 || byte == 0x7F || byte == '/' || byte == '%' || isFirstDot)
-      fileName.append({'%', kDigits[byte >> 4], kDigits[byte & 0xF]});
-    else
-      fileName += character;
-  }
-  return fileName;
-}
 
 // Whether a change that was watched may have put another directory at one of the levels.
 bool ConcernsLevels(const inotify_event& change, std::string_view name) {
@@ -246,7 +231,7 @@ Code MakeEvent(Handle& event) noexcept {
 Code MakeNamedEvent(const WideString& name, Handle& event) {
   event = nullptr;
   if (name.empty() || name.find(u'\0') != WideString::npos) return kInvalidName;
-  const std::string fileName = FileNameOf(name);
+  const std::string fileName = FileNameOf(name, Dots::kFirst);
   if (fileName.size() > NAME_MAX) return kNameTooLong;
   auto named = std::make_unique<NamedEvent>(MachineRoot(), fileName);
   // A process that may not make them waits for one that may.

@@ -14,13 +14,8 @@
 namespace larder::platform {
 namespace {
 
-struct LockFileObject final : KernelObject {
-  explicit LockFileObject(FileDescriptor opened) noexcept : descriptor(std::move(opened)) {}
-  FileDescriptor descriptor;
-};
-
 Code SetLock(Handle file, short type) noexcept {
-  const auto* object = ObjectOf<LockFileObject>(file);
+  const auto* object = ObjectOf<FileObject>(file);
   if (object == nullptr) return kInvalidHandle;
   struct flock lock {};
   lock.l_type = type;
@@ -38,7 +33,7 @@ Code OpenLockFile(const WideString& path, Handle& file) {
   constexpr int kFlags = O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY;
   FileDescriptor descriptor(open(native.c_str(), kFlags, 0660));
   if (!descriptor.IsOpen()) return CodeFromErrno(errno);
-  file = new LockFileObject(std::move(descriptor));
+  file = new FileObject(std::move(descriptor));
   return kSuccess;
 }
 

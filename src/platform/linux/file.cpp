@@ -1,73 +1,34 @@
 #include "platform/file.h"
 
 #include <fcntl.h>
-#include <linux/magic.h>
-#include <sys/resource.h>
+#include <stdio.h>
 #include <sys/stat.h>
-#include <sys/vfs.h>
-#include <time.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
-#include <limits>
+#include <string>
+#include <utility>
 
 #include "platform/linux/errno-code.h"
 #include "platform/linux/file-descriptor.h"
+#include "platform/linux/file-time.h"
 #include "platform/linux/kernel-object.h"
 #include "platform/linux/native-path.h"
 
 namespace larder::platform {
 namespace {
 
-struct FileObject final : KernelObject {
-  explicit FileObject(FileDescriptor opened) noexcept : descriptor(std::move(opened)) {}
-  FileDescriptor descriptor;
-};
-
 FileKind KindOf(mode_t mode) {
   if (S_ISREG(mode)) return FileKind::kRegular;
   return S_ISDIR(mode) ? FileKind::kDirectory : FileKind::kOther;
 }
 
-// 100 ns since 1601 from the system's time since 1970; what doesn't fit is brought to the nearer
-// end.
-std::uint64_t FileTime(const timespec& time) {
-  constexpr std::int64_t kSecondsFrom1601To1970 = 11644473600;
-  constexpr std::int64_t kTicks = 10'000'000;
-  constexpr std::int64_t kLatest =
-      std::numeric_limits<std::int64_t>::max() / kTicks - kSecondsFrom1601To1970 - 1;
-  const std::int64_t seconds =
-      std::clamp<std::int64_t>(time.tv_sec, -kSecondsFrom1601To1970, kLatest);
-  return static_cast<std::uint64_t>((seconds + kSecondsFrom1601To1970) * kTicks +
-                                    time.tv_nsec / 100);
-}
-
 FileInfo InfoOf(const struct stat& status) {
   return {.size = static_cast<std::uint64_t>(status.st_size),
-          .lastModified = FileTime(status.st_mtim),
+          .lastModified = FileTimeFrom(status.st_mtim),
           .volume = status.st_dev,
           .index = status.st_ino,
-          .changed = FileTime(status.st_ctim)};
-}
-
-// Whether the file system is known to keep times that its own kernel's clock gives, and finely.
-// (Some of these can be made to keep whole seconds.)
-bool HasFineTimes(const struct statfs& system) {
-  constexpr std::uint32_t kZfs = 0x2FC12FC1;
-  switch (static_cast<std::uint32_t>(system.f_type)) {
-    case EXT4_SUPER_MAGIC:
-    case XFS_SUPER_MAGIC:
-    case BTRFS_SUPER_MAGIC:
-    case F2FS_SUPER_MAGIC:
-    case OVERLAYFS_SUPER_MAGIC:
-    case TMPFS_MAGIC:
-    case RAMFS_MAGIC:
-    case kZfs:
-      return true;
-    default:
-      return false;
-  }
+          .changed = FileTimeFrom(status.st_ctim)};
 }
 
 FileDescriptor OpenToRead(const char* path) {
@@ -76,6 +37,17 @@ FileDescriptor OpenToRead(const char* path) {
     descriptor = open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
   } while (descriptor < 0 && errno == EINTR);
   return FileDescriptor(descriptor);
+}
+
+Code ResultOf(int result) { return result == 0 ? kSuccess : CodeFromErrno(errno); }
+
+// For file systems that can't rename with a condition.
+Code RenameInSteps(const char* from, const char* to) {
+  if (link(from, to) == 0) return ResultOf(unlink(from));
+  if (errno != EPERM && errno != EOPNOTSUPP && errno != ENOSYS) return CodeFromErrno(errno);
+  struct stat status {};
+  if (lstat(to, &status) == 0) return kAlreadyExists;
+  return errno == ENOENT ? ResultOf(rename(from, to)) : CodeFromErrno(errno);
 }
 
 }  // namespace
@@ -120,29 +92,6 @@ Code QueryPathInfo(const WideString& path, FileInfo& info, FileKind& kind) {
   return kSuccess;
 }
 
-std::uint64_t FileTimeGranularity(const WideString& path) {
-  constexpr std::uint64_t kTick = 100'000;  // 10 ms, that of the slowest kernel's clock
-  constexpr std::uint64_t kCoarse = 20'000'000;
-  std::string native;
-  struct statfs system {};
-  if (NativePath(path, native) != kSuccess || statfs(native.c_str(), &system) != 0) return kCoarse;
-  return HasFineTimes(system) ? kTick : kCoarse;
-}
-
-std::uint64_t MaxFileSize() noexcept {
-  rlimit limit{};
-  const bool isSet = getrlimit(RLIMIT_FSIZE, &limit) == 0 && limit.rlim_cur != RLIM_INFINITY;
-  return isSet ? limit.rlim_cur : std::numeric_limits<std::uint64_t>::max();
-}
-
-std::uint64_t CurrentFileTime() noexcept {
-  timespec now{};
-  clock_gettime(CLOCK_REALTIME, &now);
-  return FileTime(now);
-}
-
-WideString FoldCase(WideString path) { return path; }
-
 Code ReadNext(Handle file, void* buffer, std::size_t size, std::size_t& bytesRead) noexcept {
   const auto* object = ObjectOf<FileObject>(file);
   if (object == nullptr) return kInvalidHandle;
@@ -172,6 +121,24 @@ Code ReadAt(Handle file, std::uint64_t offset, void* buffer, std::size_t size,
   }
   bytesRead = total;
   return kSuccess;
+}
+
+Code RemoveFile(const WideString& path) {
+  std::string native;
+  if (const Code code = NativePath(path, native); code != kSuccess) return code;
+  return ResultOf(unlink(native.c_str()));
+}
+
+Code RenameFile(const WideString& from, const WideString& to) {
+  std::string nativeFrom;
+  std::string nativeTo;
+  if (const Code code = NativePath(from, nativeFrom); code != kSuccess) return code;
+  if (const Code code = NativePath(to, nativeTo); code != kSuccess) return code;
+  const char* source = nativeFrom.c_str();
+  const char* target = nativeTo.c_str();
+  if (renameat2(AT_FDCWD, source, AT_FDCWD, target, RENAME_NOREPLACE) == 0) return kSuccess;
+  const bool isUnknown = errno == EINVAL || errno == ENOSYS;
+  return isUnknown ? RenameInSteps(source, target) : CodeFromErrno(errno);
 }
 
 }  // namespace larder::platform

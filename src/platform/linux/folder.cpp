@@ -1,18 +1,16 @@
 #include "platform/folder.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <filesystem>
-#include <memory>
 #include <string>
-#include <string_view>
 #include <system_error>
 #include <utility>
 
+#include "platform/linux/directory-stream.h"
 #include "platform/linux/errno-code.h"
 #include "platform/linux/native-path.h"
 #include "platform/linux/upper-case.h"
@@ -23,10 +21,6 @@ namespace {
 
 constexpr mode_t kFolderMode = 0755;
 constexpr std::uint32_t kAttributeNormal = 0x80;
-
-struct CloseDirectory {
-  void operator()(DIR* stream) const noexcept { closedir(stream); }
-};
 
 Code MakeNativeFolder(const std::string& path) {
   if (mkdir(path.c_str(), kFolderMode) == 0) return kSuccess;
@@ -80,18 +74,18 @@ bool NameOf(const dirent& entry, WideString& name) {
 }
 
 Code FindInFolder(const char* folder, WideView pattern, std::vector<WideString>& names) {
-  const std::unique_ptr<DIR, CloseDirectory> stream(opendir(folder));
-  if (!stream) return errno == ENOENT ? kPathNotFound : CodeFromErrno(errno);
+  DirectoryStream stream;
+  Code code = stream.Open(folder);
+  if (code != kSuccess) return code == kFileNotFound ? kPathNotFound : code;
   UpperCase upperCase;
   const WideString wanted = upperCase.Of(pattern);
-  for (;;) {
-    errno = 0;
-    const dirent* entry = readdir(stream.get());
-    if (entry == nullptr) return errno == 0 ? kSuccess : CodeFromErrno(errno);
+  const dirent* entry = nullptr;
+  while ((code = stream.ReadNext(entry)) == kSuccess && entry != nullptr) {
     WideString name;
     if (NameOf(*entry, name) && Matches(wanted, upperCase.Of(name)))
       names.push_back(std::move(name));
   }
+  return code;
 }
 
 EntryKind KindOf(mode_t mode) {
@@ -106,18 +100,6 @@ Code AddEntry(int folder, const char* name, std::vector<FolderEntry>& entries) {
     return errno == ENOENT ? kSuccess : CodeFromErrno(errno);
   entries.push_back({name, KindOf(status.st_mode), static_cast<std::uint64_t>(status.st_size)});
   return kSuccess;
-}
-
-Code ListStream(DIR* stream, std::vector<FolderEntry>& entries) {
-  for (;;) {
-    errno = 0;
-    const dirent* entry = readdir(stream);
-    if (entry == nullptr) return errno == 0 ? kSuccess : CodeFromErrno(errno);
-    const std::string_view name = entry->d_name;
-    if (name == "." || name == "..") continue;
-    const Code code = AddEntry(dirfd(stream), entry->d_name, entries);
-    if (code != kSuccess) return code;
-  }
 }
 
 }  // namespace
@@ -166,12 +148,16 @@ Code FindNames(const WideString& pattern, std::vector<WideString>& names) {
 
 Code ListFolder(const std::string& utf8Path, std::vector<FolderEntry>& entries) {
   if (utf8Path.find('\0') != std::string::npos) return kInvalidName;
-  const std::unique_ptr<DIR, CloseDirectory> stream(opendir(utf8Path.c_str()));
-  if (!stream) return CodeFromErrno(errno);
+  DirectoryStream stream;
+  Code code = stream.Open(utf8Path.c_str());
   std::vector<FolderEntry> found;
-  if (const Code code = ListStream(stream.get(), found); code != kSuccess) return code;
-  entries = std::move(found);
-  return kSuccess;
+  for (const dirent* entry = nullptr; code == kSuccess;) {
+    code = stream.ReadNext(entry);
+    if (code != kSuccess || entry == nullptr) break;
+    if (!IsDots(*entry)) code = AddEntry(stream.Descriptor(), entry->d_name, found);
+  }
+  if (code == kSuccess) entries = std::move(found);
+  return code;
 }
 
 Code DeleteTree(const LarderWideChar* source) {
@@ -188,15 +174,14 @@ Code DeleteTree(const LarderWideChar* source) {
 bool IsFolderEmpty(const WideString& path) {
   std::string native;
   if (NativePath(path, native) != kSuccess) return false;
-  const std::unique_ptr<DIR, CloseDirectory> stream(opendir(native.c_str()));
-  if (!stream) return false;
-  for (;;) {
-    errno = 0;
-    const dirent* entry = readdir(stream.get());
-    if (entry == nullptr) return errno == 0;
-    const std::string_view name = entry->d_name;
-    if (name != "." && name != "..") return false;
-  }
+  DirectoryStream stream;
+  if (stream.Open(native.c_str()) != kSuccess) return false;
+  const dirent* entry = nullptr;
+  Code code = kSuccess;
+  do {
+    code = stream.ReadNext(entry);
+  } while (code == kSuccess && entry != nullptr && IsDots(*entry));
+  return code == kSuccess && entry == nullptr;
 }
 
 Code RemoveFolder(const WideString& path) {

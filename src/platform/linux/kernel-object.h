@@ -1,7 +1,10 @@
 // What stands behind a Handle: a class for each kind of object, each in its own group.
 #pragma once
 
+#include <utility>
+
 #include "platform/handle.h"
+#include "platform/linux/file-descriptor.h"
 
 namespace larder::platform {
 
@@ -10,6 +13,12 @@ struct KernelObject {
   virtual ~KernelObject() = default;
   KernelObject(const KernelObject&) = delete;
   KernelObject& operator=(const KernelObject&) = delete;
+};
+
+// A file, whatever it was opened for.
+struct FileObject final : KernelObject {
+  explicit FileObject(FileDescriptor opened) noexcept : descriptor(std::move(opened)) {}
+  FileDescriptor descriptor;
 };
 
 // The object of this kind behind a handle; null for any other handle.

@@ -21,25 +21,9 @@ namespace {
 
 constexpr mode_t kFileMode = 0644;
 
-struct LogFileObject final : KernelObject {
-  explicit LogFileObject(FileDescriptor opened) noexcept : descriptor(std::move(opened)) {}
-  FileDescriptor descriptor;
-};
-
 bool IsRegular(int descriptor) {
   struct stat status {};
   return fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
-}
-
-Code ResultOf(int result) { return result == 0 ? kSuccess : CodeFromErrno(errno); }
-
-// For file systems that can't rename with a condition.
-Code RenameInSteps(const char* from, const char* to) {
-  if (link(from, to) == 0) return ResultOf(unlink(from));
-  if (errno != EPERM && errno != EOPNOTSUPP && errno != ENOSYS) return CodeFromErrno(errno);
-  struct stat status {};
-  if (lstat(to, &status) == 0) return kAlreadyExists;
-  return errno == ENOENT ? ResultOf(rename(from, to)) : CodeFromErrno(errno);
 }
 
 std::string HexOf(unsigned number) {
@@ -76,12 +60,12 @@ Code OpenFileToWrite(const WideString& path, WriteMode mode, Handle& file) {
   FileDescriptor descriptor(open(native.c_str(), access | kFlags, kFileMode));
   if (!descriptor.IsOpen()) return CodeFromErrno(errno);
   if (!IsRegular(descriptor.Get())) return kAccessDenied;
-  file = new LogFileObject(std::move(descriptor));
+  file = new FileObject(std::move(descriptor));
   return kSuccess;
 }
 
 Code SeekToEnd(Handle file, std::uint64_t& size) noexcept {
-  const auto* object = ObjectOf<LogFileObject>(file);
+  const auto* object = ObjectOf<FileObject>(file);
   if (object == nullptr) return kInvalidHandle;
   const off_t end = lseek(object->descriptor.Get(), 0, SEEK_END);
   if (end < 0) return CodeFromErrno(errno);
@@ -90,29 +74,11 @@ Code SeekToEnd(Handle file, std::uint64_t& size) noexcept {
 }
 
 Code WriteOnce(Handle file, const void* bytes, std::uint32_t size) noexcept {
-  const auto* object = ObjectOf<LogFileObject>(file);
+  const auto* object = ObjectOf<FileObject>(file);
   if (object == nullptr) return kInvalidHandle;
   const ssize_t written = write(object->descriptor.Get(), bytes, size);
   if (written < 0) return CodeFromErrno(errno);
   return static_cast<std::size_t>(written) == size ? kSuccess : kDiskFull;
-}
-
-Code RemoveFile(const WideString& path) {
-  std::string native;
-  if (const Code code = NativePath(path, native); code != kSuccess) return code;
-  return ResultOf(unlink(native.c_str()));
-}
-
-Code RenameFile(const WideString& from, const WideString& to) {
-  std::string nativeFrom;
-  std::string nativeTo;
-  if (const Code code = NativePath(from, nativeFrom); code != kSuccess) return code;
-  if (const Code code = NativePath(to, nativeTo); code != kSuccess) return code;
-  const char* source = nativeFrom.c_str();
-  const char* target = nativeTo.c_str();
-  if (renameat2(AT_FDCWD, source, AT_FDCWD, target, RENAME_NOREPLACE) == 0) return kSuccess;
-  const bool isUnknown = errno == EINVAL || errno == ENOSYS;
-  return isUnknown ? RenameInSteps(source, target) : CodeFromErrno(errno);
 }
 
 Code MakeTemporaryFile(const WideString& directory, const WideString& prefix, WideString& path) {

@@ -1,6 +1,5 @@
 #include "platform/registry.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -10,17 +9,16 @@
 #include <atomic>
 #include <cerrno>
 #include <cstring>
-#include <memory>
 #include <string>
 #include <string_view>
 #include <tuple>
 #include <vector>
 
+#include "platform/linux/directory-stream.h"
 #include "platform/linux/errno-code.h"
 #include "platform/linux/file-descriptor.h"
 #include "platform/linux/native-path.h"
 #include "platform/linux/upper-case.h"
-#include "platform/utf.h"
 
 // The machine hive is the directory etc/larder/registry below the machine root: a directory for
 // each key, and in it a file for each value. File names are the names in UTF-8, with some bytes as
@@ -50,65 +48,24 @@ enum class EntryKind { kKey, kValue, kOther };
 
 // ---- Names ----
 
-bool NeedsEscape(char character, bool isFirst, EntryKind kind) {
-  const auto byte = static_cast<unsigned char>(character);
-  if (byte < 0x20 || byte == 0x7F || byte == '/' || byte == '%') return true;
-  // No name begins like a temporary file, and no key's file name ends like a value's.
-  return byte == '.' && (isFirst || kind == EntryKind::kKey);
-}
+// A key's file name has no dots, so none ends like a value's.
+Dots EscapedDots(EntryKind kind) { return kind == EntryKind::kKey ? Dots::kAll : Dots::kFirst; }
 
 std::string FileNameOf(WideView name, EntryKind kind) {
-  constexpr std::string_view kDigits = "0123456789ABCDEF";
-  std::string fileName;
-  for (const char byte : Utf8FromWide(name)) {
-    if (NeedsEscape(byte, fileName.empty(), kind)) {
-      const auto number = static_cast<unsigned char>(byte);
-      fileName.append({'%', kDigits[number >> 4], kDigits[number & 0xF]});
-    } else {
-      fileName += byte;
-    }
-  }
-  if (kind == EntryKind::kValue) fileName += kValueEnd;
-  return fileName;
-}
-
-int HexDigit(char digit) {
-  if (digit >= '0' && digit <= '9') return digit - '0';
-  return digit >= 'A' && digit <= 'F' ? digit - 'A' + 10 : -1;
-}
-
-bool Unescape(std::string_view escaped, std::string& plain) {
-  for (std::size_t i = 0; i < escaped.size(); ++i) {
-    if (escaped[i] != '%') {
-      plain += escaped[i];
-      continue;
-    }
-    if (escaped.size() - i < 3) return false;
-    const int high = HexDigit(escaped[++i]);
-    const int low = HexDigit(escaped[++i]);
-    if (high < 0 || low < 0) return false;
-    plain += static_cast<char>(high * 16 + low);
-  }
-  return true;
+  const std::string fileName = FileNameOf(name, EscapedDots(kind));
+  return kind == EntryKind::kValue ? fileName + std::string(kValueEnd) : fileName;
 }
 
 // False for a file name that FileNameOf doesn't make.
-bool NameOf(std::string_view fileName, EntryKind kind, WideString& name) {
-  std::string_view escaped = fileName;
+bool NameOfFile(std::string_view fileName, EntryKind kind, WideString& name) {
   if (kind == EntryKind::kValue) {
-    if (!escaped.ends_with(kValueEnd)) return false;
-    escaped.remove_suffix(kValueEnd.size());
+    if (!fileName.ends_with(kValueEnd)) return false;
+    fileName.remove_suffix(kValueEnd.size());
   }
-  std::string plain;
-  return Unescape(escaped, plain) && WideFromUtf8(plain, name) &&
-         FileNameOf(name, kind) == fileName;
+  return NameOfFile(fileName, EscapedDots(kind), name);
 }
 
 // ---- What is in a directory ----
-
-struct CloseDirectory {
-  void operator()(DIR* stream) const noexcept { closedir(stream); }
-};
 
 struct Entry {
   std::string fileName;
@@ -125,18 +82,14 @@ EntryKind KindOf(int directory, const dirent& entry) {
 }
 
 Code ReadEntries(int directory, std::vector<Entry>& entries) {
-  FileDescriptor readable(openat(directory, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  if (!readable.IsOpen()) return CodeFromErrno(errno);
-  const std::unique_ptr<DIR, CloseDirectory> stream(fdopendir(readable.Get()));
-  if (!stream) return CodeFromErrno(errno);
-  readable.Release();
-  for (;;) {
-    errno = 0;
-    const dirent* entry = readdir(stream.get());
-    if (entry == nullptr) return errno == 0 ? kSuccess : CodeFromErrno(errno);
-    const std::string_view name = entry->d_name;
-    if (name != "." && name != "..") entries.push_back({entry->d_name, KindOf(directory, *entry)});
-  }
+  constexpr int kFlags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
+  DirectoryStream stream;
+  Code code = stream.Open(FileDescriptor(openat(directory, ".", kFlags)));
+  if (code != kSuccess) return code;
+  const dirent* entry = nullptr;
+  while ((code = stream.ReadNext(entry)) == kSuccess && entry != nullptr)
+    if (!IsDots(*entry)) entries.push_back({entry->d_name, KindOf(directory, *entry)});
+  return code;
 }
 
 struct StoredName {
@@ -156,7 +109,7 @@ Code ListNames(int directory, EntryKind kind, std::vector<StoredName>& names) {
   UpperCase upperCase;
   for (Entry& entry : entries) {
     WideString name;
-    if (entry.kind != kind || !NameOf(entry.fileName, kind, name)) continue;
+    if (entry.kind != kind || !NameOfFile(entry.fileName, kind, name)) continue;
     WideString upper = upperCase.Of(name);
     names.push_back({std::move(upper), std::move(name), std::move(entry.fileName)});
   }

@@ -5,14 +5,10 @@
 #include <algorithm>
 #include <array>
 
-#include "platform/windows/last-error.h"
+#include "platform/windows/native-handle.h"
 
 namespace larder::platform {
 namespace {
-
-HANDLE Native(Handle event) { return reinterpret_cast<HANDLE>(event); }
-
-bool IsNone(Handle event) { return event == nullptr || event == InvalidHandle(); }
 
 Code MakeManualEvent(const wchar_t* name, Handle& event) {
   event = reinterpret_cast<Handle>(CreateEventW(nullptr, TRUE, FALSE, name));
@@ -30,18 +26,18 @@ Code MakeNamedEvent(const WideString& name, Handle& event) {
 }
 
 Code RaiseEvent(Handle event) noexcept {
-  if (IsNone(event)) return kInvalidHandle;
+  if (IsEmpty(event)) return kInvalidHandle;
   return SetEvent(Native(event)) != FALSE ? kSuccess : LastError();
 }
 
 Code LowerEvent(Handle event) noexcept {
-  if (IsNone(event)) return kInvalidHandle;
+  if (IsEmpty(event)) return kInvalidHandle;
   return ResetEvent(Native(event)) != FALSE ? kSuccess : LastError();
 }
 
 Code WaitForAny(const Handle* events, std::size_t count, std::size_t& index) noexcept {
   if (count == 0 || count > MAXIMUM_WAIT_OBJECTS) return kInvalidParameter;
-  if (std::any_of(events, events + count, IsNone)) return kInvalidHandle;
+  if (std::any_of(events, events + count, IsEmpty)) return kInvalidHandle;
   std::array<HANDLE, MAXIMUM_WAIT_OBJECTS> natives;
   std::transform(events, events + count, natives.begin(), Native);
   const DWORD result =

@@ -2,24 +2,12 @@
 
 #include <windows.h>
 
-#include "platform/windows/last-error.h"
-#include "platform/windows/native-path.h"
+#include "platform/windows/native-handle.h"
 
 namespace larder::platform {
-namespace {
-
-HANDLE Native(Handle file) { return reinterpret_cast<HANDLE>(file); }
-
-}  // namespace
 
 Code OpenLockFile(const WideString& path, Handle& file) {
-  file = InvalidHandle();
-  WideString native;
-  if (const Code code = NativePath(path, native); code != kSuccess) return code;
-  constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
-  file = reinterpret_cast<Handle>(CreateFileW(native.c_str(), GENERIC_READ | GENERIC_WRITE,
-                                              kShareAll, nullptr, OPEN_ALWAYS, 0, nullptr));
-  return file != InvalidHandle() ? kSuccess : LastError();
+  return OpenNativeFile(path, {GENERIC_READ | GENERIC_WRITE, kShareAll, OPEN_ALWAYS, 0}, file);
 }
 
 Code TryLockFile(Handle file) noexcept {

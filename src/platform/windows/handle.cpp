@@ -1,11 +1,11 @@
 #include "platform/handle.h"
 
-#include <windows.h>
+#include "platform/windows/native-handle.h"
 
 namespace larder::platform {
 
 void CloseObject(Handle handle) noexcept {
-  if (handle != nullptr && handle != InvalidHandle()) CloseHandle(reinterpret_cast<HANDLE>(handle));
+  if (!IsEmpty(handle)) CloseHandle(Native(handle));
 }
 
 }  // namespace larder::platform

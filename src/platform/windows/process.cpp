@@ -1,8 +1,11 @@
 #include "platform/process.h"
 
+#include <limits>
+
 namespace larder::platform {
 
-// No process here begins as a copy of another.
 void CallInForkedChild(void (*)()) noexcept {}
+
+std::uint64_t MaxFileSize() noexcept { return std::numeric_limits<std::uint64_t>::max(); }
 
 }  // namespace larder::platform

@@ -7,7 +7,7 @@
 #include <memory>
 #include <new>
 
-#include "platform/windows/last-error.h"
+#include "platform/windows/native-handle.h"
 
 namespace larder::platform {
 namespace {
@@ -37,8 +37,7 @@ Code StartThread(void (*body)(void* argument), void* argument, Handle& thread) n
 }
 
 void WaitForThread(Handle thread) noexcept {
-  if (thread == nullptr || thread == InvalidHandle()) return;
-  WaitForSingleObject(reinterpret_cast<HANDLE>(thread), INFINITE);
+  if (!IsEmpty(thread)) WaitForSingleObject(Native(thread), INFINITE);
 }
 
 }  // namespace larder::platform

@@ -11,6 +11,7 @@
 #include "platform/file-fixture.h"
 #include "platform/linux/child-process.h"
 #include "platform/linux/open-descriptors.h"
+#include "platform/path.h"
 
 namespace larder::platform {
 namespace {

@@ -16,6 +16,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/file.h"
 #include "platform/linux/child-process.h"
 #include "platform/linux/open-descriptors.h"
 #include "platform/log-file.h"

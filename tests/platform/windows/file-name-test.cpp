@@ -6,6 +6,7 @@
 #include <string>
 
 #include "platform/file-fixture.h"
+#include "platform/path.h"
 #include "platform/windows/long-folder.h"
 
 namespace larder::platform {

@@ -4,6 +4,7 @@
 
 #include <utility>
 
+#include "platform/file.h"
 #include "platform/log-file.h"
 #include "platform/machine-fixture.h"
 #include "platform/windows/long-folder.h"

@@ -1,10 +1,11 @@
-#include "platform/windows/native-path.h"
+#include "platform/path.h"
 
 #include <windows.h>
 
 #include <utility>
 
 #include "platform/windows/last-error.h"
+#include "platform/windows/native-path.h"
 
 namespace larder::platform {
 namespace {
@@ -14,6 +15,14 @@ bool StartsWith(const WideString& text, WideView start) {
 }
 
 }  // namespace
+
+WideString FoldCase(WideString path) {
+  const auto length = static_cast<int>(path.size());
+  WideString folded(path.size(), L'\0');
+  const int written = LCMapStringEx(LOCALE_NAME_INVARIANT, LCMAP_UPPERCASE, path.data(), length,
+                                    folded.data(), length, nullptr, nullptr, 0);
+  return written == length ? folded : path;
+}
 
 Code FullNativePath(const WideString& path, WideString& full) {
   if (path.empty() || path.find(L'\0') != WideString::npos) return kInvalidName;
