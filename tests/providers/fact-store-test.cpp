@@ -71,7 +71,7 @@ class FactStoreTest : public testing::Test {
         NativePath(BesideProgram({})) / LARDER_STORE_WRITER,
         std::vector<std::string>{platform::Utf8FromWide(folder), std::to_string(limit),
                                  std::to_string(first), std::to_string(last), std::to_string(size)},
-        machine.Folder() / ("errors-" + std::to_string(first)));
+        ProgramFiles{machine.Folder() / ("errors-" + std::to_string(first)), {}, {}});
   }
 
   ProviderMachine machine;

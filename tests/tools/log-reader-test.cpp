@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <deque>
 #include <functional>
 #include <map>
@@ -58,7 +59,9 @@ platform::Code platform::ReadNext(Handle file, void* buffer, std::size_t size,
                                   std::size_t& bytesRead) noexcept {
   BeforeEachOperation();
   Reading& reading = ReadingOf(file);
-  bytesRead = reading.file->bytes.copy(static_cast<char*>(buffer), size, reading.position);
+  const std::string& bytes = reading.file->bytes;
+  const std::size_t start = std::min(reading.position, bytes.size());  // it may have been emptied
+  bytesRead = bytes.copy(static_cast<char*>(buffer), size, start);
   reading.position += bytesRead;
   return kSuccess;
 }
@@ -114,10 +117,15 @@ class Host {
   int count = 0;
 };
 
-// No steps of the host come before the reader's first operations, then some before each.
-void FollowAtPace(std::size_t idleOperations, std::size_t stepsEach) {
+void Clear() {
   Files.clear();
   Readings.clear();
+  BeforeEachOperation = [] {};
+}
+
+// No steps of the host come before the reader's first operations, then some before each.
+void FollowAtPace(std::size_t idleOperations, std::size_t stepsEach) {
+  Clear();
   Host host;
   for (int i = 0; i < 2; ++i) {
     host.PlanLine();
@@ -153,6 +161,53 @@ TEST(LogReaderTest, NoLineIsLostOrRepeatedWhereverTheHostRotates) {
   for (std::size_t idle = 0; idle < 60; ++idle) {
     for (const std::size_t steps : {1U, 2U, 3U, 5U, 8U, 100U}) FollowAtPace(idle, steps);
   }
+}
+
+// What a reader prints at first and after each change. Finish: whether nothing was lost.
+std::string Follow(const std::vector<std::function<void()>>& changes, bool finish) {
+  Clear();
+  testing::internal::CaptureStdout();
+  Output output;
+  LogReader reader(kRun, output);
+  changes.front()();
+  EXPECT_TRUE(reader.PrintAll());
+  for (std::size_t i = 1; i < changes.size(); ++i) {
+    changes[i]();
+    while (reader.PrintNews()) {
+    }
+  }
+  EXPECT_EQ(reader.Finish(), finish);
+  EXPECT_TRUE(output.Finish());
+  return testing::internal::GetCapturedStdout();
+}
+
+TEST(LogReaderTest, ACutLineAnEmptiedFileAndADeletedOneAreReadOn) {
+  const auto empty = [] { Files[kRun]->bytes = "short\r\n"; };
+  const auto remove = [] {
+    Files.clear();
+    Append("new\r\n");
+  };
+  EXPECT_EQ(Follow({[] { Append("whole\r\nbeg"); }, [] { Append("inning\r\n"); }, empty,
+                    [] { Append("next\r\n"); }, remove},
+                   true),
+            "whole\nbeginning\nshort\nnext\nnew\n");
+}
+
+TEST(LogReaderTest, LinesThatWereRotatedAwayUnreadAreReportedAsLost) {
+  Host host;
+  host.PlanLine();
+  testing::internal::CaptureStderr();
+  const auto rotateAll = [&] {
+    for (std::uint32_t i = 0; i <= kMaxLogGenerations + 1; ++i) {
+      host.PlanRotation();
+      host.PlanLine();
+    }
+    host.TakeSteps(~std::size_t{0});
+  };
+  EXPECT_EQ(Follow({[&] { host.TakeSteps(1); }, rotateAll}, false),
+            "line 0\nline 2\nline 3\nline 4\nline 5\nline 6\nline 7\n");
+  EXPECT_TRUE(testing::internal::GetCapturedStderr().ends_with(
+      "lr_1.log was rotated faster than it could be printed: lines are lost\n"));
 }
 
 }  // namespace

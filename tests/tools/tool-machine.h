@@ -1,16 +1,15 @@
-// A machine whose registry the child processes of a test see as well. One source for each system.
+// A machine that the child processes of a test see as well. One source for each system.
 #pragma once
 
 #include <filesystem>
 #include <memory>
-#include <string>
 
 namespace larder {
 
-// From construction to destruction there is nothing below the library's root in the registry that
-// this process and its children see, but what they put there. On Linux that is a registry of the
-// test's own; on Windows it is the machine's real one, where everything below the library's root is
-// deleted, so that only one test at a time may do this.
+// From construction to destruction the library's part of the registry and its data folder are
+// empty, for this process and its children. On Linux the test has its own. On Windows they are the
+// machine's: the registry is deleted and the data folder moved aside, so only one test at a time
+// may have a ToolMachine.
 class ToolMachine {
  public:
   ToolMachine();
@@ -21,12 +20,8 @@ class ToolMachine {
   // Empty at first; deleted with the machine.
   const std::filesystem::path& Folder() const;
 
-  // From now on no key can be made below the library's root, not even by an administrator. While
-  // there is nothing below it.
-  void ForbidNewKeys();
-
-  // From now on a key below the library's root, which is there already, can't be opened.
-  void ForbidKey(const std::string& name);
+  // The library's data folder, which doesn't exist at first.
+  const std::filesystem::path& Data() const;
 
  private:
   struct Parts;

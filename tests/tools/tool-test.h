@@ -1,4 +1,4 @@
-// The fixture of the tests that drive the built tool.
+// The fixture of the tests that run the built tool.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "testing/files.h"
 #include "tools/run-program.h"
 #include "tools/tool-machine.h"
 
@@ -16,50 +17,54 @@ namespace larder {
 using Words = std::vector<std::string>;
 
 struct ToolRun {
-  int status;
+  int status = 0;
   std::string output;
   std::string errors;
 };
 
-std::string ContentOf(const std::filesystem::path& path);
-
+// The current folder is the machine's, for the tool too.
 class ToolTest : public testing::Test {
  protected:
-  // input: what the tool finds on standard input.
-  ToolRun Run(const Words& arguments, const std::string& input = {});
-  // Run, and a test failure unless it ends with that status.
-  ToolRun Run(const Words& arguments, int status);
-  // Run, and a test failure unless it succeeds without a word on standard error. Gives the output.
+  ToolTest() { std::filesystem::current_path(machine.Folder()); }
+  ~ToolTest() override { std::filesystem::current_path(before); }
+
+  // Runs a program to its end; the tool if none is named.
+  ToolRun Run(const Words& arguments, const ProgramFiles& files = {"errors", "output", {}}) {
+    return Run(tool, arguments, files);
+  }
+  static ToolRun Run(const std::filesystem::path& program, const Words& arguments,
+                     const ProgramFiles& files);
+  // Runs the tool, which must succeed without an error line. Returns its output.
   std::string MustRun(const Words& arguments);
-  Words MustList(const Words& arguments) { return LinesOf(MustRun(arguments)); }
-  // Run, and a test failure unless it ends with that status and no output. Gives standard error.
-  std::string MustFail(const Words& arguments, int status = 1);
 
-  // Starts the tool; its standard error goes to ErrorsOfStarted.
+  // Starts the tool; its standard error goes to a file.
   std::unique_ptr<RunningProgram> Start(const Words& arguments, bool hasReader = true);
-  std::string ErrorsOfStarted() const { return ContentOf(machine.Folder() / "started"); }
+  static std::string ErrorsOfStarted() { return ContentOf("errors-of-started"); }
 
-  // Copies provider modules, with what they load, into the machine and registers them.
-  void RegisterModules(const Words& names);
+  // Registers provider modules of the machine's folder. One that isn't there yet is copied from
+  // what is built, with what it loads.
+  void InstallModules(const Words& names);
 
-  // A folder in the machine's, with the tool and all that it and the modules need: from now on the
-  // tool there is the one that is run.
-  void CopyTool(const std::string& name);
+  // From now on the tool that runs is a copy in this folder, with all that it and the modules need.
+  void CopyTool(const std::string& folder);
 
-  // In the machine's folder; makes the folders on the way.
-  std::filesystem::path MakeFile(const std::string& utf8Name, const std::string& content);
-  std::string InFolder(const std::string& utf8Name) const;
-  // The folder of the machine's logs, without a separator at its end.
-  std::filesystem::path LogsPath();
+  // Creates the folders on the way. The name is UTF-8.
+  static void MakeFile(const std::string& name, const std::string& content);
 
-  // A path as the registry has it, with a backslash at its end.
-  static std::string RegistryTextOf(const std::filesystem::path& folder);
-  // Beside this program, where everything that is built lies.
+  // A log with this content, last changed in the middle of that year.
+  void MakeLog(const std::string& name, const std::string& content, int year = 2100) const;
+  std::filesystem::path LogsFolder() const { return machine.Data() / "logs"; }
+
+  // Next to this program, where everything that is built is.
   static std::filesystem::path BuiltFile(const std::string& name);
-  static std::filesystem::path PathOf(const std::string& utf8);
-  static std::string Utf8Of(const std::filesystem::path& path);
-  static Words LinesOf(const std::string& text);
 
+  // The machine's folder as the registry has it, with a backslash at its end.
+  std::string Location() const;
+
+ private:
+  const std::filesystem::path before = std::filesystem::current_path();
+
+ protected:
   ToolMachine machine;
   std::filesystem::path tool = BuiltFile(LARDER_TOOL_FILE);
 };

@@ -2,7 +2,6 @@
 
 #include <fcntl.h>
 #include <signal.h>
-#include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -13,65 +12,30 @@
 namespace larder {
 namespace {
 
-constexpr int kMode = 0644;
-
-void Require(int error, const std::string& what) {
-  if (error != 0) throw std::system_error(error, std::generic_category(), what);
+void Require(bool succeeded, const std::string& what) {
+  if (!succeeded) throw std::system_error(errno, std::generic_category(), what);
 }
 
-class FileActions {
- public:
-  FileActions() { Require(posix_spawn_file_actions_init(&actions), "posix_spawn_file_actions"); }
-  ~FileActions() { posix_spawn_file_actions_destroy(&actions); }
-  FileActions(const FileActions&) = delete;
-  FileActions& operator=(const FileActions&) = delete;
+void Redirect(int descriptor, const char* path, int flags) {
+  const int file = open(path, flags | O_CLOEXEC, 0644);
+  if (file < 0 || dup2(file, descriptor) < 0) _exit(255);
+}
 
-  void Open(int descriptor, const std::filesystem::path& path, int flags) {
-    Require(posix_spawn_file_actions_addopen(&actions, descriptor, path.c_str(), flags, kMode),
-            "open " + path.string());
+// In the child. Calls only what may be called between fork and exec.
+[[noreturn]] void Become(char* const* arguments, const ProgramFiles& files, int pipe) {
+  constexpr int kWrite = O_WRONLY | O_CREAT | O_TRUNC;
+  Redirect(STDIN_FILENO, files.input.empty() ? "/dev/null" : files.input.c_str(), O_RDONLY);
+  Redirect(STDERR_FILENO, files.errors.c_str(), kWrite);
+  if (files.output.empty()) {
+    dup2(pipe, STDOUT_FILENO);
+  } else {
+    Redirect(STDOUT_FILENO, files.output.c_str(), kWrite);
   }
-  void Duplicate(int from, int to) {
-    Require(posix_spawn_file_actions_adddup2(&actions, from, to), "dup2");
-  }
-
-  posix_spawn_file_actions_t actions;
-};
-
-void OpenCommon(FileActions& actions, const std::filesystem::path& errors,
-                const std::filesystem::path& input = {}) {
-  actions.Open(STDIN_FILENO, input.empty() ? "/dev/null" : input, O_RDONLY);
-  actions.Open(STDERR_FILENO, errors, O_WRONLY | O_CREAT | O_TRUNC);
-}
-
-pid_t Start(const std::filesystem::path& program, const std::vector<std::string>& arguments,
-            const FileActions& actions) {
-  std::vector<std::string> texts{program.string()};
-  texts.insert(texts.end(), arguments.begin(), arguments.end());
-  std::vector<char*> pointers;
-  for (std::string& text : texts) pointers.push_back(text.data());
-  pointers.push_back(nullptr);
-  pid_t child = 0;
-  Require(posix_spawn(&child, program.c_str(), &actions.actions, nullptr, pointers.data(), environ),
-          "start " + program.string());
-  return child;
-}
-
-int WaitFor(pid_t child) {
-  int status = 0;
-  while (waitpid(child, &status, 0) < 0) Require(errno == EINTR ? 0 : errno, "waitpid");
-  return WIFSIGNALED(status) ? -WTERMSIG(status) : WEXITSTATUS(status);
+  execv(arguments[0], arguments);
+  _exit(255);
 }
 
 }  // namespace
-
-int RunProgram(const std::filesystem::path& program, const std::vector<std::string>& arguments,
-               const std::filesystem::path& output, const std::filesystem::path& errors,
-               const std::filesystem::path& input) {
-  FileActions actions;
-  OpenCommon(actions, errors, input);
-  actions.Open(STDOUT_FILENO, output, O_WRONLY | O_CREAT | O_TRUNC);
-  return WaitFor(Start(program, arguments, actions));
-}
 
 struct RunningProgram::Parts {
   pid_t child = 0;  // 0 once it has been waited for
@@ -79,44 +43,42 @@ struct RunningProgram::Parts {
 };
 
 RunningProgram::RunningProgram(const std::filesystem::path& program,
-                               const std::vector<std::string>& arguments,
-                               const std::filesystem::path& errors, bool hasReader)
+                               const std::vector<std::string>& arguments, const ProgramFiles& files)
     : parts(std::make_unique<Parts>()) {
   int ends[2];
-  Require(pipe2(ends, O_CLOEXEC) == 0 ? 0 : errno, "pipe");
-  if (hasReader) {
-    parts->output = ends[0];
-  } else {
-    close(ends[0]);
-  }
-  FileActions actions;
-  OpenCommon(actions, errors);
-  actions.Duplicate(ends[1], STDOUT_FILENO);
-  parts->child = Start(program, arguments, actions);
+  Require(pipe2(ends, O_CLOEXEC) == 0, "pipe");
+  parts->output = ends[0];
+  if (!files.hasReader) close(std::exchange(parts->output, -1));
+  std::vector<std::string> texts{program.string()};
+  texts.insert(texts.end(), arguments.begin(), arguments.end());
+  std::vector<char*> pointers;
+  for (std::string& text : texts) pointers.push_back(text.data());
+  pointers.push_back(nullptr);
+  parts->child = fork();
+  if (parts->child == 0) Become(pointers.data(), files, ends[1]);
   close(ends[1]);
+  Require(parts->child > 0, "fork");
 }
 
 RunningProgram::~RunningProgram() {
-  if (parts->child != 0) {
-    kill(parts->child, SIGKILL);
-    Wait();
-  }
+  if (parts->child != 0) kill(parts->child, SIGKILL);
+  if (parts->child != 0) Wait();
   close(parts->output);
 }
 
-int RunningProgram::Wait() { return WaitFor(std::exchange(parts->child, 0)); }
-
-std::optional<int> RunningProgram::Stop() {
-  kill(parts->child, SIGINT);
-  return Wait();
+int RunningProgram::Wait() {
+  int status = 0;
+  Require(waitpid(parts->child, &status, 0) == parts->child, "waitpid");
+  parts->child = 0;
+  return WIFSIGNALED(status) ? -WTERMSIG(status) : WEXITSTATUS(status);
 }
 
 long RunningProgram::ProcessId() const { return parts->child; }
 
-std::size_t RunningProgram::ReadSome(char* bytes, std::size_t size) {
-  ssize_t got = -1;
-  while ((got = read(parts->output, bytes, size)) < 0) Require(errno == EINTR ? 0 : errno, "read");
-  return static_cast<std::size_t>(got);
+bool RunningProgram::ReadByte(char& byte) {
+  const ssize_t got = read(parts->output, &byte, 1);
+  Require(got >= 0, "read");
+  return got != 0;
 }
 
 }  // namespace larder

@@ -30,18 +30,14 @@ Owned Open(const std::filesystem::path& path, DWORD access, DWORD disposition) {
   return Owned(handle);
 }
 
-struct Pipe {
-  Owned reading;  // for this process only
-  Owned writing;
-};
-
-Pipe MakePipe() {
+// Returns the end for the child.
+Owned MakePipe(Owned& reading) {
   SECURITY_ATTRIBUTES attributes = Inheritable();
-  HANDLE reading = nullptr;
-  HANDLE writing = nullptr;
-  Require(CreatePipe(&reading, &writing, &attributes, 0) != 0, "pipe");
-  Require(SetHandleInformation(reading, HANDLE_FLAG_INHERIT, 0) != 0, "pipe");
-  return {Owned(reading), Owned(writing)};
+  HANDLE ends[2] = {};
+  Require(CreatePipe(&ends[0], &ends[1], &attributes, 0) != 0, "pipe");
+  reading.reset(ends[0]);
+  Require(SetHandleInformation(ends[0], HANDLE_FLAG_INHERIT, 0) != 0, "pipe");
+  return Owned(ends[1]);
 }
 
 std::wstring CommandLine(const std::filesystem::path& program,
@@ -53,78 +49,58 @@ std::wstring CommandLine(const std::filesystem::path& program,
   return line;
 }
 
-// Gives the process.
-Owned Start(const std::filesystem::path& program, const std::vector<std::string>& arguments,
-            const Owned& output, const std::filesystem::path& errors,
-            const std::filesystem::path& input = {}) {
-  const Owned in = Open(input.empty() ? L"NUL" : input, GENERIC_READ, OPEN_EXISTING);
-  const Owned error = Open(errors, GENERIC_WRITE, CREATE_ALWAYS);
+}  // namespace
+
+struct RunningProgram::Parts {
+  Owned process;
+  Owned reading;
+};
+
+RunningProgram::RunningProgram(const std::filesystem::path& program,
+                               const std::vector<std::string>& arguments, const ProgramFiles& files)
+    : parts(std::make_unique<Parts>()) {
+  const Owned input = Open(files.input.empty() ? L"NUL" : files.input, GENERIC_READ, OPEN_EXISTING);
+  const Owned errors = Open(files.errors, GENERIC_WRITE, CREATE_ALWAYS);
+  const Owned output = files.output.empty() ? MakePipe(parts->reading)
+                                            : Open(files.output, GENERIC_WRITE, CREATE_ALWAYS);
+  if (!files.hasReader) parts->reading.reset();
   STARTUPINFOW startup{};
   startup.cb = sizeof startup;
   startup.dwFlags = STARTF_USESTDHANDLES;
-  startup.hStdInput = in.get();
+  startup.hStdInput = input.get();
   startup.hStdOutput = output.get();
-  startup.hStdError = error.get();
+  startup.hStdError = errors.get();
   PROCESS_INFORMATION child{};
   std::wstring line = CommandLine(program, arguments);
   Require(CreateProcessW(program.c_str(), line.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr,
                          &startup, &child) != 0,
           "start " + program.string());
   CloseHandle(child.hThread);
-  return Owned(child.hProcess);
+  parts->process.reset(child.hProcess);
 }
 
-int WaitFor(const Owned& process) {
-  DWORD status = 0;
-  Require(WaitForSingleObject(process.get(), INFINITE) == WAIT_OBJECT_0, "wait");
-  Require(GetExitCodeProcess(process.get(), &status) != 0, "exit status");
-  return static_cast<int>(status);
-}
-
-}  // namespace
-
-int RunProgram(const std::filesystem::path& program, const std::vector<std::string>& arguments,
-               const std::filesystem::path& output, const std::filesystem::path& errors,
-               const std::filesystem::path& input) {
-  return WaitFor(
-      Start(program, arguments, Open(output, GENERIC_WRITE, CREATE_ALWAYS), errors, input));
-}
-
-struct RunningProgram::Parts {
-  Owned process;
-  Owned output;
-};
-
-RunningProgram::RunningProgram(const std::filesystem::path& program,
-                               const std::vector<std::string>& arguments,
-                               const std::filesystem::path& errors, bool hasReader)
-    : parts(std::make_unique<Parts>()) {
-  Pipe pipe = MakePipe();
-  if (!hasReader) pipe.reading.reset();
-  parts->output = std::move(pipe.reading);
-  parts->process = Start(program, arguments, pipe.writing, errors);
-}
-
-RunningProgram::~RunningProgram() { Stop(); }
-
-int RunningProgram::Wait() { return WaitFor(parts->process); }
-
-std::optional<int> RunningProgram::Stop() {
+RunningProgram::~RunningProgram() {
   TerminateProcess(parts->process.get(), 1);
-  Wait();
-  return std::nullopt;
+  WaitForSingleObject(parts->process.get(), INFINITE);
+}
+
+int RunningProgram::Wait() {
+  DWORD status = 0;
+  Require(WaitForSingleObject(parts->process.get(), INFINITE) == WAIT_OBJECT_0, "wait");
+  Require(GetExitCodeProcess(parts->process.get(), &status) != 0, "exit status");
+  return static_cast<int>(status);
 }
 
 long RunningProgram::ProcessId() const {
   return static_cast<long>(GetProcessId(parts->process.get()));
 }
 
-std::size_t RunningProgram::ReadSome(char* bytes, std::size_t size) {
+bool RunningProgram::ReadByte(char& byte) {
   DWORD got = 0;
-  if (ReadFile(parts->output.get(), bytes, static_cast<DWORD>(size), &got, nullptr) == FALSE) {
+  if (ReadFile(parts->reading.get(), &byte, 1, &got, nullptr) == FALSE) {
     Require(GetLastError() == ERROR_BROKEN_PIPE, "read");
   }
-  return got;
+  return got != 0;
 }
 
 }  // namespace larder

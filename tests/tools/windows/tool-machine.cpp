@@ -1,30 +1,24 @@
 #include "tools/tool-machine.h"
 
-#include <windows.h>
-
-#include <sddl.h>
-
 #include <string>
 #include <system_error>
-#include <vector>
 
+#include "platform/folder.h"
 #include "platform/registry.h"
-#include "support/registry.h"
+#include "product/product.h"
+#include "testing/files.h"
 
 namespace larder {
 namespace {
 
-WideString RootPath() {
-  return WideString(LarderRegistryRoot.substr(0, LarderRegistryRoot.size() - 1));
+void Require(platform::Code code, const std::string& what) {
+  if (code == platform::kSuccess || code == platform::kFileNotFound) return;
+  throw std::system_error(static_cast<int>(code), std::system_category(), what);
 }
 
-platform::Code RemoveRoot() { return platform::RemoveRegistryTree(RootPath()); }
-
-void ClearRegistry() {
-  const platform::Code code = RemoveRoot();
-  if (code != platform::kSuccess && code != platform::kFileNotFound) {
-    throw std::system_error(static_cast<int>(code), std::system_category(), "clear the registry");
-  }
+platform::Code RemoveRegistry() {
+  return platform::RemoveRegistryTree(
+      WideString(LarderRegistryRoot.substr(0, LarderRegistryRoot.size() - 1)));
 }
 
 std::filesystem::path MakeFolder() {
@@ -35,63 +29,38 @@ std::filesystem::path MakeFolder() {
   }
 }
 
-// access: in the system's language for security descriptors.
-void SetAccess(const std::wstring& path, const wchar_t* access) {
-  PSECURITY_DESCRIPTOR descriptor = nullptr;
-  HKEY key = nullptr;
-  LSTATUS status = ERROR_INVALID_PARAMETER;
-  if (ConvertStringSecurityDescriptorToSecurityDescriptorW(access, SDDL_REVISION_1, &descriptor,
-                                                           nullptr) != FALSE) {
-    status = RegOpenKeyExW(HKEY_LOCAL_MACHINE, path.c_str(), 0, WRITE_DAC, &key);
-  }
-  if (status == ERROR_SUCCESS) {
-    status = RegSetKeySecurity(key, DACL_SECURITY_INFORMATION, descriptor);
-  }
-  RegCloseKey(key);
-  LocalFree(descriptor);
-  if (status != ERROR_SUCCESS) {
-    throw std::system_error(static_cast<int>(status), std::system_category(), "set access");
-  }
+std::filesystem::path DataFolder() {
+  WideString path;
+  Require(platform::CommonFolderPath(platform::CommonFolder::kData, path), "find the data folder");
+  return std::filesystem::path(path) / kMakerFolder / kProductFolder;
 }
 
 }  // namespace
 
 struct ToolMachine::Parts {
   std::filesystem::path folder = MakeFolder();
-  std::vector<std::wstring> forbidden;  // keys
+  std::filesystem::path data = DataFolder();
+  std::filesystem::path aside = data.parent_path() / "Larder-aside";
 };
 
 ToolMachine::ToolMachine() {
-  ClearRegistry();
+  Require(RemoveRegistry(), "clear the registry");
   parts = std::make_unique<Parts>();
+  // Of a test that was killed.
+  if (exists(parts->aside)) std::filesystem::remove_all(parts->data);
+  if (exists(parts->data)) std::filesystem::rename(parts->data, parts->aside);
 }
 
 ToolMachine::~ToolMachine() {
-  for (const std::wstring& key : parts->forbidden) SetAccess(key, L"D:(A;;GA;;;WD)");
-  RemoveRoot();
+  (void)RemoveRegistry();
   std::error_code ignored;
   std::filesystem::remove_all(parts->folder, ignored);
+  std::filesystem::remove_all(parts->data, ignored);
+  std::filesystem::rename(parts->aside, parts->data, ignored);
+  std::filesystem::remove(parts->data.parent_path(), ignored);  // if it is empty
 }
 
 const std::filesystem::path& ToolMachine::Folder() const { return parts->folder; }
-
-// Below a key that ends with the system's session the system makes no lasting ones.
-void ToolMachine::ForbidNewKeys() {
-  HKEY key = nullptr;
-  const LSTATUS status =
-      RegCreateKeyExW(HKEY_LOCAL_MACHINE, RootPath().c_str(), 0, nullptr, REG_OPTION_VOLATILE,
-                      KEY_ALL_ACCESS, nullptr, &key, nullptr);
-  if (status != ERROR_SUCCESS) {
-    throw std::system_error(static_cast<int>(status), std::system_category(), "forbid new keys");
-  }
-  RegCloseKey(key);
-}
-
-// Its access list denies reading to everybody, administrators included.
-void ToolMachine::ForbidKey(const std::string& name) {
-  const std::wstring path = RootPath() + L"\\" + std::wstring(name.begin(), name.end());
-  SetAccess(path, L"D:(D;;KR;;;WD)(A;;GA;;;WD)");
-  parts->forbidden.push_back(path);
-}
+const std::filesystem::path& ToolMachine::Data() const { return parts->data; }
 
 }  // namespace larder

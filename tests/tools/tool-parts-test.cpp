@@ -1,5 +1,5 @@
-// The parts of a scan that a run of the tool shows badly: the order of answers, the bar, the
-// limits.
+// Parts that a run of the tool doesn't show: a scan's order of answers, bar and limits, and
+// registry data that the tool can't write.
 #include <gmock/gmock.h>
 
 #include <atomic>
@@ -8,6 +8,7 @@
 #include <thread>
 
 #include "tools/larder/cli/text.h"
+#include "tools/larder/registry/registry-value.h"
 #include "tools/larder/scan/ordered-work.h"
 #include "tools/larder/scan/progress-bar.h"
 #include "tools/larder/scan/scan-report.h"
@@ -139,6 +140,17 @@ TEST(ScanReportTest, PathsAndReasonsAreListedUpToALimitAndCountedBeyond) {
   EXPECT_THAT(errors,
               AllOf(HasSubstr("larder: 1 error: reason 98\n"), Not(HasSubstr("reason 99"))));
   EXPECT_THAT(errors, testing::EndsWith("larder: 22 errors, 20 of them listed: other reasons\n"));
+}
+
+TEST(RegistryValueTest, DataOfAnotherFormThanItsTypesIsHexadecimal) {
+  const auto text = [](std::uint32_t type, const std::string& bytes) {
+    return DataText({type, {bytes.begin(), bytes.end()}});
+  };
+  EXPECT_EQ(text(platform::kRegBinary, std::string("\x00\x7F\xAB", 3)), "007fab");
+  EXPECT_EQ(text(platform::kRegDword, "\x01\x02"), "0102");
+  EXPECT_EQ(text(platform::kRegSz, std::string("a\0b", 3)), "610062");  // half a unit at the end
+  EXPECT_EQ(text(platform::kRegSz, std::string("a\0b\0", 4)), "ab");    // no zero at the end
+  EXPECT_EQ(text(platform::kRegSz, ""), "");
 }
 
 TEST(SizeTextTest, SizesHaveOneDigitBehindThePointAndThreeInFrontAtMost) {
