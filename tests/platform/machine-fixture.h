@@ -6,12 +6,12 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <string>
 #include <string_view>
 
 #include "platform/code.h"
 #include "platform/utf.h"
+#include "testing/files.h"
 #include "testing/test-machine.h"
 
 namespace larder::platform {
@@ -29,12 +29,6 @@ inline WideString WidePathOf(const std::filesystem::path& path) {
   return wide;
 }
 
-inline std::string FileContent(const std::filesystem::path& path) {
-  std::ifstream file(path, std::ios::binary);
-  EXPECT_TRUE(file.is_open()) << path;
-  return {std::istreambuf_iterator<char>(file), {}};
-}
-
 inline void WriteFile(const std::filesystem::path& path, const std::string& content) {
   std::ofstream(path, std::ios::binary) << content;
 }
@@ -49,7 +43,7 @@ class MachineTest : public ::testing::Test {
   void Write(const std::string& name, const std::string& content = "") const {
     WriteFile(Native(name), content);
   }
-  std::string Content(const std::string& name) const { return FileContent(Native(name)); }
+  std::string Content(const std::string& name) const { return ContentOf(Native(name)); }
   bool Exists(const std::string& name) const { return std::filesystem::exists(Native(name)); }
 
   TestMachine machine;

@@ -1,5 +1,5 @@
-// This program's file, the modules that were built for these tests (see fixtures/), and a module
-// that is loaded.
+// This program's file, the modules that were built for these tests (see fixtures/), and one that is
+// loaded.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -9,7 +9,7 @@
 #include <string>
 
 #include "platform/machine-fixture.h"
-#include "platform/module.h"
+#include "platform/scoped-handle.h"
 
 namespace larder::platform {
 
@@ -27,20 +27,18 @@ inline std::filesystem::path FixtureFolder() {
 
 class ModuleTest : public MachineTest {
  protected:
-  ~ModuleTest() override { CloseModule(module); }
-
   Code Open(const std::filesystem::path& path) {
-    CloseModule(module);
-    return OpenModule(WidePathOf(path), module);
+    module = {};
+    return OpenModule(WidePathOf(path), module.Out());
   }
-  static std::string PlainModule() { return FileContent(FixtureFolder() / "plain-module.dll"); }
-  // What the module's one export gives; -1 where there is none.
-  static int Answer(ModuleHandle from) {
-    const auto answer = reinterpret_cast<int (*)()>(FindSymbol(from, "LarderTestAnswer"));
+  // The result of the module's one export; -1 if there is none.
+  int Answer() const {
+    const auto answer = reinterpret_cast<int (*)()>(FindSymbol(module.Get(), "LarderTestAnswer"));
     return answer != nullptr ? answer() : -1;
   }
 
-  ModuleHandle module = nullptr;
+  const std::string image = ContentOf(FixtureFolder() / "plain-module.dll");
+  OwnedModule module;
 };
 
 }  // namespace larder::platform

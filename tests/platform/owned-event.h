@@ -6,36 +6,23 @@
 #include <vector>
 
 #include "platform/event.h"
+#include "platform/scoped-handle.h"
 
 namespace larder::platform {
 
-inline Handle NewEvent() {
-  Handle event = nullptr;
-  EXPECT_EQ(MakeEvent(event), kSuccess);
-  return event;
-}
-
-// Null if it can't be made.
-inline Handle NewNamedEvent(const WideString& name) {
-  Handle event = InvalidHandle();
-  const Code code = MakeNamedEvent(name, event);
-  EXPECT_EQ(code == kSuccess, event != nullptr);
-  return event;
-}
-
 class OwnedEvent {
  public:
-  explicit OwnedEvent(Handle made) : handle(made) { EXPECT_NE(made, nullptr); }
-  ~OwnedEvent() { CloseObject(handle); }
-  OwnedEvent(const OwnedEvent&) = delete;
-  OwnedEvent& operator=(const OwnedEvent&) = delete;
-  operator Handle() const { return handle; }
+  OwnedEvent() { EXPECT_EQ(MakeEvent(handle.Out()), kSuccess); }
+  explicit OwnedEvent(const WideString& name) {
+    EXPECT_EQ(MakeNamedEvent(name, handle.Out()), kSuccess);
+  }
+  operator Handle() const { return handle.Get(); }
 
  private:
-  Handle handle;
+  OwnedHandle handle;
 };
 
-// The index of the lowest raised event; a number that is none if the wait fails.
+// The index of the lowest raised event; the number of events if the wait fails.
 inline std::size_t Wait(const std::vector<Handle>& events) {
   std::size_t index = 0;
   const Code code = WaitForAny(events.data(), events.size(), index);
@@ -43,9 +30,15 @@ inline std::size_t Wait(const std::vector<Handle>& events) {
   return code == kSuccess ? index : events.size();
 }
 
-// Whether an event is raised, by a wait that ends in any case.
+// The code of an attempt to make a named event.
+inline Code TryToMakeEvent(const WideString& name) {
+  OwnedHandle event;
+  return MakeNamedEvent(name, event.Out());
+}
+
+// Whether an event is raised, by a wait that ends in either case.
 inline bool IsRaised(Handle event) {
-  const OwnedEvent raised(NewEvent());
+  const OwnedEvent raised;
   RaiseEvent(raised);
   return Wait({event, raised}) == 0;
 }

@@ -1,4 +1,4 @@
-// A key of the machine's registry, and what is in it as plain text.
+// A key of the machine's registry whose contents are read and written as plain text.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -24,12 +24,12 @@ class Key {
     return MakeRegistryKey(Wide(path), access, owned.Out());
   }
   Code Set(std::string_view name, std::string_view data, std::uint32_t type = kRegBinary) const {
-    // wine takes a zero that happens to lie behind a text's data for its terminator.
+    // wine takes a zero that happens to follow the data of a text for its terminator.
     const std::string padded = std::string(data) + "##";
     return SetRegistryValue(Raw(), Wide(name), type, padded.data(),
                             static_cast<std::uint32_t>(data.size()));
   }
-  // The data of a value, or its code.
+  // The data of a value, or "code N".
   std::string Get(std::string_view name) const {
     std::array<char, 4096> data;
     std::uint32_t type = 0;
@@ -63,7 +63,7 @@ class Key {
 
 inline Code RemoveTree(std::string_view path) { return RemoveRegistryTree(Wide(path)); }
 
-// A machine whose registry has nothing but the empty key "Key".
+// A machine whose registry holds only the empty key "Key".
 class RegistryTest : public MachineTest {
  protected:
   RegistryTest() { EXPECT_EQ(key.Make("Key", kKeyAllAccess), kSuccess); }

@@ -5,9 +5,11 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <cerrno>
+#include <algorithm>
+#include <array>
+#include <cstdlib>
 #include <exception>
-#include <system_error>
+#include <vector>
 
 namespace larder {
 
@@ -29,8 +31,8 @@ int WaitForChild(pid_t child) {
 
 int RunInChild(const std::function<int()>& body) { return WaitForChild(StartChild(body)); }
 
-pid_t StartAsNobody(const std::function<int()>& body) {
-  return StartChild([&body] {
+int RunAsNobody(const std::function<int()>& body) {
+  return RunInChild([&body] {
     constexpr uid_t kNobody = 65534;
     if (geteuid() == 0 &&
         (setgroups(0, nullptr) != 0 || setgid(kNobody) != 0 || setuid(kNobody) != 0))
@@ -39,27 +41,20 @@ pid_t StartAsNobody(const std::function<int()>& body) {
   });
 }
 
-int RunAsNobody(const std::function<int()>& body) { return WaitForChild(StartAsNobody(body)); }
-
-Gate::Gate() {
-  if (pipe2(ends.data(), O_CLOEXEC) != 0)
-    throw std::system_error(errno, std::generic_category(), "no pipe");
-}
-
-Gate::~Gate() {
-  Open();
-  close(ends[0]);
-}
-
-void Gate::Open() {
-  if (ends[1] >= 0) close(ends[1]);
-  ends[1] = -1;
-}
-
-void Gate::Pass() {
-  Open();
-  char byte = 0;
-  if (read(ends[0], &byte, 1) != 0) throw std::runtime_error("the gate's pipe gave something");
+int RunInChildren(int count, const std::function<int()>& body) {
+  std::array<int, 2> gate{};  // a pipe that ends when all children have been started
+  if (pipe2(gate.data(), O_CLOEXEC) != 0) return -1;
+  const auto waitAndRun = [&] {
+    char byte = 0;
+    close(gate[1]);
+    return read(gate[0], &byte, 1) == 0 ? body() : 253;
+  };
+  std::vector<pid_t> children;
+  for (int i = 0; i < count; ++i) children.push_back(StartChild(waitAndRun));
+  for (const int end : gate) close(end);
+  int result = 0;
+  for (const pid_t child : children) result = std::max(result, std::abs(WaitForChild(child)));
+  return result;
 }
 
 }  // namespace larder
