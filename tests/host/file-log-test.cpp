@@ -19,12 +19,8 @@
 namespace larder {
 namespace {
 
-using testing::AllOf;
-using testing::Contains;
 using testing::ElementsAre;
-using testing::HasSubstr;
 using testing::IsEmpty;
-using testing::Not;
 using testing::SizeIs;
 using testing::UnorderedElementsAreArray;
 
@@ -79,19 +75,21 @@ TEST_F(FileLog, HasEveryLineOfASessionFromTheLoadingOnInAFileForEachHandle) {
   EXPECT_THAT(GetLogFiles(LARDER_WIDE("*.tmp")), IsEmpty());
 }
 
-TEST_F(FileLog, TheLoggersOfFailedLoadsWriteOnAndTheHandlesOwnFileIsComplete) {
+TEST_F(FileLog, TheLoggerOfAFailedLoadWritesOnBesideTheHandlesOwn) {
   EnableLogging();
   host.RemoveProvider("A");
   LarderHandle handle = nullptr;
   EXPECT_EQ(LarderInit(UnexpectedCall, &handle), LARDER_E_DB_OPEN_FAILED);
-  EXPECT_EQ(LarderInit(UnexpectedCall, &handle), LARDER_E_DB_OPEN_FAILED);
   host.AddProvider("A", "type-1.dll");
   Session();
-  ASSERT_THAT(Logs(), SizeIs(3));
-  std::vector<std::string> texts;
-  for (const WideString& log : Logs()) texts.push_back(ContentOf(PathOf(log)));
-  EXPECT_THAT(texts, Contains(AllOf(HasSubstr("Last ref released, handle destroyed"),
-                                    Not(HasSubstr("Fatal error in LarderInit")))));
+  ASSERT_THAT(Logs(), SizeIs(2));
+  const auto hasBoth = [](const WideString& log) {
+    std::string text;
+    do text = ContentOf(PathOf(log));  // its thread writes until the process ends
+    while (text.find("Last ref released, handle destroyed") == std::string::npos);
+    return text.find("Fatal error in LarderInit") != std::string::npos;
+  };
+  EXPECT_NE(hasBoth(Logs()[0]), hasBoth(Logs()[1]));
 }
 
 TEST_F(FileLog, AFileInTheProductFoldersPlaceMeansNoLog) {

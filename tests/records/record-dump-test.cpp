@@ -115,5 +115,10 @@ TEST(RecordDumpTest, ShowsEmptyNamesForACertificateThatCannotBeParsedAndGoesOn) 
                         "\r\n  ],\r\n" + chain + "{\r\n  Subject:   \"CN=Key of RSA\"\r\n"));
 }
 
+TEST(RecordDumpTest, ANameMayHave1023Characters) {
+  const RecordBytes record = FileRecordBytes(Facts(), {{CertificateFile("full")}});
+  EXPECT_EQ(GetCertSubject(record.data() + 392).size(), 1023U);
+}
+
 }  // namespace
 }  // namespace larder

@@ -1,15 +1,59 @@
-// One faulty module in each position among good ones: what the client gets, and that nothing
-// remains loaded.
+// Which modules are loaded, and what a client gets when one of them is faulty.
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <larder/larder.h>
 
 #include <regex>
 
 #include "host/host-machine.h"
+#include "platform/registry.h"
+#include "providers/provider-discovery.h"
+#include "support/registry.h"
 #include "testing/modules.h"
 
 namespace larder {
 namespace {
+
+using testing::ElementsAre;
+using testing::EndsWith;
+using testing::IsEmpty;
+
+TEST(ProviderDiscovery, JoinsLocationAndFileNameInTheRegistrysOrderAndSkipsSubkeysWithoutAName) {
+  HostMachine host;
+  SetRegistryString(LARDER_WIDE("Install"), LARDER_WIDE("szLocation"), LARDER_WIDE("C:\\no end"));
+  const struct {
+    const LarderWideChar* subkey;
+    const LarderWideChar* value;
+    const LarderWideChar* data;
+  } values[] = {{LARDER_WIDE("Zeta"), LARDER_WIDE("szDLL"), LARDER_WIDE("z.dll")},
+                {LARDER_WIDE("Other"), LARDER_WIDE("szOther"), LARDER_WIDE("o.dll")},
+                {LARDER_WIDE("alpha"), LARDER_WIDE("szDLL"), LARDER_WIDE("a.dll")},
+                {LARDER_WIDE("Empty"), LARDER_WIDE("szDLL"), LARDER_WIDE("")},
+                {LARDER_WIDE("Beta"), LARDER_WIDE("szDLL"), LARDER_WIDE("a.dll")}};
+  for (const auto& row : values) {
+    SetRegistryString(WideString(LARDER_WIDE("DataProviders\\")) + row.subkey, row.value, row.data);
+  }
+  EXPECT_THAT(GetDataProviderPaths(),
+              ElementsAre(LARDER_WIDE("C:\\no enda.dll"), LARDER_WIDE("C:\\no enda.dll"),
+                          LARDER_WIDE("C:\\no endz.dll")));
+  for (const char* const name : {"Other", "Empty"}) {
+    EXPECT_TRUE(host.log.Contains(std::string(" WARN: Failed to get a provider location for ") +
+                                  name + "\r\n"));
+  }
+}
+
+TEST(ProviderDiscovery, WithoutTheKeyTheListIsEmpty) {
+  HostMachine host;
+  ASSERT_EQ(platform::RemoveRegistryTree(WideString(LarderRegistryRoot)), platform::kSuccess);
+  EXPECT_THAT(GetDataProviderPaths(), IsEmpty());
+  EXPECT_THAT(host.LogText(),
+              EndsWith(" WARN: RegOpenKeyEx failed for "
+                       "\"Software\\Velmor\\Larder\\DataProviders\": 2 \"<text>\"\n"
+                       "TRACE: Leaving OpenRegistrySubkey()\n"
+                       " WARN: RegEnumKeyEx failed: 6 \"<text>\"\n"
+                       "TRACE: Destroying AutoRegKeyHandle handle 0000000000000000\n"
+                       "TRACE: Leaving GetDataProviderPaths()\n"));
+}
 
 struct Fault {
   const char* module;
@@ -33,6 +77,7 @@ const Fault kFaults[] = {
     {"get-type-throws.dll", "GetType of get-type-throws fails", true},
 };
 
+// key: determines whether the faulty module comes before, between or after the modules of B and D.
 void ExpectARefusalThatLeavesNothing(const Fault& fault, const char* key) {
   SCOPED_TRACE(std::string(fault.module) + " as " + key);
   HostMachine host;
