@@ -1,13 +1,13 @@
-# A machine for tests that run programs: an empty registry, then what the test sets in it.
+# A machine for tests that run programs: its registry is empty until the test registers something.
 #
-# MACHINE   a folder. On Linux it stands for "/". On Windows programs see the registry of the wine
-#           prefix that all tests share: tests that need it hold the lock machine-registry.
+# MACHINE   a folder. On Linux it stands for "/". On Windows programs use the registry of the wine
+#           prefix that all tests share: such tests hold the lock machine-registry.
 # TOOL      the program larder
-# EMULATOR  what runs programs of the target system; empty for nothing
+# EMULATOR  runs programs of the target system; may be empty
 cmake_policy(VERSION 3.25)
 
-# machine_run(result out COMMAND...): out has what went to standard output. Not through a pipe, which
-# an emulator's helpers could hold open.
+# machine_run(result out COMMAND...): out receives the standard output. No pipe is used, since an
+# emulator's helpers could hold it open.
 function(machine_run result out)
   execute_process(COMMAND ${EMULATOR} ${ARGN} RESULT_VARIABLE status
     OUTPUT_FILE ${MACHINE}.out ERROR_FILE ${MACHINE}.err TIMEOUT 60)
@@ -22,7 +22,7 @@ function(machine_run result out)
 endfunction()
 
 function(machine_clear_registry)
-  foreach(subkey DataProviders Install)  # a key that isn't there is a failure, and is well
+  foreach(subkey DataProviders Install)  # fails for a key that doesn't exist, which is fine
     execute_process(COMMAND ${EMULATOR} ${TOOL} registry delete ${subkey}
       OUTPUT_FILE /dev/null ERROR_FILE /dev/null TIMEOUT 60)
   endforeach()

@@ -1,4 +1,4 @@
-// What a library may leave behind in a process.
+// The resources of this process that a library may leak.
 #pragma once
 
 #include <cstddef>

@@ -1,4 +1,4 @@
-// A host that loads the library while it runs, and lets it go again.
+// A host that loads the library at run time and unloads it.
 #include <gtest/gtest.h>
 #include <larder/larder.h>
 
@@ -20,7 +20,7 @@ constexpr std::int32_t kFeedTestType = 2;
 
 const char* const kModules[] = {"feed-test.dll", "feed-file.dll", "stock-file-query.dll"};
 
-// The tests run in the folder that holds it.
+// The tests run in the library's folder.
 AutoModuleHandle OpenLibrary() {
   AutoModuleHandle library;
   EXPECT_EQ(platform::OpenModule(Wide(".\\" LARDER_LIBRARY_FILE), library.Out()),
@@ -35,8 +35,8 @@ Function* Find(const AutoModuleHandle& library, const char* name) {
   return function;
 }
 
-// Load, use, let go. The library's file is mapped exactly as long as it is loaded, the providers'
-// as long as there is a handle.
+// Loads, uses and unloads the library. Its file is mapped while it is loaded, the providers' while
+// there is a handle.
 void LiveOnce(const std::filesystem::path& folder) {
   const AutoModuleHandle library = OpenLibrary();
   auto* const query = Find<decltype(LarderQuery)>(library, "LarderQuery");
@@ -50,7 +50,7 @@ void LiveOnce(const std::filesystem::path& folder) {
   ASSERT_EQ(
       Find<decltype(LarderWrite)>(library, "LarderWrite")(handle, &file, kFeedTestType, &block),
       LARDER_OK);
-  // The file provider's store is written to, and then read from.
+  // The first query of the file provider writes to its store, the second one reads from it.
   for (const std::int32_t type : {kFeedTestType, kFeedFileType, kFeedFileType}) {
     DataBlockHeader* data = nullptr;
     ASSERT_EQ(query(handle, &file, type, 0, &data, LARDER_QUERY_VERSION), LARDER_OK) << type;
@@ -60,7 +60,7 @@ void LiveOnce(const std::filesystem::path& folder) {
   for (const char* module : kModules) EXPECT_FALSE(IsModuleLoaded(folder / module)) << module;
 }
 
-// The first exception of a process: the C++ runtime may keep handles for it.
+// Throws the process's first exception, for which the C++ runtime may open handles.
 void WarmUp() {
   try {
     throw 0;
@@ -68,18 +68,18 @@ void WarmUp() {
   }
 }
 
-constexpr int kMostLives = 12;
-constexpr int kLivesWithoutTrace = 3;
+constexpr int kMaxLives = 12;
+constexpr int kLivesWithoutLeak = 3;
 
-// Lets lives pass until some in a row have left nothing. A single trace is no leak: a thread that
-// has been joined may still be on its way out of the system, and MinGW's thread library keeps what
-// it has made for a thread to use it for the next one. What each life leaves is never forgiven.
+// Repeats a life until some in a row have left nothing behind. What a single one leaves isn't a
+// leak: the system may not have finished a joined thread, and MinGW's thread library keeps a
+// thread's resources for the next one. A leak in every life fails.
 template <typename Live>
 void ExpectNothingLeft(const Live& live) {
   Footprint before = TakeFootprint();
   int inARow = 0;
-  for (int life = 1; inARow < kLivesWithoutTrace; ++life) {
-    ASSERT_LE(life, kMostLives) << before.threads << " threads, " << before.handles << " handles";
+  for (int life = 1; inARow < kLivesWithoutLeak; ++life) {
+    ASSERT_LE(life, kMaxLives) << before.threads << " threads, " << before.handles << " handles";
     live();
     EXPECT_FALSE(IsModuleLoaded(LARDER_LIBRARY_FILE)) << "after life " << life;
     const Footprint after = TakeFootprint();
@@ -89,7 +89,7 @@ void ExpectNothingLeft(const Live& live) {
   }
 }
 
-TEST(Unload, LeavesNoThreadNoHandleAndNoModuleBehind) {
+TEST(Unload, LeavesNoThreadHandleOrModuleBehind) {
   HostMachine host;
   host.AddProvider("FeedTest", "feed-test.dll");
   host.AddProvider("FeedFile", "feed-file.dll");
@@ -105,7 +105,7 @@ void FailOnce() {
             LARDER_E_DB_OPEN_FAILED);
 }
 
-TEST(Unload, LeavesNothingBehindAfterAFailedInitEither) {
+TEST(Unload, LeavesNothingBehindAfterAFailedInit) {
   const HostMachine host;
   WarmUp();
   ExpectNothingLeft(FailOnce);

@@ -18,7 +18,7 @@ function(build_consumer)
   if(TOOLCHAIN)  # it looks for packages below its own root alone
     list(APPEND settings -DCMAKE_TOOLCHAIN_FILE=${TOOLCHAIN} -Dlarder_DIR=${prefix}/${LIBDIR}/cmake/larder)
   endif()
-  if(SANITIZE)  # the runtime has to be in the program itself
+  if(SANITIZE)  # the program itself must contain the runtime
     list(APPEND settings -DCMAKE_C_FLAGS=-fsanitize=${SANITIZE} -DCMAKE_CXX_FLAGS=-fsanitize=${SANITIZE})
   endif()
   must_run(${CMAKE_COMMAND} -G ${GENERATOR} -S ${CONSUMER} -B ${consumer} ${settings})
@@ -42,10 +42,10 @@ foreach(header feed-file.h feed-stats.h larder.h provider.h records.h)
 endforeach()
 build_consumer()
 
-# What is installed is all that runs: programs find the library and the C++ runtime there. The
-# providers' folders are relative to this test's own, because the registry's texts are short.
+# Only the installed files run: programs find the library and the C++ runtime there. The providers'
+# folders are relative to this test's, because a text in the registry has at most 98 characters.
 set(ENV{WINEPATH} Z:${prefix}/${BINDIR})
-if(NOT DEFINED ENV{WINEPREFIX})  # the consumer's build folder would give its programs a machine of their own
+if(NOT DEFINED ENV{WINEPREFIX})  # by default programs of the consumer's build folder get a prefix of their own
   set(ENV{WINEPREFIX} ${BUILD}/wine)
 endif()
 set(TOOL ${prefix}/${BINDIR}/larder${EXE})
@@ -53,10 +53,12 @@ set(cClient ${consumer}/consumer-c-client${EXE})
 set(file ${CMAKE_CURRENT_LIST_FILE})
 file(SHA256 ${file} digest)
 machine_make()
-expect("init: -3\ninit again: -3\nrelease: -5\nrelease: -5\nrelease: -5\n" ${cClient})
+expect("text: 8\nends in: s\ninit: -3\ninit again: -3\nquery: -5\nwrite: -5\nfree: -5\nrelease: -5\nrelease: -5\nrelease: -5\n"
+  ${cClient})
 
 machine_register(".\\installed\\consumer\\" PathLength=path-length.dll)
-expect("init: 0\ninit again: -11\nrelease: 0\nrelease: 0\nrelease: -5\n" ${cClient})
+expect("text: 8\nends in: s\ninit: 0\ninit again: -11\nquery: -4\nwrite: -4\nfree: -5\nrelease: 0\nrelease: 0\nrelease: -5\n"
+  ${cClient})
 expect("file .*\ntype +4\nsize +12\n.*" ${TOOL} query --type 4 ${file})
 
 machine_make()

@@ -1,7 +1,7 @@
 #include "abi/process-footprint.h"
 
 #include <windows.h>
-// Behind windows.h, which it needs.
+// Needs windows.h before it.
 #include <tlhelp32.h>
 
 namespace larder {
@@ -19,7 +19,7 @@ std::size_t CountThreads() {
   return count;
 }
 
-// Asks for each value that a handle could have: not every system keeps GetProcessHandleCount.
+// Probes each possible handle value, since not every system implements GetProcessHandleCount.
 std::size_t CountHandles() {
   constexpr ULONG_PTR kBeyondAnyHandle = 0x2000;
   std::size_t count = 0;
