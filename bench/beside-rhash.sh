@@ -1,12 +1,12 @@
 #!/usr/bin/env bash
-# Times the tool beside rhash, which computes the same five digests:
+# Compares the tool's speed with that of rhash, which computes the same five digests:
 #
 #   bench/beside-rhash.sh BIN FOLDER
 #
-# BIN holds the tool and the modules. Prints how many times the tool's time rhash's is, for a file of
-# 256 MiB, for a signed image of that size (ten digests against rhash's five), and for all files
-# below FOLDER, with an empty store and with a full one. Each is the median of five turns, in which
-# the two take turns; the folder is read once beforehand, so that no turn waits for the disk.
+# BIN contains the tool and the modules. Prints rhash's time divided by the tool's for a file of
+# 256 MiB, for a signed image of that size (ten digests, rhash five), and for all files below FOLDER
+# with an empty and with a full store. Each figure is the median of five turns, in which the two
+# programs alternate. The folder is read once first, so that no turn waits for the disk.
 set -euo pipefail
 export LC_ALL=C
 
@@ -15,7 +15,7 @@ readonly turns=5 digests=(--md5 --sha1 --sha256 --sha384 --sha512)
 larder() { LARDER_ROOT=$work/machine "$bin/larder" "$@"; }
 hash_all() { rhash "${digests[@]}" "$@"; }
 
-# COMMAND...: its seconds. A file that can't be read is no reason to stop.
+# COMMAND...: prints the seconds it took. Unreadable files don't matter.
 seconds() {
   local TIMEFORMAT=%R
   { time "$@" >/dev/null 2>"$work/errors" || true; } 2>&1
@@ -23,7 +23,7 @@ seconds() {
 
 median() { sort -n | sed -n "$((turns / 2 + 1))p"; }
 
-# LABEL TURN: TURN prints two figures, rhash's seconds and the tool's.
+# LABEL TURN: TURN is a function that prints the seconds of rhash and of the tool.
 compare() {
   local i
   for ((i = 0; i < turns; ++i)); do "$2"; done >"$work/times"
@@ -43,7 +43,7 @@ empty_store() {
 }
 full_store() { echo "$(seconds hash_all -r "$folder") $(seconds larder scan "$folder")"; }
 
-# A small image with bytes behind it, signed.
+# A small signed image with appended bytes.
 make_image() {
   local package
   package=$(tools/fetch-package.sh memtest86+ build/downloads)

@@ -1,4 +1,4 @@
-// What reporting costs: statements behind a closed gate and an open one, and the way to the disk.
+// The cost of log statements behind a closed gate and an open one, and of writing them to disk.
 #include <benchmark/benchmark.h>
 
 #include <memory>
@@ -51,15 +51,15 @@ void OpenStatement(benchmark::State& state) {
 }
 BENCHMARK(OpenStatement)->Threads(1)->Threads(2);
 
-void RaiseAnEventThatIsRaised(benchmark::State& state) {
+void RaiseARaisedEvent(benchmark::State& state) {
   platform::OwnedHandle event;
   platform::MakeEvent(event.Out());
   platform::RaiseEvent(event.Get());
   for (auto _ : state) platform::RaiseEvent(event.Get());
 }
-BENCHMARK(RaiseAnEventThatIsRaised);
+BENCHMARK(RaiseARaisedEvent);
 
-// A burst of lines until the last one is on disk.
+// From the first of many lines until the last one is on disk.
 void LinesToTheDisk(benchmark::State& state) {
   const TestMachine machine;
   constexpr int kLines = 20000;

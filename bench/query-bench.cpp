@@ -1,4 +1,4 @@
-// What the library adds to a query: the whole round through the exports and the test provider.
+// The library's share of a query: a query through the exports and the test provider.
 #include <benchmark/benchmark.h>
 #include <larder/larder.h>
 
@@ -19,7 +19,7 @@ struct Descriptor {
   LarderWideChar filePath[2] = {'a', 0};
 };
 
-// A host with the test provider and one block in it.
+// A host with the test provider, which holds one block.
 class Host {
  public:
   Host() {

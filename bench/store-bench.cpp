@@ -1,6 +1,6 @@
-// How long an answer from the file provider's store takes: the whole round through the exports with
-// the look at the file, against a prepared SELECT of the same record in an SQLite database that
-// looks at no file.
+// The time of a query that the file provider answers from its store, through the exports and with
+// the check of the file, compared with a prepared SELECT of the same record from an SQLite database
+// without such a check.
 #include <benchmark/benchmark.h>
 #include <larder/feed-file.h>
 #include <larder/larder.h>
@@ -27,9 +27,9 @@ namespace larder {
 namespace {
 
 constexpr std::uint64_t kLimitInMiB = 16384;
-constexpr std::size_t kFiles = 1000;  // that there are; the other entries are of none
+constexpr std::size_t kFiles = 1000;  // existing files; the other entries belong to none
 constexpr std::uint32_t kCertificate = 2608;
-constexpr int kRounds = 300'000;  // fixed, so that each store is filled once
+constexpr int kRounds = 300'000;  // fixed, so that each store is filled only once
 
 void NoCall(std::int32_t) {}
 
@@ -52,7 +52,7 @@ feed::EntryView ViewOf(const Record& record) {
   return {reinterpret_cast<const unsigned char*>(&record), sizeof record};
 }
 
-// A machine with as many entries in its store as asked for, and a host.
+// A host on a machine whose store has the given number of entries.
 class Machine {
  public:
   explicit Machine(std::int64_t entries) {
@@ -99,7 +99,7 @@ class Machine {
       const WideString other(name.begin(), name.end());
       file.path = other;
       platform::FileKind kind{};
-      // The real ones are spread over all.
+      // Spreads the existing files over all entries.
       if (i % (entries / static_cast<std::int64_t>(kFiles)) == 0) {
         file.path =
             paths[static_cast<std::size_t>(i * static_cast<std::int64_t>(kFiles) / entries)];
@@ -162,7 +162,7 @@ class Database {
     sqlite3_close(database);
   }
 
-  // A copy of the record, as a client of the library has one.
+  // Returns a copy of the record, as a query does.
   std::unique_ptr<unsigned char[]> Find(std::int64_t key) {
     sqlite3_bind_int64(select, 1, key);
     std::unique_ptr<unsigned char[]> copy;
@@ -192,7 +192,7 @@ class Database {
   sqlite3_stmt* select = nullptr;
 };
 
-// Over as many different rows as the other has files.
+// Reads as many different rows as the other benchmark has files.
 void SelectFromSqlite(benchmark::State& state) {
   const TestMachine machine;
   Database database(machine.Folder() / "facts.db", state.range(0));

@@ -20,8 +20,8 @@ function(larder_test_program name)
     ${T_LIBRARIES} larder_testing larder_platform larder_options gmock gtest_main)
 endfunction()
 
-# larder_discover_tests(NAME [PROPERTIES name value ...] [ARGUMENT of gtest_discover_tests ...]): adds
-# each test of the program, listed when ctest starts.
+# larder_discover_tests(NAME [PROPERTIES name value ...] [ARGUMENT of gtest_discover_tests ...]):
+# registers the program's tests one by one, when ctest runs.
 function(larder_discover_tests name)
   cmake_parse_arguments(PARSE_ARGV 1 T "" "" "PROPERTIES")
   gtest_discover_tests(${name} ${T_UNPARSED_ARGUMENTS} NO_PRETTY_VALUES
@@ -29,10 +29,10 @@ function(larder_discover_tests name)
 endfunction()
 
 # larder_test(NAME SOURCES ... [FAKES group ...] [LIBRARIES target ...] [PROPERTIES name value ...])
-# Adds a test program that links the library's objects directly.
+# A test of the library's internals, which links its objects.
 # FAKES replaces whole platform groups: tests/fakes/fake-<group>.cpp is compiled into the program, so
-# the linker doesn't take that member of the larder_platform archive. A fake that lacks an operation
-# is a link error.
+# that the linker doesn't take that member of the larder_platform archive. A fake that lacks an
+# operation is a link error.
 function(larder_test name)
   cmake_parse_arguments(PARSE_ARGV 1 T "" "" "SOURCES;FAKES;LIBRARIES;PROPERTIES")
   larder_test_program(${name} SOURCES ${T_SOURCES} LIBRARIES larder_core larder_base ${T_LIBRARIES})

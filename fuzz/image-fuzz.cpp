@@ -1,5 +1,5 @@
-// Whatever a file holds, finding out what its digests cover and who signed it neither crashes nor
-// hangs, and what is found lies inside the file.
+// Reading any file's image layout and signer chains neither crashes nor hangs, and the results are
+// inside the file.
 #include <cstdlib>
 #include <cstring>
 

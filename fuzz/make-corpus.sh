@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Makes the records that record-fuzz begins with, anew; what is committed was made by it.
+# Generates the corpus of record-fuzz again. The committed files are its output.
 # usage: fuzz/make-corpus.sh, which needs openssl
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")"
@@ -9,7 +9,7 @@ trap 'rm -rf "$certificates"' EXIT
 corpus=corpus/record-fuzz
 mkdir -p $corpus
 
-word() {  # NUMBER: 32 bits, low byte first
+word() {  # NUMBER: prints 32 bits, least significant byte first
   local number=$1 i
   for i in 1 2 3 4; do
     # shellcheck disable=SC2059  # the bytes are the format
@@ -26,12 +26,12 @@ certificate() {  # LINK NAME
   cat "$certificates/$2.der"
 }
 
-chain() {  # LINK, then the certificates come
+chain() {  # LINK; certificates follow
   word "$1"
   word 0
 }
 
-record() {  # NAME: the chains come on standard input
+record() {  # NAME; standard input has the chains
   local chains=$certificates/chains
   cat >"$chains"
   {

@@ -1,5 +1,5 @@
-// Whatever a provider returns as a file's record: the check of it neither crashes nor hangs, and
-// what it accepts can be dumped to the end.
+// The validation of any bytes as a file's record neither crashes nor hangs, and every record that
+// it accepts can be dumped.
 #include <larder/records.h>
 
 #include <cstdlib>

@@ -1,6 +1,5 @@
-// Runs a fuzzer without libFuzzer, the same way each time: over the files of a folder, and over
-// changed copies of them.
-// usage: PROGRAM FOLDER CHANGES
+// Runs a fuzzer without libFuzzer, on the files of a folder and on changed copies of them. Every
+// run makes the same changes. usage: PROGRAM FOLDER CHANGES
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -30,11 +29,11 @@ std::vector<Bytes> ReadFolder(const std::filesystem::path& folder) {
   return files;
 }
 
-// Not std::uniform_int_distribution, whose numbers differ between libraries.
+// Unlike std::uniform_int_distribution, the same in every standard library.
 std::size_t Below(std::mt19937& random, std::size_t limit) { return random() % limit; }
 
-// A few bytes become others, mostly near ones, as links and lengths are where the faults are; and
-// sometimes the end is cut off.
+// Changes a few bytes, half of them only slightly, since faults are in links and lengths. Sometimes
+// truncates.
 Bytes Changed(Bytes bytes, std::mt19937& random) {
   for (std::size_t count = 1 + Below(random, 4); count > 0; --count) {
     unsigned char& byte = bytes[Below(random, bytes.size())];
@@ -46,7 +45,7 @@ Bytes Changed(Bytes bytes, std::mt19937& random) {
 }
 
 void Run(const Bytes& bytes) {
-  const Bytes exact(bytes);  // so that a read behind the end is seen
+  const Bytes exact(bytes);  // so that a read past the end is reported
   LLVMFuzzerTestOneInput(exact.data(), exact.size());
 }
 
@@ -57,7 +56,7 @@ int main(int argc, char** argv) {
   const std::vector<Bytes> files = ReadFolder(argv[1]);
   if (files.empty()) return 2;
   for (const Bytes& file : files) Run(file);
-  std::mt19937 random(1);  // NOLINT(cert-msc32-c,cert-msc51-cpp): the same numbers each time
+  std::mt19937 random(1);  // NOLINT(cert-msc32-c,cert-msc51-cpp): the same in every run
   const int changes = std::atoi(argv[2]);
   for (int i = 0; i < changes; ++i) Run(Changed(files[Below(random, files.size())], random));
   std::printf("%zu files and %d changed copies\n", files.size(), changes);

@@ -1,4 +1,4 @@
-// The conversions of text: none crashes, and those that are each other's way back are.
+// No text conversion crashes, and inverse conversions are inverse.
 #include <cstdlib>
 #include <stdexcept>
 #include <string>

@@ -1,4 +1,4 @@
-# Fails unless LIBRARY exports exactly the names in LIST: what the built file says, not the sources.
+# Fails unless the built file LIBRARY exports exactly the names in LIST.
 # -DLIBRARY=file -DLIST=file with a name on each line, -DPE=0|1, and OBJDUMP (PE) or NM (ELF)
 cmake_policy(VERSION 3.25)
 
@@ -6,7 +6,7 @@ cmake_policy(VERSION 3.25)
 function(pe_exports out)
   execute_process(COMMAND ${OBJDUMP} -p ${LIBRARY}
     OUTPUT_VARIABLE text COMMAND_ERROR_IS_FATAL ANY)
-  string(REPLACE "[" "<" text "${text}")  # a lone bracket would glue the items of a list together
+  string(REPLACE "[" "<" text "${text}")  # CMake doesn't split a list at a lone bracket
   string(REPLACE "]" ">" text "${text}")
   string(FIND "${text}" "<Ordinal/Name Pointer> Table" begin)
   if(begin EQUAL -1)
@@ -15,7 +15,7 @@ function(pe_exports out)
   string(SUBSTRING "${text}" ${begin} -1 table)
   string(REGEX MATCHALL "\n[ \t]+< *[0-9]+> [^\n]+" rows "${table}")
   list(TRANSFORM rows REPLACE "^.*> " "")
-  # An export without a name stands in the address table only.
+  # An export without a name is in the address table only.
   string(REGEX MATCHALL "(Export|Forwarder) RVA" addresses "${text}")
   list(LENGTH rows nameCount)
   list(LENGTH addresses addressCount)
@@ -25,7 +25,7 @@ function(pe_exports out)
   set(${out} "${rows}" PARENT_SCOPE)
 endfunction()
 
-# The names that an ELF file defines for others.
+# The symbols that an ELF file exports.
 function(elf_exports out)
   execute_process(COMMAND ${NM} --dynamic --defined-only --format=posix ${LIBRARY}
     OUTPUT_VARIABLE text COMMAND_ERROR_IS_FATAL ANY)

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Certificates for tests, made by another hand than ours. Names, serials and kinds of text are always
-# the same; keys and times are not, and no test looks at them.
+# Generates certificates for tests with openssl. Names, serials and kinds of text are fixed; keys and
+# times differ each time, and no test depends on them.
 # usage: make-certificates.sh FOLDER
 set -euo pipefail
 mkdir -p "$1"
@@ -20,8 +20,8 @@ key() {  # NAME GENPKEY-ARGUMENT...
   openssl genpkey "${@:2}" -out "$1.key" 2>genpkey.log || { cat genpkey.log >&2; return 1; }
 }
 
-# NAME SERIAL SUBJECT [REQ-ARGUMENT...]: signed by itself unless told otherwise. The kind of text is
-# that of $mask (the bits of openssl's ASN1_STRING_set_default_mask_asc): UTF8String at first.
+# NAME SERIAL SUBJECT [REQ-ARGUMENT...]: self-signed unless the arguments name a CA. $mask chooses the
+# kind of text (the bits of openssl's ASN1_STRING_set_default_mask_asc); UTF8String by default.
 mask=0x2000
 key=ed25519
 certificate() {
@@ -30,8 +30,8 @@ certificate() {
     -set_serial "$2" -subj "$3" "${@:4}" -outform DER -out "$1.der"
 }
 
-# NAME SERIAL ATTRIBUTE...: what no request can be made for. An attribute is an identifier and a value,
-# both as openssl asn1parse -genconf takes them. The signature is none.
+# NAME SERIAL ATTRIBUTE...: a certificate that openssl req can't generate, without a real signature. An
+# attribute is an identifier and a value, both as openssl asn1parse -genconf takes them.
 odd_certificate() {
   local name=$1 serial=$2 i
   shift 2
@@ -62,7 +62,7 @@ certificate ca 1 '/C=US/O=Example/CN=Example CA'
 openssl x509 -inform DER -in ca.der -out ca.pem
 certificate signer 0x0b1f22a0 '/C=US/O=Example/CN=Example Signer' -CA ca.pem -CAkey ed25519.key
 
-# Keys. The serials: 20 bytes, and the highest bit set.
+# Keys, with serials of 20 bytes and with the highest bit set.
 key=rsa certificate rsa 0x0102030405060708090a0b0c0d0e0f1011121314 '/CN=Key of RSA'
 key=ecdsa certificate ecdsa 0xfedcba98 '/CN=Key of ECDSA'
 certificate negative -129 '/CN=Below zero'
@@ -79,7 +79,7 @@ certificate blanks 2 '/CN=a /CN=a  bc'
 certificate utf8 2 '/CN=Žluť €/O=ä'
 mask=0x800 certificate bmp 2 '/CN=Žluť €/O=ä'
 mask=0x4 certificate teletex 2 '/CN=ä/O=plain'
-# 1023 characters, one more, and one whose last byte is the 1024th.
+# 1023 characters, one more, and a character that ends with the 1024th byte.
 units=$(printf '/OU=%064d' {1..14})
 certificate full 2 "$units/CN=$(printf '%054d' 1)"
 certificate too-long 2 "$units/CN=$(printf '%055d' 1)"
@@ -92,11 +92,11 @@ odd_certificate teletex-utf8 INTEGER:2 2.5.4.3 IMPLICIT:20U,FORMAT:HEX,OCTETSTRI
 odd_certificate broken-utf8 INTEGER:2 2.5.4.3 IMPLICIT:12U,FORMAT:HEX,OCTETSTRING:61FF21
 odd_certificate no-text INTEGER:2 2.5.4.3 FORMAT:HEX,BITSTRING:0A56CF
 
-# More zero bytes before the serial than DER has. openssl makes none, so it is patched.
+# A serial with more leading zero bytes than DER allows, by a patch.
 certificate padded-serial 0x01020b1f '/CN=x'
 LC_ALL=C sed -i 's/\x02\x04\x01\x02\x0b\x1f/\x02\x04\x00\x00\x0b\x1f/' padded-serial.der
 
-# What can't be parsed.
+# Not certificates.
 head -c -1 signer.der >cut.der
 printf 'no certificate' >text.der
 rm -f ./*.key ./*.cnf ./*.log ./*.pem

@@ -1,4 +1,4 @@
-// Records of the file provider for tests, as a provider lays them out.
+// Builds the file provider's records for tests.
 #pragma once
 
 #include <larder/records.h>
@@ -16,8 +16,8 @@ void AppendRecord(RecordBytes& bytes, const Record& record) {
   bytes.insert(bytes.end(), start, start + sizeof record);
 }
 
-// facts with the chains behind them, each at least one certificate long, nothing between them:
-// what follows a certificate of odd size lies at an odd offset. dataSize is that of the whole.
+// facts followed by the chains, without gaps: a certificate of odd size puts what follows at an odd
+// offset. Each chain has at least one certificate. Sets dataSize.
 inline RecordBytes FileRecordBytes(FileDataRecord facts,
                                    const std::vector<std::vector<RecordBytes>>& chains) {
   RecordBytes bytes;

@@ -1,4 +1,4 @@
-// Files of a test.
+// Reads the files of a test.
 #pragma once
 
 #include <algorithm>
@@ -11,13 +11,13 @@
 
 namespace larder {
 
-// A path with backslashes as the system has it.
+// A path with backslashes as a path of the system.
 inline std::filesystem::path PathOf(WideString path) {
   std::replace(path.begin(), path.end(), LarderWideChar('\\'), LarderWideChar('/'));
   return {path};
 }
 
-// Every byte of a file; empty for one that isn't there.
+// All bytes of a file; empty if there is none.
 inline std::string ContentOf(const std::filesystem::path& path) {
   std::ifstream file(path, std::ios::binary);
   return {std::istreambuf_iterator<char>(file), {}};

@@ -1,2 +1,2 @@
-// What the headers of larder_test_headers are compiled for.
+// CMake compiles the headers of larder_test_headers for this source.
 int main() {}

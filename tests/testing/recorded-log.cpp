@@ -11,7 +11,7 @@ namespace {
 
 constexpr std::size_t kStampAndColon = 19;
 
-// All values but the empty ones.
+// Replaces all values except the empty ones.
 std::string WithoutHandles(const std::string& text) {
   static const std::regex handle("\\b(?!0{16}|F{16})[0-9A-F]{16}\\b");
   return std::regex_replace(text, handle, "<handle>");

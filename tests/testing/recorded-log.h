@@ -1,4 +1,4 @@
-// A listener that keeps the lines of this process while it lives.
+// A listener that records this process's lines during its lifetime.
 #pragma once
 
 #include <condition_variable>
@@ -18,16 +18,16 @@ class RecordedLog : public LRLogListener {
 
   void Log(const char* line) override;
 
-  // The lines as they came, with stamp and line end.
+  // With stamp and line end.
   std::vector<std::string> WholeLines() const;
-  // The lines without stamp and line end.
+  // Without stamp and line end.
   std::vector<std::string> Lines() const;
-  // Those that this thread has written, in one text, one line each, with every handle and pointer
-  // value but the empty ones as "<handle>" and the host's image as "<host>".
+  // The calling thread's lines, each ended by a line feed, with every handle and pointer value
+  // except the empty ones as "<handle>" and the host's image as "<host>".
   std::string Text() const;
   bool Contains(const std::string& part) const;
   void Clear();
-  // Returns when a line that contains the part has come, or was there already.
+  // Returns as soon as there is a line that contains the part.
   void WaitFor(const std::string& part);
 
  private:

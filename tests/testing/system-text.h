@@ -1,4 +1,4 @@
-// How this system's certificate group writes names. One source for each system.
+// How this system writes the names in certificates.
 #pragma once
 
 #include <optional>
@@ -6,11 +6,11 @@
 
 namespace larder {
 
-// UTF-8 as narrow text of the system: in its code page on Windows, as it stands on Linux.
+// Converts UTF-8 to the system's narrow text: unchanged on Linux, the code page on Windows.
 std::string SystemText(const std::string& utf8);
 
-// What this system gives as the subject of one of tests/certificates where that isn't the
-// documented form; "unreadable" for a certificate that it doesn't parse.
+// The subject of one of tests/certificates as this system writes it, if that isn't the documented
+// form; "unreadable" for a certificate that it doesn't parse.
 std::optional<std::string> DeviatingSubject(const std::string& certificate);
 
 }  // namespace larder

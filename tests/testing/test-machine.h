@@ -1,5 +1,5 @@
-// A machine of a test's own: an empty registry and an empty folder, away from the real ones and
-// from those of tests that run at the same time.
+// A machine for one test: an empty registry and an empty folder that neither the real machine nor
+// tests that run at the same time share.
 #pragma once
 
 #include <filesystem>
@@ -10,29 +10,29 @@
 
 namespace larder {
 
-// From construction to destruction the machine hive that this process sees is a fresh, empty one.
-// On Linux child processes see it too; on Windows only the process itself does. Made and destroyed
-// while no other thread uses the registry or the environment; one at a time.
+// During its lifetime this process uses a new, empty machine hive; on Linux its child processes do
+// too. At most one exists at a time. No other thread may use the registry or the environment while
+// it is constructed or destroyed.
 class TestMachine {
  public:
   TestMachine();   // throws std::runtime_error or std::system_error
-  ~TestMachine();  // takes registry and folder away with all that is in them
+  ~TestMachine();  // deletes the registry and the folder with their contents
   TestMachine(const TestMachine&) = delete;
   TestMachine& operator=(const TestMachine&) = delete;
 
-  // Gives the machine common folders of its own too. On Linux it has them already; on Windows the
-  // registry isn't empty any more afterwards, for the system looks its folders up there.
+  // Gives the machine its own common folders too. On Linux it has them from the start. On Windows
+  // this adds values to the registry, where the system looks its folders up.
   void UseOwnCommonFolders();
 
-  // Empty at first; for whatever files the test makes.
+  // For the test's files; empty at first.
   const std::filesystem::path& Folder() const { return folder; }
-  // The same as a full path with backslashes, one at its end.
+  // The same as a full path with backslashes and a final backslash.
   WideString WideFolder() const;
 
  private:
-  std::filesystem::path base;    // holds all that the machine has on disk
+  std::filesystem::path base;    // everything that the machine has on disk
   std::filesystem::path folder;  // in base
-  // Linux: the root that was set before, if one was. Windows: the name of the key for the hive.
+  // Linux: the root that was set before, if any. Windows: the key that serves as the hive.
   std::optional<std::string> registry;
 };
 

@@ -18,7 +18,7 @@ std::filesystem::path MakeBase() {
   std::string pattern = (std::filesystem::temp_directory_path() / "larder-test-XXXXXX").string();
   if (mkdtemp(pattern.data()) == nullptr)
     throw std::system_error(errno, std::generic_category(), "mkdtemp " + pattern);
-  // Children that run as another user come in, too.
+  // Children may run as another user.
   std::filesystem::permissions(pattern, std::filesystem::perms(0755));
   return std::filesystem::canonical(pattern);
 }

@@ -18,13 +18,13 @@ std::string SystemText(const std::string& utf8) {
   return narrow;
 }
 
-// What wine 8 gives.
+// As wine 8 writes them.
 std::optional<std::string> DeviatingSubject(const std::string& certificate) {
   static const std::map<std::string, std::string> kDeviations = {
       {"unknown-key", "CN=x, 0.9.2342.19200300.100.1.1=y, 1.2.3.4=z"},  // no "OID."
       {"empty-value", "CN=, O=x"},                                      // no quotes
       {"blanks", "CN=a , CN=\"a  bc\""},
-      {"too-long", ""},  // rather than cut
+      {"too-long", ""},  // not truncated
       {"universal", ""},
       {"no-text", ""},
       {"teletex-utf8", SystemText("CN=\xC3\x83\xC2\xA4")},

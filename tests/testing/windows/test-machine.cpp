@@ -18,7 +18,7 @@ std::string UniqueName(int attempt) {
 }
 
 std::filesystem::path MakeBase() {
-  // The full name: the system may give the temporary folder with short names in it.
+  // The system may return the temporary folder's path with short names.
   const auto temporary = std::filesystem::canonical(std::filesystem::temp_directory_path());
   for (int attempt = 0;; ++attempt) {
     std::filesystem::path base = temporary / UniqueName(attempt);
@@ -26,7 +26,7 @@ std::filesystem::path MakeBase() {
   }
 }
 
-// With paths of any length and files of any attributes, which std::filesystem::remove_all can't do.
+// Unlike std::filesystem::remove_all it deletes files with long paths and with any attributes.
 void RemoveTree(const std::wstring& folder) {
   WIN32_FIND_DATAW entry;
   const HANDLE search = FindFirstFileW((folder + L"\\*").c_str(), &entry);
@@ -45,7 +45,7 @@ void RemoveTree(const std::wstring& folder) {
   RemoveDirectoryW(folder.c_str());
 }
 
-// Makes a key that wasn't there and lets it stand for the machine hive; gives its name.
+// Creates a new key that serves as the machine hive, and returns its name.
 std::string MakeHive() {
   for (int attempt = 0;; ++attempt) {
     std::string name = "Software\\" + UniqueName(attempt);
@@ -64,8 +64,7 @@ std::string MakeHive() {
   }
 }
 
-// The system looks its folders up in the machine hive: the test's own hive names folders of its
-// own.
+// The system looks its folders up in the machine hive.
 void NameCommonFolder(const std::wstring& subkey, const wchar_t* value,
                       const std::filesystem::path& folder) {
   std::filesystem::create_directory(folder);
