@@ -35,7 +35,7 @@ TEST(LRLogListenerList, CallsEachListenerOnceInTheOrderOfAddition) {
     list.Log(line);
     return Heard;
   };
-  DiskLogEnabled = false;
+  EXPECT_FALSE(IsDiskLogEnabled());
   EXPECT_THAT(heard("0"), IsEmpty());
   for (Named* listener : {&a, &b, &a, &c, &b}) list.AddListener(listener);
   EXPECT_TRUE(IsDiskLogEnabled());

@@ -136,6 +136,7 @@ TEST_F(TraceSession, AFailedRegistrationLeavesTheGateClosed) {
 // The thread sanitizer reports a race between the controller's thread and the statements.
 TEST_F(TraceSession, AControllerMaySwitchWhileOtherThreadsLog) {
   Attach();
+  const RecordedLog log;
   constexpr int kLines = 500;
   std::vector<std::thread> threads;
   for (int i = 0; i < 4; ++i) {
@@ -149,6 +150,7 @@ TEST_F(TraceSession, AControllerMaySwitchWhileOtherThreadsLog) {
   }
   for (std::thread& thread : threads) thread.join();
   EXPECT_THAT(Emitted(), IsEmpty());
+  EXPECT_EQ(log.Lines().size(), 4U * kLines);
 }
 
 TEST_F(TraceSession, TheDecodersFileIsNamedAfterTheMessageGuidAndFormatsMessage10AsOneString) {
@@ -215,7 +217,7 @@ TEST_F(LogStatement, LosesTheLineWhosePieceThrowsAndNothingElse) {
     return "piece";
   };
   LogTrace("first ", throwsAt(1));
-  LogTrace("second ", throwsAt(3));  // for the log's line: the session has got its own
+  LogTrace("second ", throwsAt(3));  // for the log's line: the session's has been emitted
   EXPECT_THAT(Emitted(), ElementsAre("5 TRACE: second piece"));
   EXPECT_THAT(log.Lines(), IsEmpty());
   try {
@@ -262,7 +264,7 @@ TEST_F(LogStatement, AScopeDecidesOnItsTwoLinesIndependently) {
 }  // namespace
 }  // namespace larder
 
-// Names of a user's own that the macros must not pick up. Compiling is half of the test.
+// The macros must not pick up these names of a user. Compiling is half of the test.
 namespace {
 
 struct TRACE {};
