@@ -6,7 +6,7 @@
 
 #include "common/file-figures.h"
 #include "common/registry-value.h"
-#include "platform/file.h"
+#include "platform/file-time.h"
 #include "platform/scoped-handle.h"
 #include "product/product.h"
 
