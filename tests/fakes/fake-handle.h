@@ -1,4 +1,4 @@
-// Stands in for the system's kernel objects and keeps the handles that are closed.
+// The platform group "handle", replaced by one that records the handles that are closed.
 #pragma once
 
 #include <vector>

@@ -1,4 +1,4 @@
-// Stands in for the system's message table: every code has the text that the test has set.
+// The platform group "message", replaced by one in which every code has the text that a test sets.
 #pragma once
 
 #include "platform/message.h"

@@ -1,5 +1,5 @@
-// Stands in for the system's trace facility: keeps who is registered and what is emitted, and lets
-// a test play the controller.
+// The platform group "trace", replaced by one that records registrations and messages and lets a
+// test act as the controller.
 #pragma once
 
 #include <cstdint>
@@ -15,13 +15,13 @@ struct EmittedMessage {
   std::uint32_t flags;
   platform::Guid message;
   std::uint16_t number;
-  std::string argument;  // every byte that was handed over, the terminator included
+  std::string argument;  // all bytes, with the terminator
 };
 
-// Not for several threads at once.
+// Not thread-safe.
 std::vector<EmittedMessage>& EmittedMessages();
 
-// What a controller asks for.
+// A session as a controller sets it up.
 struct FakeSession {
   std::uint64_t handle = 0;
   std::uint8_t level = 0;
@@ -29,19 +29,19 @@ struct FakeSession {
 };
 
 struct FakeTraceFacility {
-  platform::Code registerCode = platform::kSuccess;  // what RegisterTrace gives
-  std::uint64_t registration = 0x77;                 // handle of a good registration
-  bool isEnabledAtOnce = false;  // a session waits already: the callback comes while registering
+  platform::Code registerCode = platform::kSuccess;  // the result of RegisterTrace
+  std::uint64_t registration = 0x77;                 // the handle that it returns
+  bool isEnabledAtOnce = false;  // the callback is called during the registration
   FakeSession session;
 
-  // What has been asked of it.
+  // The calls so far.
   platform::TraceControlFunction function = nullptr;
   void* context = nullptr;
   platform::Guid control{};
   int registrations = 0;
-  std::vector<std::uint64_t> ended;  // handles given to UnregisterTrace
+  std::vector<std::uint64_t> ended;  // passed to UnregisterTrace
 
-  // The controller's request, as the facility passes it on; *bufferSize is left in bufferSize.
+  // Calls the callback with a controller's request, and stores its *bufferSize in bufferSize.
   platform::Code Request(std::uint32_t requestCode);
   std::uint32_t bufferSize = 0;
 };

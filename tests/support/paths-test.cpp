@@ -27,72 +27,64 @@ class Paths : public testing::Test {
   RecordedLog log;
 };
 
-TEST_F(Paths, AreTakenApartAtTheLastBackslash) {
+TEST_F(Paths, AreSplitAtTheLastBackslash) {
   EXPECT_EQ(GetPath(LARDER_WIDE("C:\\a\\b.txt")), LARDER_WIDE("C:\\a\\"));
   EXPECT_EQ(GetPath(LARDER_WIDE("\\x")), LARDER_WIDE("\\"));
   EXPECT_EQ(GetFileNameInPath(LARDER_WIDE("C:\\a\\b.txt")), LARDER_WIDE("b.txt"));
   EXPECT_EQ(GetFileNameInPath(LARDER_WIDE("b.txt")), LARDER_WIDE("b.txt"));
   EXPECT_EQ(GetFileNameInPath(LARDER_WIDE("C:\\a\\")), LARDER_WIDE(""));
-  const WideString image = GetModuleName();
   EXPECT_EQ(GetFileNameInModuleLocation(LARDER_WIDE("x.dll")),
-            image.substr(0, image.rfind('\\') + 1) + LARDER_WIDE("x.dll"));
+            GetPath(GetModuleName()) + LARDER_WIDE("x.dll"));
   EXPECT_FALSE(log.Contains("WARN"));
   EXPECT_EQ(GetPath(LARDER_WIDE("b.txt")), LARDER_WIDE(""));
   EXPECT_TRUE(log.Contains(" WARN: Separator not found\r\n"));
 }
 
-TEST_F(Paths, TheProductsDirectoriesLieBelowTheSystemsFolders) {
+TEST_F(Paths, TheProductsDirectoriesAreBelowTheSystemsFolders) {
   EXPECT_THAT(WideToUtf8(GetVelmorDataPath()), EndsWith("\\Velmor\\"));
   EXPECT_EQ(GetLarderDataPath(), GetVelmorDataPath() + LARDER_WIDE("Larder\\"));
   EXPECT_NE(GetVelmorDataPath(), GetVelmorProgramPath());
   EXPECT_EQ(GetLarderProgramDir(), GetVelmorProgramPath() + LARDER_WIDE("Larder\\"));
   SetRegistryString(LARDER_WIDE("Install"), LARDER_WIDE("szLocation"), LARDER_WIDE("D:\\run"));
-  EXPECT_EQ(GetLarderProgramDir(), LARDER_WIDE("D:\\run")) << "as it stands";
+  EXPECT_EQ(GetLarderProgramDir(), LARDER_WIDE("D:\\run"));
 }
 
-TEST_F(Paths, ADirectoryIsToldFromAFileAndFromNothing) {
-  WriteFile("file", "x");
-  EXPECT_TRUE(DirectoryExists(machine.WideFolder()));
-  EXPECT_FALSE(DirectoryExists(machine.WideFolder() + LARDER_WIDE("file")));
-  EXPECT_TRUE(log.Contains("\\file is not a directory.\r\n"));
-  EXPECT_FALSE(DirectoryExists(machine.WideFolder() + LARDER_WIDE("none")));
-  EXPECT_TRUE(log.Contains("TRACE: GetFileAttributes() failed for: "));
-  EXPECT_TRUE(log.Contains("\\none " + WideToUtf8(FormatSystemError(2))));
-}
-
-TEST_F(Paths, ATreeIsMadeLevelByLevelUpToAFileInTheWay) {
+TEST_F(Paths, ATreeIsCreatedLevelByLevelUnlessAFileIsInTheWay) {
   const WideString folder = machine.WideFolder();
-  EXPECT_TRUE(CreateDirectoryTree(folder + LARDER_WIDE("a\\b\\c")));
-  EXPECT_TRUE(std::filesystem::is_directory(machine.Folder() / "a" / "b" / "c"));
-  EXPECT_TRUE(CreateDirectoryTree(folder + LARDER_WIDE("a\\b\\d\\")));
-  EXPECT_TRUE(std::filesystem::is_directory(machine.Folder() / "a" / "b" / "d"));
+  EXPECT_FALSE(DirectoryExists(folder + LARDER_WIDE("none")));
+  EXPECT_TRUE(log.Contains("TRACE: GetFileAttributes() failed for: "));
+  EXPECT_TRUE(log.Contains("\\none " + WideToUtf8(FormatSystemError(2)) + "\r\n"));
+  for (const auto* const path : {LARDER_WIDE("a\\b\\c"), LARDER_WIDE("a\\b\\d\\")}) {
+    EXPECT_TRUE(CreateDirectoryTree(folder + path));
+    EXPECT_TRUE(DirectoryExists(folder + path));
+  }
   EXPECT_TRUE(CreateDirectoryTree(folder + LARDER_WIDE("a\\b")));
   EXPECT_FALSE(log.Contains("CreateDirectory() failed"));
   WriteFile("file", "x");
   EXPECT_FALSE(CreateDirectoryTree(folder + LARDER_WIDE("file")));
-  log.Clear();
+  EXPECT_FALSE(DirectoryExists(folder + LARDER_WIDE("file")));
+  EXPECT_TRUE(log.Contains("\\file is not a directory.\r\n"));
   EXPECT_FALSE(CreateDirectoryTree(folder + LARDER_WIDE("file\\b")));
   EXPECT_TRUE(log.Contains("TRACE: CreateDirectory() failed for: "));
 }
 
-TEST_F(Paths, LinesAreCountedOnceHoweverOftenTheyHoldTheText) {
+TEST_F(Paths, ALineThatContainsTheTextCountsOnce) {
   const std::string longLine(10000, 'x');
   const struct {
-    const char* name;
     std::string content;
     const char* text;
     std::uint32_t lines;
-  } rows[] = {{"several", "one two\r\ntwo two\nthree\n\ntwo at the end", "two", 3},
-              {"line-end", "two\r\ntwo", "two\r", 0},
-              {"any", "one\r\ntwo\n\nthree", "", 4},
-              {"ended", "x\n", "", 1},
-              {"empty", "", "", 0},
-              {"long", longLine + "yz\n" + longLine, "xyz", 1}};
+  } rows[] = {{"one two\r\ntwo two\nthree\n\ntwo at the end", "two", 3},
+              {"two\r\ntwo", "two\r", 0},
+              {"one\r\ntwo\n\nthree", "", 4},
+              {"x\n", "", 1},
+              {"", "", 0},
+              {longLine + "yz\n" + longLine, "xyz", 1}};
   for (const auto& row : rows) {
     WriteFile("lines", row.content);
     EXPECT_EQ(CountLinesContaining(machine.WideFolder() + LARDER_WIDE("lines"), row.text),
               row.lines)
-        << row.name;
+        << row.text << " in " << row.content.substr(0, 50);
   }
   EXPECT_EQ(CountLinesContaining(machine.WideFolder() + LARDER_WIDE("none"), ""), 0U);
   EXPECT_EQ(CountLinesContaining(machine.WideFolder(), ""), 0U);

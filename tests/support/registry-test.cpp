@@ -15,7 +15,7 @@ using testing::IsEmpty;
 
 class Registry : public testing::Test {
  protected:
-  // Stores raw bytes as a value of the subkey Install, as somebody else would.
+  // Stores bytes as a value of the subkey Install, as another program may.
   static void Store(const WideString& name, std::uint32_t type, const void* data,
                     std::size_t size) {
     platform::OwnedRegistryKey key;
@@ -46,20 +46,21 @@ class Registry : public testing::Test {
   RecordedLog log;
 };
 
-TEST_F(Registry, AStringComesBackWholeUpToTheLongestOne) {
+TEST_F(Registry, AStringOfAtMost98CharactersIsReadBack) {
   const WideString longest(98, LARDER_WIDE('x'));
-  SetRegistryString(LARDER_WIDE("A\\B\\C"), LARDER_WIDE("szText"), longest);
-  EXPECT_EQ(GetRegistryString(LARDER_WIDE("A\\B\\C"), LARDER_WIDE("szText")), longest);
-  SetRegistryString(LARDER_WIDE("A\\B\\C"), LARDER_WIDE("szText"), {});
-  EXPECT_EQ(GetRegistryString(LARDER_WIDE("A\\B\\C"), LARDER_WIDE("szText")), WideString());
+  const auto readBack = [](const WideString& text) {
+    SetRegistryString(LARDER_WIDE("A\\B\\C"), LARDER_WIDE("szText"), text);
+    return GetRegistryString(LARDER_WIDE("A\\B\\C"), LARDER_WIDE("szText"));
+  };
+  EXPECT_EQ(readBack(longest), longest);
+  EXPECT_EQ(readBack({}), WideString());
   EXPECT_THAT(Warnings(), IsEmpty());
-  SetRegistryString(LARDER_WIDE("A\\B\\C"), LARDER_WIDE("szText"), longest + LARDER_WIDE("x"));
-  EXPECT_EQ(GetRegistryString(LARDER_WIDE("A\\B\\C"), LARDER_WIDE("szText")), WideString());
+  EXPECT_EQ(readBack(longest + LARDER_WIDE("x")), WideString());
   EXPECT_THAT(Warnings(),
               ElementsAre(" WARN: RegQueryValueExW failed for \"A\\B\\C\", szText: " + Error(0)));
 }
 
-TEST_F(Registry, WhatIsNoPlainStringIsToldAndEmpty) {
+TEST_F(Registry, AnythingElseThanAStringIsEmptyAfterAWarning) {
   const auto read = [](const WideString& name) {
     EXPECT_EQ(GetRegistryString(LARDER_WIDE("Install"), name), WideString());
   };
@@ -69,7 +70,7 @@ TEST_F(Registry, WhatIsNoPlainStringIsToldAndEmpty) {
   StoreText(LARDER_WIDE("expand"), platform::kRegExpandSz, LARDER_WIDE("%PATH%"));
   read(LARDER_WIDE("none"));
   read(LARDER_WIDE("dword"));
-  // A failure to read a string shows the text of code zero.
+  // A failure to read a string is reported with the text of code zero.
   EXPECT_THAT(Warnings(),
               ElementsAre(" WARN: RegOpenKeyExW failed for \"Install\": " + Error(0),
                           " WARN: RegQueryValueExW failed for \"Install\", none: " + Error(0),
@@ -82,7 +83,7 @@ TEST_F(Registry, WhatIsNoPlainStringIsToldAndEmpty) {
             "TRACE: Leaving GetRegistryString()\n");
 }
 
-TEST_F(Registry, AStringStoredWithoutATerminatorEndsWhereItsBytesEnd) {
+TEST_F(Registry, AStringStoredWithoutATerminatorEndsWithItsBytes) {
   const WideString full(98, LARDER_WIDE('y'));
   const auto read = [](std::size_t size, const void* data) {
     Store(LARDER_WIDE("text"), platform::kRegSz, data, size);
@@ -94,24 +95,23 @@ TEST_F(Registry, AStringStoredWithoutATerminatorEndsWhereItsBytesEnd) {
   EXPECT_EQ(read(12, LARDER_WIDE("ab\0cd")), LARDER_WIDE("ab"));
 }
 
-// The integer changes for a value of 4 bytes whatever its type, and for none that is longer.
-TEST_F(Registry, AnIntegerIsADwordAndFailuresTellTheirReason) {
+TEST_F(Registry, AnIntegerIsADword) {
   const std::string query = " WARN: RegQueryValueExW failed for \"Install\", n: ";
   std::int32_t value = 99;
   const auto isRead = [&] {
     return GetRegistryInt(LARDER_WIDE("Install"), LARDER_WIDE("n"), &value);
   };
+  const std::int32_t stored = -123456;
   EXPECT_FALSE(isRead());
-  EXPECT_THAT(Warnings(), ElementsAre(" WARN: RegOpenKeyExW failed for \"Install\": " + Error(2)));
   StoreText(LARDER_WIDE("n"), platform::kRegSz, LARDER_WIDE("ABC"));
   EXPECT_FALSE(isRead());
   EXPECT_EQ(value, 99);
-  StoreText(LARDER_WIDE("n"), platform::kRegSz, LARDER_WIDE("A"));
+  StoreText(LARDER_WIDE("n"), platform::kRegSz, LARDER_WIDE("A"));  // changes the integer
   EXPECT_FALSE(isRead());
-  const std::int32_t stored = -123456;
   Store(LARDER_WIDE("n"), platform::kRegDword, &stored, 2);
   EXPECT_FALSE(isRead());
-  EXPECT_THAT(Warnings(), ElementsAre(query + Error(234), " WARN: Unexpected type/size 1",
+  EXPECT_THAT(Warnings(), ElementsAre(" WARN: RegOpenKeyExW failed for \"Install\": " + Error(2),
+                                      query + Error(234), " WARN: Unexpected type/size 1",
                                       " WARN: Unexpected type/size 4"));
   Store(LARDER_WIDE("n"), platform::kRegDword, &stored, 4);
   EXPECT_TRUE(isRead());
@@ -119,18 +119,15 @@ TEST_F(Registry, AnIntegerIsADwordAndFailuresTellTheirReason) {
   EXPECT_THAT(Warnings(), IsEmpty());
 }
 
-TEST_F(Registry, DeletingReportsTheOpenAndThenTheEmptyKey) {
+TEST_F(Registry, DeletingReportsTheFailedOpeningAndThenTheEmptyKey) {
   DeleteRegistryValue(LARDER_WIDE("Nowhere"), LARDER_WIDE("v"));
+  SetRegistryString(LARDER_WIDE("Install"), LARDER_WIDE("v"), LARDER_WIDE("x"));
   EXPECT_THAT(Warnings(),
               ElementsAre(" WARN: RegOpenKeyEx failed for \"Software\\Velmor\\Larder\\Nowhere\": " +
                               Error(2),
                           " WARN: RegDeleteValue failed for \"v\": " + Error(6)));
-  SetRegistryString(LARDER_WIDE("Install"), LARDER_WIDE("v"), LARDER_WIDE("x"));
   DeleteRegistryValue(LARDER_WIDE("Install"), LARDER_WIDE("V"));
   EXPECT_EQ(log.Text(),
-            "TRACE: Entering SetRegistryString()\n"
-            "TRACE: Destroying AutoRegKeyHandle handle <handle>\n"
-            "TRACE: Leaving SetRegistryString()\n"
             "TRACE: Entering DeleteRegistryValue()\n"
             "TRACE: Entering OpenRegistrySubkey()\n"
             "TRACE: Leaving OpenRegistrySubkey()\n"

@@ -17,7 +17,7 @@ WideString Units(std::initializer_list<unsigned> units) {
   return text;
 }
 
-TEST(Utf8ToWide, EachSequenceGivesOneUnit) {
+TEST(Utf8ToWide, MakesOneUnitOfEachSequence) {
   EXPECT_EQ(Utf8ToWide("a\xC3\xA4\xE2\x82\xAC"), Units({'a', 0xE4, 0x20AC}));
   EXPECT_EQ(Utf8ToWide("\xF0\x9F\x98\x80"), Units({0xF600}));
   EXPECT_EQ(Utf8ToWide("\xF4\x8F\xBF\xBF"), Units({0xFFFF}));
@@ -28,7 +28,7 @@ TEST(Utf8ToWide, EachSequenceGivesOneUnit) {
   EXPECT_EQ(Utf8ToWide("\xF8\x80\x80\x81\x81\xFC\x80\x80\x80\x81\x81"), Units({'A', 'A'}));
 }
 
-TEST(Utf8ToWide, WhatIsNoSequenceIsABadConversion) {
+TEST(Utf8ToWide, ThrowsBadConversionForAnythingElse) {
   for (const char* const text : {"\x80", "\xBF", "abc\xE2", "\xE2\x82", "\xE2\x28\xA1", "\xC3\xC3",
                                  "\xF4\x90\x80\x80", "\xF7\xBF\xBF\xBF", "\xFB\xBF\xBF\xBF\xBF",
                                  "\xFD\xBF\xBF\xBF\xBF\xBF", "\xFF\x80\x80\x80\x81\x81"}) {
@@ -50,7 +50,7 @@ TEST(HexToBytes, ReadsPairsAsStoulDoes) {
   EXPECT_THROW(HexToBytes("00 "), std::invalid_argument);
 }
 
-TEST(Trim, TakesWhiteSpaceAwayInPlace) {
+TEST(Trim, RemovesWhiteSpaceInPlace) {
   std::string text = " \t\r\n\v\fa b\f\v ";
   std::string left = text;
   std::string right = text;
@@ -60,7 +60,7 @@ TEST(Trim, TakesWhiteSpaceAwayInPlace) {
   EXPECT_EQ(text, "a b");
   std::string blank = " \n ";
   EXPECT_EQ(Trim(blank), "");
-  std::string bytes = "\xC3\xA4\xA0";  // bytes above 0x7F are none of the classic locale's blanks
+  std::string bytes = "\xC3\xA4\xA0";  // no byte above 0x7F is white space
   EXPECT_EQ(Trim(bytes), "\xC3\xA4\xA0");
 }
 
