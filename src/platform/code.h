@@ -5,8 +5,8 @@
 // An operation that can fail returns a Code and stores its results through its last parameters. If
 // it fails, a result that is a handle, a key or a module is empty (InvalidHandle() for a file, null
 // for everything else), and every other result is untouched; exceptions are stated with the
-// operation. What a buffer holds then isn't defined. [[nodiscard]] marks the codes that a caller
-// must not ignore.
+// operation. The contents of a buffer are then undefined. [[nodiscard]] marks the codes that a
+// caller must not ignore.
 //
 // What can't fail in more than one way has no code: a predicate or a conversion returns bool, a
 // lookup returns what it found, null or empty if there is nothing, and a closing call returns

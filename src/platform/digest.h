@@ -1,5 +1,5 @@
-// Digests of bytes, computed by the system's cryptographic library. The group lies in an archive of
-// its own, larder_digest, so that only modules that use it need that library.
+// Digests, computed by the system's cryptographic library. The group has an archive of its own,
+// larder_digest, so that only modules that use it depend on that library.
 #pragma once
 
 #include <cstddef>
@@ -11,7 +11,7 @@ namespace larder::platform {
 
 enum class DigestKind { kMd5, kSha1, kSha256, kSha384, kSha512 };
 
-// What digests are made with; immutable, any thread. Outlives its digests.
+// What digests are computed with; immutable and thread-safe. Must outlive its digests.
 struct DigestLibrary;
 
 struct DigestLibraryCloser {
@@ -19,10 +19,10 @@ struct DigestLibraryCloser {
 };
 using AutoDigestLibrary = std::unique_ptr<DigestLibrary, DigestLibraryCloser>;
 
-// Null when the system refuses one of the kinds.
+// Returns null if the system doesn't provide one of the kinds.
 [[nodiscard]] AutoDigestLibrary OpenDigestLibrary() noexcept;
 
-// A digest that is being computed. One object on one thread at a time.
+// A digest in computation; used by one thread at a time.
 struct Digest;
 
 struct DigestCloser {
@@ -30,14 +30,14 @@ struct DigestCloser {
 };
 using AutoDigest = std::unique_ptr<Digest, DigestCloser>;
 
-// Null when the system has no memory for it.
+// Returns null if the system is out of memory.
 [[nodiscard]] AutoDigest StartDigest(const DigestLibrary& library, DigestKind kind) noexcept;
 
-// False when the system refuses; what was added before is lost then.
+// Returns false if the system fails; the digest is lost then.
 [[nodiscard]] bool AddToDigest(Digest& digest, const void* bytes, std::size_t size) noexcept;
 
-// Fills result, which has the digest's size (16, 20, 32, 48 or 64 bytes). False when the system
-// refuses, or that isn't its size. Nothing may be added afterwards.
+// result must have the digest's size: 16, 20, 32, 48 or 64 bytes. Returns false if it has another
+// one, or if the system fails. Nothing may be added afterwards.
 [[nodiscard]] bool FinishDigest(Digest& digest, std::span<std::uint8_t> result) noexcept;
 
 }  // namespace larder::platform

@@ -1,5 +1,5 @@
-// Locks between processes: a file that one handle at a time holds. Between the handles of one
-// process it is the same.
+// Locks on files, between processes and between the handles of one process: at most one handle
+// holds the lock of a file.
 #pragma once
 
 #include "platform/code.h"
@@ -8,12 +8,12 @@
 
 namespace larder::platform {
 
-// Opens the file at a path for nothing but locking, making it, empty, if it isn't there. Child
+// Opens the file at a path for locking only, and creates it, empty, if it doesn't exist. Child
 // processes don't inherit the handle.
 Code OpenLockFile(const WideString& path, Handle& file);
 
-// Never waits: kSharingViolation while another handle holds the lock. It is given back by
-// UnlockFile, by closing the handle, and when the process ends, however it does.
+// Never waits: kSharingViolation while another handle holds the lock. The lock is released by
+// UnlockFile, by closing the handle, and by the end of the process, however it ends.
 [[nodiscard]] Code TryLockFile(Handle file) noexcept;
 Code UnlockFile(Handle file) noexcept;
 

@@ -1,4 +1,4 @@
-// Handles of kernel objects: files, events, threads.
+// Handles of files, events and threads.
 #pragma once
 
 #include <cstdint>
@@ -8,12 +8,12 @@ namespace larder::platform {
 struct KernelObject;
 using Handle = KernelObject*;
 
-// What a failed open of a file gives: all bits set. A failed event or thread gives null instead.
+// The empty handle of a file: all bits set. The empty handle of an event or a thread is null.
 inline Handle InvalidHandle() noexcept {
   return reinterpret_cast<Handle>(~std::uintptr_t{0});  // NOLINT(performance-no-int-to-ptr)
 }
 
-// Null and InvalidHandle() are refused without any effect.
+// Does nothing for null and InvalidHandle().
 void CloseObject(Handle handle) noexcept;
 
 }  // namespace larder::platform

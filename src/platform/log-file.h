@@ -1,4 +1,4 @@
-// Files that grow line by line and are rotated by renaming.
+// Files that programs append to, and temporary files.
 #pragma once
 
 #include <cstddef>
@@ -12,21 +12,20 @@ namespace larder::platform {
 
 enum class WriteMode { kReadWrite, kWrite };
 
-// Opens the file at a path, making it if it isn't there; others may read it meanwhile. Where the
-// system tells them apart, a symbolic link at the path isn't followed, and nothing that could block
-// is opened. Child processes don't inherit the handle.
+// Opens the file at a path, and creates it if it doesn't exist; other programs may read it
+// meanwhile. On Linux a symbolic link at the path isn't followed, and only a regular file is
+// opened. Child processes don't inherit the handle.
 Code OpenFileToWrite(const WideString& path, WriteMode mode, Handle& file);
 
-// Goes to the end of the file, as it is now, and tells how many bytes lie ahead of it.
+// Moves to the present end of the file; size is the number of bytes before it.
 [[nodiscard]] Code SeekToEnd(Handle file, std::uint64_t& size) noexcept;
 
-// Writes the bytes where the file stands, in one system call: what doesn't fit is lost, and the
-// code isn't kSuccess then.
+// Writes at the current position, in one system call. kDiskFull if only a part was written.
 Code WriteOnce(Handle file, const void* bytes, std::uint32_t size) noexcept;
 
-// Makes an empty file with a free name in the directory: the first three characters of prefix, a
-// hexadecimal number, ".tmp". kInvalidDirectory when there is no such directory, kAlreadyExists
-// when no number is free. path is untouched on failure.
+// Creates an empty file with an unused name in the directory: the first three characters of prefix,
+// a hexadecimal number, ".tmp". kInvalidDirectory if there is no such directory, kAlreadyExists if
+// every number is in use.
 [[nodiscard]] Code MakeTemporaryFile(const WideString& directory, const WideString& prefix,
                                      WideString& path);
 

@@ -1,4 +1,4 @@
-// The system's texts for its codes.
+// The system's texts for result codes.
 #pragma once
 
 #include <string>
@@ -8,7 +8,7 @@
 
 namespace larder::platform {
 
-// The text of a code as the system gives it, ending in CR LF; empty when it has none.
+// The system's text for a code, with CR LF at its end; empty if it has none.
 [[nodiscard]] WideString SystemMessage(Code code);
 
 // The same for messages that a person reads: in UTF-8, without the line end.

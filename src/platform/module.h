@@ -1,4 +1,4 @@
-// Dynamic modules and the image of the host process.
+// Dynamic modules, and the executable of the process.
 #pragma once
 
 #include "platform/code.h"
@@ -10,22 +10,22 @@ struct Module;
 using ModuleHandle = Module*;
 using Symbol = void (*)();
 
-// Loads the module at a path and runs its initialisation. A bare file name is looked for by the
-// system's usual search. module is null on failure. Codes beyond those of files: kModuleNotFound
-// (the file, or something that it depends on), kBadExeFormat, kProcedureNotFound.
+// Loads the module at a path and runs its initialisation. A bare file name is searched for as the
+// system does. Fails with kModuleNotFound for the file or a dependency of it, kBadExeFormat,
+// kProcedureNotFound or a code of files.
 [[nodiscard]] Code OpenModule(const WideString& path, ModuleHandle& module);
 
-// The module at a path if the process has it loaded already, else null; it is held until
-// CloseModule as one that was opened.
+// The module at a path if the process has loaded it, otherwise null. It stays loaded until it is
+// closed like an opened one.
 [[nodiscard]] ModuleHandle FindLoadedModule(const WideString& path);
 
-// The address of an export, or null.
+// The address of an export of the module itself, or null.
 [[nodiscard]] Symbol FindSymbol(ModuleHandle module, const char* name) noexcept;
 
-// Null is refused without any effect.
+// Does nothing for null.
 void CloseModule(ModuleHandle module) noexcept;
 
-// Full path of the image that the host process runs.
+// Full path of the executable that the process runs.
 [[nodiscard]] Code HostImagePath(WideString& path);
 
 }  // namespace larder::platform

@@ -1,4 +1,4 @@
-// Threads that are held by a handle.
+// Threads.
 #pragma once
 
 #include "platform/code.h"
@@ -6,12 +6,12 @@
 
 namespace larder::platform {
 
-// Starts a thread. body must let no exception out. Closing the handle doesn't end
-// the thread. No signal that is sent to the program is handled on it.
+// Starts a thread. body must not throw. Closing the handle doesn't end the thread. The program's
+// signal handlers aren't called on it.
 Code StartThread(void (*body)(void* argument), void* argument, Handle& thread) noexcept;
 
-// Waits without a limit until the thread has ended. Null is refused without any effect. Call it at
-// most once for a thread, and not on the thread itself.
+// Waits, without a limit, until the thread has ended. Does nothing for null and InvalidHandle().
+// Not for two threads at once, nor for the thread itself.
 void WaitForThread(Handle thread) noexcept;
 
 }  // namespace larder::platform

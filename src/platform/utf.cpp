@@ -43,8 +43,8 @@ void AppendWide(WideString& out, std::uint32_t point) {
   out.push_back(static_cast<LarderWideChar>(kLowFirst + (point & 0x3FF)));
 }
 
-// What a lead byte promises: the length of its sequence, the bits that it gives, and the smallest
-// value that needs this length. Length 0 for a byte that leads nothing.
+// What a lead byte says: the length of its sequence, the value's highest bits, and the smallest
+// value that needs this length. The length is 0 if the byte can't start a sequence.
 struct Lead {
   std::size_t length;
   std::uint32_t bits;
@@ -60,8 +60,7 @@ Lead ReadLead(std::uint8_t byte) {
   return {0, 0, 0};
 }
 
-// Takes one sequence from the front of the text; false, with the text in any state, if there is
-// none.
+// Removes one sequence from the front of the text; false if it doesn't start with a valid one.
 bool TakePoint(std::string_view& text, std::uint32_t& point) {
   const Lead lead = ReadLead(static_cast<std::uint8_t>(text.front()));
   if (lead.length == 0 || lead.length > text.size()) return false;
@@ -78,7 +77,7 @@ bool TakePoint(std::string_view& text, std::uint32_t& point) {
 }  // namespace
 
 std::string Utf8FromWide(WideView text) {
-  // Most texts are ASCII to their end, and every answer of a provider begins with one.
+  // Most texts are ASCII only.
   const auto plain = static_cast<std::size_t>(
       std::find_if(text.begin(), text.end(), [](LarderWideChar unit) { return unit >= 0x80; }) -
       text.begin());
@@ -103,8 +102,7 @@ bool WideFromUtf8(std::string_view utf8, WideString& wide) {
   while (!utf8.empty()) {
     std::uint32_t point = 0;
     if (!TakePoint(utf8, point)) return false;
-    // A pair in two sequences of three bytes is no lone surrogate: it would come back as one of
-    // four.
+    // A surrogate pair in two sequences would come back as one sequence of four bytes.
     if (IsLow(point) && IsHigh(previous)) return false;
     AppendWide(result, point);
     previous = point;

@@ -1,7 +1,5 @@
-// UTF-16 to UTF-8 and back for names that cross to a system or a person. Surrogate pairs are
-// joined; a lone surrogate is carried through as its three bytes, so that every wide name survives
-// a round trip. (The log's own conversion, which takes each unit by itself, is WideToUtf8 in
-// support/text.)
+// UTF-16 to UTF-8 and back. A surrogate pair becomes one character; a lone surrogate becomes the
+// three bytes of its value, so that every wide text survives a round trip.
 #pragma once
 
 #include <string>
@@ -13,8 +11,8 @@ namespace larder::platform {
 
 std::string Utf8FromWide(WideView text);
 
-// False when the bytes are no UTF-8 (overlong forms, values above U+10FFFF and cut sequences
-// included; lone surrogates pass). wide is untouched then.
+// Returns false if the text isn't UTF-8: invalid bytes, truncated sequences, overlong forms, values
+// above U+10FFFF, or a surrogate pair in two sequences. Lone surrogates are accepted.
 [[nodiscard]] bool WideFromUtf8(std::string_view utf8, WideString& wide);
 
 }  // namespace larder::platform

@@ -1,4 +1,4 @@
-// Wide text: sequences of 16-bit units on every system.
+// Wide text: 16-bit units on every system.
 #pragma once
 
 #include <larder/records.h>

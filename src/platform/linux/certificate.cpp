@@ -25,7 +25,7 @@ const X509* Context(const Certificate* certificate) noexcept {
   return reinterpret_cast<const X509*>(certificate);
 }
 
-// The keys that Windows knows. What has none there has none here.
+// The keys that Windows knows. Other attributes are written as "OID." and the identifier.
 constexpr std::array<std::pair<std::string_view, std::string_view>, 20> kKeys = {{
     {"2.5.4.3", "CN"},
     {"2.5.4.4", "SN"},
@@ -65,15 +65,15 @@ std::string KeyText(const ASN1_OBJECT* object) {
   return key != kKeys.end() ? std::string(key->second) : "OID." + identifier;
 }
 
-// Big-endian units of 2 or 4 bytes; what stands behind the last whole one is left out.
+// width: bytes of a big-endian unit. Bytes after the last whole unit are ignored.
 std::string TextOfUnits(Bytes bytes, std::size_t width) {
-  constexpr std::uint32_t kLast = 0x10FFFF;
+  constexpr std::uint32_t kMaxCodePoint = 0x10FFFF;
   constexpr LarderWideChar kReplacement = 0xFFFD;
   WideString text;
   for (; bytes.size() >= width; bytes = bytes.subspan(width)) {
     std::uint32_t unit = 0;
     for (std::size_t i = 0; i < width; ++i) unit = unit << 8 | bytes[i];
-    if (unit > kLast) unit = kReplacement;
+    if (unit > kMaxCodePoint) unit = kReplacement;
     if (unit > 0xFFFF) {
       text += static_cast<LarderWideChar>(0xD800 + ((unit - 0x10000) >> 10));
       unit = 0xDC00 + ((unit - 0x10000) & 0x3FF);
@@ -89,7 +89,7 @@ std::string TextOfUtf8(Bytes bytes) {
   return WideFromUtf8(text, wide) ? text : TextOfUnits(bytes, 1);
 }
 
-// The form that Windows documents for what is no text.
+// The form that Windows documents for values that aren't text.
 std::string HexText(Bytes bytes) {
   std::string text = "#";
   for (const unsigned char byte : bytes) {
@@ -115,7 +115,7 @@ std::string ValueText(const ASN1_STRING* value) {
                     static_cast<std::size_t>(ASN1_STRING_length(value)));
   switch (ASN1_STRING_type(value)) {
     case V_ASN1_UTF8STRING:
-    case V_ASN1_T61STRING:  // as most who write it mean it; Windows reads it in this way too
+    case V_ASN1_T61STRING:  // in practice UTF-8, and Windows reads it as such
       return Quoted(TextOfUtf8(bytes));
     case V_ASN1_BMPSTRING:
       return Quoted(TextOfUnits(bytes, 2));
@@ -144,11 +144,12 @@ std::string NameText(const X509_NAME* name) {
   return text;
 }
 
-// As many bytes of UTF-8 as fit, whole characters only.
-std::size_t FittingLength(const std::string& text, std::size_t room) {
-  if (text.size() <= room) return text.size();
-  while (room > 0 && (text[room] & 0xC0) == 0x80) --room;
-  return room;
+// The number of bytes that fit without splitting a UTF-8 character.
+std::size_t FittingLength(const std::string& text, std::size_t capacity) {
+  if (text.size() <= capacity) return text.size();
+  std::size_t length = capacity;
+  while (length > 0 && (text[length] & 0xC0) == 0x80) --length;
+  return length;
 }
 
 struct FreeEncoding {
@@ -163,7 +164,7 @@ void CertificateCloser::operator()(const Certificate* certificate) const noexcep
 
 AutoCertificate ParseCertificate(const void* bytes, std::uint32_t size) noexcept {
   const auto* at = static_cast<const unsigned char*>(bytes);
-  ERR_set_mark();  // what a failure leaves there is nobody's business
+  ERR_set_mark();  // a failure must not leave its errors in the thread's queue
   const X509* certificate = d2i_X509(nullptr, &at, static_cast<long>(size));
   ERR_pop_to_mark();
   return AutoCertificate(reinterpret_cast<const Certificate*>(certificate));

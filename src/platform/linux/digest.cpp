@@ -17,8 +17,8 @@ EVP_MD_CTX* Context(Digest& digest) noexcept { return reinterpret_cast<EVP_MD_CT
 
 }  // namespace
 
-// With a context of its own: settings of libcrypto, the program's or the machine's, may forbid a
-// digest, and count for their own context only.
+// Has a libcrypto context of its own: settings of the program or the machine can forbid a digest,
+// but they apply to the default context only.
 struct DigestLibrary {
   DigestLibrary() noexcept {
     std::transform(kNames.begin(), kNames.end(), algorithms.begin(),
@@ -38,13 +38,14 @@ struct DigestLibrary {
 void DigestLibraryCloser::operator()(DigestLibrary* library) const noexcept { delete library; }
 
 AutoDigestLibrary OpenDigestLibrary() noexcept {
-  // What libcrypto tears down at the process's exit may be in use by a thread that computes still.
+  // Otherwise libcrypto frees its state at exit, while other threads may still be using it.
   OPENSSL_init_crypto(OPENSSL_INIT_NO_ATEXIT, nullptr);
   AutoDigestLibrary library(new (std::nothrow) DigestLibrary);
   if (library == nullptr || library->context == nullptr) return nullptr;
   const auto& algorithms = library->algorithms;
-  const bool isWhole = std::find(algorithms.begin(), algorithms.end(), nullptr) == algorithms.end();
-  return isWhole ? std::move(library) : nullptr;
+  const bool isComplete =
+      std::find(algorithms.begin(), algorithms.end(), nullptr) == algorithms.end();
+  return isComplete ? std::move(library) : nullptr;
 }
 
 void DigestCloser::operator()(Digest* digest) const noexcept {

@@ -23,7 +23,7 @@ class DirectoryStream {
     stream.reset(opendir(path));
     return stream ? kSuccess : CodeFromErrno(errno);
   }
-  // Owns the descriptor from then on.
+  // Takes the descriptor.
   Code Open(FileDescriptor directory) noexcept {
     if (!directory.IsOpen()) return CodeFromErrno(errno);
     stream.reset(fdopendir(directory.Get()));
@@ -32,7 +32,8 @@ class DirectoryStream {
     return kSuccess;
   }
 
-  // "." and ".." are among them. entry is null after the last one, and valid until the next call.
+  // Includes "." and "..". entry is null after the last one, and otherwise valid until the next
+  // call.
   Code ReadNext(const dirent*& entry) noexcept {
     errno = 0;
     const dirent* const next = readdir(stream.get());

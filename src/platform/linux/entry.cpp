@@ -5,8 +5,8 @@
 namespace larder::platform {
 namespace {
 
-// The loader gives no way to refuse a load from here, so the answer of OnModuleAttach has no
-// effect. Static objects of sources that are linked behind this one aren't constructed yet.
+// A constructor can't refuse the load, so the result of OnModuleAttach has no effect. Static
+// objects of sources that are linked after this one aren't constructed yet.
 __attribute__((constructor)) void Attach() {
   Dl_info image{};
   if (dladdr(reinterpret_cast<const void*>(&OnModuleAttach), &image) == 0)

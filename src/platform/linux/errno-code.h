@@ -1,11 +1,11 @@
-// The one place where errno becomes a code.
+// System errors as result codes.
 #pragma once
 
 #include "platform/code.h"
 
 namespace larder::platform {
 
-// Never kSuccess, whatever the error.
+// The code for a value of errno; never kSuccess.
 [[nodiscard]] Code CodeFromErrno(int error) noexcept;
 
 }  // namespace larder::platform

@@ -24,9 +24,20 @@
 #include "platform/linux/kernel-object.h"
 #include "platform/linux/native-path.h"
 
-// A named event is the file run/larder/events/NAME below the machine root: raised while there is
-// anything by that name, lowered while there is nothing. NAME is the event's name in UTF-8, with
-// some bytes as "%" and two hexadecimal digits; see FileNameOf.
+// A private event is an atomic flag, which is its state, and an eventfd, which wakes the waiting
+// threads. The eventfd may be readable while the flag is clear, but is never left unreadable while
+// it is set, so a waiting thread that has found the flag clear can't miss a raise.
+//
+// A named event is the file run/larder/events/NAME below the machine root, where NAME is FileNameOf
+// its name: it is raised while the file exists. So its state is shared by all processes and
+// outlives them, and the permissions of the directories decide who may change it.
+//
+// A waiting thread watches these directories with inotify. They may be created, replaced or closed
+// to this user while it waits, so every level from the machine root down is watched, each one
+// before the next is looked up: a level that appears in between leaves a change to be read. A
+// change that concerns a level makes the watch stale; it is closed and set up again by the next
+// query. The file is looked up only while the watch exists. So no raise is missed, and a needless
+// change costs one more query.
 
 namespace larder::platform {
 namespace {
@@ -37,16 +48,14 @@ constexpr std::array<std::string_view, 3> kLevels = {"run", "larder", "events"};
 struct EventObject : KernelObject {
   virtual Code Raise() noexcept = 0;
   virtual Code Lower() noexcept = 0;
-  // Once it has been found lowered, the descriptor becomes readable with the next raise. May change
-  // the descriptor.
-  virtual Code Look(bool& isRaised) noexcept = 0;
+  // After a query that finds the event lowered, the next raise makes the descriptor readable. May
+  // replace the descriptor.
+  virtual Code Query(bool& isRaised) noexcept = 0;
   [[nodiscard]] virtual int Descriptor() const noexcept = 0;
-  // Takes what made the descriptor readable; the event is to be looked at afterwards.
+  // Reads what made the descriptor readable. The event must be queried afterwards.
   virtual void Drain() noexcept = 0;
 };
 
-// The flag is the truth. The descriptor wakes those who sleep; it may be readable while the flag is
-// down, but never stays unreadable while it is up.
 class PrivateEvent final : public EventObject {
  public:
   explicit PrivateEvent(FileDescriptor opened) noexcept : descriptor(std::move(opened)) {}
@@ -61,7 +70,7 @@ class PrivateEvent final : public EventObject {
     return kSuccess;
   }
 
-  Code Look(bool& isRaised) noexcept override {
+  Code Query(bool& isRaised) noexcept override {
     isRaised = flag.load();
     return kSuccess;
   }
@@ -71,7 +80,7 @@ class PrivateEvent final : public EventObject {
   void Drain() noexcept override {
     eventfd_t count = 0;
     eventfd_read(descriptor.Get(), &count);
-    // What was read may have been meant for this raise, and others may sleep still.
+    // If the event is raised now, the read may have consumed what wakes the other waiting threads.
     if (flag.load()) Wake();
   }
 
@@ -82,7 +91,7 @@ class PrivateEvent final : public EventObject {
   std::atomic<bool> flag = false;
 };
 
-// Whether a change that was watched may have put another directory at one of the levels.
+// Whether a change may have replaced the directory of a level.
 bool ConcernsLevels(const inotify_event& change, std::string_view name) {
   constexpr std::uint32_t kOwn =
       IN_DELETE_SELF | IN_MOVE_SELF | IN_UNMOUNT | IN_IGNORED | IN_Q_OVERFLOW;
@@ -101,16 +110,16 @@ class NamedEvent final : public EventObject {
   }
 
   Code Raise() noexcept override {
-    if (const Code code = MakeFile(); code != kFileNotFound) return code;
-    if (const Code code = MakeDirectories(); code != kSuccess) return code;
-    return MakeFile();
+    if (const Code code = CreateFile(); code != kFileNotFound) return code;
+    if (const Code code = CreateDirectories(); code != kSuccess) return code;
+    return CreateFile();
   }
 
   Code Lower() noexcept override {
     return unlink(file.c_str()) == 0 || errno == ENOENT ? kSuccess : CodeFromErrno(errno);
   }
 
-  Code Look(bool& isRaised) noexcept override {
+  Code Query(bool& isRaised) noexcept override {
     isRaised = false;
     if (!watch.IsOpen()) {
       const Code code = Arm();
@@ -138,22 +147,22 @@ class NamedEvent final : public EventObject {
     if (isStale) watch = FileDescriptor();
   }
 
-  Code MakeDirectories() const noexcept {
+  Code CreateDirectories() const noexcept {
     for (std::size_t level = 1; level < directories.size(); ++level) {
       const char* path = directories[level].c_str();
       if (mkdir(path, kDirectoryMode) == 0)
-        static_cast<void>(chmod(path, kDirectoryMode));  // whatever the process's mask is
+        static_cast<void>(chmod(path, kDirectoryMode));  // independent of the umask
       else if (errno != EEXIST)
         return CodeFromErrno(errno);
     }
     return kSuccess;
   }
 
-  // Watches the levels that are there, each of them before the one below is looked for, so that
-  // none can come unnoticed. With kAccessDenied the watch stands as far as it goes: somebody may
-  // be about to open the level to others. With any other failure there is none.
+  // Watches the levels that exist, from the top. After kAccessDenied the watch covers the levels
+  // above the closed one, which may be opened to this user later. After any other failure there is
+  // no watch.
   Code Arm() noexcept {
-    watch = FileDescriptor();  // with all that it watched
+    watch = FileDescriptor();  // closes the previous one
     watch = FileDescriptor(inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
     if (!watch.IsOpen()) return CodeFromErrno(errno);
     std::size_t watched = 0;
@@ -163,8 +172,9 @@ class NamedEvent final : public EventObject {
       watch = FileDescriptor();
       return CodeFromErrno(reason);
     }
-    // Further up the system's own directories have much coming and going in them. The one above the
-    // last is needed: a directory that somebody holds open doesn't tell of its own removal.
+    // In the upper levels, which have many unrelated changes, only changes of the level itself are
+    // of interest. The lowest but one is watched fully: if a program holds the lowest one open, its
+    // removal is reported there only.
     for (std::size_t level = 0; level + 2 < watched; ++level) Watch(level, kOwnChanges);
     return reason == EACCES ? kAccessDenied : kSuccess;
   }
@@ -175,6 +185,7 @@ class NamedEvent final : public EventObject {
   static constexpr std::uint32_t kAllChanges =
       kOwnChanges | IN_CREATE | IN_DELETE | IN_MOVED_TO | IN_ATTRIB;
 
+  // Whether the file may come to exist after an error of this kind.
   static bool CanAppear(int error) {
     return error == ENOENT || error == ENOTDIR || error == EACCES || error == ELOOP;
   }
@@ -183,15 +194,15 @@ class NamedEvent final : public EventObject {
     return inotify_add_watch(watch.Get(), directories[level].c_str(), changes) >= 0;
   }
 
-  Code MakeFile() const noexcept {
+  Code CreateFile() const noexcept {
     constexpr int kFlags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
-    const FileDescriptor made(open(file.c_str(), kFlags, 0644));
-    return made.IsOpen() || errno == EEXIST ? kSuccess : CodeFromErrno(errno);
+    const FileDescriptor created(open(file.c_str(), kFlags, 0644));
+    return created.IsOpen() || errno == EEXIST ? kSuccess : CodeFromErrno(errno);
   }
 
   std::array<std::string, kLevels.size() + 1> directories;  // from the machine root down
   std::string file;                                         // in the last of them
-  FileDescriptor watch;  // closed when the levels are to be looked for anew
+  FileDescriptor watch;                                     // closed when it is stale
 };
 
 using EventList = std::array<EventObject*, kMaxEvents>;
@@ -199,7 +210,7 @@ using EventList = std::array<EventObject*, kMaxEvents>;
 Code FindRaised(const EventList& events, std::size_t count, std::size_t& index, bool& isRaised) {
   isRaised = false;
   for (std::size_t i = 0; i < count; ++i) {
-    if (const Code code = events[i]->Look(isRaised); code != kSuccess) return code;
+    if (const Code code = events[i]->Query(isRaised); code != kSuccess) return code;
     if (!isRaised) continue;
     index = i;
     break;
@@ -207,7 +218,8 @@ Code FindRaised(const EventList& events, std::size_t count, std::size_t& index, 
   return kSuccess;
 }
 
-Code SleepUntilAChange(const EventList& events, std::size_t count) {
+// Returns after a change of any event, or a signal.
+Code SleepUntilChange(const EventList& events, std::size_t count) {
   std::array<pollfd, kMaxEvents> polled;
   for (std::size_t i = 0; i < count; ++i) polled[i] = {events[i]->Descriptor(), POLLIN, 0};
   if (poll(polled.data(), count, -1) < 0) return errno == EINTR ? kSuccess : CodeFromErrno(errno);
@@ -234,8 +246,8 @@ Code MakeNamedEvent(const WideString& name, Handle& event) {
   const std::string fileName = FileNameOf(name, Dots::kFirst);
   if (fileName.size() > NAME_MAX) return kNameTooLong;
   auto named = std::make_unique<NamedEvent>(MachineRoot(), fileName);
-  // A process that may not make them waits for one that may.
-  static_cast<void>(named->MakeDirectories());
+  // A process that isn't allowed to create them waits until another one does.
+  static_cast<void>(named->CreateDirectories());
   const Code code = named->Arm();
   if (code == kSuccess) event = named.release();
   return code;
@@ -262,7 +274,7 @@ Code WaitForAny(const Handle* events, std::size_t count, std::size_t& index) noe
     bool isRaised = false;
     const Code found = FindRaised(objects, count, index, isRaised);
     if (found != kSuccess || isRaised) return found;
-    if (const Code code = SleepUntilAChange(objects, count); code != kSuccess) return code;
+    if (const Code code = SleepUntilChange(objects, count); code != kSuccess) return code;
   }
 }
 

@@ -1,4 +1,4 @@
-// A descriptor that is closed with its owner.
+// An owner of a file descriptor, which closes it.
 #pragma once
 
 #include <unistd.h>

@@ -19,7 +19,7 @@ Code SetLock(Handle file, short type) noexcept {
   if (object == nullptr) return kInvalidHandle;
   struct flock lock {};
   lock.l_type = type;
-  lock.l_whence = SEEK_SET;  // the whole file
+  lock.l_whence = SEEK_SET;  // with a length of 0: the whole file
   if (fcntl(object->descriptor.Get(), F_OFD_SETLK, &lock) == 0) return kSuccess;
   return errno == EAGAIN || errno == EACCES ? kSharingViolation : CodeFromErrno(errno);
 }

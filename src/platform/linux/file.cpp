@@ -39,15 +39,15 @@ FileDescriptor OpenToRead(const char* path) {
   return FileDescriptor(descriptor);
 }
 
-Code ResultOf(int result) { return result == 0 ? kSuccess : CodeFromErrno(errno); }
+Code CodeFromResult(int result) { return result == 0 ? kSuccess : CodeFromErrno(errno); }
 
-// For file systems that can't rename with a condition.
+// For file systems without RENAME_NOREPLACE.
 Code RenameInSteps(const char* from, const char* to) {
-  if (link(from, to) == 0) return ResultOf(unlink(from));
+  if (link(from, to) == 0) return CodeFromResult(unlink(from));
   if (errno != EPERM && errno != EOPNOTSUPP && errno != ENOSYS) return CodeFromErrno(errno);
   struct stat status {};
   if (lstat(to, &status) == 0) return kAlreadyExists;
-  return errno == ENOENT ? ResultOf(rename(from, to)) : CodeFromErrno(errno);
+  return errno == ENOENT ? CodeFromResult(rename(from, to)) : CodeFromErrno(errno);
 }
 
 }  // namespace
@@ -57,14 +57,14 @@ Code OpenFileToRead(const WideString& path, Handle& file, FileKind& kind) {
   std::string native;
   if (const Code code = NativePath(path, native); code != kSuccess) return code;
   struct stat status {};
-  // Looked at before it is opened, since opening a FIFO or a device can have effects of its own.
+  // Before the file is opened, since opening a FIFO or a device can have side effects.
   if (stat(native.c_str(), &status) != 0) return CodeFromErrno(errno);
   if (!S_ISREG(status.st_mode)) {
     kind = KindOf(status.st_mode);
     return kSuccess;
   }
   FileDescriptor descriptor = OpenToRead(native.c_str());
-  if (!descriptor.IsOpen() && errno == EWOULDBLOCK) return kSharingViolation;  // another's lease
+  if (!descriptor.IsOpen() && errno == EWOULDBLOCK) return kSharingViolation;  // a lease
   if (!descriptor.IsOpen() || fstat(descriptor.Get(), &status) != 0) return CodeFromErrno(errno);
   kind = KindOf(status.st_mode);
   if (kind != FileKind::kRegular) return kSuccess;
@@ -126,7 +126,7 @@ Code ReadAt(Handle file, std::uint64_t offset, void* buffer, std::size_t size,
 Code RemoveFile(const WideString& path) {
   std::string native;
   if (const Code code = NativePath(path, native); code != kSuccess) return code;
-  return ResultOf(unlink(native.c_str()));
+  return CodeFromResult(unlink(native.c_str()));
 }
 
 Code RenameFile(const WideString& from, const WideString& to) {
@@ -137,8 +137,8 @@ Code RenameFile(const WideString& from, const WideString& to) {
   const char* source = nativeFrom.c_str();
   const char* target = nativeTo.c_str();
   if (renameat2(AT_FDCWD, source, AT_FDCWD, target, RENAME_NOREPLACE) == 0) return kSuccess;
-  const bool isUnknown = errno == EINVAL || errno == ENOSYS;
-  return isUnknown ? RenameInSteps(source, target) : CodeFromErrno(errno);
+  const bool isUnsupported = errno == EINVAL || errno == ENOSYS;
+  return isUnsupported ? RenameInSteps(source, target) : CodeFromErrno(errno);
 }
 
 }  // namespace larder::platform

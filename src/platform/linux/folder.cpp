@@ -22,9 +22,9 @@ namespace {
 constexpr mode_t kFolderMode = 0755;
 constexpr std::uint32_t kAttributeNormal = 0x80;
 
-Code MakeNativeFolder(const std::string& path) {
+Code CreateNativeFolder(const std::string& path) {
   if (mkdir(path.c_str(), kFolderMode) == 0) return kSuccess;
-  // What is missing is never the folder itself.
+  // It is a folder above that is missing.
   return errno == ENOENT ? kPathNotFound : CodeFromErrno(errno);
 }
 
@@ -34,33 +34,33 @@ Code CheckFolder(const std::string& path) {
   return S_ISDIR(status.st_mode) ? kSuccess : kPathNotFound;
 }
 
-// Every system has these folders, but a directory that stands for its root is bare at first.
-Code MakeInMachineRoot(const std::string& root, const char* first, const char* second) {
+// Every system has these folders, but a machine root other than "/" may not have them yet.
+Code CreateInMachineRoot(const std::string& root, const char* first, const char* second) {
   std::string path = root;
   for (const char* level : {first, second}) {
-    const Code code = MakeNativeFolder(path += level);
+    const Code code = CreateNativeFolder(path += level);
     if (code != kSuccess && code != kAlreadyExists) return code;
   }
   return kSuccess;
 }
 
-// Whether the rest of a name matches a pattern; both without case. Goes back to the last '*' alone,
-// so that no pattern takes more than their lengths' product.
+// Whether a name matches a pattern; both in upper case. Only the last '*' is retried, so the time
+// is at most proportional to the product of their lengths.
 bool Matches(WideView pattern, WideView name) {
   std::size_t p = 0;
   std::size_t n = 0;
   std::size_t star = WideView::npos;
-  std::size_t taken = 0;  // where what the star stands for ends
+  std::size_t starEnd = 0;  // the end of what the star stands for
   while (n < name.size()) {
     if (p < pattern.size() && pattern[p] == u'*') {
       star = p++;
-      taken = n;
+      starEnd = n;
     } else if (p < pattern.size() && (pattern[p] == u'?' || pattern[p] == name[n])) {
       ++p;
       ++n;
     } else if (star != WideView::npos) {
       p = star + 1;
-      n = ++taken;
+      n = ++starEnd;
     } else {
       return false;
     }
@@ -68,7 +68,7 @@ bool Matches(WideView pattern, WideView name) {
   return pattern.find_first_not_of(u'*', p) == WideView::npos;
 }
 
-// False for a name that is no UTF-8, or that would come back as another path.
+// False for a name that isn't UTF-8, or that contains a backslash: its wide form would be a path.
 bool NameOf(const dirent& entry, WideString& name) {
   return WideFromUtf8(entry.d_name, name) && name.find(u'\\') == WideString::npos;
 }
@@ -109,7 +109,7 @@ Code CommonFolderPath(CommonFolder folder, WideString& path) {
   const std::string root = MachineRoot();
   const char* first = isData ? "/var" : "/usr";
   if (!root.empty()) {
-    if (const Code code = MakeInMachineRoot(root, first, "/lib"); code != kSuccess) return code;
+    if (const Code code = CreateInMachineRoot(root, first, "/lib"); code != kSuccess) return code;
   }
   const std::string native = root + first + "/lib";
   if (const Code code = CheckFolder(native); code != kSuccess) return code;
@@ -128,18 +128,18 @@ Code PathAttributes(const WideString& path, std::uint32_t& attributes) {
 Code MakeFolder(const WideString& path) {
   std::string native;
   if (const Code code = NativePath(path, native); code != kSuccess) return code;
-  return MakeNativeFolder(native);
+  return CreateNativeFolder(native);
 }
 
 Code FindNames(const WideString& pattern, std::vector<WideString>& names) {
-  const std::size_t nameAt = pattern.rfind(u'\\') + 1;  // 0 where there is none
+  const std::size_t nameAt = pattern.rfind(u'\\') + 1;  // npos + 1 is 0
   std::string folder;
   if (const Code code = NativePath(pattern, folder); code != kSuccess) return code;
   if (const Code code = NativePath(WideView(pattern).substr(0, nameAt), folder); code != kSuccess)
     return code;
   std::vector<WideString> found;
-  const char* place = folder.empty() ? "." : folder.c_str();
-  const Code code = FindInFolder(place, WideView(pattern).substr(nameAt), found);
+  const char* directory = folder.empty() ? "." : folder.c_str();
+  const Code code = FindInFolder(directory, WideView(pattern).substr(nameAt), found);
   if (code != kSuccess) return code;
   if (found.empty()) return kFileNotFound;
   names = std::move(found);
@@ -163,7 +163,7 @@ Code ListFolder(const std::string& utf8Path, std::vector<FolderEntry>& entries) 
 Code DeleteTree(const LarderWideChar* source) {
   std::string native;
   if (const Code code = NativePath(source, native); code != kSuccess) return code;
-  // With a slash at its end a link would be what it leads to.
+  // With a trailing slash the system would follow a link.
   while (native.size() > 1 && native.ends_with('/')) native.pop_back();
   std::error_code error;
   const auto removed = std::filesystem::remove_all(native, error);

@@ -1,4 +1,4 @@
-// What stands behind a Handle: a class for each kind of object, each in its own group.
+// The objects behind handles: a class for each kind.
 #pragma once
 
 #include <utility>
@@ -21,7 +21,7 @@ struct FileObject final : KernelObject {
   FileDescriptor descriptor;
 };
 
-// The object of this kind behind a handle; null for any other handle.
+// The object behind a handle; null if the handle is empty or of another kind.
 template <typename Object>
 Object* ObjectOf(Handle handle) noexcept {
   return handle == InvalidHandle() ? nullptr : dynamic_cast<Object*>(handle);

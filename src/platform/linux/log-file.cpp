@@ -32,8 +32,8 @@ std::string HexOf(unsigned number) {
   return {digits.data(), static_cast<std::size_t>(length)};
 }
 
-// Where to begin among the numbers 1 to count: somewhere else for each process and each moment.
-unsigned DrawStart(unsigned count) {
+// Where to start among the numbers 1 to count; different for each process and each time.
+unsigned ChooseStart(unsigned count) {
   timespec now{};
   clock_gettime(CLOCK_REALTIME, &now);
   const auto ticks = static_cast<unsigned long>(now.tv_sec) * 1'000'000'000ul +
@@ -42,10 +42,10 @@ unsigned DrawStart(unsigned count) {
                                count);
 }
 
-Code MakeNewFile(const std::string& path) {
+Code CreateNewFile(const std::string& path) {
   constexpr int kFlags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
-  const FileDescriptor made(open(path.c_str(), kFlags, kFileMode));
-  if (made.IsOpen()) return kSuccess;
+  const FileDescriptor created(open(path.c_str(), kFlags, kFileMode));
+  if (created.IsOpen()) return kSuccess;
   return errno == ENOENT || errno == ENOTDIR ? kInvalidDirectory : CodeFromErrno(errno);
 }
 
@@ -89,10 +89,10 @@ Code MakeTemporaryFile(const WideString& directory, const WideString& prefix, Wi
   std::string native;
   if (const Code code = NativePath(wide, native); code != kSuccess) return code;
   constexpr unsigned kNumbers = 0xFFFF;
-  const unsigned start = DrawStart(kNumbers);
+  const unsigned start = ChooseStart(kNumbers);
   for (unsigned i = 0; i < kNumbers; ++i) {
     const std::string rest = HexOf((start + i) % kNumbers + 1) + ".tmp";
-    const Code code = MakeNewFile(native + rest);
+    const Code code = CreateNewFile(native + rest);
     if (code == kAlreadyExists) continue;
     if (code == kSuccess) path = wide.append(rest.begin(), rest.end());
     return code;

@@ -11,7 +11,7 @@ struct Message {
   const char16_t* text;
 };
 
-// By ascending code.
+// In ascending order of code.
 constexpr Message kMessages[] = {
     {kSuccess, u"The operation completed successfully.\r\n"},
     {kInvalidFunction, u"Incorrect function.\r\n"},

@@ -16,7 +16,7 @@
 #include "platform/linux/file-descriptor.h"
 #include "platform/linux/native-path.h"
 
-// The head of the image that this code is linked into, by the linker.
+// The ELF header of the image that contains this code; defined by the linker.
 extern "C" __attribute__((visibility("hidden"))) const ElfW(Ehdr) __ehdr_start;  // NOLINT
 
 namespace larder::platform {
@@ -40,9 +40,9 @@ bool IsForThisMachine(const ElfW(Ehdr) & header) {
          header.e_phentsize == sizeof(ElfW(Phdr));
 }
 
-// Whether all that the loader would map is in the file: the loader itself doesn't look, and the
-// process would end at the first touch of a page that isn't there.
-bool IsWhole(int descriptor, const ElfW(Ehdr) & header, std::uint64_t size) {
+// Whether the file contains everything that the loader would map. The loader doesn't check this,
+// and the first access to a missing page would end the process.
+bool IsComplete(int descriptor, const ElfW(Ehdr) & header, std::uint64_t size) {
   for (std::uint64_t i = 0; i < header.e_phnum; ++i) {
     ElfW(Phdr) segment{};
     if (!ReadAt(descriptor, header.e_phoff + i * sizeof(segment), segment)) return false;
@@ -52,7 +52,7 @@ bool IsWhole(int descriptor, const ElfW(Ehdr) & header, std::uint64_t size) {
   return header.e_phnum > 0;
 }
 
-// Why the file at a path is no image that can be loaded; kSuccess when it looks like one.
+// Why the file at a path can't be loaded; kSuccess if it looks like a module.
 Code ExamineImage(const std::string& path) {
   struct stat status {};
   if (stat(path.c_str(), &status) != 0)
@@ -63,18 +63,19 @@ Code ExamineImage(const std::string& path) {
   if (!file.IsOpen() || fstat(file.Get(), &status) != 0) return CodeFromErrno(errno);
   ElfW(Ehdr) header{};
   if (!ReadAt(file.Get(), 0, header) || !IsForThisMachine(header)) return kBadExeFormat;
-  const bool whole = IsWhole(file.Get(), header, static_cast<std::uint64_t>(status.st_size));
-  return whole ? kSuccess : kBadExeFormat;
+  const bool isComplete =
+      IsComplete(file.Get(), header, static_cast<std::uint64_t>(status.st_size));
+  return isComplete ? kSuccess : kBadExeFormat;
 }
 
-// The loader tells only in words which image it stumbled over and whether a symbol was wanting;
-// these words, unlike its others, are the same in every language. Read after a failed dlopen alone.
+// Only the loader's message says which image it couldn't load and whether a symbol was missing.
+// These parts of the message are the same in every language. To be called after a failed dlopen.
 Code ReasonOfFailure(bool examined) {
-  const char* words = dlerror();
-  const std::string_view text = words == nullptr ? "" : words;
+  const char* message = dlerror();
+  const std::string_view text = message == nullptr ? "" : message;
   const auto holds = [text](const char* part) { return text.find(part) != std::string_view::npos; };
   if (holds(": undefined symbol: ") || holds(": version `")) return kProcedureNotFound;
-  // A bare name was searched for, so the path of what was found stands nowhere else.
+  // A bare name was searched for, so only the message has the path of what was found.
   if (!examined && !text.empty() && text.front() == '/') {
     const Code code = ExamineImage(std::string(text.substr(0, text.find(": "))));
     if (code != kSuccess) return code;
@@ -88,7 +89,7 @@ Code OpenModule(const WideString& path, ModuleHandle& module) {
   module = nullptr;
   std::string native;
   if (const Code code = NativePath(path, native); code != kSuccess) return code;
-  if (native.empty()) return kModuleNotFound;  // for dlopen it is the program itself
+  if (native.empty()) return kModuleNotFound;  // dlopen would return the program itself
   const bool isPath = native.find('/') != std::string::npos;
   if (isPath) {
     if (const Code code = ExamineImage(native); code != kSuccess) return code;
@@ -107,7 +108,7 @@ Symbol FindSymbol(ModuleHandle module, const char* name) noexcept {
   if (module == nullptr || name == nullptr) return nullptr;
   void* symbol = dlsym(NativeModule(module), name);
   if (symbol == nullptr) return nullptr;
-  // dlsym looks through the module's dependencies as well, whose exports aren't the module's.
+  // dlsym searches the module's dependencies too, whose exports aren't the module's own.
   Dl_info unused{};
   void* owner = nullptr;
   void* self = nullptr;

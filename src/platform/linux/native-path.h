@@ -12,8 +12,8 @@ namespace larder::platform {
 // kInvalidName for a path with a NUL in it.
 [[nodiscard]] Code NativePath(WideView path, std::string& native);
 
-// kNoUnicodeTranslation for bytes that are no UTF-8; kInvalidName for a path with a backslash in a
-// name, which would come back as another path.
+// kNoUnicodeTranslation if the path isn't UTF-8; kInvalidName if it has a backslash in a name,
+// since NativePath would return another path for it.
 [[nodiscard]] Code WidePath(const std::string& native, WideString& path);
 
 enum class Dots { kFirst, kAll };
@@ -24,9 +24,10 @@ enum class Dots { kFirst, kAll };
 // The reverse; false for a file name that FileNameOf doesn't return.
 [[nodiscard]] bool NameOfFile(std::string_view fileName, Dots escaped, WideString& name);
 
-// The directory that stands for "/" where this library lays down things of its own (the registry),
-// from the environment variable LARDER_ROOT; without a slash at its end, so empty for "/" itself.
-// Read anew each time, and ignored in a program that runs with raised rights.
+// The directory that is used in place of "/" for the library's own folders: the registry, the
+// events and the common folders. It is the value of the environment variable LARDER_ROOT, without a
+// trailing slash; so it is empty for "/" itself. The variable is read by each call, and ignored in
+// a program that runs with raised privileges.
 [[nodiscard]] std::string MachineRoot();
 
 }  // namespace larder::platform

@@ -20,17 +20,23 @@
 #include "platform/linux/native-path.h"
 #include "platform/linux/upper-case.h"
 
-// The machine hive is the directory etc/larder/registry below the machine root: a directory for
-// each key, and in it a file for each value. File names are the names in UTF-8, with some bytes as
-// "%" and two hexadecimal digits; see FileNameOf. A value's file holds a ValueHead and then the
-// data. It is written under a name of its own beside its place and then renamed, so a reader never
-// sees a part. Symbolic links below the hive are neither keys nor values, and nothing here follows
-// one.
+// The machine hive is the directory etc/larder/registry below the machine root. A key is a
+// directory, and a value is a file in it that contains a ValueHeader and the data. They are named
+// by FileNameOf; values have the suffix ".value" in addition. File names of keys contain no dots,
+// so they can't end like a value's, and no name starts with a dot, as temporary files do.
+//
+// Names are compared without case, but file names are not. So an operation tries the given spelling
+// first, and reads the directory for another one if there is no such file.
+//
+// A value is written to a temporary file, which is then renamed: a reader sees the old value or the
+// new one, also after a crash. An open key is an O_PATH descriptor, with which all operations
+// start, so they work on the same key even if another one takes its place. Symbolic links below the
+// hive are neither keys nor values, and none is followed.
 
 namespace larder::platform {
 
 struct RegistryKeyObject {
-  FileDescriptor directory;  // opened as a place only (O_PATH)
+  FileDescriptor directory;  // O_PATH
   std::uint32_t access;
 };
 
@@ -41,8 +47,8 @@ constexpr std::uint32_t kNotify = 0x10;
 constexpr std::uint32_t kReadRights = kKeyQueryValue | kKeyEnumerateSubKeys | kNotify;
 constexpr std::uint32_t kWriteRights = kKeySetValue | kKeyCreateSubKey | kDelete;
 
-constexpr std::string_view kValueEnd = ".value";
-constexpr int kPlaceFlags = O_PATH | O_DIRECTORY | O_CLOEXEC;
+constexpr std::string_view kValueSuffix = ".value";
+constexpr int kDirectoryFlags = O_PATH | O_DIRECTORY | O_CLOEXEC;
 
 enum class EntryKind { kKey, kValue, kOther };
 
@@ -53,19 +59,19 @@ Dots EscapedDots(EntryKind kind) { return kind == EntryKind::kKey ? Dots::kAll :
 
 std::string FileNameOf(WideView name, EntryKind kind) {
   const std::string fileName = FileNameOf(name, EscapedDots(kind));
-  return kind == EntryKind::kValue ? fileName + std::string(kValueEnd) : fileName;
+  return kind == EntryKind::kValue ? fileName + std::string(kValueSuffix) : fileName;
 }
 
-// False for a file name that FileNameOf doesn't make.
+// False for a file name that FileNameOf doesn't return.
 bool NameOfFile(std::string_view fileName, EntryKind kind, WideString& name) {
   if (kind == EntryKind::kValue) {
-    if (!fileName.ends_with(kValueEnd)) return false;
-    fileName.remove_suffix(kValueEnd.size());
+    if (!fileName.ends_with(kValueSuffix)) return false;
+    fileName.remove_suffix(kValueSuffix.size());
   }
   return NameOfFile(fileName, EscapedDots(kind), name);
 }
 
-// ---- What is in a directory ----
+// ---- Entries of a directory ----
 
 struct Entry {
   std::string fileName;
@@ -102,7 +108,7 @@ struct StoredName {
   }
 };
 
-// The keys or the values in a directory, in the registry's order.
+// The keys or the values in a directory, sorted by name without case.
 Code ListNames(int directory, EntryKind kind, std::vector<StoredName>& names) {
   std::vector<Entry> entries;
   if (const Code code = ReadEntries(directory, entries); code != kSuccess) return code;
@@ -117,7 +123,7 @@ Code ListNames(int directory, EntryKind kind, std::vector<StoredName>& names) {
   return kSuccess;
 }
 
-// The file name of a key or value that is stored under another spelling of the name.
+// The file name of the key or value whose name differs from the given one in case only.
 Code FindSpelling(int directory, WideView name, EntryKind kind, std::string& fileName) {
   std::vector<StoredName> names;
   if (const Code code = ListNames(directory, kind, names); code != kSuccess) return code;
@@ -130,7 +136,7 @@ Code FindSpelling(int directory, WideView name, EntryKind kind, std::string& fil
   return kFileNotFound;
 }
 
-Code GiveName(int directory, EntryKind kind, std::uint32_t index, LarderWideChar* name,
+Code CopyName(int directory, EntryKind kind, std::uint32_t index, LarderWideChar* name,
               std::uint32_t& length) {
   if (name == nullptr) return kInvalidParameter;
   std::vector<StoredName> names;
@@ -157,20 +163,20 @@ std::vector<WideView> LevelsOf(WideView path) {
   return levels;
 }
 
-Code OpenPlace(int parent, const std::string& fileName, FileDescriptor& place) {
-  FileDescriptor opened(openat(parent, fileName.c_str(), kPlaceFlags | O_NOFOLLOW));
+Code OpenDirectory(int parent, const std::string& fileName, FileDescriptor& directory) {
+  FileDescriptor opened(openat(parent, fileName.c_str(), kDirectoryFlags | O_NOFOLLOW));
   if (!opened.IsOpen())
     return errno == ENOTDIR || errno == ELOOP ? kRegistryCorrupt : CodeFromErrno(errno);
-  place = std::move(opened);
+  directory = std::move(opened);
   return kSuccess;
 }
 
 Code OpenHive(FileDescriptor& hive) {
-  hive = FileDescriptor(open((MachineRoot() + "/etc/larder/registry").c_str(), kPlaceFlags));
+  hive = FileDescriptor(open((MachineRoot() + "/etc/larder/registry").c_str(), kDirectoryFlags));
   return hive.IsOpen() ? kSuccess : CodeFromErrno(errno);
 }
 
-Code MakeHive(FileDescriptor& hive) {
+Code CreateHive(FileDescriptor& hive) {
   if (const Code code = OpenHive(hive); code != kFileNotFound) return code;
   std::string path = MachineRoot();
   for (const char* level : {"/etc", "/larder", "/registry"}) {
@@ -180,57 +186,63 @@ Code MakeHive(FileDescriptor& hive) {
   return OpenHive(hive);
 }
 
-Code OpenLevel(int parent, WideView name, FileDescriptor& place, std::string& fileName) {
+Code OpenLevel(int parent, WideView name, FileDescriptor& directory, std::string& fileName) {
   fileName = FileNameOf(name, EntryKind::kKey);
-  Code code = OpenPlace(parent, fileName, place);
+  Code code = OpenDirectory(parent, fileName, directory);
   if (code != kFileNotFound) return code;
   code = FindSpelling(parent, name, EntryKind::kKey, fileName);
-  return code == kSuccess ? OpenPlace(parent, fileName, place) : code;
+  return code == kSuccess ? OpenDirectory(parent, fileName, directory) : code;
 }
 
-Code MakeLevel(int parent, WideView name, FileDescriptor& place, std::string& fileName) {
-  if (const Code code = OpenLevel(parent, name, place, fileName); code != kFileNotFound)
+Code CreateLevel(int parent, WideView name, FileDescriptor& directory, std::string& fileName) {
+  if (const Code code = OpenLevel(parent, name, directory, fileName); code != kFileNotFound)
     return code;
   fileName = FileNameOf(name, EntryKind::kKey);
   if (mkdirat(parent, fileName.c_str(), 0755) != 0 && errno != EEXIST) return CodeFromErrno(errno);
-  return OpenPlace(parent, fileName, place);
+  return OpenDirectory(parent, fileName, directory);
 }
 
-using LevelStep = Code (*)(int parent, WideView name, FileDescriptor& place, std::string& fileName);
+using LevelStep = Code (*)(int parent, WideView name, FileDescriptor& directory,
+                           std::string& fileName);
 
-// Goes down from a place, level by level.
-Code Descend(FileDescriptor& place, const WideView* level, const WideView* end, LevelStep step) {
+// Replaces directory by the one that the levels lead to from it.
+Code Descend(FileDescriptor& directory, const WideView* level, const WideView* end,
+             LevelStep step) {
   std::string fileName;
   for (; level != end; ++level) {
     FileDescriptor next;
-    if (const Code code = step(place.Get(), *level, next, fileName); code != kSuccess) return code;
-    place = std::move(next);
+    if (const Code code = step(directory.Get(), *level, next, fileName); code != kSuccess)
+      return code;
+    directory = std::move(next);
   }
   return kSuccess;
 }
 
-bool Allows(int place, int mode) { return faccessat(place, ".", mode | X_OK, AT_EACCESS) == 0; }
+bool Allows(int directory, int mode) {
+  return faccessat(directory, ".", mode | X_OK, AT_EACCESS) == 0;
+}
 
-Code CheckAccess(int place, std::uint32_t access) {
-  if ((access & kReadRights) != 0 && !Allows(place, R_OK)) return kAccessDenied;
-  if ((access & kWriteRights) != 0 && !Allows(place, W_OK)) return kAccessDenied;
+Code CheckAccess(int directory, std::uint32_t access) {
+  if ((access & kReadRights) != 0 && !Allows(directory, R_OK)) return kAccessDenied;
+  if ((access & kWriteRights) != 0 && !Allows(directory, W_OK)) return kAccessDenied;
   return kSuccess;
 }
 
-Code OpenKey(const WideString& path, std::uint32_t access, bool make, RegistryKey& key) {
+Code OpenKey(const WideString& path, std::uint32_t access, bool create, RegistryKey& key) {
   key = nullptr;
   if (HasNul(path)) return kInvalidParameter;
-  FileDescriptor place;
-  Code code = make ? MakeHive(place) : OpenHive(place);
+  FileDescriptor directory;
+  Code code = create ? CreateHive(directory) : OpenHive(directory);
   if (code != kSuccess) return code;
   const std::vector<WideView> levels = LevelsOf(path);
-  code = Descend(place, levels.data(), levels.data() + levels.size(), make ? MakeLevel : OpenLevel);
-  if (code == kSuccess) code = CheckAccess(place.Get(), access);
-  if (code == kSuccess) key = new RegistryKeyObject{std::move(place), access};
+  code = Descend(directory, levels.data(), levels.data() + levels.size(),
+                 create ? CreateLevel : OpenLevel);
+  if (code == kSuccess) code = CheckAccess(directory.Get(), access);
+  if (code == kSuccess) key = new RegistryKeyObject{std::move(directory), access};
   return code;
 }
 
-// Whether an operation that needs a right may go on.
+// Whether the key is valid and has the right that an operation needs.
 Code CheckKey(RegistryKey key, std::uint32_t right) {
   if (key == nullptr) return kInvalidHandle;
   if ((key->access & right) != right) return kAccessDenied;
@@ -250,59 +262,59 @@ enum class Subkeys { kRefuse, kRemove };
 
 Code RemoveKeyAt(int parent, const std::string& fileName, Subkeys subkeys);
 
-Code RemoveContents(int place, Subkeys subkeys) {
+Code RemoveContents(int directory, Subkeys subkeys) {
   std::vector<Entry> entries;
-  if (const Code code = ReadEntries(place, entries); code != kSuccess) return code;
+  if (const Code code = ReadEntries(directory, entries); code != kSuccess) return code;
   const auto isKey = [](const Entry& entry) { return entry.kind == EntryKind::kKey; };
   if (subkeys == Subkeys::kRefuse && std::any_of(entries.begin(), entries.end(), isKey))
     return kAccessDenied;
   for (const Entry& entry : entries) {
     Code code = kSuccess;
     if (isKey(entry))
-      code = RemoveKeyAt(place, entry.fileName, subkeys);
-    else if (unlinkat(place, entry.fileName.c_str(), 0) != 0)
+      code = RemoveKeyAt(directory, entry.fileName, subkeys);
+    else if (unlinkat(directory, entry.fileName.c_str(), 0) != 0)
       code = CodeFromErrno(errno);
-    // Somebody else may be removing as well.
+    // Another process may be removing the key too.
     if (code != kSuccess && code != kFileNotFound) return code;
   }
   return kSuccess;
 }
 
 Code RemoveKeyAt(int parent, const std::string& fileName, Subkeys subkeys) {
-  FileDescriptor place;
-  if (const Code code = OpenPlace(parent, fileName, place); code != kSuccess) return code;
-  // Asked first, so that a key that can't go keeps its values.
-  if (!Allows(parent, W_OK) || !Allows(place.Get(), R_OK | W_OK)) return kAccessDenied;
+  FileDescriptor directory;
+  if (const Code code = OpenDirectory(parent, fileName, directory); code != kSuccess) return code;
+  // Checked first, so that a key that can't be removed keeps its values.
+  if (!Allows(parent, W_OK) || !Allows(directory.Get(), R_OK | W_OK)) return kAccessDenied;
   for (;;) {
-    if (const Code code = RemoveContents(place.Get(), subkeys); code != kSuccess) return code;
+    if (const Code code = RemoveContents(directory.Get(), subkeys); code != kSuccess) return code;
     if (unlinkat(parent, fileName.c_str(), AT_REMOVEDIR) == 0) return kSuccess;
-    // Not empty: something was stored there in the meantime, which goes with the key.
+    // Something was stored in the key meanwhile; it is removed too.
     if (errno != ENOTEMPTY && errno != EEXIST) return CodeFromErrno(errno);
   }
 }
 
-Code RemoveKeyBelow(FileDescriptor place, const WideString& path, Subkeys subkeys) {
+Code RemoveKeyBelow(FileDescriptor directory, const WideString& path, Subkeys subkeys) {
   const std::vector<WideView> levels = LevelsOf(path);
   if (levels.empty() || HasNul(path)) return kInvalidParameter;
   const WideView* last = &levels.back();
-  if (const Code code = Descend(place, levels.data(), last, OpenLevel); code != kSuccess)
+  if (const Code code = Descend(directory, levels.data(), last, OpenLevel); code != kSuccess)
     return code;
   FileDescriptor key;
   std::string fileName;
-  const Code code = OpenLevel(place.Get(), *last, key, fileName);
-  return code == kSuccess ? RemoveKeyAt(place.Get(), fileName, subkeys) : code;
+  const Code code = OpenLevel(directory.Get(), *last, key, fileName);
+  return code == kSuccess ? RemoveKeyAt(directory.Get(), fileName, subkeys) : code;
 }
 
 // ---- Values ----
 
-struct ValueHead {
+struct ValueHeader {
   std::uint32_t type;
   std::uint32_t size;  // bytes of data that follow
 };
 
 constexpr std::string_view kMagic = "LRV1";
-constexpr std::size_t kHeadSize = 12;  // the magic, type and size, little-endian
-using HeadBytes = std::array<unsigned char, kHeadSize>;
+constexpr std::size_t kHeaderSize = 12;  // the magic, type and size, little-endian
+using HeaderBytes = std::array<unsigned char, kHeaderSize>;
 
 void PutNumber(unsigned char* bytes, std::uint32_t number) {
   for (int i = 0; i < 4; ++i) bytes[i] = static_cast<unsigned char>(number >> 8 * i);
@@ -314,7 +326,7 @@ std::uint32_t GetNumber(const unsigned char* bytes) {
   return number;
 }
 
-// Fewer bytes than asked for only at the end of the file.
+// kRegistryCorrupt if the file ends before that.
 Code ReadBytes(int file, void* data, std::size_t size) {
   auto* next = static_cast<char*>(data);
   while (size > 0) {
@@ -331,25 +343,25 @@ Code ReadBytes(int file, void* data, std::size_t size) {
 Code WriteBytes(int file, const void* data, std::size_t size) {
   const auto* next = static_cast<const char*>(data);
   while (size > 0) {
-    const ssize_t put = write(file, next, size);
-    if (put < 0 && errno == EINTR) continue;
-    if (put < 0) return CodeFromErrno(errno);
-    next += put;
-    size -= static_cast<std::size_t>(put);
+    const ssize_t written = write(file, next, size);
+    if (written < 0 && errno == EINTR) continue;
+    if (written < 0) return CodeFromErrno(errno);
+    next += written;
+    size -= static_cast<std::size_t>(written);
   }
   return kSuccess;
 }
 
-Code ReadHead(int file, ValueHead& head) {
+Code ReadHeader(int file, ValueHeader& header) {
   struct stat status {};
   if (fstat(file, &status) != 0) return CodeFromErrno(errno);
   if (!S_ISREG(status.st_mode)) return kRegistryCorrupt;
-  HeadBytes bytes;
+  HeaderBytes bytes;
   if (const Code code = ReadBytes(file, bytes.data(), bytes.size()); code != kSuccess) return code;
-  head = {GetNumber(&bytes[4]), GetNumber(&bytes[8])};
-  const bool isWhole = std::memcmp(bytes.data(), kMagic.data(), kMagic.size()) == 0 &&
-                       status.st_size == static_cast<off_t>(kHeadSize) + off_t{head.size};
-  return isWhole ? kSuccess : kRegistryCorrupt;
+  header = {GetNumber(&bytes[4]), GetNumber(&bytes[8])};
+  const bool isComplete = std::memcmp(bytes.data(), kMagic.data(), kMagic.size()) == 0 &&
+                          status.st_size == static_cast<off_t>(kHeaderSize) + off_t{header.size};
+  return isComplete ? kSuccess : kRegistryCorrupt;
 }
 
 Code OpenValueFile(int directory, const std::string& fileName, FileDescriptor& file) {
@@ -367,8 +379,8 @@ Code OpenValue(int directory, WideView name, FileDescriptor& file) {
   return code == kSuccess ? OpenValueFile(directory, fileName, file) : code;
 }
 
-// The file name that a value has, or is to have when there is none.
-Code PlaceValue(int directory, WideView name, std::string& fileName) {
+// The file name of a value, whether the value exists or not.
+Code FindValueFileName(int directory, WideView name, std::string& fileName) {
   fileName = FileNameOf(name, EntryKind::kValue);
   struct stat status {};
   if (fstatat(directory, fileName.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0) return kSuccess;
@@ -377,17 +389,17 @@ Code PlaceValue(int directory, WideView name, std::string& fileName) {
   return code == kFileNotFound ? kSuccess : code;
 }
 
-// A new file beside the place that it is for; gone again unless it gets there.
+// A new file in the directory; removed by the destructor unless it was renamed.
 class TemporaryFile {
  public:
-  explicit TemporaryFile(int directoryPlace) : directory(directoryPlace) {}
+  explicit TemporaryFile(int keyDirectory) : directory(keyDirectory) {}
   TemporaryFile(const TemporaryFile&) = delete;
   TemporaryFile& operator=(const TemporaryFile&) = delete;
   ~TemporaryFile() {
-    if (file.IsOpen() && !arrived) unlinkat(directory, name.c_str(), 0);
+    if (file.IsOpen() && !isRenamed) unlinkat(directory, name.c_str(), 0);
   }
 
-  Code Make() {
+  Code Create() {
     static std::atomic<std::uint64_t> count{0};
     constexpr int kFlags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
     do {
@@ -401,29 +413,29 @@ class TemporaryFile {
     return WriteBytes(file.Get(), data, size);
   }
 
-  Code MoveTo(const std::string& fileName) {
+  Code RenameTo(const std::string& fileName) {
     if (fsync(file.Get()) != 0) return CodeFromErrno(errno);
-    arrived = renameat(directory, name.c_str(), directory, fileName.c_str()) == 0;
-    return arrived ? kSuccess : CodeFromErrno(errno);
+    isRenamed = renameat(directory, name.c_str(), directory, fileName.c_str()) == 0;
+    return isRenamed ? kSuccess : CodeFromErrno(errno);
   }
 
  private:
   int directory;
   std::string name;
   FileDescriptor file;
-  bool arrived = false;
+  bool isRenamed = false;
 };
 
-Code StoreValue(int directory, const std::string& fileName, ValueHead head, const void* data) {
-  HeadBytes bytes;
+Code StoreValue(int directory, const std::string& fileName, ValueHeader header, const void* data) {
+  HeaderBytes bytes;
   std::memcpy(bytes.data(), kMagic.data(), kMagic.size());
-  PutNumber(&bytes[4], head.type);
-  PutNumber(&bytes[8], head.size);
+  PutNumber(&bytes[4], header.type);
+  PutNumber(&bytes[8], header.size);
   TemporaryFile file(directory);
-  Code code = file.Make();
+  Code code = file.Create();
   if (code == kSuccess) code = file.Write(bytes.data(), bytes.size());
-  if (code == kSuccess) code = file.Write(data, head.size);
-  return code == kSuccess ? file.MoveTo(fileName) : code;
+  if (code == kSuccess) code = file.Write(data, header.size);
+  return code == kSuccess ? file.RenameTo(fileName) : code;
 }
 
 }  // namespace
@@ -443,15 +455,15 @@ Code QueryRegistryValue(RegistryKey key, const WideString& name, std::uint32_t& 
   Code code = CheckKey(key, kKeyQueryValue, name);
   if (code != kSuccess) return code;
   FileDescriptor file;
-  ValueHead head{};
+  ValueHeader header{};
   code = OpenValue(key->directory.Get(), name, file);
-  if (code == kSuccess) code = ReadHead(file.Get(), head);
+  if (code == kSuccess) code = ReadHeader(file.Get(), header);
   if (code != kSuccess) return code;
-  if (data != nullptr && head.size > size) code = kMoreData;
-  if (data != nullptr && head.size <= size) code = ReadBytes(file.Get(), data, head.size);
+  if (data != nullptr && header.size > size) code = kMoreData;
+  if (data != nullptr && header.size <= size) code = ReadBytes(file.Get(), data, header.size);
   if (code != kSuccess && code != kMoreData) return code;
-  type = head.type;
-  size = head.size;
+  type = header.type;
+  size = header.size;
   return code;
 }
 
@@ -461,7 +473,7 @@ Code SetRegistryValue(RegistryKey key, const WideString& name, std::uint32_t typ
   if (code != kSuccess) return code;
   if (data == nullptr && size > 0) return kInvalidParameter;
   std::string fileName;
-  code = PlaceValue(key->directory.Get(), name, fileName);
+  code = FindValueFileName(key->directory.Get(), name, fileName);
   return code == kSuccess ? StoreValue(key->directory.Get(), fileName, {type, size}, data) : code;
 }
 
@@ -480,14 +492,14 @@ Code RegistrySubkeyName(RegistryKey key, std::uint32_t index, LarderWideChar* na
                         std::uint32_t& length) {
   const Code code = CheckKey(key, kKeyEnumerateSubKeys);
   if (code != kSuccess) return code;
-  return GiveName(key->directory.Get(), EntryKind::kKey, index, name, length);
+  return CopyName(key->directory.Get(), EntryKind::kKey, index, name, length);
 }
 
 Code RegistryValueName(RegistryKey key, std::uint32_t index, LarderWideChar* name,
                        std::uint32_t& length) {
   const Code code = CheckKey(key, kKeyQueryValue);
   if (code != kSuccess) return code;
-  return GiveName(key->directory.Get(), EntryKind::kValue, index, name, length);
+  return CopyName(key->directory.Get(), EntryKind::kValue, index, name, length);
 }
 
 Code RemoveRegistryTree(const WideString& path) {
@@ -497,11 +509,11 @@ Code RemoveRegistryTree(const WideString& path) {
 }
 
 Code RemoveRegistryKey(RegistryKey parent, const WideString& name) {
-  // As on Windows, the rights that the parent was opened with don't matter here.
+  // As on Windows, the access that the parent was opened for doesn't matter.
   if (const Code code = CheckKey(parent, 0); code != kSuccess) return code;
-  FileDescriptor place(fcntl(parent->directory.Get(), F_DUPFD_CLOEXEC, 0));
-  if (!place.IsOpen()) return CodeFromErrno(errno);
-  return RemoveKeyBelow(std::move(place), name, Subkeys::kRefuse);
+  FileDescriptor directory(fcntl(parent->directory.Get(), F_DUPFD_CLOEXEC, 0));
+  if (!directory.IsOpen()) return CodeFromErrno(errno);
+  return RemoveKeyBelow(std::move(directory), name, Subkeys::kRefuse);
 }
 
 }  // namespace larder::platform

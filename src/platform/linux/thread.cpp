@@ -14,10 +14,10 @@ namespace {
 
 struct ThreadObject final : KernelObject {
   ~ThreadObject() override {
-    if (isOurs) pthread_detach(thread);
+    if (isJoinable) pthread_detach(thread);
   }
   pthread_t thread{};
-  bool isOurs = false;  // to be joined or detached
+  bool isJoinable = false;
 };
 
 struct Task {
@@ -31,8 +31,8 @@ void* RunTask(void* given) noexcept {
   return nullptr;
 }
 
-// All that a thread can be sent. A fault of its own isn't sent: the process would end then with the
-// program's handler for it unheard.
+// All signals but those of a thread's own faults: if such a signal is blocked when the fault
+// occurs, the system ends the process without calling the program's handler.
 sigset_t SentSignals() {
   sigset_t signals;
   sigfillset(&signals);
@@ -41,8 +41,8 @@ sigset_t SentSignals() {
   return signals;
 }
 
-// A thread begins with its maker's mask, so that there is no moment in which the program's signal
-// handlers could run on it.
+// A new thread inherits the signal mask of its creator, so the signals are blocked before it
+// starts.
 Code StartWithSignalsBlocked(pthread_t& thread, Task* task) {
   const sigset_t signals = SentSignals();
   sigset_t before;
@@ -63,16 +63,16 @@ Code StartThread(void (*body)(void* argument), void* argument, Handle& thread) n
   const Code code = StartWithSignalsBlocked(object->thread, task.get());
   if (code != kSuccess) return code;
   static_cast<void>(task.release());
-  object->isOurs = true;
+  object->isJoinable = true;
   thread = object.release();
   return kSuccess;
 }
 
 void WaitForThread(Handle thread) noexcept {
   auto* object = ObjectOf<ThreadObject>(thread);
-  if (object == nullptr || !object->isOurs) return;
+  if (object == nullptr || !object->isJoinable) return;
   pthread_join(object->thread, nullptr);
-  object->isOurs = false;
+  object->isJoinable = false;
 }
 
 }  // namespace larder::platform

@@ -2,8 +2,6 @@
 
 namespace larder::platform {
 
-// The system has no trace facility of this form: nobody can be registered with it, and no session
-// is ever open.
 Code RegisterTrace(TraceControlFunction, void*, const Guid&, std::uint64_t&) noexcept {
   return kNotSupported;
 }

@@ -1,4 +1,4 @@
-// Names without case.
+// Upper-case forms, for comparing names without case.
 #pragma once
 
 #include <locale.h>
@@ -8,8 +8,8 @@
 
 namespace larder::platform {
 
-// Unit by unit, so that a name keeps its length. The locale's table is fetched for the first unit
-// that needs it.
+// Converts each unit by itself, so that a name keeps its length. The locale is loaded when a unit
+// beyond ASCII first needs it.
 class UpperCase {
  public:
   UpperCase() = default;
@@ -29,12 +29,12 @@ class UpperCase {
   LarderWideChar Of(LarderWideChar unit) {
     if (unit < 0x80) return static_cast<LarderWideChar>(unit - (unit >= u'a' && unit <= u'z') * 32);
     const bool isSurrogate = unit >= 0xD800 && unit < 0xE000;
-    if (isSurrogate || !FetchTable()) return unit;
+    if (isSurrogate || !LoadTable()) return unit;
     const wint_t upper = towupper_l(unit, table);
     return upper > 0xFFFF ? unit : static_cast<LarderWideChar>(upper);
   }
 
-  bool FetchTable() {
+  bool LoadTable() {
     if (!tried) table = newlocale(LC_CTYPE_MASK, "C.UTF-8", locale_t{});
     tried = true;
     return table != locale_t{};

@@ -21,7 +21,7 @@ BCRYPT_ALG_HANDLE OpenAlgorithm(const wchar_t* name) noexcept {
   return BCryptOpenAlgorithmProvider(&algorithm, name, nullptr, 0) == 0 ? algorithm : nullptr;
 }
 
-// How many bytes go at once, since the system counts in 32 bits.
+// Bytes in one call; the system counts them in 32 bits.
 constexpr std::size_t kMaxHashBlock = 0x40000000;
 
 }  // namespace
@@ -46,8 +46,9 @@ AutoDigestLibrary OpenDigestLibrary() noexcept {
   AutoDigestLibrary library(new (std::nothrow) DigestLibrary);
   if (library == nullptr) return nullptr;
   const auto& algorithms = library->algorithms;
-  const bool isWhole = std::find(algorithms.begin(), algorithms.end(), nullptr) == algorithms.end();
-  return isWhole ? std::move(library) : nullptr;
+  const bool isComplete =
+      std::find(algorithms.begin(), algorithms.end(), nullptr) == algorithms.end();
+  return isComplete ? std::move(library) : nullptr;
 }
 
 void DigestCloser::operator()(Digest* digest) const noexcept { BCryptDestroyHash(digest); }
@@ -60,7 +61,7 @@ AutoDigest StartDigest(const DigestLibrary& library, DigestKind kind) noexcept {
 }
 
 bool AddToDigest(Digest& digest, const void* bytes, std::size_t size) noexcept {
-  // The system reads them only, whatever its parameter's type says.
+  // The system only reads the bytes, although its parameter isn't const.
   auto* next = static_cast<UCHAR*>(const_cast<void*>(bytes));
   while (size > 0) {
     const std::size_t count = std::min(size, kMaxHashBlock);

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 
+#include "platform/windows/last-error.h"
 #include "platform/windows/native-handle.h"
 
 namespace larder::platform {

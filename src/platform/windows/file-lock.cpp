@@ -2,7 +2,9 @@
 
 #include <windows.h>
 
+#include "platform/windows/last-error.h"
 #include "platform/windows/native-handle.h"
+#include "platform/windows/native-path.h"
 
 namespace larder::platform {
 
@@ -11,7 +13,7 @@ Code OpenLockFile(const WideString& path, Handle& file) {
 }
 
 Code TryLockFile(Handle file) noexcept {
-  OVERLAPPED place{};  // the first byte, whether it is there or not
+  OVERLAPPED place{};  // the first byte, even if the file is empty
   constexpr DWORD kFlags = LOCKFILE_EXCLUSIVE_LOCK | LOCKFILE_FAIL_IMMEDIATELY;
   if (LockFileEx(Native(file), kFlags, 0, 1, 0, &place) != FALSE) return kSuccess;
   const DWORD error = GetLastError();

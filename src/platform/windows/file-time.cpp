@@ -6,6 +6,7 @@
 
 #include "platform/scoped-handle.h"
 #include "platform/windows/native-handle.h"
+#include "platform/windows/native-path.h"
 
 namespace larder::platform {
 namespace {

@@ -26,14 +26,14 @@ struct CloseLibrary {
   void operator()(HMODULE library) const noexcept { FreeLibrary(library); }
 };
 
-// A part of the shell, loaded for one call only: it brings half of the system with it, and handles
-// and a thread of its own, which a host that never asks for a folder needn't bear.
-class ShellPart {
+// A library of the shell, loaded for one call only: it loads many others, and creates handles and a
+// thread, which a host that never needs it shouldn't have.
+class ShellLibrary {
  public:
-  explicit ShellPart(const wchar_t* name)
+  explicit ShellLibrary(const wchar_t* name)
       : library(LoadLibraryExW(name, nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32)) {}
 
-  // Null if it can't be had; the last error tells why.
+  // Null on failure; the last error says why.
   template <typename Function>
   Function* Find(const char* name) const {
     if (!library) return nullptr;
@@ -46,14 +46,14 @@ class ShellPart {
 };
 
 HRESULT ShellFolderPath(int number, wchar_t* path) {
-  const ShellPart shell(L"shell32.dll");
+  const ShellLibrary shell(L"shell32.dll");
   const auto function = shell.Find<decltype(SHGetFolderPathW)>("SHGetFolderPathW");
   if (function == nullptr) return HRESULT_FROM_WIN32(LastError());
   return function(nullptr, number, nullptr, 0, path);
 }
 
-// A folder with any reparse point isn't where its entries lie. A file's may be about nothing but
-// how the file is stored; only a surrogate stands for another one.
+// A folder with any reparse point may have its entries elsewhere. The reparse point of a file may
+// only describe how the file is stored, unless it is a surrogate, which refers to another file.
 EntryKind KindOf(const WIN32_FIND_DATAW& entry) {
   const DWORD attributes = entry.dwFileAttributes;
   const bool isFolder = (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
@@ -139,7 +139,7 @@ Code ListFolder(const std::string& utf8Path, std::vector<FolderEntry>& entries) 
 }
 
 Code DeleteTree(const LarderWideChar* source) {
-  const ShellPart shell(L"shell32.dll");
+  const ShellLibrary shell(L"shell32.dll");
   const auto function = shell.Find<decltype(SHFileOperationW)>("SHFileOperationW");
   if (function == nullptr) return LastError();
   SHFILEOPSTRUCTW operation{};
@@ -150,7 +150,7 @@ Code DeleteTree(const LarderWideChar* source) {
 }
 
 bool IsFolderEmpty(const WideString& path) {
-  const ShellPart shell(L"shlwapi.dll");
+  const ShellLibrary shell(L"shlwapi.dll");
   const auto function = shell.Find<decltype(PathIsDirectoryEmptyW)>("PathIsDirectoryEmptyW");
   return function != nullptr && function(path.c_str()) != FALSE;
 }

@@ -1,4 +1,4 @@
-// The code of a system call that has just failed.
+// The code of the system call that has just failed.
 #pragma once
 
 #include <windows.h>
@@ -7,7 +7,7 @@
 
 namespace larder::platform {
 
-// Never kSuccess, though some failures leave no code behind.
+// Never kSuccess, even if the call set no code.
 [[nodiscard]] inline Code LastError() noexcept {
   const DWORD code = GetLastError();
   return code != ERROR_SUCCESS ? code : kGeneralFailure;

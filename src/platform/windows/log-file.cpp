@@ -4,7 +4,9 @@
 
 #include <array>
 
+#include "platform/windows/last-error.h"
 #include "platform/windows/native-handle.h"
+#include "platform/windows/native-path.h"
 
 namespace larder::platform {
 

@@ -41,10 +41,10 @@ void CloseModule(ModuleHandle module) noexcept {
 Code HostImagePath(WideString& path) {
   WideString image(MAX_PATH, L'\0');
   for (;;) {
-    const auto room = static_cast<DWORD>(image.size());
-    const DWORD length = GetModuleFileNameW(nullptr, image.data(), room);
+    const auto capacity = static_cast<DWORD>(image.size());
+    const DWORD length = GetModuleFileNameW(nullptr, image.data(), capacity);
     if (length == 0) return LastError();
-    if (length < room) {
+    if (length < capacity) {
       image.resize(length);
       path = std::move(image);
       return kSuccess;

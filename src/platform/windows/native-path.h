@@ -1,16 +1,40 @@
-// Wide paths as the system takes them.
+// Wide paths as the system accepts them, and files opened by them.
 #pragma once
 
+#include <windows.h>
+
 #include "platform/code.h"
+#include "platform/handle.h"
 #include "platform/wide.h"
 
 namespace larder::platform {
 
-// Gives a path that is too long for the system's usual form the prefix that lifts the limit, and
-// the full, plain form that goes with it. kInvalidName for a path with a NUL in it.
+// The path itself, or, if it is too long for the system's usual form, the full path with the prefix
+// that lifts the limit. kInvalidName for a path with a NUL in it.
 [[nodiscard]] Code NativePath(const WideString& path, WideString& native);
 
-// The path as a full one, relative to the current directory otherwise; it may be of any length.
+// The full path; a relative one starts at the current directory. It may have any length.
 [[nodiscard]] Code FullNativePath(const WideString& path, WideString& full);
+
+inline constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+
+// Arguments of CreateFileW.
+struct NativeOpening {
+  DWORD access;
+  DWORD share;
+  DWORD disposition;
+  DWORD flags;
+};
+
+// For reading files and directories without disturbing their other users. A pipe with the given
+// name can't act on behalf of this process.
+inline constexpr DWORD kQuietFlags = FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_SEQUENTIAL_SCAN |
+                                     SECURITY_SQOS_PRESENT | SECURITY_IDENTIFICATION;
+inline constexpr NativeOpening kOpenToRead{GENERIC_READ, kShareAll, OPEN_EXISTING, kQuietFlags};
+inline constexpr NativeOpening kOpenAttributes{FILE_READ_ATTRIBUTES, kShareAll, OPEN_EXISTING,
+                                               kQuietFlags};
+
+// Child processes don't inherit the handle.
+Code OpenNativeFile(const WideString& path, const NativeOpening& how, Handle& file);
 
 }  // namespace larder::platform

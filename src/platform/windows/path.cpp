@@ -47,10 +47,19 @@ Code NativePath(const WideString& path, WideString& native) {
   }
   WideString full;
   if (const Code code = FullNativePath(path, full); code != kSuccess) return code;
-  // A server's share has two backslashes of its own in front.
+  // The path of a network share starts with two backslashes.
   const bool isShare = StartsWith(full, L"\\\\");
   native = isShare ? L"\\\\?\\UNC" + full.substr(1) : L"\\\\?\\" + full;
   return kSuccess;
+}
+
+Code OpenNativeFile(const WideString& path, const NativeOpening& how, Handle& file) {
+  file = InvalidHandle();
+  WideString native;
+  if (const Code code = NativePath(path, native); code != kSuccess) return code;
+  file = reinterpret_cast<Handle>(CreateFileW(native.c_str(), how.access, how.share, nullptr,
+                                              how.disposition, how.flags, nullptr));
+  return file != InvalidHandle() ? kSuccess : LastError();
 }
 
 }  // namespace larder::platform

@@ -11,16 +11,16 @@ Code CodeOf(LSTATUS status) { return static_cast<Code>(status); }
 
 bool HasNul(const WideString& text) { return text.find(L'\0') != WideString::npos; }
 
-// The path without empty levels, which the system refuses in some places and takes in others.
-WideString PlainPath(const WideString& path) {
-  WideString plain;
+// The path without empty levels, which some of the system's calls accept and others don't.
+WideString NormalizedPath(const WideString& path) {
+  WideString normalized;
   for (std::size_t i = 0; i < path.size(); ++i) {
     const bool endsLevel = path[i] == L'\\';
-    if (endsLevel && (plain.empty() || plain.back() == L'\\')) continue;
-    plain.push_back(path[i]);
+    if (endsLevel && (normalized.empty() || normalized.back() == L'\\')) continue;
+    normalized.push_back(path[i]);
   }
-  if (!plain.empty() && plain.back() == L'\\') plain.pop_back();
-  return plain;
+  if (!normalized.empty() && normalized.back() == L'\\') normalized.pop_back();
+  return normalized;
 }
 
 }  // namespace
@@ -30,7 +30,7 @@ Code OpenRegistryKey(const WideString& path, std::uint32_t access, RegistryKey& 
   if (HasNul(path)) return kInvalidParameter;
   HKEY opened = nullptr;
   const LSTATUS status =
-      RegOpenKeyExW(HKEY_LOCAL_MACHINE, PlainPath(path).c_str(), 0, access, &opened);
+      RegOpenKeyExW(HKEY_LOCAL_MACHINE, NormalizedPath(path).c_str(), 0, access, &opened);
   if (status == ERROR_SUCCESS) key = reinterpret_cast<RegistryKey>(opened);
   return CodeOf(status);
 }
@@ -40,7 +40,7 @@ Code MakeRegistryKey(const WideString& path, std::uint32_t access, RegistryKey& 
   if (HasNul(path)) return kInvalidParameter;
   HKEY opened = nullptr;
   const LSTATUS status =
-      RegCreateKeyExW(HKEY_LOCAL_MACHINE, PlainPath(path).c_str(), 0, nullptr,
+      RegCreateKeyExW(HKEY_LOCAL_MACHINE, NormalizedPath(path).c_str(), 0, nullptr,
                       REG_OPTION_NON_VOLATILE, access, nullptr, &opened, nullptr);
   if (status == ERROR_SUCCESS) key = reinterpret_cast<RegistryKey>(opened);
   return CodeOf(status);
@@ -99,19 +99,19 @@ Code RegistryValueName(RegistryKey key, std::uint32_t index, LarderWideChar* nam
   return CodeOf(status);
 }
 
-// The empty path is refused in both: for the system it would be the hive or the parent itself.
+// Both refuse the empty path, which to the system means the hive or the parent itself.
 
 Code RemoveRegistryTree(const WideString& path) {
-  const WideString plain = PlainPath(path);
-  if (plain.empty() || HasNul(plain)) return kInvalidParameter;
-  return CodeOf(RegDeleteTreeW(HKEY_LOCAL_MACHINE, plain.c_str()));
+  const WideString normalized = NormalizedPath(path);
+  if (normalized.empty() || HasNul(normalized)) return kInvalidParameter;
+  return CodeOf(RegDeleteTreeW(HKEY_LOCAL_MACHINE, normalized.c_str()));
 }
 
 Code RemoveRegistryKey(RegistryKey parent, const WideString& name) {
   if (parent == nullptr) return kInvalidHandle;
-  const WideString plain = PlainPath(name);
-  if (plain.empty() || HasNul(plain)) return kInvalidParameter;
-  return CodeOf(RegDeleteKeyExW(Native(parent), plain.c_str(), 0, 0));
+  const WideString normalized = NormalizedPath(name);
+  if (normalized.empty() || HasNul(normalized)) return kInvalidParameter;
+  return CodeOf(RegDeleteKeyExW(Native(parent), normalized.c_str(), 0, 0));
 }
 
 }  // namespace larder::platform

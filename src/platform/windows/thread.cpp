@@ -7,6 +7,7 @@
 #include <memory>
 #include <new>
 
+#include "platform/windows/last-error.h"
 #include "platform/windows/native-handle.h"
 
 namespace larder::platform {

@@ -4,7 +4,7 @@
 
 #include <cstring>
 
-// Its types come from windows.h.
+// Needs the types of windows.h.
 #include <evntrace.h>
 
 namespace larder::platform {
@@ -24,7 +24,7 @@ Code RegisterTrace(TraceControlFunction function, void* context, const Guid& con
   const GUID guid = NativeGuid(control);
   TRACE_GUID_REGISTRATION record{&guid, nullptr};
   TRACEHANDLE handle = 0;
-  // The system's own name of the type differs in the spelling of 32-bit integers only.
+  // WMIDPREQUEST differs only in its names for 32-bit integers.
   const auto callback = reinterpret_cast<WMIDPREQUEST>(reinterpret_cast<void (*)()>(function));
   const ULONG status =
       RegisterTraceGuidsW(callback, context, &guid, 1, &record, nullptr, nullptr, &handle);
