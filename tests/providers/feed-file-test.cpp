@@ -1,58 +1,48 @@
-// The file provider, as the built module, with real files.
-#include <gtest/gtest.h>
+// The file provider, as the built module with real files: its answers, its query module and its
+// store, with the figures that the statistics provider has of it.
+#include <larder/feed-stats.h>
 
+#include <chrono>
+#include <iomanip>
 #include <system_error>
 #include <thread>
-#include <vector>
 
-#include "providers/file-provider-test.h"
-#include "providers/made-image.h"
+#include "common/object-identity.h"
+#include "platform/folder.h"
+#include "providers/provider-test.h"
+#include "testing/environment.h"
+#include "testing/modules.h"
 
 namespace larder {
 namespace {
 
 constexpr std::uint32_t kOptions[] = {LARDER_FEED_FILE_NOW, LARDER_FEED_FILE_STORED,
                                       LARDER_FEED_FILE_AFRESH};
-
-// Three MiB and 17 bytes that repeat with no power of two.
-std::string Pattern() {
-  std::string bytes(3 * 1024 * 1024 + 17, '\0');
-  for (std::size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<char>(i * 7 + i / 251);
-  return bytes;
-}
-
-std::string Hex(const unsigned char* bytes, std::size_t size) {
-  std::string text;
-  for (std::size_t i = 0; i < size; ++i) {
-    text += "0123456789abcdef"[bytes[i] >> 4];
-    text += "0123456789abcdef"[bytes[i] & 15];
-  }
-  return text;
-}
-
 class FeedFile : public FileProviderTest {
  protected:
-  bool HasData(const WideString& path, std::uint64_t lastModified = 0) const {
-    return QueryOf(*provider, Descriptor(path, lastModified)).data != nullptr;
-  }
-  std::string Sha512Of(const WideString& path) const {
-    const auto record = RecordAt<FileDataRecord>(QueryOf(*provider, Descriptor(path)));
-    return Hex(record.fileSHA512, sizeof record.fileSHA512);
-  }
-  std::uint64_t IdOf(const WideString& path) const {
-    return RecordAt<FileDataRecord>(QueryOf(*provider, Descriptor(path))).fileId;
+  static std::uint64_t TimeOf(const WideString& path) {
+    platform::FileInfo info;
+    platform::FileKind kind{};
+    EXPECT_EQ(platform::QueryPathInfo(path, info, kind), platform::kSuccess);
+    return info.lastModified;
   }
 };
 
 // The digests were computed with md5sum, sha1sum, sha256sum, sha384sum and sha512sum.
 TEST_F(FeedFile, AnswersWithTheDigestsOfTheBytes) {
-  DbBuffer block = QueryOf(*provider, Descriptor(MakeFile(LARDER_WIDE("file"), Pattern())));
-  ASSERT_EQ(block.size, 400u);
-  EXPECT_EQ(HeaderOf(block).dataSize, 400u);
-  EXPECT_EQ(HeaderOf(block).providerType, 1);
-  EXPECT_NE(RecordAt<FileDataRecord>(block).fileId, 0u);
-  constexpr std::size_t kImageDigests = offsetof(FileDataRecord, peMD5);
-  EXPECT_EQ(Hex(block.data + 16, kImageDigests - 16),
+  std::string bytes(3 * 1024 * 1024 + 17, '\0');
+  for (std::size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<char>(i * 7 + i / 251);
+  DbBuffer block = QueryOf(*provider, Descriptor(MakeFile(LARDER_WIDE("file"), bytes)));
+  const auto record = RecordIn<FileDataRecord>(block);
+  EXPECT_EQ(record.dataSize, 400u);
+  EXPECT_EQ(block.size, 400u);
+  EXPECT_EQ(record.providerType, 1);
+  EXPECT_NE(record.fileId, 0u);
+  std::ostringstream digests;
+  for (std::size_t i = 16; i < offsetof(FileDataRecord, peMD5); ++i) {
+    digests << std::hex << std::setw(2) << std::setfill('0') << int{block.data[i]};
+  }
+  EXPECT_EQ(digests.str(),
             "3cacfeb0e5eae924bc5b00641499aca4"
             "d7341a729b5627b9f3f5c810cf11690c0d37019d"
             "8584f829d64341d188b979f0984ba5615cde6af240c53ff26b023037146d3afb"
@@ -60,75 +50,47 @@ TEST_F(FeedFile, AnswersWithTheDigestsOfTheBytes) {
             "da0fcbf36b50789a66f84b5bae97490d"
             "c61d2f0c2d081c95b862e799c013bb19f39ad2455d321516a065415f3ff91e2a"
             "ee3eaeec82892b7670cd39c75d30d942471b3f3f2f3c7b3d3e99d626c876404d");
-  EXPECT_EQ(Hex(block.data + kImageDigests, 400 - kImageDigests),
-            std::string(2 * (400 - kImageDigests), '0'))
+  EXPECT_TRUE(std::all_of(block.data + offsetof(FileDataRecord, peMD5), block.data + block.size,
+                          [](unsigned char byte) { return byte == 0; }))
       << "neither an image nor signed";
   FreeQueryOf(*provider, block);
   EXPECT_EQ(block.data, nullptr);
-}
-
-// A signature is around the image, not in it.
-TEST_F(FeedFile, GivesAnImageItsDigestsAndItsSignersChain) {
-  const std::string leaf = feed::MakeCertificate({"leaf", "Leaf", "Issuer"});
-  const std::string issuer = feed::MakeCertificate({"issuer", "Issuer", "Issuer"});
-  const std::string table =
-      feed::MakeEntry(feed::MakeSignature({issuer, leaf}, {feed::MakeSigner("Issuer", "leaf")}));
-  const auto payloadOf = [this](const std::string& image) {
-    return PayloadOf(QueryOf(*provider, Descriptor(MakeFile(LARDER_WIDE("image"), image))));
-  };
-  constexpr std::size_t kFileDigests = offsetof(FileDataRecord, fileMD5) - sizeof(DataBlockHeader);
-  constexpr std::size_t kImageDigests = offsetof(FileDataRecord, peMD5) - sizeof(DataBlockHeader);
-  constexpr std::size_t kSize = kImageDigests - kFileDigests;
-  for (const std::size_t size : {std::size_t{512}, std::size_t{0x180000}}) {
-    const std::string before = payloadOf(feed::MakeImage({.size = size}));
-    const std::string after = payloadOf(feed::MakeSignedImage({.size = size}, table));
-    EXPECT_NE(after.substr(kFileDigests, kSize), before.substr(kFileDigests, kSize));
-    EXPECT_EQ(after.substr(kImageDigests, kSize), before.substr(kImageDigests, kSize));
-    EXPECT_EQ(after.substr(kImageDigests, kSize).find(std::string(16, '\0')), std::string::npos);
-    EXPECT_EQ(after.find(leaf), 400 - sizeof(DataBlockHeader));
-    EXPECT_TRUE(after.ends_with(issuer));
-  }
+  EXPECT_EQ(RecordOf(MakeFile(LARDER_WIDE("empty"), "")).fileMD5[0], 0xd4);
 }
 
 TEST_F(FeedFile, IdentifiesAFileByWhatItIsAndNotByItsContents) {
   const WideString path = MakeFile(LARDER_WIDE("one"), "abc");
-  const std::uint64_t fileId = IdOf(path);
-  EXPECT_NE(IdOf(MakeFile(LARDER_WIDE("two"), "abc")), fileId);
-  std::ofstream(NativePath(path), std::ios::app) << "more";
-  EXPECT_EQ(IdOf(path), fileId);
+  const std::uint64_t fileId = RecordOf(path).fileId;
+  EXPECT_NE(RecordOf(MakeFile(LARDER_WIDE("two"), "abc")).fileId, fileId);
+  std::ofstream(PathOf(path), std::ios::app) << "more";
+  EXPECT_EQ(RecordOf(path).fileId, fileId);
 }
 
-TEST_F(FeedFile, TellsAnotherTimeByTheCodeOfAMismatch) {
+TEST_F(FeedFile, ReportsAnotherTimeByTheCodeOfAMismatch) {
   const WideString path = MakeFile(LARDER_WIDE("file"), "abc");
-  const std::uint64_t time = InfoOf(path).lastModified;
-  EXPECT_TRUE(HasData(path, time));
+  const std::uint64_t time = TimeOf(path);
+  EXPECT_NE(QueryOf(*provider, Descriptor(path, time)).data, nullptr);
   for (const std::uint64_t other : {time + 1, time - 1, time ^ (std::uint64_t{1} << 32)}) {
     for (const std::uint32_t option : kOptions) {
-      try {
-        QueryOf(*provider, Descriptor(path, other), option);
-        ADD_FAILURE() << other << ' ' << option;
-      } catch (const std::system_error& error) {
-        EXPECT_EQ(error.code().value(), -15);
-        EXPECT_EQ(error.what(), '"' + platform::Utf8FromWide(path) + "\" was last modified at " +
-                                    std::to_string(time) + ", not at " + std::to_string(other) +
-                                    ": result -15");
-      }
+      const std::string text =
+          TextThrownBy([&] { QueryOf(*provider, Descriptor(path, other), option); });
+      EXPECT_EQ(text, '"' + platform::Utf8FromWide(path) + "\" was last modified at " +
+                          std::to_string(time) + ", not at " + std::to_string(other) +
+                          ": result -15");
     }
   }
+  EXPECT_THROW(QueryOf(*provider, Descriptor(path, 1)), std::system_error);
+  EXPECT_NE(KeyOf(*provider, Descriptor(path, 1)), KeyOf(*provider, Descriptor(path, 2)));
 }
 
-TEST_F(FeedFile, HasNoDataForWhatDoesNotExist) {
-  const WideString lone = {0xD800};
-  for (const WideString& name :
-       {WideString(LARDER_WIDE("no file")), WideString(LARDER_WIDE("no folder\\file")), lone}) {
-    EXPECT_FALSE(HasData(machine.WideFolder() + name));
-  }
-  EXPECT_FALSE(HasData(lone));
-  EXPECT_FALSE(HasData(machine.WideFolder() + LARDER_WIDE("no file"), 1));
-}
-
-TEST_F(FeedFile, RefusesAFolderAnEmptyPathAndAnUnknownOption) {
+TEST_F(FeedFile, HasNoDataForWhatDoesNotExistAndRefusesWhatIsNoFile) {
   const WideString folder = machine.WideFolder();
+  const WideString lone = {0xD800};
+  for (const WideString& path : {folder + LARDER_WIDE("no file"), folder + lone, lone,
+                                 folder + LARDER_WIDE("no folder\\file")}) {
+    EXPECT_FALSE(HasData(path));
+    EXPECT_EQ(QueryOf(*provider, Descriptor(path, 1)).data, nullptr);
+  }
   for (const std::uint32_t option : kOptions) {
     for (const WideString& path : {folder, folder.substr(0, folder.size() - 1)}) {
       EXPECT_EQ(FailureOf(path, option), CannotRead(path) + "it is a directory");
@@ -138,31 +100,242 @@ TEST_F(FeedFile, RefusesAFolderAnEmptyPathAndAnUnknownOption) {
   EXPECT_EQ(FailureOf(folder, 3), "The file provider has no query option 3; it must be 0, 1 or 2");
 }
 
-TEST_F(FeedFile, MakesItsKeyFromPathAndTimeWithoutTheFile) {
-  const LarderWideChar* const path = LARDER_WIDE("C:\\nowhere");
-  const std::uint64_t key = KeyOf(*provider, Descriptor(path));
-  EXPECT_EQ(KeyOf(*provider, Descriptor(path)), key);
-  EXPECT_NE(KeyOf(*provider, Descriptor(path, 1)), key);
-  EXPECT_NE(KeyOf(*provider, Descriptor(LARDER_WIDE("C:\\nowherf"))), key);
+const WideString kStock = LARDER_WIDE("stock-file-query.dll");
+
+class QueryModuleTest : public testing::Test {
+ protected:
+  QueryModuleTest() {
+    SetEnvironmentText("LARDER_FIXTURE_LOG", (machine.Folder() / "events").string());
+  }
+  ~QueryModuleTest() override { SetEnvironmentText("LARDER_FIXTURE_LOG", ""); }
+
+  void Name(const WideString& text) const {
+    machine.SetText(kFeedFileKey, LARDER_WIDE("szFileQuery"), text);
+  }
+  bool IsLoaded(const WideString& name) const {
+    return IsModuleLoaded(machine.Folder() / PathOf(name));
+  }
+  std::string Failure() const {
+    const ModuleFile file(provider);
+    return TextThrownBy([&] { file.CreateProvider(); });
+  }
+  std::string CannotUse(const WideString& name) const {
+    return "Can't use the query module " + feed::Quoted(machine.WideFolder() + name) + ": ";
+  }
+
+  const ProviderMachine machine;
+  const WideString provider = BesideProgram(LARDER_WIDE("feed-file.dll"));
+};
+
+TEST_F(QueryModuleTest, TheStockOneIsLoadedAsLongAsTheProviderLivesIfNoneIsNamed) {
+  std::optional<ProviderModule> loaded(provider);
+  EXPECT_TRUE(IsLoaded(kStock));
+  loaded.reset();
+  EXPECT_FALSE(IsLoaded(kStock));
+  Name({});  // names none either
+  loaded.emplace(provider);
+  EXPECT_TRUE(IsLoaded(kStock));
 }
 
-TEST_F(FeedFile, BearsEightThreadsOfQueryAndFree) {
-  const WideString shared = MakeFile(LARDER_WIDE("shared"), Pattern().substr(0, 200'000));
-  const std::string expected = Sha512Of(shared);
-  const std::string abc = Sha512Of(MakeFile(LARDER_WIDE("abc"), "abc"));
+TEST_F(QueryModuleTest, TheNamedOneIsUsedAndOneThatCannotBeUsedIsNamedWithTheReason) {
+  const std::pair<WideString, std::string> unusable[] = {
+      {LARDER_WIDE("feed-test.dll"), "it doesn't export GetFileQuery"},
+      // The reason outlives the module that gives it.
+      {LARDER_WIDE("fixtures\\get-file-query-throws.dll"), "get-file-query-throws fails"},
+      {LARDER_WIDE("fixtures\\no-file-query.dll"), "GetFileQuery created no object"}};
+  for (const auto& [module, reason] : unusable) {
+    machine.AddModule(module);
+    const WideString name = module.substr(module.rfind(u'\\') + 1);
+    Name(name);
+    EXPECT_EQ(Failure(), CannotUse(name) + reason);
+    EXPECT_FALSE(IsLoaded(name)) << reason;
+  }
+  machine.AddModule(LARDER_WIDE("fixtures\\file-query-throws.dll"));
+  Name(LARDER_WIDE("file-query-throws.dll"));
+  {
+    const ProviderModule loaded(provider);
+    EXPECT_FALSE(IsLoaded(kStock));
+    EXPECT_EQ(TextThrownBy([&] { QueryOf(*loaded, Descriptor(LARDER_WIDE("any"))); }),
+              "Query of file-query-throws fails");
+  }
+  EXPECT_EQ(ContentOf(machine.Folder() / "events"),
+            "get-file-query-throws loaded\nget-file-query-throws unloaded\n"
+            "no-file-query loaded\nno-file-query unloaded\n"
+            "file-query-throws loaded\nfile-query-throws created\n"
+            "file-query-throws destroyed\nfile-query-throws unloaded\n");
+}
+
+TEST_F(QueryModuleTest, AValueThatCannotBeUsedIsNamedWithItsKey) {
+  const std::string value =
+      "Can't read the registry value \"szFileQuery\" of the key "
+      "\"Software\\Velmor\\Larder\\DataProviders\\FeedFile\": ";
+  machine.SetNumber(kFeedFileKey, LARDER_WIDE("szFileQuery"), 1);
+  EXPECT_EQ(Failure(), value + "it isn't of type REG_SZ");
+  Name(WideString(99, u'x'));
+  EXPECT_EQ(Failure(), value + "it has more than 98 characters");
+  Name(WideString(98, u'x'));
+  EXPECT_THAT(Failure(), testing::AllOf(testing::StartsWith(CannotUse(WideString(98, u'x'))),
+                                        testing::EndsWith(" (code 126)")));
+}
+
+// A record that no file has: an MD5 of its own, and a certificate. Some byte may be another one.
+DbBuffer ForeignRecord(std::size_t changedOffset = 16, unsigned char value = 99) {
+  DbBuffer block = BlockOf(std::string(400 - sizeof(DataBlockHeader), '\0') + "certificate", 1);
+  block.data[offsetof(FileDataRecord, fileMD5)] = 99;
+  block.data[396] = 11;  // certSize
+  block.data[changedOffset] = value;
+  return block;
+}
+
+class StoredFacts : public FeedFile {
+ protected:
+  // The statistics find the file provider by the registry.
+  StoredFacts() {
+    machine.SetText(kFeedFileKey, LARDER_WIDE("szDLL"), LARDER_WIDE("feed-file.dll"));
+  }
+
+  static FeedStatsRecord Figures() {
+    const ProviderModule stats(BesideProgram(LARDER_WIDE("feed-stats.dll")));
+    return RecordIn<FeedStatsRecord>(QueryOf(*stats, Descriptor(LARDER_WIDE("any"))));
+  }
+
+  // Those of a file that was changed a moment ago aren't stored.
+  DbBuffer QueryUntilStored(const WideString& of) const {
+    for (;;) {
+      HasData(of);
+      DbBuffer block = QueryOf(*provider, Descriptor(of), LARDER_FEED_FILE_STORED);
+      if (block.data != nullptr) return block;
+    }
+  }
+
+  // The first byte will do.
+  int Md5Of(const WideString& of, std::uint32_t option = LARDER_FEED_FILE_NOW) const {
+    return RecordOf(of, option).fileMD5[0];
+  }
+
+  // The text behind "Can't store facts about ...: ", or another whole text.
+  std::string WriteFailure(const WideString& of, DbBuffer block, std::uint64_t time = 0) const {
+    const std::string begin = "Can't store facts about \"" + platform::Utf8FromWide(of) + "\": ";
+    const std::string text =
+        TextThrownBy([&] { WriteTo(*provider, Descriptor(of, time), std::move(block)); });
+    return text.starts_with(begin) ? text.substr(begin.size()) : text;
+  }
+
+  const WideString path = MakeFile(LARDER_WIDE("file"), "abcd");
+};
+
+TEST_F(StoredFacts, AreGivenInsteadOfComputedOnesAndCounted) {
+  EXPECT_FALSE(HasData(path, LARDER_FEED_FILE_STORED));
+  EXPECT_FALSE(HasData(path + LARDER_WIDE("x"), LARDER_FEED_FILE_STORED));
+  EXPECT_EQ(Figures().filesComputed, 0u);
+  EXPECT_EQ(Figures().storeMisses, 1u);
+  const DbBuffer stored = QueryUntilStored(path);
+  FeedStatsRecord before = Figures();
+  while (before.storeEntries == 0) before = Figures();  // until it is written
+  EXPECT_EQ(before.storeEntries, 1u);
+  EXPECT_GE(before.storeBytes, 400u);
+  EXPECT_EQ(before.storeHits, 1u);
+  EXPECT_EQ(before.storeRefused, before.filesComputed - 1);
+  EXPECT_EQ(before.storeMisses, 2 * before.filesComputed);
+  EXPECT_NE(before.storeSince, 0u);
+  EXPECT_EQ(PayloadOf(QueryOf(*provider, Descriptor(path, TimeOf(path)))), PayloadOf(stored));
+  EXPECT_EQ(Figures().storeHits, 2u);
+  EXPECT_EQ(Figures().filesComputed, before.filesComputed);
+  EXPECT_EQ(PayloadOf(QueryOf(*provider, Descriptor(path), LARDER_FEED_FILE_AFRESH)),
+            PayloadOf(stored));
+  EXPECT_EQ(Figures().filesComputed, before.filesComputed + 1);
+}
+
+TEST_F(StoredFacts, EndWithAChangeOfTheFileEvenIfItsTimeIsSetBack) {
+  const auto native = PathOf(path);
+  // The runtime may be able to set no other times than these.
+  const auto time =
+      std::chrono::floor<std::chrono::seconds>(std::filesystem::last_write_time(native));
+  std::filesystem::last_write_time(native, time);
+  for (const char* const content : {"abcde", "fghij"}) {
+    const int before = Md5Of(path, LARDER_FEED_FILE_AFRESH);
+    QueryUntilStored(path);
+    std::ofstream(native) << content;
+    std::filesystem::last_write_time(native, time);
+    EXPECT_FALSE(HasData(path, LARDER_FEED_FILE_STORED));
+    EXPECT_NE(Md5Of(path), before);
+  }
+}
+
+TEST_F(StoredFacts, MayComeFromAClientUntilTheyAreComputedAfresh) {
+  const int computed = Md5Of(path);
+  QueryUntilStored(path);
+  EXPECT_EQ(WriteFailure(path, ForeignRecord(), TimeOf(path)), "(nothing thrown)");
+  const DbBuffer found = QueryOf(*provider, Descriptor(path));
+  EXPECT_EQ(PayloadOf(found).substr(8), PayloadOf(ForeignRecord()).substr(8)) << "but for its id";
+  EXPECT_EQ(RecordIn<FileDataRecord>(found).fileId, RecordOf(path, LARDER_FEED_FILE_AFRESH).fileId);
+  EXPECT_EQ(Md5Of(path, LARDER_FEED_FILE_STORED), computed);
+}
+
+TEST_F(StoredFacts, AreRefusedWithTheReason) {
+  EXPECT_EQ(WriteFailure(path, BlockOf("", 1)), "8 bytes are too few for a file record");
+  EXPECT_EQ(WriteFailure(path, DbBuffer()), "0 bytes are too few for a file record");
+  EXPECT_EQ(WriteFailure(path, ForeignRecord(4, 2)), "its providerType is 2, not 1");
+  EXPECT_EQ(WriteFailure(path, ForeignRecord(396, 255)),
+            "certificate at offset 392 reaches past the end of the record");
+  EXPECT_THAT(WriteFailure(path, ForeignRecord(), 1), testing::EndsWith(", not at 1: result -15"));
+  const WideString folder = machine.WideFolder();
+  EXPECT_EQ(WriteFailure(folder + LARDER_WIDE("none"), ForeignRecord()), "there is no such file");
+  EXPECT_EQ(WriteFailure(folder, ForeignRecord()), CannotRead(folder) + "it is a directory");
+  EXPECT_FALSE(HasData(path, LARDER_FEED_FILE_STORED));
+  EXPECT_EQ(Figures().storeRefused, 7u);
+}
+
+TEST_F(StoredFacts, AreRefusedWhileTheFileMayStillChangeUnseen) {
+  std::filesystem::last_write_time(
+      PathOf(path), std::filesystem::file_time_type::clock::now() + std::chrono::hours(1));
+  QueryUntilStored(MakeFile(LARDER_WIDE("later"), "abc"));  // so the setting itself is long ago
+  EXPECT_EQ(WriteFailure(path, ForeignRecord()), "the file was changed only a moment ago");
+  EXPECT_TRUE(HasData(path, LARDER_FEED_FILE_NOW));
+  EXPECT_FALSE(HasData(path, LARDER_FEED_FILE_STORED));
+}
+
+TEST_F(StoredFacts, CanBeUsedByEightThreads) {
+  const WideString large = MakeFile(LARDER_WIDE("large"), std::string(0x180000, 'x'));
+  const int md5 = Md5Of(large);
   std::vector<std::thread> threads;
   for (LarderWideChar name = u'a'; name < u'i'; ++name) {
-    threads.emplace_back([&, own = MakeFile(WideView(&name, 1), "abc")] {
+    threads.emplace_back([&, own = MakeFile(WideView(&name, 1), "abcd")] {
       for (int i = 0; i < 20; ++i) {
-        EXPECT_EQ(Sha512Of(shared), expected);
-        DbBuffer block = QueryOf(*provider, Descriptor(own));
-        FreeQueryOf(*provider, block);
-        EXPECT_EQ(Sha512Of(own), abc);
-        EXPECT_FALSE(HasData(own + LARDER_WIDE("x")));
+        EXPECT_EQ(Md5Of(large, i % 4 == 0 ? LARDER_FEED_FILE_AFRESH : LARDER_FEED_FILE_NOW), md5);
+        QueryUntilStored(own);
+        EXPECT_EQ(WriteFailure(own, ForeignRecord()), "(nothing thrown)");
+        EXPECT_EQ(Md5Of(own, LARDER_FEED_FILE_STORED), 99);
       }
+      EXPECT_GT(Figures().storeEntries, 0u);
     });
   }
   for (std::thread& thread : threads) thread.join();
+}
+
+TEST(NoStore, IsNoReasonToFailWhetherByChoiceOrByAccident) {
+  const ProviderMachine machine;
+  const WideString path = machine.AddModule(LARDER_WIDE("feed-file.dll"));
+  const Descriptor file(path);
+  const auto writeFailure = [&] {
+    const ProviderModule provider(path);
+    std::string text;
+    do {
+      text = TextThrownBy([&] { WriteTo(*provider, file, QueryOf(*provider, file)); });
+    } while (text.ends_with("moment ago"));
+    EXPECT_EQ(QueryOf(*provider, file, LARDER_FEED_FILE_STORED).data, nullptr);
+    return text;
+  };
+  machine.SetNumber(kFeedFileKey, LARDER_WIDE("dwStoreLimitMiB"), 0);
+  EXPECT_THAT(writeFailure(), testing::EndsWith(": dwStoreLimitMiB is 0"));
+  machine.SetText(kFeedFileKey, LARDER_WIDE("dwStoreLimitMiB"), LARDER_WIDE("much"));
+  WideString data;
+  ASSERT_EQ(platform::CommonFolderPath(platform::CommonFolder::kData, data), platform::kSuccess);
+  const auto folder = PathOf(data + LARDER_WIDE("\\Velmor\\Larder"));
+  std::filesystem::remove_all(folder / "db");
+  std::filesystem::create_directories(folder);
+  std::ofstream(folder / "db") << "in the way";
+  EXPECT_THAT(writeFailure(), testing::HasSubstr("Can't create the folder \""));
 }
 
 }  // namespace

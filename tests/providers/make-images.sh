@@ -1,17 +1,16 @@
 #!/usr/bin/env bash
-# Makes the executable images that the tests read:
+# Creates the executable images that the tests read:
 #
 #   tests/providers/make-images.sh FOLDER DOWNLOADS
 #
-# FOLDER holds them afterwards: files of Debian's packages as their makers signed them (or didn't),
-# and some of these signed anew with keys that are made here. The packages are only unpacked, not
-# installed. DOWNLOADS keeps them, for all presets; with them there no network is needed. Nothing is
-# done if the images are there already.
+# in FOLDER, unless they exist: files of Debian's packages as their makers signed them or didn't,
+# and some of these signed again with keys that are created here. The packages are unpacked, not
+# installed. DOWNLOADS keeps them, for all presets; with them there no network is needed.
 set -euo pipefail
 export LC_ALL=C
 
-# shim-signed: two signatures side by side, time stamped. grub: megabytes. memtest86+: PE32 without
-# any section's usual place. win32-loader: sections that overlap. libz: sizes of any remainder.
+# shim-signed: two signatures, time stamped. grub: megabytes. memtest86+: PE32 with sections in
+# unusual places. win32-loader: overlapping sections. libz: sizes that need padding.
 readonly packages=(shim-signed grub-efi-amd64-signed memtest86+ win32-loader libz-mingw-w64)
 
 fail() {
@@ -19,25 +18,19 @@ fail() {
   exit 1
 }
 
-# PATH NAME: a file of the unpacked packages becomes an image of that name.
-take() {
-  [[ -f $work/root/$1 ]] || fail "no $1 in the packages of $downloads"
-  cp "$work/root/$1" "$made/$2"
-}
-
 unpack() {
-  local package file
+  local package file root=$work/root
   for package in "${packages[@]}"; do
     file=$("$project/tools/fetch-package.sh" "$package" "$downloads")
-    dpkg-deb -x "$file" "$work/root"
+    dpkg-deb -x "$file" "$root"
   done
-  take usr/lib/shim/shimx64.efi.signed shim.efi
-  take usr/lib/grub/x86_64-efi-signed/grubx64.efi.signed grub.efi
-  take boot/memtest86+ia32.efi memtest32.efi
-  take boot/memtest86+x64.efi memtest64.efi
-  take usr/share/win32/win32-loader.exe overlapping.exe
-  take usr/x86_64-w64-mingw32/lib/zlib1.dll zlib64.dll
-  take usr/i686-w64-mingw32/lib/zlib1.dll zlib32.dll
+  cp "$root/usr/lib/shim/shimx64.efi.signed" "$made/shim.efi"
+  cp "$root/usr/lib/grub/x86_64-efi-signed/grubx64.efi.signed" "$made/grub.efi"
+  cp "$root/boot/memtest86+ia32.efi" "$made/memtest32.efi"
+  cp "$root/boot/memtest86+x64.efi" "$made/memtest64.efi"
+  cp "$root/usr/share/win32/win32-loader.exe" "$made/overlapping.exe"
+  cp "$root/usr/x86_64-w64-mingw32/lib/zlib1.dll" "$made/zlib64.dll"
+  cp "$root/usr/i686-w64-mingw32/lib/zlib1.dll" "$made/zlib32.dll"
 }
 
 # NAME SUBJECT ISSUER EXTENSIONS: NAME.key and NAME.pem; issued by itself if the issuer is its name.
@@ -51,8 +44,8 @@ certificate() {
   openssl x509 -in "$1.pem" -outform DER -out "$made/$1.der"
 }
 
-# "earlier-issuer" bears the name of "issuer", as an issuer does that was given a new key, and signed
-# nothing here; "stranger" is of no chain, as the certificates of time stamps are.
+# "earlier-issuer" has the name of "issuer" but another key, as after a change of keys; "stranger"
+# belongs to no chain, as the certificates of time stamps.
 certificates() {
   certificate root 'Images Root' root basicConstraints=critical,CA:true
   certificate earlier-issuer 'Images Issuer' root basicConstraints=critical,CA:true
@@ -88,18 +81,17 @@ make_all() {
   sign_all
 }
 
+# STATUS
 end() {
-  if [[ $1 -ne 0 ]]; then
-    tail -n 20 "$folder/log" >&2
-    echo "make-images.sh: the images couldn't be made; the whole log is $folder/log" >&2
-  fi
   rm -rf "$work"
+  [[ $1 -eq 0 ]] || fail "the images couldn't be created:
+$(tail -n 20 "$folder/log")"
 }
 
 [[ $# -eq 2 ]] || fail "usage: make-images.sh FOLDER DOWNLOADS"
 for program in dpkg-deb openssl osslsigncode sbsign flock; do
   command -v "$program" >/dev/null ||
-    fail "$program isn't there; Debian's packages dpkg, openssl, osslsigncode, sbsigntool and util-linux have what is needed"
+    fail "$program is missing; see Debian's packages dpkg, openssl, osslsigncode, sbsigntool and util-linux"
 done
 mkdir -p "$1" "$2"
 folder=$(cd "$1" && pwd)
@@ -110,7 +102,7 @@ project=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
 work=$(mktemp -d)
 made=$work/made
 mkdir "$made"
-# Not in a condition: there, bash would go on behind a command that fails.
+# Not in a condition: there, bash would ignore a command that fails.
 trap 'end $?' EXIT
 make_all >"$folder/log" 2>&1
 cp "$made"/* "$folder"

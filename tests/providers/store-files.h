@@ -1,6 +1,7 @@
-// Files and records that aren't anywhere but in a test of the store.
+// Numbered files, which exist only in a store, and their records.
 #pragma once
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -8,18 +9,15 @@
 
 namespace larder::feed {
 
-// The path and the record of a number; the record has a size of its choice and bytes that its
-// number decides.
-inline WideString PathOf(int number) {
+inline WideString StoredPath(int number) {
   const std::string digits = std::to_string(number);
   return LARDER_WIDE("C:\\FILE ") + WideString(digits.begin(), digits.end());
 }
 
 inline std::vector<unsigned char> RecordOf(int number, std::size_t size = 400) {
   std::vector<unsigned char> record(size);
-  for (std::size_t i = 0; i < size; ++i) {
-    record[i] = static_cast<unsigned char>(static_cast<std::size_t>(number) * 31 + i * 7);
-  }
+  auto byte = static_cast<unsigned char>(number * 31);
+  for (unsigned char& one : record) one = byte += 7;
   return record;
 }
 
@@ -27,28 +25,24 @@ inline constexpr platform::FileInfo kInfo{
     .size = 10, .lastModified = 1000, .volume = 3, .index = 4, .changed = 1001};
 
 inline void KeepNow(FactStore& store, int number, std::size_t size = 400) {
-  const WideString path = PathOf(number);
+  const WideString path = StoredPath(number);
   store.KeepNow({path, kInfo}, RecordOf(number, size));
 }
 
-// As the provider keeps what it has computed, but for every 500th, so that never too much waits.
+// Stored some time soon, but every 500th at once, so that never too much waits.
 inline void Keep(FactStore& store, int number, std::size_t size = 400) {
-  const WideString path = PathOf(number);
-  number % 500 == 499 ? store.KeepNow({path, kInfo}, RecordOf(number, size))
-                      : store.Keep({path, kInfo}, RecordOf(number, size));
+  if (number % 500 == 499) return KeepNow(store, number, size);
+  const WideString path = StoredPath(number);
+  store.Keep({path, kInfo}, RecordOf(number, size));
 }
 
-// Whether the store has the number's record; throws if it gives another one.
+// Whether the store has the number's record. Throws std::runtime_error if it has another one.
 inline bool Has(FactStore& store, int number, std::size_t size = 400) {
-  const WideString path = PathOf(number);
+  const WideString path = StoredPath(number);
   DbBuffer found;
   if (!store.Find({path, kInfo}, &found)) return false;
-  const std::vector<unsigned char> expected = RecordOf(number, size);
-  if (EntryView(found.data, found.size).size() != size ||
-      !std::equal(expected.begin(), expected.end(), found.data)) {
-    throw std::runtime_error("the record of " + std::to_string(number) + " is another");
-  }
-  return true;
+  if (std::ranges::equal(EntryView(found.data, found.size), RecordOf(number, size))) return true;
+  throw std::runtime_error("another record than that of " + std::to_string(number));
 }
 
 }  // namespace larder::feed

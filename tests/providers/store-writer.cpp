@@ -1,9 +1,9 @@
 // Another process that writes to the store of a test:
 //
-//   store-writer FOLDER LIMIT-IN-MIB FIRST LAST RECORD-SIZE
+//   store-writer FOLDER FIRST LAST RECORD-SIZE
 //
-// stores the numbers from FIRST to LAST, one after the other, and tells each as soon as it is
-// stored. Its exit status is 1 if that fails.
+// stores the numbers from FIRST to LAST and prints each as soon as it is stored. Exits with 1 if
+// that fails.
 #include <cstdio>
 #include <exception>
 
@@ -15,11 +15,10 @@ int main(int argc, char** argv) try {
   larder::tool::PrepareConsole();
   const std::vector<std::string> arguments = larder::tool::ProgramArguments(argc, argv);
   larder::WideString folder;
-  if (arguments.size() != 6 || !larder::platform::WideFromUtf8(arguments[1], folder)) return 2;
-  const std::size_t recordSize = std::stoul(arguments[5]);
-  larder::feed::FactStore store(folder, std::stoull(arguments[2]) << 20);
-  for (int number = std::stoi(arguments[3]); number <= std::stoi(arguments[4]); ++number) {
-    KeepNow(store, number, recordSize);
+  if (!larder::platform::WideFromUtf8(arguments.at(1), folder)) return 1;
+  larder::feed::FactStore store(folder, std::uint64_t{64} << 20);
+  for (int number = std::stoi(arguments.at(2)); number <= std::stoi(arguments.at(3)); ++number) {
+    KeepNow(store, number, std::stoul(arguments.at(4)));
     std::printf("%d\n", number);
     std::fflush(stdout);
   }

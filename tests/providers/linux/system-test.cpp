@@ -1,0 +1,112 @@
+// Files that only Linux has, and what it can refuse a process.
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+#include "platform/linux/child-process.h"
+#include "providers/provider-test.h"
+#include "providers/store-files.h"
+#include "stock-file-query/hash/file-hasher.h"
+
+namespace larder::feed {
+namespace {
+
+class FeedFileOnLinux : public FileProviderTest {};
+
+TEST_F(FeedFileOnLinux, RefusesWhatIsNoFileOfASize) {
+  const WideString fifo = machine.WideFolder() + LARDER_WIDE("fifo");
+  ASSERT_EQ(mkfifo(PathOf(fifo).c_str(), 0666), 0);
+  for (const WideString& path : {fifo, WideString(LARDER_WIDE("\\dev\\zero"))}) {
+    EXPECT_EQ(FailureOf(path), CannotRead(path) + "it isn't a regular file");
+  }
+  const WideString status = LARDER_WIDE("\\proc\\self\\status");
+  const std::string text = FailureOf(status);
+  EXPECT_TRUE(text.starts_with(CannotRead(status) +
+                               "it changed while it was read, twice: 0 bytes before, 0 after, "))
+      << text;
+}
+
+TEST_F(FeedFileOnLinux, NamesAFileThatMayNotBeRead) {
+  const WideString path = MakeFile(LARDER_WIDE("gr\u00FCn"), "abc");
+  ASSERT_EQ(chmod(PathOf(path).c_str(), 0), 0);
+  const std::string expected = CannotRead(path) + "Access is denied. (code 5)";
+  EXPECT_EQ(RunAsNobody([&] { return FailureOf(path) == expected ? 0 : 1; }), 0);
+}
+
+TEST_F(FeedFileOnLinux, LeavesNoDescriptorOpen) {
+  const auto countOpen = [] {
+    return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
+  };
+  const WideString file = MakeFile(LARDER_WIDE("file"), "abc");
+  const auto before = countOpen();
+  HasData(file);
+  FailureOf(machine.WideFolder());
+  FailureOf(LARDER_WIDE("\\proc\\self\\status"));
+  TextThrownBy([&] { QueryOf(*provider, Descriptor(file, 1)); });
+  EXPECT_EQ(countOpen(), before);
+}
+
+constexpr std::uint64_t kLimit = std::uint64_t{64} << 20;
+constexpr int kStored = 100;
+
+class StoreLimits : public testing::Test {
+ protected:
+  StoreLimits() {
+    std::filesystem::create_directory(machine.Folder() / "store");
+    FactStore store(folder, kLimit);
+    for (int i = 0; i < kStored; ++i) Keep(store, i);
+  }
+
+  // In a process that has set itself the limit, a large record is refused at some point.
+  void ExpectARefusalAndNoDamage(__rlimit_resource resource,
+                                 const std::function<rlim_t()>& limit) const {
+    const int result = RunInChild([&] {
+      FactStore store(folder, kLimit);
+      const rlimit both = {limit(), RLIM_INFINITY};
+      setrlimit(resource, &both);
+      const std::string refusal = TextThrownBy([&] {
+        for (int i = kStored; i < 10 * kStored; ++i) KeepNow(store, i, 200'000);
+      });
+      return refusal != "(nothing thrown)" && Has(store, 0) ? 0 : 1;
+    });
+    EXPECT_EQ(result, 0);
+    FactStore store(folder, kLimit);
+    EXPECT_TRUE(Has(store, 0) && Has(store, kStored - 1));
+    EXPECT_FALSE(std::filesystem::exists(machine.Folder() / "set-aside"));
+  }
+
+  const TestMachine machine;
+  const WideString folder = machine.WideFolder() + LARDER_WIDE("store");
+};
+
+TEST_F(StoreLimits, AFileThatCannotGrowIsNoDamage) {
+  ExpectARefusalAndNoDamage(RLIMIT_FSIZE, [this] {
+    return std::filesystem::file_size(machine.Folder() / "store" / "data.mdb");
+  });
+}
+
+TEST_F(StoreLimits, AMapThatCannotGrowIsNoDamage) {
+  ExpectARefusalAndNoDamage(RLIMIT_AS, [] {
+    rlim_t pages = 0;
+    std::ifstream("/proc/self/statm") >> pages;
+    return pages * 4096 + (10 << 20);
+  });
+}
+
+TEST(FileHasherOnLinux, NeedsNoSecondThread) {
+  const platform::AutoDigestLibrary library = platform::OpenDigestLibrary();
+  const std::string text(kSizeForTwoThreads + 1, 'x');
+  const ReadBlock read = [&](std::uint64_t offset, void* buffer, std::size_t size) {
+    return text.copy(static_cast<char*>(buffer), size, offset);
+  };
+  const HashedFile expected = HashFile(*library, text.size(), std::nullopt, read);
+  const int result = RunInChild([&] {
+    const rlimit none = {0, 0};  // no event can be made
+    setrlimit(RLIMIT_NOFILE, &none);
+    const HashedFile found = HashFile(*library, text.size(), std::nullopt, read);
+    return found.bytesRead == text.size() && found.file.sha512 == expected.file.sha512 ? 0 : 1;
+  });
+  EXPECT_EQ(result, 0);
+}
+
+}  // namespace
+}  // namespace larder::feed
