@@ -2,20 +2,21 @@
 // they are empty.
 #pragma once
 
+#include "log/log-statement.h"
 #include "platform/scoped-handle.h"
 
 namespace larder {
 
 struct KernelHandleTraits : platform::HandleTraits {
-  static void Report(Raw raw) noexcept;
+  static void Report(Raw raw) noexcept { LogTrace("Closing handle ", raw); }
 };
 
 struct ModuleHandleTraits : platform::ModuleHandleTraits {
-  static void Report(Raw raw) noexcept;
+  static void Report(Raw raw) noexcept { LogTrace("Unloading module handle ", raw); }
 };
 
 struct RegistryKeyTraits : platform::RegistryKeyTraits {
-  static void Report(Raw raw) noexcept;
+  static void Report(Raw raw) noexcept { LogTrace("Destroying AutoRegKeyHandle handle ", raw); }
 };
 
 using AutoHandle = platform::ScopedHandle<KernelHandleTraits>;
