@@ -4,6 +4,7 @@
 #include <string>
 
 #include "platform/code.h"
+#include "platform/utf.h"
 #include "platform/wide.h"
 
 namespace larder::platform {
@@ -12,9 +13,17 @@ namespace larder::platform {
 [[nodiscard]] WideString SystemMessage(Code code);
 
 // The same for messages that a person reads: in UTF-8, without the line end.
-[[nodiscard]] std::string SystemText(Code code);
+[[nodiscard]] inline std::string SystemText(Code code) {
+  std::string text = Utf8FromWide(SystemMessage(code));
+  text.erase(text.find_last_not_of(" \r\n") + 1);
+  return text;
+}
 
 // The text and the number, "Access is denied. (5)", or "code 5" if the system has no text.
-[[nodiscard]] std::string SystemReason(Code code);
+[[nodiscard]] inline std::string SystemReason(Code code) {
+  const std::string text = SystemText(code);
+  const std::string number = std::to_string(code);
+  return text.empty() ? "code " + number : text + " (" + number + ")";
+}
 
 }  // namespace larder::platform
