@@ -8,7 +8,6 @@
 #include <string>
 #include <vector>
 
-#include "platform/console.h"
 #include "platform/file-fixture.h"
 #include "platform/file-lock.h"
 
@@ -176,6 +175,10 @@ class FolderTest : public FileTest {
     EXPECT_EQ(PathAttributes(path, attributes), kSuccess) << Utf8FromWide(path);
     return (attributes & kAttributeDirectory) != 0;
   }
+  Code List(const std::string& name, std::vector<FolderEntry>& entries) const {
+    const std::u8string path = Native(name).u8string();
+    return ListFolder({path.begin(), path.end()}, entries);
+  }
 };
 
 TEST_F(FolderTest, TheCommonFoldersExistAndDiffer) {
@@ -250,7 +253,7 @@ TEST_F(FolderTest, AFolderIsListedWithTheKindsAndSizesOfItsEntries) {
   create_directories(Native("folder/inner"));
   std::vector<FolderEntry> entries;
   for (const char* path : {"", "folder/.."}) {
-    ASSERT_EQ(ListFolder(PathText(InFolder(path)), entries), kSuccess);
+    ASSERT_EQ(List(path, entries), kSuccess);
     std::map<std::string, std::pair<EntryKind, std::uint64_t>> found;
     for (const FolderEntry& entry : entries)
       found[entry.name] = {entry.kind, entry.kind == EntryKind::kFolder ? 0 : entry.size};
@@ -259,7 +262,7 @@ TEST_F(FolderTest, AFolderIsListedWithTheKindsAndSizesOfItsEntries) {
                                             Pair("folder", Pair(EntryKind::kFolder, 0))));
   }
   for (const char* name : {"missing", "file", "missing/inner"})
-    EXPECT_NE(ListFolder(PathText(InFolder(name)), entries), kSuccess) << name;
+    EXPECT_NE(List(name, entries), kSuccess) << name;
   EXPECT_NE(ListFolder("", entries), kSuccess);
   EXPECT_EQ(entries.size(), 3u);
 }

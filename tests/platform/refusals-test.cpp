@@ -1,4 +1,4 @@
-// What every group refuses: handles that aren't any, and names that would be cut at a NUL.
+// Arguments that every group refuses: empty handles, and names that contain a NUL.
 #include <gtest/gtest.h>
 
 #include <array>

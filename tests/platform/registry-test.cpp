@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <barrier>
 #include <string>
 #include <thread>
 #include <vector>
@@ -88,8 +89,8 @@ TEST_F(RegistryTest, AQueryReportsTypeAndSizeAndNeverWritesBeyondItsBuffer) {
 TEST_F(RegistryTest, AnOperationNeedsAKeyThatExistsAndWasOpenedForIt) {
   const auto results = [](const Key& on) -> std::vector<std::string> {
     const auto text = [](Code code) { return "code " + std::to_string(code); };
-    return {on.Get("value"),      text(on.Set("value", "data")), on.Values().front(),
-            on.Subkeys().front(), text(on.Remove("value")),      text(on.RemoveKey("Sub"))};
+    return {on.Get("value"),    text(on.Set("value", "data")), on.Values().at(0),
+            on.Subkeys().at(0), text(on.Remove("value")),      text(on.RemoveKey("Sub"))};
   };
   const struct {
     std::uint32_t access;
@@ -171,18 +172,20 @@ TEST_F(RegistryTest, ThreadsMakeOneTreeAtOnceAndReadOnlyWholeValues) {
   constexpr std::size_t kRounds = 40;
   const auto path = [](std::size_t round) { return "Made\\" + std::to_string(round) + "\\All"; };
   ASSERT_EQ(key.Set("block", Block(1)), kSuccess);
+  std::barrier start(4);  // of each round
   std::vector<std::jthread> threads;
   for (const std::size_t number : {1u, 2u, 3u, 4u}) {
-    threads.emplace_back([&path, number] {
+    threads.emplace_back([&start, &path, number] {
       Key shared;
       EXPECT_EQ(shared.Make("Key"), kSuccess);
       for (std::size_t round = 0; round < kRounds; ++round) {
         Key made;
-        ASSERT_EQ(made.Make(path(round)), kSuccess);
-        ASSERT_EQ(made.Set(std::to_string(number), "data"), kSuccess);
-        ASSERT_EQ(shared.Set("block", Block(number * kRounds + round)), kSuccess);
+        start.arrive_and_wait();
+        EXPECT_EQ(made.Make(path(round)), kSuccess);
+        EXPECT_EQ(made.Set(std::to_string(number), "data"), kSuccess);
+        EXPECT_EQ(shared.Set("block", Block(number * kRounds + round)), kSuccess);
         const std::string block = shared.Get("block");
-        ASSERT_EQ(block, Block(block.size()));
+        EXPECT_EQ(block, Block(block.size()));
       }
     });
   }

@@ -1,4 +1,4 @@
-// What children, programs that are started, signals and ordinary users get of every group.
+// The process as a whole, in every group: forks, signals, inherited descriptors, permissions.
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <stdlib.h>
@@ -87,7 +87,7 @@ TEST_F(DescriptorTest, NoneIsInheritedAndNoneIsLeftOpen) {
     const OwnedEvent unnamed;
     const OwnedEvent named(u"Signal");
     std::filesystem::remove_all(path(getenv("LARDER_ROOT")) / "run");
-    SleepingThread waiter(named);  // on a new descriptor, for its directories are new
+    SleepingThread waiter(named);  // opens its directories again, so on another descriptor
     RaiseEvent(named);
     EXPECT_EQ(waiter.Join(), kSuccess);
     const std::set<int> opened = OpenedSince(before);

@@ -26,7 +26,7 @@ using ::testing::UnorderedElementsAre;
 constexpr char kCorrupt[] = "code 1015";
 const std::string kGood("LRV1\3\0\0\0\4\0\0\0data", 16);
 
-// With the files in which the key "Key" is stored.
+// With the directory and the files that store the key "Key".
 class RegistryStoreTest : public RegistryTest {
  protected:
   static path Hive() { return path(getenv("LARDER_ROOT")) / "etc/larder/registry"; }
