@@ -60,7 +60,7 @@ class FactStoreTest : public testing::Test {
     return {PathOf(BesideProgram({})) / LARDER_STORE_WRITER,
             {platform::Utf8FromWide(folder), std::to_string(first), std::to_string(last),
              std::to_string(size)},
-            ProgramFiles{machine.Folder() / ("errors-" + std::to_string(first)), {}, {}}};
+            {machine.Folder() / ("errors-" + std::to_string(first)), {}, {}}};
   }
 
   const ProviderMachine machine;

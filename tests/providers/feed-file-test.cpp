@@ -336,6 +336,9 @@ TEST(NoStore, IsNoReasonToFailWhetherByChoiceOrByAccident) {
   std::filesystem::create_directories(folder);
   std::ofstream(folder / "db") << "in the way";
   EXPECT_THAT(writeFailure(), testing::HasSubstr("Can't create the folder \""));
+  std::filesystem::remove(folder / "db");
+  std::filesystem::create_directories(folder / "db" / "feed-file" / "store" / "data.mdb");
+  EXPECT_THAT(writeFailure(), testing::HasSubstr("Can't use the store \""));
 }
 
 }  // namespace

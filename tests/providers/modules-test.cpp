@@ -135,7 +135,8 @@ TEST_F(FeedTest, ReportsAMalformedScriptAndTheReason) {
       {"fail:query=code:2147483648", "not a signed 32-bit decimal number: \"2147483648\""},
       {"fail:query=empty;query=unknown", "more than one step for \"query\""}};
   for (const auto& [script, reason] : malformed) {
-    EXPECT_EQ(TextThrownBy([&] { KeyOf(*provider, Named("C:\\x\\" + script)); }),
+    const Descriptor named = Named("C:\\x\\" + script);
+    EXPECT_EQ(TextThrownBy([&] { KeyOf(*provider, named); }),
               "feed-test: malformed script \"" + script + "\": " + reason);
   }
   for (const char* const path : {"fail:query=unknown\\object", "C:\\not fail:query=unknown"}) {

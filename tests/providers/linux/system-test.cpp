@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 
 #include "platform/linux/child-process.h"
+#include "platform/linux/open-descriptors.h"
 #include "providers/provider-test.h"
 #include "providers/store-files.h"
 #include "stock-file-query/hash/file-hasher.h"
@@ -33,16 +34,13 @@ TEST_F(FeedFileOnLinux, NamesAFileThatMayNotBeRead) {
 }
 
 TEST_F(FeedFileOnLinux, LeavesNoDescriptorOpen) {
-  const auto countOpen = [] {
-    return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
-  };
   const WideString file = MakeFile(LARDER_WIDE("file"), "abc");
-  const auto before = countOpen();
+  const std::set<int> before = platform::OpenDescriptors();
   HasData(file);
   FailureOf(machine.WideFolder());
   FailureOf(LARDER_WIDE("\\proc\\self\\status"));
   TextThrownBy([&] { QueryOf(*provider, Descriptor(file, 1)); });
-  EXPECT_EQ(countOpen(), before);
+  EXPECT_EQ(platform::OpenDescriptors(), before);
 }
 
 constexpr std::uint64_t kLimit = std::uint64_t{64} << 20;
