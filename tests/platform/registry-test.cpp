@@ -170,7 +170,12 @@ std::string Block(std::size_t size) { return std::string(size, static_cast<char>
 
 TEST_F(RegistryTest, ThreadsMakeOneTreeAtOnceAndReadOnlyWholeValues) {
   constexpr std::size_t kRounds = 40;
-  const auto path = [](std::size_t round) { return "Made\\" + std::to_string(round) + "\\All"; };
+  // So many levels that all threads make some of them at the same moment.
+  const auto path = [](std::size_t round) {
+    std::string levels = "Made\\" + std::to_string(round);
+    for (int level = 0; level < 30; ++level) levels += "\\Level";
+    return levels;
+  };
   ASSERT_EQ(key.Set("block", Block(1)), kSuccess);
   std::barrier start(4);  // of each round
   std::vector<std::jthread> threads;
