@@ -22,18 +22,13 @@ std::system_error ResultError(std::int32_t code, const std::string& text) {
   return {std::error_code(code, category), text};
 }
 
-std::string SystemReason(platform::Code code) {
-  const std::string text = platform::SystemText(code);
-  return (text.empty() ? "unknown reason" : text) + " (code " + std::to_string(code) + ')';
-}
-
 void FailRead(const ObjectIdentity& wanted, const std::string& reason) {
   throw std::runtime_error("Can't read " + Quoted(wanted.path) + ": " + reason);
 }
 
 bool Exists(const ObjectIdentity& wanted, platform::Code code) {
   if (code == platform::kFileNotFound || code == platform::kPathNotFound) return false;
-  if (code != platform::kSuccess) FailRead(wanted, SystemReason(code));
+  if (code != platform::kSuccess) FailRead(wanted, platform::SystemReason(code));
   return true;
 }
 

@@ -14,10 +14,6 @@ namespace larder::feed {
 // followed by ": result CODE".
 std::system_error ResultError(std::int32_t code, const std::string& text);
 
-// Why the system refused something: its text for the code and the code, "Access is denied. (code
-// 5)", or "unknown reason (code N)".
-std::string SystemReason(platform::Code code);
-
 // Throws std::runtime_error with the path and the reason why the file can't be read.
 [[noreturn]] void FailRead(const ObjectIdentity& wanted, const std::string& reason);
 

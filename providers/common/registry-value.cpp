@@ -3,8 +3,8 @@
 #include <stdexcept>
 #include <string>
 
-#include "common/errors.h"
 #include "common/object-identity.h"
+#include "platform/message.h"
 #include "platform/scoped-handle.h"
 #include "product/product.h"
 
@@ -25,7 +25,8 @@ class Value {
       code = platform::QueryRegistryValue(key.Get(), name, type, data, size);
     }
     if (code == platform::kFileNotFound) return false;
-    if (code != platform::kSuccess && code != platform::kMoreData) Fail(SystemReason(code));
+    if (code != platform::kSuccess && code != platform::kMoreData)
+      Fail(platform::SystemReason(code));
     if (type != wantedType) Fail(std::string("it isn't of type ") + typeName);
     if (code == platform::kMoreData) {
       Fail(type == platform::kRegSz

@@ -3,8 +3,8 @@
 #include <stdexcept>
 #include <string>
 
-#include "common/errors.h"
 #include "common/registry-value.h"
+#include "platform/message.h"
 #include "product/product.h"
 
 namespace larder::feed {
@@ -26,7 +26,7 @@ WideString QueryModulePath() {
 
 QueryModule::File::File(const WideString& path) {
   const platform::Code code = platform::OpenModule(path, module.Out());
-  if (code != platform::kSuccess) Fail(path, SystemReason(code));
+  if (code != platform::kSuccess) Fail(path, platform::SystemReason(code));
 }
 
 std::unique_ptr<IFileQuery> QueryModule::File::MakeQuery(const WideString& path) const {

@@ -3,17 +3,17 @@
 #include <stdexcept>
 #include <string>
 
-#include "common/errors.h"
 #include "common/object-identity.h"
 #include "platform/file.h"
 #include "platform/folder.h"
+#include "platform/message.h"
 #include "product/product.h"
 
 namespace larder::feed {
 namespace {
 
 [[noreturn]] void Fail(const char* what, const WideString& path, platform::Code code) {
-  throw std::runtime_error(what + Quoted(path) + ": " + SystemReason(code));
+  throw std::runtime_error(what + Quoted(path) + ": " + platform::SystemReason(code));
 }
 
 void Create(const WideString& folder) {
@@ -37,7 +37,8 @@ WideString MakeStoreFolder() {
   WideString path;
   const platform::Code code = platform::CommonFolderPath(platform::CommonFolder::kData, path);
   if (code != platform::kSuccess) {
-    throw std::runtime_error("The system has no folder for common data: " + SystemReason(code));
+    throw std::runtime_error("The system has no folder for common data: " +
+                             platform::SystemReason(code));
   }
   for (const WideView level : {kMakerFolder, kProductFolder, kDatabasesFolder,
                                LARDER_WIDE("feed-file"), LARDER_WIDE("store")}) {

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "common/errors.h"
+#include "platform/message.h"
 #include "platform/scoped-handle.h"
 #include "stock-file-query/hash/file-hasher.h"
 #include "stock-file-query/pe/certificate-table.h"
@@ -21,7 +22,7 @@ struct Reading {
 };
 
 void Check(const ObjectIdentity& wanted, platform::Code code) {
-  if (code != platform::kSuccess) FailRead(wanted, SystemReason(code));
+  if (code != platform::kSuccess) FailRead(wanted, platform::SystemReason(code));
 }
 
 // False if the file doesn't exist.

@@ -175,7 +175,7 @@ TEST_F(QueryModuleTest, AValueThatCannotBeUsedIsNamedWithItsKey) {
   EXPECT_EQ(Failure(), value + "it has more than 98 characters");
   Name(WideString(98, u'x'));
   EXPECT_THAT(Failure(), testing::AllOf(testing::StartsWith(CannotUse(WideString(98, u'x'))),
-                                        testing::EndsWith(" (code 126)")));
+                                        testing::EndsWith(" (126)")));
 }
 
 // A record that no file has: an MD5 of its own, and a certificate. Some byte may be another one.

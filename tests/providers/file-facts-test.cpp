@@ -109,11 +109,11 @@ TEST_F(FileFactsTest, ReportsWhyAFileCannotBeRead) {
   CurrentFile.bytes.assign(kSizeForTwoThreads + 0x60000, 'x');
   CurrentFile.infos = {{CurrentFile.bytes.size() + 1, 1000, 1, 1}};
   CurrentFile.readCode = platform::kIoDevice;
-  EXPECT_TRUE(Failure().ends_with(" (code 1117)")) << Failure();
+  EXPECT_TRUE(Failure().ends_with(" (1117)")) << Failure();
   CurrentFile.infoCode = platform::kInvalidHandle;
-  EXPECT_TRUE(Failure().ends_with(" (code 6)")) << Failure();
+  EXPECT_TRUE(Failure().ends_with(" (6)")) << Failure();
   CurrentFile.openCode = 0xE0001234;
-  EXPECT_EQ(Failure(), "Can't read \"C:\\file\": unknown reason (code 3758101044)");
+  EXPECT_EQ(Failure(), "Can't read \"C:\\file\": code 3758101044");
 }
 
 }  // namespace

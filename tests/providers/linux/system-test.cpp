@@ -29,7 +29,7 @@ TEST_F(FeedFileOnLinux, RefusesWhatIsNoFileOfASize) {
 TEST_F(FeedFileOnLinux, NamesAFileThatMayNotBeRead) {
   const WideString path = MakeFile(LARDER_WIDE("gr\u00FCn"), "abc");
   ASSERT_EQ(chmod(PathOf(path).c_str(), 0), 0);
-  const std::string expected = CannotRead(path) + "Access is denied. (code 5)";
+  const std::string expected = CannotRead(path) + "Access is denied. (5)";
   EXPECT_EQ(RunAsNobody([&] { return FailureOf(path) == expected ? 0 : 1; }), 0);
 }
 

@@ -23,7 +23,7 @@ TEST_F(FeedFileOnWindows, NamesWhatCannotBeRead) {
   const std::string text = FailureOf(path);
   CloseHandle(other);
   EXPECT_TRUE(text.starts_with(CannotRead(path))) << text;
-  EXPECT_TRUE(text.ends_with(" (code 32)")) << text;
+  EXPECT_TRUE(text.ends_with(" (32)")) << text;
 }
 
 TEST_F(FeedFileOnWindows, SharesTheFileWithAWriterAndLeavesItClosed) {
