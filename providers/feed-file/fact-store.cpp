@@ -30,29 +30,25 @@ std::uint64_t LargestRecord(std::uint64_t limit) { return std::max(limit, kMinLi
 FactStore::FactStore(const WideString& storeFolder, std::uint64_t maxBytes,
                      const std::string& whyNone)
     : folder(storeFolder), limit(maxBytes), since(platform::CurrentFileTime()), reason(whyNone) {
-  platform::MakeEvent(work);
+  platform::MakeEvent(work.Out());
   if (folder.empty() || limit == 0) return;
   Open();
   if (environment == nullptr) return;
-  platform::OpenLockFile(TurnFile(folder), turn);
-  if (work != nullptr) platform::StartThread(RunWriter, this, thread);
-  if (thread != nullptr) return;
+  platform::OpenLockFile(TurnFile(folder), turn.Out());
+  if (work.Get() != nullptr) platform::StartThread(RunWriter, this, thread.Out());
+  if (thread.Get() != nullptr) return;
   environment.reset();
   reason = "the writer thread can't be started";
 }
 
 FactStore::~FactStore() {
-  if (thread != nullptr) {
-    {
-      const std::lock_guard lock(mutex);
-      stops = true;
-    }
-    platform::RaiseEvent(work);
-    platform::WaitForThread(thread);
-    platform::CloseObject(thread);
+  if (thread.Get() == nullptr) return;
+  {
+    const std::lock_guard lock(mutex);
+    stops = true;
   }
-  platform::CloseObject(work);
-  platform::CloseObject(turn);
+  platform::RaiseEvent(work.Get());
+  platform::WaitForThread(thread.Get());
 }
 
 void FactStore::Open() try {
@@ -105,7 +101,7 @@ void FactStore::TellDamage(const StoreError& error, std::uint64_t seenGeneration
   LogWarning(error.what());
   const std::lock_guard lock(mutex);
   damagedGeneration = seenGeneration;
-  platform::RaiseEvent(work);
+  platform::RaiseEvent(work.Get());
 }
 
 bool FactStore::FindStored(std::uint64_t key, const StoredFile& file, DbBuffer* record) {
@@ -148,18 +144,19 @@ std::shared_ptr<FactStore::Waiting> FactStore::Enqueue(const StoredFile& file, E
   const std::uint64_t key = StoreKey(file.path, file.info.lastModified);
   auto one = std::make_shared<Waiting>(KeyedEntry{key, MakeEntry(file, record)});
   if (isAwaited) {
-    platform::MakeEvent(one->done);
-    if (one->done == nullptr) throw std::runtime_error("the system can't create an event");
+    platform::MakeEvent(one->done.Out());
+    if (one->done.Get() == nullptr) throw std::runtime_error("the system can't create an event");
   }
   {
     const std::lock_guard lock(mutex);
-    if (thread == nullptr || waitingBytes + one->keyed.entry.size() > kMaxWaitingBytes) return {};
+    if (thread.Get() == nullptr || waitingBytes + one->keyed.entry.size() > kMaxWaitingBytes)
+      return {};
     queue.push_back(one);
     waiting[key] = one;
     isWaiting.store(true, std::memory_order_release);
     waitingBytes += one->keyed.entry.size();
   }
-  platform::RaiseEvent(work);
+  platform::RaiseEvent(work.Get());
   return one;
 }
 
@@ -169,11 +166,14 @@ void FactStore::Keep(const StoredFile& file, EntryView record) {
 
 void FactStore::KeepNow(const StoredFile& file, EntryView record) {
   const std::shared_ptr<Waiting> one = Enqueue(file, record, true);
-  std::size_t index = 0;
-  if (one) static_cast<void>(platform::WaitForAny(&one->done, 1, index));
+  if (one) {
+    const platform::Handle done = one->done.Get();
+    std::size_t index = 0;
+    static_cast<void>(platform::WaitForAny(&done, 1, index));
+  }
   const std::lock_guard lock(mutex);
   if (one && one->state == State::kStored) return;
-  if (one || thread == nullptr) throw std::runtime_error(reason);
+  if (one || thread.Get() == nullptr) throw std::runtime_error(reason);
   const bool isTooLarge = record.size() > LargestRecord(limit);
   throw std::runtime_error(isTooLarge ? "it is too large for the store's limit"
                                       : "too many records are waiting to be written");
@@ -208,9 +208,10 @@ void FactStore::WriteUntilStopped() {
       continue;
     }
     if (IsAtEnd()) return;
+    const platform::Handle event = work.Get();
     std::size_t index = 0;
-    static_cast<void>(platform::WaitForAny(&work, 1, index));
-    platform::LowerEvent(work);  // before everything is checked again
+    static_cast<void>(platform::WaitForAny(&event, 1, index));
+    platform::LowerEvent(event);  // before everything is checked again
     if (TakeDamage()) OpenAnew(true);
   }
 }
@@ -223,7 +224,7 @@ void FactStore::WriteInTurn(const WaitingList& batch) {
     return;
   }
   const bool stored = Write(batch);
-  platform::UnlockFile(turn);
+  platform::UnlockFile(turn.Get());
   Finish(batch, stored);
   std::this_thread::sleep_for(kPause);  // lets other processes write
 }
@@ -236,7 +237,7 @@ bool FactStore::IsStopping() {
 // False after the timeout. If the lock file can't be opened, LMDB's own lock has to suffice.
 bool FactStore::TakeTurn() {
   const auto begin = std::chrono::steady_clock::now();
-  while (platform::TryLockFile(turn) == platform::kSharingViolation) {
+  while (platform::TryLockFile(turn.Get()) == platform::kSharingViolation) {
     const auto timeout = IsStopping() ? kLockTimeoutAtEnd : kLockTimeout;
     if (std::chrono::steady_clock::now() - begin > timeout) {
       SetReason("another process that is writing to the store is stalled");
@@ -308,7 +309,7 @@ void FactStore::Finish(const WaitingList& batch, bool stored) {
     isWaiting.store(!waiting.empty(), std::memory_order_release);
   }
   if (!stored) refused.fetch_add(batch.size(), std::memory_order_relaxed);
-  for (const auto& one : batch) platform::RaiseEvent(one->done);
+  for (const auto& one : batch) platform::RaiseEvent(one->done.Get());
 }
 
 }  // namespace larder::feed

@@ -23,6 +23,7 @@
 #include "feed-file/store-environment.h"
 #include "feed-file/store-lock.h"
 #include "platform/event.h"
+#include "platform/scoped-handle.h"
 #include "platform/thread.h"
 
 namespace larder::feed {
@@ -57,12 +58,9 @@ class FactStore {
   enum class State { kWaiting, kStored, kFailed };
   struct Waiting {
     explicit Waiting(KeyedEntry entry) : keyed(std::move(entry)) {}
-    ~Waiting() { platform::CloseObject(done); }
-    Waiting(const Waiting&) = delete;
-    Waiting& operator=(const Waiting&) = delete;
 
     const KeyedEntry keyed;
-    platform::Handle done = nullptr;  // set when state has changed; null if nobody waits
+    platform::OwnedHandle done{nullptr};  // set when state has changed; null if nobody waits
     State state = State::kWaiting;
   };
   using WaitingList = std::vector<std::shared_ptr<Waiting>>;
@@ -96,14 +94,14 @@ class FactStore {
 
   // Serializes the writers of all processes. LMDB's own lock would wait without a limit for a
   // process that was suspended within a transaction.
-  platform::Handle turn = platform::InvalidHandle();
+  platform::OwnedHandle turn;
 
   StoreLock environmentMutex;  // guards the next two, which only the writer changes
   std::unique_ptr<StoreEnvironment> environment;
   std::uint64_t generation = 1;  // counts the environments
 
-  StoreLock mutex;                  // guards the rest
-  platform::Handle work = nullptr;  // set when the writer has something to do
+  StoreLock mutex;                      // guards the rest
+  platform::OwnedHandle work{nullptr};  // set when the writer has something to do
   std::deque<std::shared_ptr<Waiting>> queue;
   // The latest of each key that is queued or being written.
   std::unordered_map<std::uint64_t, std::shared_ptr<Waiting>> waiting;
@@ -112,7 +110,7 @@ class FactStore {
   std::string reason;                   // why there is no store, or why the last batch failed
   std::uint64_t damagedGeneration = 0;  // in which damage was found
   bool stops = false;
-  platform::Handle thread = nullptr;
+  platform::OwnedHandle thread{nullptr};
 };
 
 }  // namespace larder::feed

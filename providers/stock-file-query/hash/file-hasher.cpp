@@ -1,5 +1,6 @@
 #include "stock-file-query/hash/file-hasher.h"
 
+#include "platform/scoped-handle.h"
 #include "platform/thread.h"
 #include "stock-file-query/hash/hash-work.h"
 
@@ -10,12 +11,12 @@ namespace {
 // all the work.
 class Helper {
  public:
-  explicit Helper(HashWork& shared) : work(shared) { platform::StartThread(&Run, this, thread); }
+  explicit Helper(HashWork& shared) : work(shared) {
+    platform::StartThread(&Run, this, thread.Out());
+  }
   ~Helper() {
     work.End();  // in case reading has failed
-    if (thread == nullptr) return;
-    platform::WaitForThread(thread);
-    platform::CloseObject(thread);
+    platform::WaitForThread(thread.Get());
   }
   Helper(const Helper&) = delete;
   Helper& operator=(const Helper&) = delete;
@@ -32,7 +33,7 @@ class Helper {
   }
 
   HashWork& work;
-  platform::Handle thread = nullptr;
+  platform::OwnedHandle thread{nullptr};
 };
 
 // False at the file's end.

@@ -52,7 +52,7 @@ HashWork::HashWork(const platform::DigestLibrary& library, const ImageLayout* la
 
 bool HashWork::EnableHelper() {
   for (Waiter& waiter : waiters) {
-    if (platform::MakeEvent(waiter.event) != platform::kSuccess) return false;
+    if (platform::MakeEvent(waiter.event.Out()) != platform::kSuccess) return false;
   }
   blocks.resize(kBlocksForTwoThreads);
   return true;
@@ -85,11 +85,12 @@ bool HashWork::IsDone() const noexcept { return hasEnded && FewestDone() == subm
 
 void HashWork::WaitForChange(Worker who, std::size_t countSeen) noexcept {
   Waiter& self = waiters[static_cast<std::size_t>(who)];
+  const platform::Handle event = self.event.Get();
   self.isWaiting = true;
   while (changeCount == countSeen) {
     std::size_t index = 0;
-    static_cast<void>(platform::WaitForAny(&self.event, 1, index));
-    platform::LowerEvent(self.event);
+    static_cast<void>(platform::WaitForAny(&event, 1, index));
+    platform::LowerEvent(event);
   }
   self.isWaiting = false;
 }
@@ -122,7 +123,7 @@ DigestLane* HashWork::ClaimSlowestLane() noexcept {
 void HashWork::NotifyChange() noexcept {
   ++changeCount;
   for (Waiter& waiter : waiters)
-    if (waiter.isWaiting) platform::RaiseEvent(waiter.event);
+    if (waiter.isWaiting) platform::RaiseEvent(waiter.event.Get());
 }
 
 }  // namespace larder::feed

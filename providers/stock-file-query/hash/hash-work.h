@@ -25,6 +25,7 @@
 #include <vector>
 
 #include "platform/event.h"
+#include "platform/scoped-handle.h"
 #include "stock-file-query/bytes.h"
 #include "stock-file-query/hash/digests.h"
 #include "stock-file-query/pe/image-layout.h"
@@ -108,12 +109,7 @@ class HashWork {
 
  private:
   struct Waiter {
-    Waiter() = default;
-    ~Waiter() { platform::CloseObject(event); }
-    Waiter(const Waiter&) = delete;
-    Waiter& operator=(const Waiter&) = delete;
-
-    platform::Handle event = nullptr;
+    platform::OwnedHandle event{nullptr};
     std::atomic<bool> isWaiting = false;
   };
 

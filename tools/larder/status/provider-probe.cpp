@@ -9,6 +9,7 @@
 
 #include "platform/message.h"
 #include "platform/module.h"
+#include "platform/scoped-handle.h"
 #include "platform/utf.h"
 #include "tools/larder/cli/commands.h"
 #include "tools/larder/cli/output.h"
@@ -117,14 +118,14 @@ int RunProbe(const std::string& argument, Output& output) {
   WideString path;
   if (!platform::WideFromUtf8(argument, path)) return kExitUsage;
   report.BeginStep(kLoading);
-  platform::ModuleHandle module = nullptr;
-  const platform::Code code = platform::OpenModule(path, module);
+  platform::OwnedModule module;
+  const platform::Code code = platform::OpenModule(path, module.Out());
   if (code != platform::kSuccess) {
     report.Write(LoadFault(path, code));
   } else {
-    ProbeLoaded(module, report);
+    ProbeLoaded(module.Get(), report);
     report.BeginStep(kUnloading);
-    platform::CloseModule(module);
+    module = platform::OwnedModule();
   }
   report.BeginStep(kDone);
   return kExitOk;
