@@ -10,7 +10,7 @@
 #include "feed-file/store-folder.h"
 #include "feed-file/store-lock.h"
 #include "feed-file/store-log.h"
-#include "platform/process.h"
+#include "platform/thread.h"
 
 namespace larder::feed {
 namespace {

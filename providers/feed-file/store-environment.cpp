@@ -7,7 +7,7 @@
 #include <system_error>
 
 #include "common/object-identity.h"
-#include "platform/process.h"
+#include "platform/thread.h"
 #include "platform/utf.h"
 
 namespace larder::feed {

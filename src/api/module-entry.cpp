@@ -5,7 +5,7 @@
 #include "log/log-statement.h"
 #include "log/trace-session.h"
 #include "platform/entry.h"
-#include "platform/process.h"
+#include "platform/thread.h"
 
 namespace larder {
 

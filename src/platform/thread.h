@@ -1,5 +1,7 @@
-// Threads.
+// The threads of this process, its forks and its limits.
 #pragma once
+
+#include <cstdint>
 
 #include "platform/code.h"
 #include "platform/handle.h"
@@ -13,5 +15,13 @@ Code StartThread(void (*body)(void* argument), void* argument, Handle& thread) n
 // Waits, without a limit, until the thread has ended. Does nothing for null and InvalidHandle().
 // Not for two threads at once, nor for the thread itself.
 void WaitForThread(Handle thread) noexcept;
+
+// Registers a function to be called in the child of every fork, before fork returns there, until
+// the calling module is unloaded. Does nothing on a system without fork.
+void CallInForkedChild(void (*function)()) noexcept;
+
+// The largest size in bytes to which this process may extend a file; the largest number if there is
+// no limit.
+[[nodiscard]] std::uint64_t MaxFileSize() noexcept;
 
 }  // namespace larder::platform

@@ -2,7 +2,9 @@
 
 #include <pthread.h>
 #include <signal.h>
+#include <sys/resource.h>
 
+#include <limits>
 #include <memory>
 #include <new>
 
@@ -73,6 +75,14 @@ void WaitForThread(Handle thread) noexcept {
   if (object == nullptr || !object->isJoinable) return;
   pthread_join(object->thread, nullptr);
   object->isJoinable = false;
+}
+
+void CallInForkedChild(void (*function)()) noexcept { pthread_atfork(nullptr, nullptr, function); }
+
+std::uint64_t MaxFileSize() noexcept {
+  rlimit limit{};
+  const bool isSet = getrlimit(RLIMIT_FSIZE, &limit) == 0 && limit.rlim_cur != RLIM_INFINITY;
+  return isSet ? limit.rlim_cur : std::numeric_limits<std::uint64_t>::max();
 }
 
 }  // namespace larder::platform

@@ -4,6 +4,7 @@
 
 #include <process.h>
 
+#include <limits>
 #include <memory>
 #include <new>
 
@@ -40,5 +41,9 @@ Code StartThread(void (*body)(void* argument), void* argument, Handle& thread) n
 void WaitForThread(Handle thread) noexcept {
   if (!IsEmpty(thread)) WaitForSingleObject(Native(thread), INFINITE);
 }
+
+void CallInForkedChild(void (*)()) noexcept {}
+
+std::uint64_t MaxFileSize() noexcept { return std::numeric_limits<std::uint64_t>::max(); }
 
 }  // namespace larder::platform

@@ -16,7 +16,6 @@
 #include "platform/linux/sleeping-thread.h"
 #include "platform/module-fixture.h"
 #include "platform/owned-event.h"
-#include "platform/process.h"
 #include "platform/registry-key.h"
 #include "platform/thread.h"
 
