@@ -19,7 +19,7 @@
 #include "feed-file/store-folder.h"
 #include "log/log-listener-list.h"
 #include "platform/file.h"
-#include "platform/utf.h"
+#include "platform/wide.h"
 #include "support/registry.h"
 #include "testing/test-machine.h"
 

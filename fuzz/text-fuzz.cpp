@@ -4,7 +4,7 @@
 #include <string>
 
 #include "log/log-pieces.h"
-#include "platform/utf.h"
+#include "platform/wide.h"
 #include "support/text.h"
 
 namespace {

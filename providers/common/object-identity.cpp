@@ -6,7 +6,7 @@
 #include <cstring>
 #include <stdexcept>
 
-#include "platform/utf.h"
+#include "platform/wide.h"
 
 namespace larder::feed {
 namespace {

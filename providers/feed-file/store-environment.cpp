@@ -8,7 +8,7 @@
 
 #include "common/object-identity.h"
 #include "platform/thread.h"
-#include "platform/utf.h"
+#include "platform/wide.h"
 
 namespace larder::feed {
 namespace {

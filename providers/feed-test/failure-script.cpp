@@ -6,7 +6,7 @@
 
 #include "common/errors.h"
 #include "common/object-identity.h"
-#include "platform/utf.h"
+#include "platform/wide.h"
 
 namespace larder::feed {
 namespace {

@@ -4,7 +4,6 @@
 #include <string>
 
 #include "platform/code.h"
-#include "platform/utf.h"
 #include "platform/wide.h"
 
 namespace larder::platform {

@@ -1,4 +1,6 @@
-// Wide text: 16-bit units on every system.
+// Wide text, 16-bit units on every system, and its conversion to UTF-8 and back. The conversion
+// takes a surrogate pair as one character; a lone surrogate becomes the three bytes of its value,
+// so that every wide text survives a round trip.
 #pragma once
 
 #include <larder/records.h>
@@ -12,3 +14,13 @@ using WideString = std::basic_string<LarderWideChar>;
 using WideView = std::basic_string_view<LarderWideChar>;
 
 }  // namespace larder
+
+namespace larder::platform {
+
+std::string Utf8FromWide(WideView text);
+
+// Returns false if the text isn't UTF-8: invalid bytes, truncated sequences, overlong forms, values
+// above U+10FFFF, or a surrogate pair in two sequences. Lone surrogates are accepted.
+[[nodiscard]] bool WideFromUtf8(std::string_view utf8, WideString& wide);
+
+}  // namespace larder::platform

@@ -1,6 +1,6 @@
 #include "fakes/fake-folder.h"
 
-#include "platform/utf.h"
+#include "platform/wide.h"
 
 namespace larder {
 

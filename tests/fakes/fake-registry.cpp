@@ -2,7 +2,7 @@
 
 #include <cstring>
 
-#include "platform/utf.h"
+#include "platform/wide.h"
 
 namespace larder {
 

@@ -11,7 +11,7 @@
 #include "host/host-machine.h"
 #include "log-file/log-files.h"
 #include "log/log-pieces.h"
-#include "platform/utf.h"
+#include "platform/wide.h"
 #include "support/paths.h"
 #include "support/registry.h"
 #include "testing/files.h"

@@ -10,7 +10,7 @@
 #include <string_view>
 
 #include "platform/code.h"
-#include "platform/utf.h"
+#include "platform/wide.h"
 #include "testing/files.h"
 #include "testing/test-machine.h"
 

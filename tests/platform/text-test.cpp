@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "platform/message.h"
-#include "platform/utf.h"
+#include "platform/wide.h"
 
 namespace larder::platform {
 namespace {

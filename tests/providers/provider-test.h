@@ -14,7 +14,7 @@
 #include "platform/file.h"
 #include "platform/module.h"
 #include "platform/scoped-handle.h"
-#include "platform/utf.h"
+#include "platform/wide.h"
 #include "testing/files.h"
 #include "testing/test-machine.h"
 

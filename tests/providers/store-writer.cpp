@@ -7,7 +7,7 @@
 #include <cstdio>
 #include <exception>
 
-#include "platform/utf.h"
+#include "platform/wide.h"
 #include "providers/store-files.h"
 #include "tools/larder/cli/console.h"
 

@@ -14,7 +14,7 @@
 #include <string_view>
 #include <utility>
 
-#include "platform/utf.h"
+#include "platform/wide.h"
 
 namespace larder::platform {
 namespace {

@@ -7,8 +7,8 @@
 #include <memory>
 #include <string_view>
 
-#include "platform/linux/errno-code.h"
 #include "platform/linux/file-descriptor.h"
+#include "platform/linux/native.h"
 
 namespace larder::platform {
 

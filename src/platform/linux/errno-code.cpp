@@ -1,4 +1,4 @@
-#include "platform/linux/errno-code.h"
+#include "platform/linux/native.h"
 
 #include <cerrno>
 

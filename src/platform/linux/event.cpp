@@ -19,10 +19,9 @@
 #include <string_view>
 #include <utility>
 
-#include "platform/linux/errno-code.h"
 #include "platform/linux/file-descriptor.h"
 #include "platform/linux/kernel-object.h"
-#include "platform/linux/native-path.h"
+#include "platform/linux/native.h"
 
 // A private event is an atomic flag, which is its state, and an eventfd, which wakes the waiting
 // threads. The eventfd may be readable while the flag is clear, but is never left unreadable while

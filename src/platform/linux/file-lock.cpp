@@ -6,10 +6,9 @@
 #include <cerrno>
 #include <utility>
 
-#include "platform/linux/errno-code.h"
 #include "platform/linux/file-descriptor.h"
 #include "platform/linux/kernel-object.h"
-#include "platform/linux/native-path.h"
+#include "platform/linux/native.h"
 
 namespace larder::platform {
 namespace {

@@ -5,8 +5,7 @@
 
 #include <string>
 
-#include "platform/linux/file-time.h"
-#include "platform/linux/native-path.h"
+#include "platform/linux/native.h"
 
 namespace larder::platform {
 namespace {

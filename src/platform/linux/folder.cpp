@@ -11,10 +11,9 @@
 #include <utility>
 
 #include "platform/linux/directory-stream.h"
-#include "platform/linux/errno-code.h"
-#include "platform/linux/native-path.h"
+#include "platform/linux/native.h"
 #include "platform/linux/upper-case.h"
-#include "platform/utf.h"
+#include "platform/wide.h"
 
 namespace larder::platform {
 namespace {

@@ -11,10 +11,9 @@
 #include <string>
 #include <utility>
 
-#include "platform/linux/errno-code.h"
 #include "platform/linux/file-descriptor.h"
 #include "platform/linux/kernel-object.h"
-#include "platform/linux/native-path.h"
+#include "platform/linux/native.h"
 
 namespace larder::platform {
 namespace {

@@ -12,9 +12,8 @@
 #include <string>
 #include <string_view>
 
-#include "platform/linux/errno-code.h"
 #include "platform/linux/file-descriptor.h"
-#include "platform/linux/native-path.h"
+#include "platform/linux/native.h"
 
 // The ELF header of the image that contains this code; defined by the linker.
 extern "C" __attribute__((visibility("hidden"))) const ElfW(Ehdr) __ehdr_start;  // NOLINT

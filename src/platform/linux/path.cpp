@@ -5,8 +5,8 @@
 #include <algorithm>
 #include <utility>
 
-#include "platform/linux/native-path.h"
-#include "platform/utf.h"
+#include "platform/linux/native.h"
+#include "platform/wide.h"
 
 namespace larder::platform {
 namespace {

@@ -15,9 +15,8 @@
 #include <vector>
 
 #include "platform/linux/directory-stream.h"
-#include "platform/linux/errno-code.h"
 #include "platform/linux/file-descriptor.h"
-#include "platform/linux/native-path.h"
+#include "platform/linux/native.h"
 #include "platform/linux/upper-case.h"
 
 // The machine hive is the directory etc/larder/registry below the machine root. A key is a

@@ -8,8 +8,8 @@
 #include <memory>
 #include <new>
 
-#include "platform/linux/errno-code.h"
 #include "platform/linux/kernel-object.h"
+#include "platform/linux/native.h"
 
 namespace larder::platform {
 namespace {

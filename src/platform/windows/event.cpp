@@ -5,8 +5,7 @@
 #include <algorithm>
 #include <array>
 
-#include "platform/windows/last-error.h"
-#include "platform/windows/native-handle.h"
+#include "platform/windows/native.h"
 
 namespace larder::platform {
 namespace {

@@ -2,9 +2,7 @@
 
 #include <windows.h>
 
-#include "platform/windows/last-error.h"
-#include "platform/windows/native-handle.h"
-#include "platform/windows/native-path.h"
+#include "platform/windows/native.h"
 
 namespace larder::platform {
 

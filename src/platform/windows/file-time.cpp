@@ -5,8 +5,7 @@
 #include <array>
 
 #include "platform/scoped-handle.h"
-#include "platform/windows/native-handle.h"
-#include "platform/windows/native-path.h"
+#include "platform/windows/native.h"
 
 namespace larder::platform {
 namespace {

@@ -6,9 +6,7 @@
 #include <utility>
 
 #include "platform/scoped-handle.h"
-#include "platform/windows/last-error.h"
-#include "platform/windows/native-handle.h"
-#include "platform/windows/native-path.h"
+#include "platform/windows/native.h"
 
 namespace larder::platform {
 namespace {

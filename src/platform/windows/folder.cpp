@@ -11,9 +11,8 @@
 #include <string_view>
 #include <utility>
 
-#include "platform/utf.h"
-#include "platform/windows/last-error.h"
-#include "platform/windows/native-path.h"
+#include "platform/wide.h"
+#include "platform/windows/native.h"
 
 namespace larder::platform {
 namespace {

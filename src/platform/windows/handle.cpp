@@ -1,6 +1,6 @@
 #include "platform/handle.h"
 
-#include "platform/windows/native-handle.h"
+#include "platform/windows/native.h"
 
 namespace larder::platform {
 

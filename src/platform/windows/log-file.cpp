@@ -4,9 +4,7 @@
 
 #include <array>
 
-#include "platform/windows/last-error.h"
-#include "platform/windows/native-handle.h"
-#include "platform/windows/native-path.h"
+#include "platform/windows/native.h"
 
 namespace larder::platform {
 

@@ -4,8 +4,7 @@
 
 #include <utility>
 
-#include "platform/windows/last-error.h"
-#include "platform/windows/native-path.h"
+#include "platform/windows/native.h"
 
 namespace larder::platform {
 namespace {

@@ -8,8 +8,7 @@
 #include <memory>
 #include <new>
 
-#include "platform/windows/last-error.h"
-#include "platform/windows/native-handle.h"
+#include "platform/windows/native.h"
 
 namespace larder::platform {
 namespace {

@@ -22,8 +22,7 @@
 
 #include "platform/file-fixture.h"
 #include "platform/linux/child-process.h"
-#include "platform/linux/errno-code.h"
-#include "platform/linux/native-path.h"
+#include "platform/linux/native.h"
 
 namespace larder::platform {
 namespace {

@@ -7,7 +7,7 @@
 #include <stdexcept>
 #include <system_error>
 
-#include "platform/utf.h"
+#include "platform/wide.h"
 
 namespace larder {
 namespace {

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "log-file/log-files.h"
-#include "platform/utf.h"
+#include "platform/wide.h"
 #include "support/paths.h"
 #include "tools/larder/cli/output.h"
 

@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "platform/utf.h"
+#include "platform/wide.h"
 
 namespace larder::tool {
 namespace {

@@ -14,9 +14,8 @@
 #include <cerrno>
 #include <memory>
 
-#include "platform/linux/errno-code.h"
 #include "platform/linux/file-descriptor.h"
-#include "platform/linux/native-path.h"
+#include "platform/linux/native.h"
 
 namespace larder::tool {
 namespace {

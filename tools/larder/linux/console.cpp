@@ -10,9 +10,8 @@
 #include <memory>
 #include <string_view>
 
-#include "platform/linux/errno-code.h"
-#include "platform/linux/native-path.h"
-#include "platform/utf.h"
+#include "platform/linux/native.h"
+#include "platform/wide.h"
 
 namespace larder::tool {
 namespace {

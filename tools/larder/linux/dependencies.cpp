@@ -7,8 +7,7 @@
 #include <chrono>
 #include <sstream>
 
-#include "platform/linux/errno-code.h"
-#include "platform/linux/native-path.h"
+#include "platform/linux/native.h"
 #include "tools/larder/status/child.h"
 
 namespace larder::tool {

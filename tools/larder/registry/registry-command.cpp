@@ -6,7 +6,7 @@
 #include "platform/message.h"
 #include "platform/registry.h"
 #include "platform/scoped-handle.h"
-#include "platform/utf.h"
+#include "platform/wide.h"
 #include "tools/larder/cli/commands.h"
 #include "tools/larder/cli/output.h"
 #include "tools/larder/cli/text.h"

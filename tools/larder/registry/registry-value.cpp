@@ -4,7 +4,7 @@
 #include <limits>
 
 #include "platform/scoped-handle.h"
-#include "platform/utf.h"
+#include "platform/wide.h"
 #include "support/registry.h"
 #include "tools/larder/cli/text.h"
 

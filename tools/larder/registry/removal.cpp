@@ -7,7 +7,7 @@
 #include "platform/folder.h"
 #include "platform/registry.h"
 #include "platform/scoped-handle.h"
-#include "platform/utf.h"
+#include "platform/wide.h"
 #include "product/product.h"
 #include "support/installed-state.h"
 #include "support/paths.h"

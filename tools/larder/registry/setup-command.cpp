@@ -3,7 +3,7 @@
 #include <vector>
 
 #include "log-file/log-files.h"
-#include "platform/utf.h"
+#include "platform/wide.h"
 #include "product/product.h"
 #include "support/installed-state.h"
 #include "support/registry.h"

@@ -5,7 +5,7 @@
 #include "log-file/log-files.h"
 #include "platform/folder.h"
 #include "platform/message.h"
-#include "platform/utf.h"
+#include "platform/wide.h"
 #include "product/product.h"
 #include "support/paths.h"
 #include "tools/larder/log/log-runs.h"

@@ -10,7 +10,7 @@
 #include "platform/message.h"
 #include "platform/module.h"
 #include "platform/scoped-handle.h"
-#include "platform/utf.h"
+#include "platform/wide.h"
 #include "tools/larder/cli/commands.h"
 #include "tools/larder/cli/output.h"
 #include "tools/larder/status/child.h"

@@ -6,7 +6,7 @@
 #include "platform/folder.h"
 #include "platform/message.h"
 #include "platform/scoped-handle.h"
-#include "platform/utf.h"
+#include "platform/wide.h"
 #include "product/product.h"
 #include "support/registry.h"
 #include "tools/larder/cli/console.h"

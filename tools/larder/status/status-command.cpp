@@ -2,7 +2,7 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
-#include "platform/utf.h"
+#include "platform/wide.h"
 #include "support/registry.h"
 #include "tools/larder/cli/client.h"
 #include "tools/larder/cli/commands.h"

@@ -6,7 +6,7 @@
 #include <array>
 #include <memory>
 
-#include "platform/windows/last-error.h"
+#include "platform/windows/native.h"
 #include "tools/larder/windows/command-line.h"
 
 namespace larder::tool {

@@ -1,6 +1,6 @@
 #include "tools/larder/windows/command-line.h"
 
-#include "platform/utf.h"
+#include "platform/wide.h"
 
 namespace larder::tool {
 namespace {

@@ -9,8 +9,8 @@
 
 #include <memory>
 
-#include "platform/utf.h"
-#include "platform/windows/native-path.h"
+#include "platform/wide.h"
+#include "platform/windows/native.h"
 
 namespace larder::tool {
 namespace {

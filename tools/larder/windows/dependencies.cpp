@@ -6,9 +6,8 @@
 #include <memory>
 #include <set>
 
-#include "platform/utf.h"
-#include "platform/windows/last-error.h"
-#include "platform/windows/native-path.h"
+#include "platform/wide.h"
+#include "platform/windows/native.h"
 
 namespace larder::tool {
 namespace {

@@ -1,6 +1,11 @@
-// Wide paths with backslashes, and names of objects, as paths and names of the file system.
+// What the sources for Linux share: codes, times, names and paths as the system has them.
 #pragma once
 
+#include <time.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <limits>
 #include <string>
 #include <string_view>
 
@@ -8,6 +13,22 @@
 #include "platform/wide.h"
 
 namespace larder::platform {
+
+// The code for a value of errno; never kSuccess.
+[[nodiscard]] Code CodeFromErrno(int error) noexcept;
+
+// The system's time as a file time. A time outside the range of file times becomes the nearest one
+// in it.
+inline std::uint64_t FileTimeFrom(const timespec& time) {
+  constexpr std::int64_t kSecondsFrom1601To1970 = 11644473600;
+  constexpr std::int64_t kTicksPerSecond = 10'000'000;
+  constexpr std::int64_t kLatest =
+      std::numeric_limits<std::int64_t>::max() / kTicksPerSecond - kSecondsFrom1601To1970 - 1;
+  const std::int64_t seconds =
+      std::clamp<std::int64_t>(time.tv_sec, -kSecondsFrom1601To1970, kLatest);
+  return static_cast<std::uint64_t>((seconds + kSecondsFrom1601To1970) * kTicksPerSecond +
+                                    time.tv_nsec / 100);
+}
 
 // kInvalidName for a path with a NUL in it.
 [[nodiscard]] Code NativePath(WideView path, std::string& native);

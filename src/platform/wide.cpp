@@ -1,4 +1,4 @@
-#include "platform/utf.h"
+#include "platform/wide.h"
 
 #include <algorithm>
 #include <cstddef>

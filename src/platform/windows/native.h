@@ -1,4 +1,4 @@
-// Wide paths as the system accepts them, and files opened by them.
+// What the sources for Windows share: handles, codes and paths as the system's calls take them.
 #pragma once
 
 #include <windows.h>
@@ -8,6 +8,18 @@
 #include "platform/wide.h"
 
 namespace larder::platform {
+
+inline HANDLE Native(Handle handle) noexcept { return reinterpret_cast<HANDLE>(handle); }
+
+inline bool IsEmpty(Handle handle) noexcept {
+  return handle == nullptr || handle == InvalidHandle();
+}
+
+// The code of the system call that has just failed. Never kSuccess, even if the call set no code.
+[[nodiscard]] inline Code LastError() noexcept {
+  const DWORD code = GetLastError();
+  return code != ERROR_SUCCESS ? code : kGeneralFailure;
+}
 
 // The path itself, or, if it is too long for the system's usual form, the full path with the prefix
 // that lifts the limit. kInvalidName for a path with a NUL in it.
