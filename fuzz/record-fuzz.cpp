@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "records/record-cursor.h"
 #include "records/record-dump.h"
-#include "records/record-validation.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const unsigned char* bytes, std::size_t size) {
   if (!larder::ValidateFileDataRecord(bytes, size).empty()) return 0;

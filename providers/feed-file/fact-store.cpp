@@ -9,8 +9,8 @@
 #include "common/object-identity.h"
 #include "feed-file/store-folder.h"
 #include "feed-file/store-log.h"
-#include "platform/file-lock.h"
 #include "platform/file-time.h"
+#include "platform/file.h"
 
 namespace larder::feed {
 namespace {

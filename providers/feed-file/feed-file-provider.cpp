@@ -12,7 +12,7 @@
 #include "platform/file-time.h"
 #include "platform/file.h"
 #include "platform/path.h"
-#include "records/record-validation.h"
+#include "records/record-cursor.h"
 
 namespace larder::feed {
 namespace {

@@ -1,4 +1,4 @@
-// Files: what a path leads to, its identity and times, its bytes, and its place.
+// Files: what a path leads to, its identity and times, its bytes, its place and its lock.
 #pragma once
 
 #include <cstddef>
@@ -17,8 +17,8 @@ struct FileInfo {
   std::uint64_t lastModified = 0;  // 100 ns since 1601-01-01 UTC
   std::uint64_t volume = 0;        // the file system that holds the file...
   std::uint64_t index = 0;         // ...and the file's number in it
-  // When the file's content or attributes last changed, in the unit of lastModified. Programs can't
-  // set it back. 0 if the file system doesn't record it.
+  // When the file's content or attributes last changed, in the unit of lastModified. A program can
+  // set it on Windows, but not on Linux. 0 if the file system doesn't record it.
   std::uint64_t changed = 0;
 
   bool operator==(const FileInfo&) const = default;
@@ -47,5 +47,17 @@ struct FileInfo {
 Code RemoveFile(const WideString& path);
 // Fails with kAlreadyExists if anything exists at the new path.
 Code RenameFile(const WideString& from, const WideString& to);
+
+// The lock of a file excludes other processes and other handles of this one: at most one handle
+// holds it.
+//
+// Opens the file at a path for locking only, and creates it, empty, if it doesn't exist. Child
+// processes don't inherit the handle.
+Code OpenLockFile(const WideString& path, Handle& file);
+
+// Never waits: kSharingViolation while another handle holds the lock. The lock is released by
+// UnlockFile, by closing the handle, and by the end of the process, however it ends.
+[[nodiscard]] Code TryLockFile(Handle file) noexcept;
+Code UnlockFile(Handle file) noexcept;
 
 }  // namespace larder::platform

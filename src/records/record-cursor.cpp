@@ -54,6 +54,21 @@ bool RecordCursor::Fail(const char* what, Offset offset, const char* problem) {
   return false;
 }
 
+std::string ValidateFileDataRecord(const void* bytes, std::size_t size) {
+  if (size < sizeof(FileDataRecord)) {
+    return std::to_string(size) + " bytes are too few for a file record";
+  }
+  const auto dataSize = ReadUnaligned<FileDataRecord>(bytes).dataSize;
+  if (dataSize > size) {
+    return "dataSize is " + std::to_string(dataSize) + ", but there are only " +
+           std::to_string(size) + " bytes";
+  }
+  RecordCursor cursor(bytes, dataSize);
+  while (cursor.NextChain()) {
+  }
+  return cursor.Fault();
+}
+
 const void* NextRecord(const void* record) noexcept {
   const auto distance = ReadUnaligned<std::uint32_t>(record);
   return distance == 0 ? nullptr : static_cast<const unsigned char*>(record) + distance;

@@ -1,5 +1,5 @@
-// A walk over the chains and certificates of a file record (larder/records.h). Needs the public
-// headers alone.
+// Walks over the chains and certificates of a file record (larder/records.h), and checks a record's
+// structure. Needs the public headers alone.
 #pragma once
 
 #include <larder/records.h>
@@ -58,6 +58,15 @@ class RecordCursor {
   Offset end = 0;              // of the certificates visited so far
   std::string fault;
 };
+
+// bytes: a FileDataRecord with its chains and certificates, at any address. size: the number of
+// bytes that may be read. The record is its first dataSize bytes; what follows isn't read.
+//
+// Returns what is wrong and where, or empty text. A record is accepted if every chain and
+// certificate begins after the end of the one before it and ends within dataSize. Unused bytes
+// between and after them are allowed. providerType and the certificates' contents aren't checked.
+// Linear time.
+std::string ValidateFileDataRecord(const void* bytes, std::size_t size);
 
 // Reads a value at any address, aligned or not.
 template <typename Value>

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "platform/file-fixture.h"
-#include "platform/file-lock.h"
+#include "platform/file.h"
 
 namespace larder::platform {
 namespace {

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "platform/file-fixture.h"
-#include "platform/file-lock.h"
+#include "platform/file.h"
 #include "platform/module.h"
 #include "platform/owned-event.h"
 #include "platform/registry-key.h"

@@ -5,7 +5,7 @@
 #include <thread>
 
 #include "feed-file/store-folder.h"
-#include "platform/file-lock.h"
+#include "platform/file.h"
 #include "platform/folder.h"
 #include "providers/provider-test.h"
 #include "providers/store-files.h"

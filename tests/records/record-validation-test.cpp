@@ -1,4 +1,4 @@
-#include "records/record-validation.h"
+#include "records/record-cursor.h"
 
 #include <gtest/gtest.h>
 

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "platform/file-fixture.h"
-#include "platform/file-lock.h"
+#include "platform/file.h"
 #include "platform/linux/child-process.h"
 #include "platform/linux/open-descriptors.h"
 #include "platform/linux/sleeping-thread.h"

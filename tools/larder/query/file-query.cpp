@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "platform/message.h"
-#include "records/record-validation.h"
+#include "records/record-cursor.h"
 #include "tools/larder/cli/client.h"
 #include "tools/larder/cli/console.h"
 

@@ -11,7 +11,6 @@
 #include "tools/larder/cli/output.h"
 #include "tools/larder/cli/text.h"
 #include "tools/larder/query/file-query.h"
-#include "tools/larder/query/record-json.h"
 #include "tools/larder/query/record-text.h"
 
 namespace larder::tool {

@@ -1,11 +1,10 @@
-#include "tools/larder/query/record-json.h"
+#include "tools/larder/query/record-text.h"
 
 #include <nlohmann/json.hpp>
 #include <vector>
 
 #include "records/record-dump.h"
 #include "tools/larder/cli/text.h"
-#include "tools/larder/query/record-text.h"
 
 namespace larder::tool {
 namespace {

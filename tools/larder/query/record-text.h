@@ -1,4 +1,4 @@
-// Data blocks as text for a person: lines of a label, blanks and a value.
+// Data blocks as text: for people, as lines of a label, blanks and a value; for programs, as JSON.
 #pragma once
 
 #include <larder/records.h>
@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "tools/larder/query/file-query.h"
+
 namespace larder::tool {
 
 std::string RecordLine(std::string label, const std::string& value);
@@ -14,26 +16,28 @@ std::string RecordLine(std::string label, const std::string& value);
 // record: one that ValidateFileDataRecord accepts, as in everything below.
 std::string FileRecordText(const FileDataRecord& record);
 
-// The same as DumpFileDataRecord has it, with lines that end in a line feed, the last one too, and
-// with control characters made visible.
+// DumpFileDataRecord with each line ending in a line feed, and with control characters escaped.
 std::string FileRecordDump(const FileDataRecord& record);
 
-// The certificates (each a CertDataRecord) of each chain. They lie in the record.
+// The certificates of each chain; each points to a CertDataRecord in the record.
 std::vector<std::vector<const void*>> ChainsOf(const FileDataRecord& record);
 
-// Whether there is any chain but that of one certificate without bytes, which is how a record says
-// that there is none.
+// False if the only chain is the one with an empty certificate, which stands for no signer.
 bool HasSigners(const FileDataRecord& record);
 
-// Whether a chain is the one that says so.
+// Whether a chain is that one.
 bool IsNoChain(const std::vector<const void*>& certs);
 
 std::uint32_t CertificateSize(const void* cert);
 
-// Whether there is none of the digests of the file as an executable image.
+// Whether the file isn't an image, so that all digests of the image are zero.
 bool HasNoImageDigests(const FileDataRecord& record);
 
 // A block of unknown form: type, size and a dump of its first bytes. block: at least a header.
 std::string BlockText(std::span<const unsigned char> block);
+
+// The answer for one file as a line of JSON, in UTF-8 with a line feed; docs/tool.md has the
+// format. answer: its block, if it has one, is a file record that ValidateFileDataRecord accepts.
+std::string JsonLine(const FileAnswer& answer);
 
 }  // namespace larder::tool

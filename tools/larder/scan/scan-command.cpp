@@ -16,7 +16,6 @@
 #include "tools/larder/cli/output.h"
 #include "tools/larder/cli/text.h"
 #include "tools/larder/query/file-query.h"
-#include "tools/larder/query/record-json.h"
 #include "tools/larder/query/record-text.h"
 #include "tools/larder/scan/ordered-work.h"
 #include "tools/larder/scan/scan-report.h"
