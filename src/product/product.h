@@ -12,7 +12,7 @@ namespace larder {
 // --- The registry
 
 // The library's part, below the machine hive. The keys below are relative to it and are appended
-// as they stand.
+// unchanged.
 inline constexpr WideView LarderRegistryRoot = LARDER_WIDE("Software\\Velmor\\Larder\\");
 // The key that it shares with the maker's other products.
 inline constexpr LarderWideChar kMakerKey[] = LARDER_WIDE("Software\\Velmor\\");

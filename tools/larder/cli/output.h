@@ -38,7 +38,7 @@ void PrintError(std::string_view text);
 
 // Collects the WARN and ERROR lines that the library's routines log in this process, from
 // construction to destruction. Leaves out failed reads of registry values: on most machines some
-// value is missing, and that is no fault. Not thread-safe.
+// value is missing, which isn't an error. Not thread-safe.
 class LogWatch final : public LRLogListener {
  public:
   LogWatch();
