@@ -59,7 +59,7 @@ void Append(const WideString& path, const std::string& line) {
 void LogWarning(const std::string& text) noexcept try {
   WideString path;
   if (!IsLoggingEnabled() || !CreateLogFolder(path)) return;
-  Append(path.append(LARDER_WIDE("\\feedf.log")), Stamp() + text + "\r\n");
+  Append(path.append(LARDER_WIDE("\\")).append(kFeedFileLog), Stamp() + text + "\r\n");
 } catch (const std::exception&) {
   return;
 }

@@ -9,6 +9,7 @@
 #include "api/int-larder-handle.h"
 #include "log-file/log-files.h"
 #include "log/log-statement.h"
+#include "product/product.h"
 
 namespace {
 
@@ -32,7 +33,7 @@ IDataProvider* ProviderOf(std::int32_t type) {
 // The logger is created first, so that it receives the lines about loading the providers. It stays
 // in the listener list if the rest fails.
 void BuildHandle(LarderNotifyCallback callback) {
-  CurrentDiskLogger = CreateDiskLogger(LARDER_WIDE("lr_"));
+  CurrentDiskLogger = CreateDiskLogger(kLogPrefix);
   CurrentHandle.store(new IntLarderHandle(callback), std::memory_order_release);
   LogTrace(GetModuleName(), " created new handle");
 }

@@ -9,7 +9,6 @@ namespace larder {
 
 namespace {
 
-constexpr LarderWideChar kEventName[] = LARDER_WIDE("InstallerEvent");
 constexpr LarderWideChar kUpgrade[] = LARDER_WIDE("upgrade");
 constexpr LarderWideChar kUninstall[] = LARDER_WIDE("uninstall");
 constexpr std::int32_t kUpgradeMessage = 0;
@@ -19,7 +18,7 @@ constexpr std::int32_t kUninstallMessage = 1;
 
 // The events aren't checked: with a null one the wait fails, and the thread logs that.
 NotificationManager::NotificationManager(const IntLarderHandle* handle) : owner(handle) {
-  platform::MakeNamedEvent(kEventName, installerEvent.Out());
+  platform::MakeNamedEvent(kInstallerEvent, installerEvent.Out());
   platform::MakeEvent(shutdownEvent.Out());
   ScopeTrace scope("Entering NotificationManager::NotificationManager()",
                    "Leaving NotificationManager::NotificationManager()");

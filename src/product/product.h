@@ -35,6 +35,9 @@ inline constexpr LarderWideChar kLoggingKey[] = LARDER_WIDE("Logging");
 inline constexpr LarderWideChar kLoggingValue[] = LARDER_WIDE("szEnable");
 inline constexpr LarderWideChar kLoggingOn[] = LARDER_WIDE("true");
 
+// Raised by the installer after it has written kMessageValue.
+inline constexpr LarderWideChar kInstallerEvent[] = LARDER_WIDE("InstallerEvent");
+
 // The longest text that is read, and the room for a key's name with its terminator; characters.
 inline constexpr std::size_t kMaxRegistryCharacters = 98;
 inline constexpr std::uint32_t kRegistryNameRoom = 256;
@@ -46,6 +49,10 @@ inline constexpr LarderWideChar kMakerFolder[] = LARDER_WIDE("Velmor");
 inline constexpr LarderWideChar kProductFolder[] = LARDER_WIDE("Larder");
 inline constexpr LarderWideChar kLogsFolder[] = LARDER_WIDE("logs");
 inline constexpr LarderWideChar kDatabasesFolder[] = LARDER_WIDE("db");
+
+// The library's logs are "lr_<number>.log", the file provider's is "feedf.log".
+inline constexpr LarderWideChar kLogPrefix[] = LARDER_WIDE("lr_");
+inline constexpr LarderWideChar kFeedFileLog[] = LARDER_WIDE("feedf.log");
 
 // A log line: a stamp ("24/02/29 11:09:55"), ": ", a word (" WARN: "), the body, CR LF. Bytes.
 inline constexpr std::size_t kLogStampSize = 17;

@@ -7,6 +7,7 @@
 
 #include "log-file/log-files.h"
 #include "platform/wide.h"
+#include "product/product.h"
 #include "support/paths.h"
 #include "tools/larder/cli/output.h"
 
@@ -16,7 +17,9 @@ namespace {
 constexpr int kMaxPolls = 100;
 constexpr std::chrono::milliseconds kPollPause(20);
 
-std::vector<WideString> FindLogs() { return GetLogFiles(LARDER_WIDE("lr_*.log")); }
+std::vector<WideString> FindLogs() {
+  return GetLogFiles(kLogPrefix + WideString(LARDER_WIDE("*.log")));
+}
 
 bool IsWhole(const WideString& log) {
   return CountLinesContaining(log, "Leaving LarderInit()") != 0;

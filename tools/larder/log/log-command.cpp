@@ -64,7 +64,7 @@ bool FindNewestRun(WideString& path) {
   std::vector<LogRun> runs;
   if (!FindLogRuns(runs)) return false;
   for (const LogRun& run : runs) {
-    if (GetFileNameInPath(run.path).starts_with(LARDER_WIDE("lr_"))) path = run.path;
+    if (GetFileNameInPath(run.path).starts_with(kLogPrefix)) path = run.path;
   }
   if (!path.empty()) return true;
   PrintError("there is no log in " + PathText(GetLarderLogPath()));

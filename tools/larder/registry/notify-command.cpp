@@ -16,7 +16,6 @@
 namespace larder::tool {
 namespace {
 
-constexpr LarderWideChar kEventName[] = LARDER_WIDE("InstallerEvent");
 constexpr const char* kEventLabel = "event \"InstallerEvent\"";
 
 struct Arguments {
@@ -29,7 +28,7 @@ struct Arguments {
 // verb: for messages, what change does.
 int ChangeEvent(const std::string& verb, platform::Code (*change)(platform::Handle)) {
   AutoHandle event;
-  if (platform::MakeNamedEvent(kEventName, event.Out()) != platform::kSuccess) {
+  if (platform::MakeNamedEvent(kInstallerEvent, event.Out()) != platform::kSuccess) {
     PrintError("cannot " + verb + " " + kEventLabel + ": this user can neither create nor open it");
     return kExitFailed;
   }
