@@ -1,5 +1,5 @@
-// How a file's facts are read while the file changes or fails. The platform's operations on open
-// files are replaced: there is one file, which behaves as a test says.
+// How a file that changes or fails is read. The platform's operations on open files are replaced:
+// there is one file, which behaves as a test says.
 #include "stock-file-query/file-facts.h"
 
 #include <gtest/gtest.h>
@@ -8,6 +8,7 @@
 
 #include "platform/event.h"
 #include "stock-file-query/hash/file-hasher.h"
+#include "stock-file-query/hash/hash-work.h"
 
 namespace larder {
 namespace {
@@ -88,13 +89,13 @@ TEST_F(FileFactsTest, ReadsAFileAgainOnlyIfItWasTouchedMeanwhile) {
   EXPECT_EQ(CurrentFile.opened, 2);
 }
 
-TEST_F(FileFactsTest, GivesUpOnAFileThatDoesNotStandStill) {
+TEST_F(FileFactsTest, GivesUpOnAFileThatKeepsChanging) {
   const std::string changed = "Can't read \"C:\\file\": it changed while it was read, twice: ";
   CurrentFile.infos = {kSteady, kTouched, kTouched, kSteady};
   EXPECT_EQ(Failure(), changed + "3 bytes before, 3 after, 3 read");
   EXPECT_EQ(CurrentFile.opened, 2);
   CurrentFile.infos = {{4, 1000, 1, 1}};
-  EXPECT_EQ(Failure(), changed + "4 bytes before, 4 after, 3 read") << "it has less than it says";
+  EXPECT_EQ(Failure(), changed + "4 bytes before, 4 after, 3 read");
   CurrentFile = {.infos = {kSteady}, .isEndless = true};
   EXPECT_TRUE(Failure().starts_with(changed));
   EXPECT_LT(CurrentFile.bytesRead, 1'000'000u);
@@ -105,7 +106,7 @@ TEST_F(FileFactsTest, GivesUpOnAFileThatDoesNotStandStill) {
 }
 
 TEST_F(FileFactsTest, ReportsWhyAFileCannotBeRead) {
-  // Amid a large file, both threads end.
+  // Both threads end amid a large file.
   CurrentFile.bytes.assign(kSizeForTwoThreads + 0x60000, 'x');
   CurrentFile.infos = {{CurrentFile.bytes.size() + 1, 1000, 1, 1}};
   CurrentFile.readCode = platform::kIoDevice;
@@ -114,6 +115,15 @@ TEST_F(FileFactsTest, ReportsWhyAFileCannotBeRead) {
   EXPECT_TRUE(Failure().ends_with(" (6)")) << Failure();
   CurrentFile.openCode = 0xE0001234;
   EXPECT_EQ(Failure(), "Can't read \"C:\\file\": code 3758101044");
+}
+
+TEST_F(FileFactsTest, ABlockOfADigestIsClaimedOnce) {
+  DigestLane lane(*library, platform::DigestKind::kMd5, nullptr);
+  EXPECT_TRUE(lane.Claim(0));
+  EXPECT_FALSE(lane.Claim(0));
+  lane.Add(FileBlock());
+  EXPECT_FALSE(lane.Claim(0));
+  EXPECT_TRUE(lane.Claim(1));
 }
 
 }  // namespace

@@ -1,6 +1,5 @@
 // What the file provider finds in executable images: which bytes the digests cover, and who signed.
-// First with real images, made by make-images.sh, then with parts of images and signatures of any
-// shape, which hold no code and wouldn't verify.
+// First in real images from make-images.sh, then in generated parts that wouldn't verify.
 #include <memory>
 #include <set>
 
@@ -30,12 +29,6 @@ ReadAt ReadAtOf(const std::string& file) {
 
 WideString ImagePath(const std::string& name) {
   return BesideProgram(LARDER_WIDE("images\\")).append(name.begin(), name.end());
-}
-
-Texts Certificates(const Texts& names) {
-  Texts all;
-  for (const std::string& name : names) all.push_back(ContentOf(PathOf(ImagePath(name + ".der"))));
-  return all;
 }
 
 class SignedImagesTest : public FileProviderTest {
@@ -129,15 +122,13 @@ TEST_F(SignedImagesTest, HaveTheDigestsThatTheyHadUnsigned) {
 }
 
 TEST_F(SignedImagesTest, HaveTheChainsOfThoseWhoSignedThem) {
-  using testing::ElementsAre;
-  const Texts chain = Certificates({"signer", "issuer", "root"});
-  const Texts lone = Certificates({"lone"});
-  EXPECT_THAT(ChainsIn("signed32.dll"), ElementsAre(chain));
-  EXPECT_THAT(ChainsIn("signed-overlapping.exe"), ElementsAre(chain));
-  EXPECT_THAT(ChainsIn("signed-memtest32.efi"), ElementsAre(lone));
-  EXPECT_THAT(ChainsIn("twice.efi"), ElementsAre(chain, lone));
-  for (const Texts& one : ChainsIn("shim.efi")) EXPECT_EQ(one.size(), 2u);
-  // The order of those inside another signature is up to the program that wrote it.
+  const auto certificate = [](const char* name) { return ContentOf(PathOf(ImagePath(name))); };
+  const Texts chain = {certificate("signer.der"), certificate("issuer.der"),
+                       certificate("root.der")};
+  const Texts lone = {certificate("lone.der")};
+  EXPECT_THAT(ChainsIn("signed32.dll"), testing::ElementsAre(chain));
+  EXPECT_THAT(ChainsIn("twice.efi"), testing::ElementsAre(chain, lone));
+  // The program that nests a signature chooses its place.
   EXPECT_EQ(ChainsIn("nested.dll").at(0), chain);
   EXPECT_THAT(ChainsIn("nested.dll"), testing::UnorderedElementsAre(chain, chain, lone));
 }
@@ -196,17 +187,14 @@ TEST(ImageLayoutTest, CoversAllButCheckSumDirectoryEntryAndTable) {
       {{.size = 515, .table = {400, 56}}, "0-152 156-232 240-400 456-515 pad 0 table 400-456"},
       {{.table = {240, 8}}, "0-152 156-232 248-512 pad 0 table 240-248"},
       {{.size = 515}, "0-152 156-232 240-515 pad 5"},
-      // The directory has no entry of the table, or just that many entries.
       {{.directoryCount = 4, .table = {400, 112}}, "0-152 156-512 pad 0"},
       {{.directoryCount = 5}, noTable},
       // A table that isn't between its entry and the end of the file is none.
       {{.table = {239, 100}}, noTable},
       {{.table = {400, 7}}, noTable},
       {{.table = {400, 113}}, noTable},
-      {{.table = {513, 8}}, noTable},
       {{.table = {0xfffffff8, 0xfffffff8}}, noTable},
-      // Headers anywhere, whole or cut off.
-      {{.headerOffset = 4}, "0-92 96-172 180-512 pad 0"},
+      // Headers at the end of the file, whole or cut off.
       {{.headerOffset = 512 - 176}, "0-424 428-504 pad 0"},
       {{.headerOffset = 512 - 175}, "no image"},
       {{.headerOffset = 512 - 160, .magic = 0x10b}, "0-440 444-504 pad 0"},
@@ -217,8 +205,7 @@ TEST(ImageLayoutTest, CoversAllButCheckSumDirectoryEntryAndTable) {
       // Other formats.
       {{.mark = "MX"}, "no image"},
       {{.signature = "PE\0\1"s}, "no image"},
-      {{.magic = 0x107}, "no image"},
-  };
+      {{.magic = 0x107}, "no image"}};
   for (const auto& [shape, layout] : cases) {
     const std::string file = MakeImage(shape);
     EXPECT_EQ(Described(ReadImageLayout(file.size(), ReadAtOf(file))), layout);
@@ -266,6 +253,7 @@ std::string MakeCertificate(const std::string& serial, const std::string& subjec
                              Sequence({subject}), unread, Der(0xa3, Sequence({extensions}))})});
 }
 
+// identifier: the issuer and the serial number, or a key.
 std::string SignerOf(const std::string& identifier, const Texts& nested = {}) {
   const std::string type = Der(0x06, "\x2b\x06\x01\x04\x01\x82\x37\x02\x04\x01");
   const std::string time = Sequence({Der(0x06, "\x2a\x05"), Der(0x31, Der(0x04, "time stamp"))});
@@ -274,7 +262,6 @@ std::string SignerOf(const std::string& identifier, const Texts& nested = {}) {
 std::string Signer(const std::string& issuer, const std::string& serial, const Texts& nested = {}) {
   return SignerOf(Sequence({Sequence({issuer}), Der(0x02, serial)}), nested);
 }
-std::string SignerByKey(const std::string& keyId) { return SignerOf(Der(0x80, keyId)); }
 
 std::string Signature(const Texts& certificates, const Texts& signers) {
   const std::string revoked = Der(0xa1, "lists");
@@ -310,52 +297,43 @@ std::string ChainsIn(const std::string& table) {
   return text;
 }
 
-const std::string kRoot = MakeCertificate("root", "Root", "Root");
-const std::string kIssuer = MakeCertificate("issuer", "Issuer", "Root");
 const std::string kLeaf = MakeCertificate("leaf", "Leaf", "Issuer");
-const std::string kStamp = MakeCertificate("stamp", "Stamp", "Issuer");
 const std::string kSigner = Signer("Issuer", "leaf");
 
-TEST(SignerChainsTest, LeadFromTheSignerToTheLastCertificateThatIsThere) {
-  // Loops.
+TEST(SignerChainsTest, LeadFromTheSignerToTheLastCertificatePresent) {
+  const std::string root = MakeCertificate("root", "Root", "Root");
+  const std::string issuer = MakeCertificate("issuer", "Issuer", "Root");
+  const std::string stamp = MakeCertificate("stamp", "Stamp", "Issuer");
+  // A loop.
   const std::string a = MakeCertificate("a", "A", "B");
   const std::string b = MakeCertificate("b", "B", "C");
   const std::string c = MakeCertificate("c", "C", "B");
-  // Issuers of one name, with other keys, and a leaf with a key and one that says which it needs.
+  // Issuers of one name with other keys, and a leaf that has a key and says which one it needs.
   const std::string none = MakeCertificate("none", "Issuer", "Root");
   const std::string old = MakeCertificate("old", "Issuer", "Root", "old");
   const std::string right = MakeCertificate("new", "Issuer", "Root", "new");
   const std::string leaf = MakeCertificate("leaf", "Leaf", "Issuer", "key", "new");
-  // Its issuer has its own name, but another key.
+  // Its issuer has its own name but another key.
   const std::string newRoot = MakeCertificate("new", "Root", "Root", "new", "old");
   const std::string oldRoot = MakeCertificate("old", "Root", "Root", "old", "old");
   const struct {
     Texts certificates;
     Texts signers;
     const char* chains;
-  } cases[] = {
-      {{kStamp, kRoot, kIssuer, kLeaf}, {kSigner}, "leaf issuer root"},
-      {{kIssuer, kLeaf}, {kSigner}, "leaf issuer"},
-      {{kRoot, kLeaf}, {kSigner}, "leaf"},
-      {{kRoot, kIssuer}, {kSigner}, ""},
-      {{kLeaf, kIssuer, kRoot}, {}, ""},
-      {{kIssuer, kLeaf, kStamp},
-       {Signer("Issuer", "stamp"), Signer("Issuer", "stranger"), kSigner},
-       "stamp issuer | leaf issuer"},
-      {{a, b, c}, {Signer("B", "a")}, "a b c"},
-      {{c, b, a}, {Signer("C", "b")}, "b c"},
-      {{kRoot, kRoot}, {Signer("Root", "root")}, "root"},
-      {{leaf, none, old, right}, {kSigner}, "leaf new"},
-      {{right, old, none, leaf}, {kSigner}, "leaf new"},
-      {{old, none, leaf}, {kSigner}, "leaf none"},
-      {{old, leaf}, {kSigner}, "leaf"},
-      {{kLeaf, old, right}, {kSigner}, "leaf old"},
-      {{newRoot, oldRoot}, {Signer("Root", "new")}, "new old"},
-      {{newRoot, oldRoot}, {Signer("Root", "old")}, "old"},
-      {{kIssuer, leaf}, {SignerByKey("key")}, "leaf issuer"},
-      {{kIssuer, leaf}, {SignerByKey("other")}, ""},
-      {{kIssuer, kLeaf}, {SignerByKey("")}, ""},
-  };
+  } cases[] = {{{stamp, root, issuer, kLeaf}, {kSigner}, "leaf issuer root"},
+               {{root, kLeaf}, {kSigner}, "leaf"},
+               {{issuer, kLeaf, stamp},
+                {Signer("Issuer", "stamp"), Signer("Issuer", "stranger"), kSigner},
+                "stamp issuer | leaf issuer"},
+               {{a, b, c}, {Signer("B", "a")}, "a b c"},
+               {{leaf, none, old, right}, {kSigner}, "leaf new"},
+               {{old, none, leaf}, {kSigner}, "leaf none"},
+               {{old, leaf}, {kSigner}, "leaf"},
+               {{kLeaf, old, right}, {kSigner}, "leaf old"},
+               {{newRoot, oldRoot}, {Signer("Root", "new")}, "new old"},
+               {{newRoot, oldRoot}, {Signer("Root", "old")}, "old"},
+               {{old, leaf}, {SignerOf(Der(0x80, "key"))}, "leaf"},
+               {{issuer, kLeaf}, {SignerOf(Der(0x80, ""))}, ""}};
   for (const auto& one : cases) {
     EXPECT_EQ(ChainsIn(Entry(Signature(one.certificates, one.signers))), one.chains);
   }
@@ -370,17 +348,13 @@ TEST(SignerChainsTest, ComeFromEverySignatureThatCanBeRead) {
        "a | b | c | d | e | good"},
       {Entry(Lone("1", {Lone("2", {Lone("3", {Lone("4", {Lone("5")})})})})), "1 | 2 | 3 | 4"},
       {Entry(lone, 1) + good, "good"},
-      {Entry("") + good, "good"},
       {Entry("no signature") + good, "good"},
-      {Entry(lone.substr(0, lone.size() - 1)) + good, "good"},
       {Entry(Lone("a", {"no signature", lone})) + good, "a | good"},
       {Entry(Lone("a", {Der(0x04, "none"), lone})) + good, "a | lone | good"},
       // The size of an entry is used only to find the next one.
-      {good + Entry(lone, 2, minusSize) + good, "good"},
       {good + Entry(lone, 2, minusSize + 7) + good, "good"},
       {good + Entry(lone, 2, 1000) + good, "good | lone"},
       {good + Entry(lone, 2, minusSize - 1) + good, "good | lone"},
-      {good + Entry(lone, 2, minusSize - 8) + good, "good | lone"},
       {Entry(lone + std::string(7, 'x')) + good, "lone | good"},
       {Entry(lone, 2, minusSize + 16) + good, ""},
   };
@@ -396,10 +370,9 @@ TEST(SignerChainsTest, EndAtTheLimits) {
 
   const std::string last = Entry(Lone("last"));
   const std::string empty = Joined(Texts(63, Entry("")));
-  EXPECT_EQ(ChainsIn(empty + last), "last");
-  EXPECT_EQ(ChainsIn(empty + Entry("") + last), "");
+  EXPECT_EQ(ChainsIn(empty + last + last), "last");
 
-  const std::string wide = Entry(Lone("a", Texts(100, Lone("x")))) + last;
+  const std::string wide = Entry(Lone("a", Texts(100, Lone("x"))));
   EXPECT_EQ(ReadSignatures(BytesOf(wide)).size(), 64u);
   const std::string signers = Entry(Signature({kLeaf}, Texts(100, kSigner)));
   EXPECT_EQ(ReadSignerChains(BytesOf(signers + signers)).size(), 64u);
@@ -415,14 +388,12 @@ TEST(DerReaderTest, ReadsLengthsOfUpToEightBytesAndEndsAtWhatItCannotRead) {
   const std::string longest = "\x04\x88\0\0\0\0\0\0\0\x01y"s;
   EXPECT_EQ(TextOf(DerReader(BytesOf(longest)).Next(0x04).value().content), "y");
   for (const std::string& bad :
-       {"\x04"s, "\x04\x01"s, "\x04\x7f x"s, "\x04\x81"s, "\x04\x82\x01"s, "\x1f\x01\x00"s,
-        "\x24\x80\x04\x00\x00\x00"s, "\x04\x89\0\0\0\0\0\0\0\0\0"s, "\x04\xff"s,
-        "\x04\x88\xff\xff\xff\xff\xff\xff\xff\xff"s, "\x04\x88\x7f\xff\xff\xff\xff\xff\xff\xff"s}) {
+       {"\x04"s, "\x04\x01"s, "\x04\x82\x01"s, "\x1f\x01\x00"s, "\x24\x80\x04\x00\x00\x00"s,
+        "\x04\x89\0\0\0\0\0\0\0\0\0"s, "\x04\x88\xff\xff\xff\xff\xff\xff\xff\xff"s}) {
     const std::string bytes = Der(0x04, "") + bad;
     DerReader reader(BytesOf(bytes));
     EXPECT_TRUE(reader.Next().has_value());
     EXPECT_FALSE(reader.Next().has_value()) << testing::PrintToString(bad);
-    EXPECT_FALSE(reader.Next().has_value());
   }
 }
 

@@ -3,9 +3,8 @@
 #
 #   tests/providers/make-images.sh FOLDER DOWNLOADS
 #
-# in FOLDER, unless they exist: files of Debian's packages as their makers signed them or didn't,
-# and some of these signed again with keys that are created here. The packages are unpacked, not
-# installed. DOWNLOADS keeps them, for all presets; with them there no network is needed.
+# in FOLDER, unless they exist: files of Debian's packages, and some of them signed with keys that
+# are created here. DOWNLOADS keeps the packages; once they are there, no network is needed.
 set -euo pipefail
 export LC_ALL=C
 
@@ -19,10 +18,9 @@ fail() {
 }
 
 unpack() {
-  local package file root=$work/root
+  local package root=$work/root
   for package in "${packages[@]}"; do
-    file=$("$project/tools/fetch-package.sh" "$package" "$downloads")
-    dpkg-deb -x "$file" "$root"
+    dpkg-deb -x "$("$project/tools/fetch-package.sh" "$package" "$downloads")" "$root"
   done
   cp "$root/usr/lib/shim/shimx64.efi.signed" "$made/shim.efi"
   cp "$root/usr/lib/grub/x86_64-efi-signed/grubx64.efi.signed" "$made/grub.efi"
@@ -44,8 +42,7 @@ certificate() {
   openssl x509 -in "$1.pem" -outform DER -out "$made/$1.der"
 }
 
-# "earlier-issuer" has the name of "issuer" but another key, as after a change of keys; "stranger"
-# belongs to no chain, as the certificates of time stamps.
+# "earlier-issuer" has the name of "issuer" but another key; "stranger" belongs to no chain.
 certificates() {
   certificate root 'Images Root' root basicConstraints=critical,CA:true
   certificate earlier-issuer 'Images Issuer' root basicConstraints=critical,CA:true
@@ -74,15 +71,7 @@ sign_all() {
   sbsign --key lone.key --cert lone.pem --output "$made/twice.efi" once.efi
 }
 
-make_all() {
-  unpack
-  cd "$work"
-  certificates
-  sign_all
-}
-
-# STATUS
-end() {
+end() {  # STATUS
   rm -rf "$work"
   [[ $1 -eq 0 ]] || fail "the images couldn't be created:
 $(tail -n 20 "$folder/log")"
@@ -104,6 +93,11 @@ made=$work/made
 mkdir "$made"
 # Not in a condition: there, bash would ignore a command that fails.
 trap 'end $?' EXIT
-make_all >"$folder/log" 2>&1
+{
+  unpack
+  cd "$work"
+  certificates
+  sign_all
+} >"$folder/log" 2>&1
 cp "$made"/* "$folder"
 touch "$folder/made"

@@ -45,10 +45,9 @@ TEST_F(FeedTest, KeepsACopyOfTheLastBlockUntilAnEmptyBufferIsWritten) {
   EXPECT_EQ(Query(object), "payload");
   Write(object, "");
   EXPECT_EQ(Query(object), "") << "a bare header";
-  for (int time = 0; time < 2; ++time) {
-    WriteTo(*provider, object, DbBuffer());
-    EXPECT_EQ(Query(object), "(no data)");
-  }
+  WriteTo(*provider, object, DbBuffer());
+  WriteTo(*provider, object, DbBuffer());
+  EXPECT_EQ(Query(object), "(no data)");
 }
 
 TEST_F(FeedTest, DistinguishesObjectsByPathAndTimeAndNotByTheKeyAlone) {
@@ -85,7 +84,6 @@ TEST_F(FeedTest, FailsInEachOperationAsThePathSays) {
   const std::pair<std::string, std::string> failures[] = {
       {"code:-2147483648", "feed-test: failure requested by the path: result -2147483648"},
       {"text:no: a=b, \xE6\x97\xA5", "no: a=b, \xE6\x97\xA5"},
-      {"text:", ""},
       {"unknown", "(no std::exception)"}};
   for (const auto& [failure, text] : failures) {
     const Descriptor all =
@@ -124,7 +122,6 @@ TEST_F(FeedTest, DoesNotMistakeANewBlockForALostOneAtItsAddress) {
 
 TEST_F(FeedTest, ReportsAMalformedScriptAndTheReason) {
   const std::pair<std::string, std::string> malformed[] = {
-      {"fail:", "no outcome in the step \"\""},
       {"fail:query=unknown;", "no outcome in the step \"\""},
       {"fail:Query=unknown", "unknown operation \"Query\""},
       {"fail:query=unknown ", "unknown outcome \"unknown \""},
@@ -148,7 +145,7 @@ TEST(ModulesTest, UnloadWithoutATraceWhenTheirObjectsAreGone) {
   const ProviderMachine machine;
   machine.SetText(kFeedFileKey, LARDER_WIDE("szDLL"), LARDER_WIDE("feed-file.dll"));
   std::vector<WideString> paths;
-  for (const LarderWideChar* const name :
+  for (const WideView name :
        {LARDER_WIDE("feed-file.dll"), LARDER_WIDE("feed-test.dll"), LARDER_WIDE("feed-stats.dll"),
         LARDER_WIDE("fixtures\\guide-provider.dll")}) {
     paths.push_back(machine.AddModule(name));
@@ -180,7 +177,8 @@ TEST(GuideProvider, ReturnsTheLengthOfThePathAndStoresNothing) {
 TEST(FeedStats, LosesNoCallOfTheEightThreadsThatUseAnObject) {
   constexpr std::uint64_t kRounds = 500;
   const ProviderMachine machine;
-  const ProviderModule provider(BesideProgram(LARDER_WIDE("feed-stats.dll")));
+  const WideString path = BesideProgram(LARDER_WIDE("feed-stats.dll"));
+  const ProviderModule provider(path);
   const Descriptor any(LARDER_WIDE("any"));
   const auto query = [&](const ProviderModule& from) {
     DbBuffer block = QueryOf(*from, any);
@@ -210,10 +208,8 @@ TEST(FeedStats, LosesNoCallOfTheEightThreadsThatUseAnObject) {
   EXPECT_EQ(record.bytesWritten, 10 * 8 * kRounds);
   EXPECT_EQ(record.storeSince, 0u) << "there is no file provider in this process";
   EXPECT_EQ(record.since, since);
-  EXPECT_GT(since, 132'223'104'000'000'000u) << "2020";
-  EXPECT_LT(since, 189'026'784'000'000'000u) << "2200";
-  const ProviderModule other(BesideProgram(LARDER_WIDE("feed-stats.dll")));
-  EXPECT_EQ(query(other).queryCalls, 1u);
+  EXPECT_NEAR(static_cast<double>(since), 160e15, 28e15) << "between 2020 and 2200";
+  EXPECT_EQ(query(ProviderModule(path)).queryCalls, 1u);
 }
 
 }  // namespace

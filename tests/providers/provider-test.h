@@ -131,9 +131,8 @@ std::string TextThrownBy(Call&& call) {
 
 inline const WideString kFeedFileKey = LARDER_WIDE("DataProviders\\FeedFile");
 
-// Has its own common folders, where the file provider's store is. Its folder, which is the modules'
-// folder by the registry, holds the query module. (The folder of the built modules may have a path
-// that is too long for the registry.)
+// Has its own common folders, where the file provider's store is. Its folder contains the query
+// module and is registered as the modules' folder: the build's may be too long for the registry.
 class ProviderMachine : public TestMachine {
  public:
   ProviderMachine() {
@@ -162,11 +161,9 @@ class ProviderMachine : public TestMachine {
                   const void* data, std::size_t size) {
     platform::OwnedRegistryKey key;
     const WideString path = LARDER_WIDE("Software\\Velmor\\Larder\\") + subkey;
-    ASSERT_EQ(platform::MakeRegistryKey(path, platform::kKeySetValue, key.Out()),
-              platform::kSuccess);
-    EXPECT_EQ(
-        platform::SetRegistryValue(key.Get(), name, type, data, static_cast<std::uint32_t>(size)),
-        platform::kSuccess);
+    ASSERT_EQ(platform::MakeRegistryKey(path, platform::kKeySetValue, key.Out()), 0u);
+    const auto bytes = static_cast<std::uint32_t>(size);
+    EXPECT_EQ(platform::SetRegistryValue(key.Get(), name, type, data, bytes), 0u);
   }
 };
 
