@@ -41,10 +41,7 @@ void TryImage(Bytes file) {
   const auto layout = larder::feed::ReadImageLayout(file.size(), readAt);
   if (!layout) return;
   std::size_t covered = 0;
-  const std::size_t half = file.size() / 2;
-  const auto count = [&](Bytes part) { covered += part.size(); };
-  larder::feed::FeedCovered(*layout, 0, file.first(half), count);
-  larder::feed::FeedCovered(*layout, half, file.subspan(half), count);
+  larder::feed::FeedCovered(*layout, 0, file, [&](Bytes part) { covered += part.size(); });
   const std::uint64_t table = layout->table.Size();
   Require(covered + table + 4 == file.size() || covered + table + 12 == file.size());
   Require(table > 0 ? layout->padding == 0 : (file.size() + layout->padding) % 8 == 0);

@@ -6,11 +6,10 @@
 #include <cstdint>
 #include <stdexcept>
 
-#include "abi/process-footprint.h"
 #include "host/host-machine.h"
 #include "platform/module.h"
 #include "support/scoped-handles.h"
-#include "testing/modules.h"
+#include "testing/process.h"
 
 namespace larder {
 namespace {

@@ -11,14 +11,11 @@ FakeRegistry CurrentRegistry;
 namespace platform {
 namespace {
 
-Code Answer(const std::string& call, Code usual) {
+Code Answer(const std::string& operation, const WideString& name, Code usual = kSuccess) {
+  const std::string call = operation + Utf8FromWide(name);
   CurrentRegistry.calls.push_back(call);
   const auto found = CurrentRegistry.codes.find(call);
   return found == CurrentRegistry.codes.end() ? usual : found->second;
-}
-
-Code Answer(const char* operation, const WideString& name, Code usual = kSuccess) {
-  return Answer(operation + Utf8FromWide(name), usual);
 }
 
 Code Open(Code code, RegistryKey& key) {
@@ -58,11 +55,11 @@ Code RemoveRegistryValue(RegistryKey, const WideString& name) {
 }
 
 Code RegistrySubkeyName(RegistryKey, std::uint32_t, LarderWideChar*, std::uint32_t&) {
-  return Answer("subkey", kNoMoreItems);
+  return Answer("subkey", {}, kNoMoreItems);
 }
 
 Code RegistryValueName(RegistryKey, std::uint32_t, LarderWideChar*, std::uint32_t&) {
-  return Answer("value", kNoMoreItems);
+  return Answer("value", {}, kNoMoreItems);
 }
 
 Code RemoveRegistryTree(const WideString& path) { return Answer("remove tree ", path); }

@@ -26,7 +26,7 @@ platform::Code platform::RegisterTrace(TraceControlFunction function, void* cont
   facility.context = context;
   facility.control = control;
   if (facility.isEnabledAtOnce) facility.Request(kTraceEnableEvents);
-  registration = facility.registration;
+  registration = 0x77;
   return kSuccess;
 }
 
@@ -40,13 +40,13 @@ std::uint64_t platform::TraceSession(void* buffer) noexcept {
 }
 
 std::uint8_t platform::TraceSessionLevel(std::uint64_t session) noexcept {
-  const FakeSession& asked = TraceFacility().session;
-  return session == asked.handle ? asked.level : std::uint8_t{0};
+  const FakeSession& known = TraceFacility().session;
+  return session == known.handle ? known.level : std::uint8_t{0};
 }
 
 std::uint32_t platform::TraceSessionFlags(std::uint64_t session) noexcept {
-  const FakeSession& asked = TraceFacility().session;
-  return session == asked.handle ? asked.flags : 0;
+  const FakeSession& known = TraceFacility().session;
+  return session == known.handle ? known.flags : 0;
 }
 
 void platform::EmitTrace(std::uint64_t session, std::uint32_t messageFlags, const Guid& message,

@@ -21,7 +21,7 @@ struct EmittedMessage {
 // Not thread-safe.
 std::vector<EmittedMessage>& EmittedMessages();
 
-// A session as a controller sets it up.
+// As a controller sets it up.
 struct FakeSession {
   std::uint64_t handle = 0;
   std::uint8_t level = 0;
@@ -29,9 +29,8 @@ struct FakeSession {
 };
 
 struct FakeTraceFacility {
-  platform::Code registerCode = platform::kSuccess;  // the result of RegisterTrace
-  std::uint64_t registration = 0x77;                 // the handle that it returns
-  bool isEnabledAtOnce = false;  // the callback is called during the registration
+  platform::Code registerCode = platform::kSuccess;  // with success the handle is 0x77
+  bool isEnabledAtOnce = false;                      // the callback is called by RegisterTrace
   FakeSession session;
 
   // The calls so far.

@@ -9,7 +9,7 @@
 
 #include "log/log-pieces.h"
 #include "support/registry.h"
-#include "testing/environment.h"
+#include "testing/process.h"
 
 namespace larder {
 

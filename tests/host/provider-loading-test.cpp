@@ -9,7 +9,7 @@
 #include "platform/registry.h"
 #include "providers/provider-discovery.h"
 #include "support/registry.h"
-#include "testing/modules.h"
+#include "testing/process.h"
 
 namespace larder {
 namespace {

@@ -9,8 +9,7 @@
 #include "common/object-identity.h"
 #include "platform/folder.h"
 #include "providers/provider-test.h"
-#include "testing/environment.h"
-#include "testing/modules.h"
+#include "testing/process.h"
 
 namespace larder {
 namespace {

@@ -5,7 +5,7 @@
 #include <thread>
 
 #include "providers/provider-test.h"
-#include "testing/modules.h"
+#include "testing/process.h"
 
 namespace larder {
 namespace {

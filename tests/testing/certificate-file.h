@@ -1,18 +1,16 @@
 // The certificates of tests/certificates.
 #pragma once
 
-#include <fstream>
-#include <iterator>
-#include <stdexcept>
 #include <string>
 #include <vector>
+
+#include "testing/files.h"
 
 namespace larder {
 
 inline std::vector<unsigned char> CertificateFile(const std::string& name) {
-  std::ifstream stream(LARDER_TEST_CERTIFICATES "/" + name + ".der", std::ios::binary);
-  if (!stream) throw std::runtime_error("no certificate " + name);
-  return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+  const std::string bytes = ContentOf(LARDER_TEST_CERTIFICATES "/" + name + ".der");
+  return {bytes.begin(), bytes.end()};
 }
 
 }  // namespace larder

@@ -6,16 +6,7 @@
 #include "log/log-pieces.h"
 
 namespace larder {
-
 namespace {
-
-constexpr std::size_t kStampAndColon = 19;
-
-// Replaces all values except the empty ones.
-std::string WithoutHandles(const std::string& text) {
-  static const std::regex handle("\\b(?!0{16}|F{16})[0-9A-F]{16}\\b");
-  return std::regex_replace(text, handle, "<handle>");
-}
 
 std::string Replaced(std::string text, const std::string& part, const std::string& by) {
   for (std::size_t at = 0; (at = text.find(part, at)) != std::string::npos; at += by.size()) {
@@ -25,6 +16,7 @@ std::string Replaced(std::string text, const std::string& part, const std::strin
 }
 
 std::string BodyOf(const std::string& line) {
+  constexpr std::size_t kStampAndColon = 19;
   return Replaced(line.substr(kStampAndColon), "\r\n", "");
 }
 
@@ -54,6 +46,7 @@ std::vector<std::string> RecordedLog::Lines() const {
 }
 
 std::string RecordedLog::Text() const {
+  static const std::regex kHandle("\\b(?!0{16}|F{16})[0-9A-F]{16}\\b");
   std::string text;
   {
     const std::lock_guard lock(mutex);
@@ -61,23 +54,23 @@ std::string RecordedLog::Text() const {
       if (entry.thread == std::this_thread::get_id()) text += BodyOf(entry.line) + "\n";
     }
   }
-  return Replaced(WithoutHandles(text), WideToUtf8(GetModuleName()), "<host>");
+  text = std::regex_replace(text, kHandle, "<handle>");
+  return Replaced(text, WideToUtf8(GetModuleName()), "<host>");
+}
+
+bool RecordedLog::Has(const std::string& part) const {
+  return std::ranges::any_of(
+      entries, [&](const Entry& entry) { return entry.line.find(part) != std::string::npos; });
 }
 
 bool RecordedLog::Contains(const std::string& part) const {
-  for (const std::string& line : WholeLines()) {
-    if (line.find(part) != std::string::npos) return true;
-  }
-  return false;
+  const std::lock_guard lock(mutex);
+  return Has(part);
 }
 
 void RecordedLog::WaitFor(const std::string& part) {
   std::unique_lock lock(mutex);
-  lineCame.wait(lock, [&] {
-    return std::any_of(entries.begin(), entries.end(), [&](const Entry& entry) {
-      return entry.line.find(part) != std::string::npos;
-    });
-  });
+  lineCame.wait(lock, [&] { return Has(part); });
 }
 
 void RecordedLog::Clear() {

@@ -22,8 +22,8 @@ class RecordedLog : public LRLogListener {
   std::vector<std::string> WholeLines() const;
   // Without stamp and line end.
   std::vector<std::string> Lines() const;
-  // The calling thread's lines, each ended by a line feed, with every handle and pointer value
-  // except the empty ones as "<handle>" and the host's image as "<host>".
+  // The calling thread's lines, each ended by a line feed, with the host's image as "<host>" and
+  // every handle and pointer except the empty ones as "<handle>".
   std::string Text() const;
   bool Contains(const std::string& part) const;
   void Clear();
@@ -35,6 +35,9 @@ class RecordedLog : public LRLogListener {
     std::string line;
     std::thread::id thread;
   };
+
+  // The mutex must be locked.
+  bool Has(const std::string& part) const;
 
   mutable std::mutex mutex;
   std::condition_variable lineCame;

@@ -3,8 +3,6 @@
 #pragma once
 
 #include <filesystem>
-#include <optional>
-#include <string>
 
 #include "platform/wide.h"
 
@@ -20,8 +18,8 @@ class TestMachine {
   TestMachine(const TestMachine&) = delete;
   TestMachine& operator=(const TestMachine&) = delete;
 
-  // Gives the machine its own common folders too. On Linux it has them from the start. On Windows
-  // this adds values to the registry, where the system looks its folders up.
+  // On Windows adds values to the registry, where the system looks its common folders up. On Linux
+  // the machine has its own from the start.
   void UseOwnCommonFolders();
 
   // For the test's files; empty at first.
@@ -30,10 +28,8 @@ class TestMachine {
   WideString WideFolder() const;
 
  private:
-  std::filesystem::path base;    // everything that the machine has on disk
-  std::filesystem::path folder;  // in base
-  // Linux: the root that was set before, if any. Windows: the key that serves as the hive.
-  std::optional<std::string> registry;
+  const std::filesystem::path base;    // all that the machine has on disk
+  const std::filesystem::path folder;  // in base
 };
 
 }  // namespace larder

@@ -12,8 +12,6 @@
 namespace larder {
 namespace {
 
-constexpr const char* kRootVariable = "LARDER_ROOT";
-
 std::filesystem::path MakeBase() {
   std::string pattern = (std::filesystem::temp_directory_path() / "larder-test-XXXXXX").string();
   if (mkdtemp(pattern.data()) == nullptr)
@@ -28,17 +26,13 @@ std::filesystem::path MakeBase() {
 TestMachine::TestMachine() : base(MakeBase()), folder(base / "folder") {
   std::filesystem::create_directory(folder);
   std::filesystem::create_directory(base / "root");
-  if (const char* root = getenv(kRootVariable)) registry = root;
-  setenv(kRootVariable, (base / "root").c_str(), 1);
+  setenv("LARDER_ROOT", (base / "root").c_str(), 1);
 }
 
 void TestMachine::UseOwnCommonFolders() {}
 
 TestMachine::~TestMachine() {
-  if (registry)
-    setenv(kRootVariable, registry->c_str(), 1);
-  else
-    unsetenv(kRootVariable);
+  unsetenv("LARDER_ROOT");
   std::error_code ignored;
   std::filesystem::remove_all(base, ignored);
 }

@@ -2,7 +2,6 @@
 
 #include <windows.h>
 
-#include <stdexcept>
 #include <system_error>
 
 namespace larder {
@@ -13,17 +12,19 @@ void Require(LSTATUS status, const std::string& what) {
     throw std::system_error(static_cast<int>(status), std::system_category(), what);
 }
 
-std::string UniqueName(int attempt) {
-  return "larder-test-" + std::to_string(GetCurrentProcessId()) + "-" + std::to_string(attempt);
-}
-
 std::filesystem::path MakeBase() {
   // The system may return the temporary folder's path with short names.
   const auto temporary = std::filesystem::canonical(std::filesystem::temp_directory_path());
+  const std::string name = "larder-test-" + std::to_string(GetCurrentProcessId()) + '-';
   for (int attempt = 0;; ++attempt) {
-    std::filesystem::path base = temporary / UniqueName(attempt);
+    std::filesystem::path base = temporary / (name + std::to_string(attempt));
     if (std::filesystem::create_directory(base)) return base;
   }
+}
+
+// The key that serves as the machine hive.
+std::wstring HiveOf(const std::filesystem::path& base) {
+  return L"Software\\" + base.filename().wstring();
 }
 
 // Unlike std::filesystem::remove_all it deletes files with long paths and with any attributes.
@@ -45,25 +46,6 @@ void RemoveTree(const std::wstring& folder) {
   RemoveDirectoryW(folder.c_str());
 }
 
-// Creates a new key that serves as the machine hive, and returns its name.
-std::string MakeHive() {
-  for (int attempt = 0;; ++attempt) {
-    std::string name = "Software\\" + UniqueName(attempt);
-    HKEY hive = nullptr;
-    DWORD disposition = 0;
-    Require(RegCreateKeyExA(HKEY_CURRENT_USER, name.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr,
-                            &hive, &disposition),
-            "RegCreateKeyEx " + name);
-    const LSTATUS status = disposition == REG_CREATED_NEW_KEY
-                               ? RegOverridePredefKey(HKEY_LOCAL_MACHINE, hive)
-                               : ERROR_ALREADY_EXISTS;
-    RegCloseKey(hive);
-    if (disposition != REG_CREATED_NEW_KEY) continue;
-    Require(status, "RegOverridePredefKey");
-    return name;
-  }
-}
-
 // The system looks its folders up in the machine hive.
 void NameCommonFolder(const std::wstring& subkey, const wchar_t* value,
                       const std::filesystem::path& folder) {
@@ -79,7 +61,12 @@ void NameCommonFolder(const std::wstring& subkey, const wchar_t* value,
 
 TestMachine::TestMachine() : base(MakeBase()), folder(base / "folder") {
   std::filesystem::create_directory(folder);
-  registry = MakeHive();
+  const std::wstring name = HiveOf(base);
+  RegDeleteTreeW(HKEY_CURRENT_USER, name.c_str());  // of a test that was killed
+  HKEY hive = nullptr;
+  Require(RegCreateKeyW(HKEY_CURRENT_USER, name.c_str(), &hive), "RegCreateKey");
+  Require(RegOverridePredefKey(HKEY_LOCAL_MACHINE, hive), "RegOverridePredefKey");
+  RegCloseKey(hive);
 }
 
 void TestMachine::UseOwnCommonFolders() {
@@ -89,7 +76,7 @@ void TestMachine::UseOwnCommonFolders() {
 
 TestMachine::~TestMachine() {
   RegOverridePredefKey(HKEY_LOCAL_MACHINE, nullptr);
-  RegDeleteTreeA(HKEY_CURRENT_USER, registry->c_str());
+  RegDeleteTreeW(HKEY_CURRENT_USER, HiveOf(base).c_str());
   RemoveTree(L"\\\\?\\" + base.wstring());
 }
 

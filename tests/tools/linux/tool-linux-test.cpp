@@ -10,7 +10,7 @@
 
 #include "platform/event.h"
 #include "platform/handle.h"
-#include "testing/environment.h"
+#include "testing/process.h"
 #include "tools/tool-test.h"
 
 namespace larder {

@@ -1,5 +1,6 @@
-#include "abi/process-footprint.h"
+#include "testing/process.h"
 
+#include <stdlib.h>
 #include <windows.h>
 // Needs windows.h before it.
 #include <tlhelp32.h>
@@ -31,6 +32,14 @@ std::size_t CountHandles() {
 }
 
 }  // namespace
+
+void SetEnvironmentText(const std::string& name, const std::string& value) {
+  ::_putenv_s(name.c_str(), value.c_str());
+}
+
+bool IsModuleLoaded(const std::filesystem::path& path) {
+  return GetModuleHandleW(path.c_str()) != nullptr;
+}
 
 Footprint TakeFootprint() { return {.threads = CountThreads(), .handles = CountHandles()}; }
 

@@ -1,0 +1,35 @@
+#include "testing/process.h"
+
+#include <stdlib.h>
+
+#include <fstream>
+#include <iterator>
+
+namespace larder {
+namespace {
+
+std::size_t EntriesIn(const char* folder) {
+  return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(folder),
+                                                std::filesystem::directory_iterator()));
+}
+
+}  // namespace
+
+void SetEnvironmentText(const std::string& name, const std::string& value) {
+  ::setenv(name.c_str(), value.c_str(), 1);
+}
+
+bool IsModuleLoaded(const std::filesystem::path& path) {
+  std::ifstream maps("/proc/self/maps");
+  const std::string name = std::filesystem::weakly_canonical(path).string();
+  for (std::string line; std::getline(maps, line);) {
+    if (line.find(name) != std::string::npos) return true;
+  }
+  return false;
+}
+
+Footprint TakeFootprint() {
+  return {.threads = EntriesIn("/proc/self/task"), .handles = EntriesIn("/proc/self/fd")};
+}
+
+}  // namespace larder
