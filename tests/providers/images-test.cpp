@@ -33,10 +33,10 @@ WideString ImagePath(const std::string& name) {
 
 class SignedImagesTest : public FileProviderTest {
  protected:
-  // The five digests of the image, or from another offset on those of the file.
-  Texts DigestsOf(const std::string& name,
-                  std::size_t offset = offsetof(FileDataRecord, peMD5)) const {
+  // The image's.
+  Texts DigestsOf(const std::string& name) const {
     const DbBuffer block = QueryOf(*provider, Descriptor(ImagePath(name)));
+    std::size_t offset = offsetof(FileDataRecord, peMD5);
     Texts digests;
     for (const unsigned size : {16u, 20u, 32u, 48u, 64u}) {
       digests.emplace_back(reinterpret_cast<const char*>(block.data) + offset, size);
@@ -116,7 +116,6 @@ TEST_F(SignedImagesTest, HaveTheDigestsThatTheyHadUnsigned) {
         std::pair("memtest32.efi", "signed-memtest32.efi"),
         std::pair("memtest64.efi", "twice.efi")}) {
     EXPECT_EQ(DigestsOf(before), DigestsOf(after)) << before;
-    EXPECT_NE(DigestsOf(before, 16), DigestsOf(after, 16)) << before;
     EXPECT_EQ(ChainsIn(before), (std::vector<Texts>{{""}})) << before;
   }
 }

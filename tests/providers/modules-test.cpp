@@ -180,25 +180,25 @@ TEST(FeedStats, LosesNoCallOfTheEightThreadsThatUseAnObject) {
   const WideString path = BesideProgram(LARDER_WIDE("feed-stats.dll"));
   const ProviderModule provider(path);
   const Descriptor any(LARDER_WIDE("any"));
-  const auto query = [&](const ProviderModule& from) {
-    DbBuffer block = QueryOf(*from, any);
+  const auto query = [&] {
+    DbBuffer block = QueryOf(*provider, any);
     const auto record = RecordIn<FeedStatsRecord>(block);
-    FreeQueryOf(*from, block);
+    FreeQueryOf(*provider, block);
     return record;
   };
-  const std::uint64_t since = query(provider).since;
+  const std::uint64_t since = query().since;
   std::vector<std::thread> threads;
   for (int i = 0; i < 8; ++i) {
     threads.emplace_back([&] {
       for (std::uint64_t round = 0; round < kRounds; ++round) {
         WriteTo(*provider, any, BlockOf("12"));
         WriteTo(*provider, any, DbBuffer());
-        EXPECT_GT(query(provider).queryCalls, round);
+        EXPECT_GT(query().queryCalls, round);
       }
     });
   }
   for (std::thread& thread : threads) thread.join();
-  const FeedStatsRecord record = query(provider);
+  const FeedStatsRecord record = query();
   EXPECT_EQ(record.dataSize, sizeof record);
   EXPECT_EQ(record.providerType, 3);
   EXPECT_EQ(record.getKeyCalls, 3 * 8 * kRounds + 2) << "the call that returns it is counted";
@@ -209,7 +209,7 @@ TEST(FeedStats, LosesNoCallOfTheEightThreadsThatUseAnObject) {
   EXPECT_EQ(record.storeSince, 0u) << "there is no file provider in this process";
   EXPECT_EQ(record.since, since);
   EXPECT_NEAR(static_cast<double>(since), 160e15, 28e15) << "between 2020 and 2200";
-  EXPECT_EQ(query(ProviderModule(path)).queryCalls, 1u);
+  EXPECT_EQ(RecordIn<FeedStatsRecord>(QueryOf(*ProviderModule(path), any)).queryCalls, 1u);
 }
 
 }  // namespace

@@ -37,11 +37,11 @@ std::int32_t QueryFile(LarderHandle handle) {
 // A handle's life in a child, which exits as a program does.
 [[noreturn]] void LiveAndExit() {
   LarderHandle handle = nullptr;
-  if (LarderRelease() != LARDER_E_INVALID_HANDLE) exit(2);
-  if (LarderInit(UnexpectedCall, &handle) != LARDER_OK) exit(3);
-  if (QueryFile(handle) != LARDER_OK || QueryFile(handle) != LARDER_OK) exit(4);
-  if (LarderRelease() != LARDER_OK) exit(5);
-  exit(0);
+  const bool good = LarderRelease() == LARDER_E_INVALID_HANDLE &&
+                    LarderInit(UnexpectedCall, &handle) == LARDER_OK &&
+                    QueryFile(handle) == LARDER_OK && QueryFile(handle) == LARDER_OK &&
+                    LarderRelease() == LARDER_OK;
+  exit(good ? 0 : 1);
 }
 
 int ResultOf(pid_t child) {

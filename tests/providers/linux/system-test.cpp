@@ -3,7 +3,6 @@
 #include <sys/stat.h>
 
 #include "platform/linux/child-process.h"
-#include "platform/linux/open-descriptors.h"
 #include "providers/provider-test.h"
 #include "providers/store-files.h"
 #include "stock-file-query/hash/file-hasher.h"
@@ -26,16 +25,6 @@ TEST_F(FeedFileOnLinux, NamesWhatCannotBeRead) {
   ASSERT_EQ(chmod(PathOf(path).c_str(), 0), 0);
   const std::string denied = CannotRead(path) + "Access is denied. (5)";
   EXPECT_EQ(RunAsNobody([&] { return FailureOf(path) == denied ? 0 : 1; }), 0);
-}
-
-TEST_F(FeedFileOnLinux, LeavesNoDescriptorOpen) {
-  const WideString file = MakeFile(LARDER_WIDE("file"), "abc");
-  const std::set<int> before = platform::OpenDescriptors();
-  HasData(file);
-  FailureOf(machine.WideFolder());
-  FailureOf(LARDER_WIDE("\\proc\\self\\status"));
-  TextThrownBy([&] { QueryOf(*provider, Descriptor(file, 1)); });
-  EXPECT_EQ(platform::OpenDescriptors(), before);
 }
 
 constexpr std::uint64_t kLimit = std::uint64_t{64} << 20;

@@ -4,7 +4,6 @@
 
 #include <wincrypt.h>
 
-#include <array>
 #include <memory>
 #include <stdexcept>
 
@@ -25,23 +24,6 @@ std::string Encoded(const CERT_CONTEXT& certificate) {
   return {reinterpret_cast<const char*>(certificate.pbCertEncoded), certificate.cbCertEncoded};
 }
 
-template <typename Value>
-void Get(HCRYPTMSG message, DWORD parameter, DWORD index, Value& value) {
-  DWORD size = sizeof value;
-  Check(CryptMsgGetParam(message, parameter, index, &value, &size), "CryptMsgGetParam");
-}
-
-std::string SignerAt(HCRYPTMSG message, HCERTSTORE store, DWORD index) {
-  std::array<CERT_INFO, 32> info{};  // one, and memory for what it points to
-  Get(message, CMSG_SIGNER_CERT_INFO_PARAM, index, info);
-  const CERT_CONTEXT* const signer =
-      CertGetSubjectCertificateFromStore(store, kEncoding, info.data());
-  Check(signer != nullptr, "CertGetSubjectCertificateFromStore");
-  std::string encoded = Encoded(*signer);
-  CertFreeCertificateContext(signer);
-  return encoded;
-}
-
 }  // namespace
 
 ForeignSignature ReadForeign(const std::string& signature) {
@@ -58,10 +40,11 @@ ForeignSignature ReadForeign(const std::string& signature) {
   while ((certificate = CertEnumCertificatesInStore(store.get(), certificate)) != nullptr) {
     foreign.certificates.insert(Encoded(*certificate));
   }
-  DWORD count = 0;
-  Get(message.get(), CMSG_SIGNER_COUNT_PARAM, 0, count);
-  for (DWORD i = 0; i < count; ++i) {
-    foreign.signers.insert(SignerAt(message.get(), store.get(), i));
+  constexpr DWORD kFlags = CMSG_SIGNER_ONLY_FLAG | CMSG_USE_SIGNER_INDEX_FLAG;
+  for (DWORD i = 0; CryptMsgGetAndVerifySigner(message.get(), 0, nullptr, kFlags, &certificate, &i);
+       ++i) {
+    foreign.signers.insert(Encoded(*certificate));
+    CertFreeCertificateContext(certificate);
   }
   return foreign;
 }
