@@ -6,26 +6,17 @@ set -euo pipefail
 mkdir -p "$1"
 cd "$1"
 
-cat >req.cnf <<'END'
-oid_section = oids
-[oids]
-unheard-of = 1.2.3.4
-[req]
-distinguished_name = dn
-string_mask = MASK:0x2000
-[dn]
-END
-
 key() {  # NAME GENPKEY-ARGUMENT...
   openssl genpkey "${@:2}" -out "$1.key" 2>genpkey.log || { cat genpkey.log >&2; return 1; }
 }
 
 # NAME SERIAL SUBJECT [REQ-ARGUMENT...]: self-signed unless the arguments name a CA. $mask chooses the
-# kind of text (the bits of openssl's ASN1_STRING_set_default_mask_asc); UTF8String by default.
+# kind of text, by default UTF8String, as openssl's ASN1_STRING_set_default_mask_asc does.
 mask=0x2000
 key=ed25519
 certificate() {
-  sed "s/MASK:.*/MASK:$mask/" req.cnf >"$1.cnf"
+  printf '%s\n' 'oid_section = oids' '[oids]' 'unheard-of = 1.2.3.4' '[req]' \
+    'distinguished_name = dn' "string_mask = MASK:$mask" '[dn]' >"$1.cnf"
   openssl req -config "$1.cnf" -new -x509 -key "$key.key" -utf8 -days 36500 \
     -set_serial "$2" -subj "$3" "${@:4}" -outform DER -out "$1.der"
 }
@@ -45,9 +36,7 @@ odd_certificate() {
       'algorithm=SEQUENCE:algorithm' "key=FORMAT:HEX,BITSTRING:$(printf '11%.0s' {1..32})" '[subject]'
     for ((i = 1; i < $#; i += 2)); do echo "set$i=SET:set$i"; done
     for ((i = 1; i < $#; i += 2)); do
-      printf '%s\n' "[set$i]" "pair=SEQUENCE:pair$i" "[pair$i]" "id=OID:${!i}"
-      local value=$((i + 1))
-      echo "value=${!value}"
+      printf '%s\n' "[set$i]" "pair=SEQUENCE:pair$i" "[pair$i]" "id=OID:${!i}" "value=${*:i+1:1}"
     done
   } >"$name.cnf"
   openssl asn1parse -genconf "$name.cnf" -noout -out "$name.der"

@@ -14,8 +14,7 @@ struct FakeFolders {
   bool isEmpty = true;
   platform::Code removeCode = platform::kSuccess;
 
-  // The calls in order: "delete LIST" with the list's NULs as "|", "is empty PATH", "remove PATH".
-  std::vector<std::string> calls;
+  std::vector<std::string> calls;  // "is empty PATH", "delete LIST" with its NULs as "|", ...
 };
 
 // Each test resets it first. The common folders are "D:\data" and "D:\programs".

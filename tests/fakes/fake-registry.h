@@ -11,14 +11,9 @@
 namespace larder {
 
 struct FakeRegistry {
-  // The calls in order: "open PATH", "make PATH", "query NAME", "set NAME", "remove value NAME",
-  // "subkey", "value", "remove tree PATH", "remove key NAME".
-  std::vector<std::string> calls;
-  // The codes that calls return. Without one, a query finds nothing, an enumeration has no more
-  // items, and every other call succeeds.
-  std::map<std::string, platform::Code> codes;
-  // What every query of a value returns, unless it is empty; at most 98 characters.
-  WideString location;
+  std::vector<std::string> calls;               // "open PATH", "query NAME", "subkey", ...
+  std::map<std::string, platform::Code> codes;  // of calls that neither succeed nor find nothing
+  WideString location;  // what a query of any value returns, unless empty; at most 98 characters
 };
 
 // Each test resets it first.

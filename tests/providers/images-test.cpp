@@ -238,8 +238,7 @@ std::string Extension(const std::string& type, const std::string& value) {
   return Sequence({Der(0x06, type), Der(0x01, "\xff"), Der(0x04, value)});
 }
 
-// Without a key there is no extension for it. The serial number is the certificate's name in what
-// the tests expect.
+// Without a key there is no extension for it. The tests name a certificate by its serial number.
 std::string MakeCertificate(const std::string& serial, const std::string& subject,
                             const std::string& issuer, const std::string& keyId = {},
                             const std::string& issuerKeyId = {}) {
@@ -282,8 +281,7 @@ std::string Entry(const std::string& content, std::uint32_t type = 2, std::uint3
   return entry;
 }
 
-// "leaf issuer root | other": the chains by their certificates' serial numbers. The table is at the
-// end of its memory, for a sanitizer.
+// "leaf issuer root | other". The table is at the end of its memory, for a sanitizer.
 std::string ChainsIn(const std::string& table) {
   const std::vector<std::uint8_t> bytes(table.begin(), table.end());
   std::string text;

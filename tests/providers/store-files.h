@@ -1,4 +1,4 @@
-// Numbered files, which exist only in a store, and their records.
+// Records of numbered files that exist only in a store.
 #pragma once
 
 #include <algorithm>

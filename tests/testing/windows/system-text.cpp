@@ -3,14 +3,15 @@
 #include <windows.h>
 
 #include <map>
+#include <stdexcept>
+
+#include "platform/utf.h"
 
 namespace larder {
 
 std::string SystemText(const std::string& utf8) {
-  const int size = static_cast<int>(utf8.size());
-  std::wstring wide(utf8.size(), L'\0');
-  wide.resize(static_cast<std::size_t>(
-      MultiByteToWideChar(CP_UTF8, 0, utf8.data(), size, wide.data(), size)));
+  WideString wide;
+  if (!platform::WideFromUtf8(utf8, wide)) throw std::invalid_argument(utf8);
   std::string narrow(2 * wide.size(), '\0');
   narrow.resize(static_cast<std::size_t>(
       WideCharToMultiByte(CP_ACP, 0, wide.data(), static_cast<int>(wide.size()), narrow.data(),
