@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 
 #include "platform/linux/child-process.h"
+#include "platform/linux/open-descriptors.h"
 #include "providers/provider-test.h"
 #include "providers/store-files.h"
 #include "stock-file-query/hash/file-hasher.h"
@@ -12,16 +13,20 @@ namespace {
 
 class FeedFileOnLinux : public FileProviderTest {};
 
-TEST_F(FeedFileOnLinux, NamesWhatCannotBeRead) {
+TEST_F(FeedFileOnLinux, NamesWhatCannotBeReadAndLeavesNothingOpen) {
+  const WideString path = MakeFile(LARDER_WIDE("gr\u00FCn"), "abc");
+  const std::set<int> before = platform::OpenDescriptors();
+  HasData(path);
   const WideString fifo = machine.WideFolder() + LARDER_WIDE("fifo");
   ASSERT_EQ(mkfifo(PathOf(fifo).c_str(), 0666), 0);
-  for (const WideString& path : {fifo, WideString(LARDER_WIDE("\\dev\\zero"))}) {
-    EXPECT_EQ(FailureOf(path), CannotRead(path) + "it isn't a regular file");
+  for (const WideString& other : {fifo, WideString(LARDER_WIDE("\\dev\\zero"))}) {
+    EXPECT_EQ(FailureOf(other), CannotRead(other) + "it isn't a regular file");
   }
   const WideString status = LARDER_WIDE("\\proc\\self\\status");
   EXPECT_THAT(FailureOf(status),
               testing::StartsWith(CannotRead(status) + "it changed while it was read, twice: 0 "));
-  const WideString path = MakeFile(LARDER_WIDE("gr\u00FCn"), "abc");
+  TextThrownBy([&] { QueryOf(*provider, Descriptor(path, 1)); });
+  EXPECT_EQ(platform::OpenDescriptors(), before);
   ASSERT_EQ(chmod(PathOf(path).c_str(), 0), 0);
   const std::string denied = CannotRead(path) + "Access is denied. (5)";
   EXPECT_EQ(RunAsNobody([&] { return FailureOf(path) == denied ? 0 : 1; }), 0);
