@@ -25,7 +25,6 @@ class DiskLog : public testing::Test {
   void Fill(int generation, std::size_t size, char with = '.') const {
     std::ofstream(File(generation), std::ios::binary) << std::string(size, with);
   }
-  bool Exists(int generation) const { return std::filesystem::exists(File(generation)); }
 
   // Passes a logger to feed and deletes it, so that its lines are on disk when this returns.
   template <typename Feed>
@@ -34,11 +33,10 @@ class DiskLog : public testing::Test {
     feed(logger);
   }
   void LogLines(const char* line, int count = 1, std::uint32_t backups = 5) const {
-    WithLogger(
-        [&](DiskLogger& logger) {
-          for (int i = 0; i < count; ++i) logger.Log(line);
-        },
-        backups);
+    const auto log = [&](DiskLogger& logger) {
+      for (int i = 0; i < count; ++i) logger.Log(line);
+    };
+    WithLogger(log, backups);
   }
 
   TestMachine machine;

@@ -49,12 +49,9 @@ TEST(RecordValidationTest, TheSmallestRecordHasOneChainWithOneEmptyCertificate) 
 
 TEST(RecordValidationTest, TheRecordEndsWhereItsSizeSays) {
   EXPECT_EQ(Record(400).Put(0, 401, 1).Fault(), "dataSize is 401, but there are only 400 bytes");
-  EXPECT_EQ(Record(400).Put(0, kMax, 1).Fault(),
-            "dataSize is 4294967295, but there are only 400 bytes");
   EXPECT_EQ(Record(500).Put(0, 400, 1).Fault(), "");
   EXPECT_EQ(Record(500).Put(0, 400, 1).Put(kFirstCert, 0, 1).Fault(), kCertificatePastEnd);
   EXPECT_EQ(Record(500).Put(0, 384, 1).Fault(), "chain at offset 384 begins outside the record");
-  EXPECT_NE(Record(500).Put(0, 0, 1).Fault(), "");
 }
 
 TEST(RecordValidationTest, LinksAndCertificatesMayReachTheLastByteAndNotFurther) {
@@ -65,22 +62,18 @@ TEST(RecordValidationTest, LinksAndCertificatesMayReachTheLastByteAndNotFurther)
   EXPECT_EQ(Record(record).Put(kFirstCert + 16, 0, 4).Fault(), kChainOverlaps);
   EXPECT_EQ(Record(record).Put(kFirstChain + 35 + 8, 0, 2).Fault(),
             "certificate at offset 427 reaches past the end of the record");
-  for (const std::uint32_t size : {9U, kMax, kMax - 7}) {
+  for (const std::uint32_t size : {kMax, kMax - 7}) {
     EXPECT_EQ(Record(408).Put(kFirstCert, 0, size).Fault(), kCertificatePastEnd) << size;
   }
 }
 
 TEST(RecordValidationTest, ALinkOutOfTheRecordOrIntoItsOwnRecordIsRefused) {
-  for (const std::uint32_t link : {9U, 16U, 1000U, kMax - 391, kMax}) {
+  for (const std::uint32_t link : {9U, kMax - 391, kMax}) {
     EXPECT_NE(Record(408).Put(kFirstCert, link, 0).Fault(), "") << link;
-    EXPECT_NE(Record(408).Put(kFirstChain, link + 8 < link ? link : link + 8, 0).Fault(), "")
-        << link;
-  }
-  EXPECT_EQ(Record(500).Put(kFirstCert, 8, 1).Fault(), kCertificateOverlaps);
-  for (std::uint32_t link = 1; link < 8; ++link) {
-    EXPECT_EQ(Record(500).Put(kFirstCert, link, 0).Fault(), kCertificateOverlaps) << link;
+    EXPECT_NE(Record(408).Put(kFirstChain, link == 9 ? 17 : link, 0).Fault(), "") << link;
   }
   for (std::uint32_t link = 1; link < 16; ++link) {
+    EXPECT_EQ(Record(500).Put(kFirstCert, link, 8).Fault(), kCertificateOverlaps) << link;
     EXPECT_EQ(Record(500).Put(kFirstChain, link, 0).Fault(), kChainOverlaps) << link;
   }
   // A chain that shares the next one's certificates.

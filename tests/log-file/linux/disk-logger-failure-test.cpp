@@ -13,7 +13,7 @@ namespace larder {
 namespace {
 
 TEST_F(DiskLog, LosesLinesWhileTheDiskIsFullAndGoesOnAfterwards) {
-  const int result = RunInChild([&] {
+  const auto fillDisk = [&] {
     signal(SIGXFSZ, SIG_IGN);
     rlimit limit{};
     getrlimit(RLIMIT_FSIZE, &limit);
@@ -23,26 +23,25 @@ TEST_F(DiskLog, LosesLinesWhileTheDiskIsFullAndGoesOnAfterwards) {
     setrlimit(RLIMIT_FSIZE, &limit);
     LogLines("room again\n");
     return 0;
-  });
-  EXPECT_EQ(result, 0);
+  };
+  EXPECT_EQ(RunInChild(fillDisk), 0);
   std::string expected;
   for (int i = 0; i < 10; ++i) expected += "ten bytes\n";
   EXPECT_EQ(Read(), expected + "ten broom again\n");
-  EXPECT_FALSE(Exists(1));
+  EXPECT_FALSE(std::filesystem::exists(File(1)));
 }
 
 TEST_F(DiskLog, AKilledHostLeavesItsLinesInOrder) {
   int started[2];
   ASSERT_EQ(pipe(started), 0);
-  const pid_t host = StartChild([&]() -> int {
-    WithLogger(
-        [&](DiskLogger& logger) {
-          for (int i = 0;; ++i) {
-            logger.Log((std::to_string(i) + " is a line\n").c_str());
-            if (i == 1000 && write(started[1], "x", 1) != 1) return;
-          }
-        },
-        5, 10 * kLimit);
+  const auto logOn = [&](DiskLogger& logger) {
+    for (int i = 0;; ++i) {
+      logger.Log((std::to_string(i) + " is a line\n").c_str());
+      if (i == 1000 && write(started[1], "x", 1) != 1) return;
+    }
+  };
+  const pid_t host = StartChild([&] {
+    WithLogger(logOn, 5, 10 * kLimit);
     return 1;
   });
   char byte = 0;
