@@ -13,17 +13,7 @@
 
 namespace larder {
 
-namespace {
-
 constexpr char kEventFile[] = "events.txt";
-
-std::filesystem::path FindModule(const std::string& module) {
-  const std::filesystem::path folder = LARDER_TEST_MODULES;
-  const std::filesystem::path fixture = folder / "fixtures" / module;
-  return std::filesystem::exists(fixture) ? fixture : folder / module;
-}
-
-}  // namespace
 
 HostMachine::HostMachine() {
   machine.UseOwnCommonFolders();
@@ -34,10 +24,12 @@ HostMachine::HostMachine() {
 }
 
 void HostMachine::AddModule(const std::string& module) {
-  const std::filesystem::path source = FindModule(module);
-  if (!std::filesystem::exists(source)) return;
-  std::filesystem::copy_file(source, machine.Folder() / module,
-                             std::filesystem::copy_options::skip_existing);
+  const std::filesystem::path built = LARDER_TEST_MODULES;
+  for (const auto& source : {built / "fixtures" / module, built / module}) {
+    if (!std::filesystem::exists(source)) continue;
+    std::filesystem::copy_file(source, machine.Folder() / module,
+                               std::filesystem::copy_options::skip_existing);
+  }
 }
 
 void HostMachine::AddProvider(const std::string& key, const std::string& module) {

@@ -73,18 +73,6 @@ TEST_F(DiskLog, TheLineThatCausedARotationComesBeforeTheClosingOfTheTemporaryHan
                            "../../.. ..:..:..: TRACE: Closing handle FFFFFFFFFFFFFFFF\r\n"));
 }
 
-TEST_F(DiskLog, SurvivesAFileThatIsTruncatedAndRemoved) {
-  WithLogger([&](DiskLogger& logger) {
-    logger.Log("first\r\n");
-    std::error_code ignored;
-    std::filesystem::resize_file(File(), 0, ignored);  // some systems refuse it while we write
-    std::filesystem::remove(File(), ignored);
-    for (int i = 0; i < 10; ++i) logger.Log("more\r\n");
-  });
-  LogLines("last\r\n");
-  EXPECT_THAT(Read(), EndsWith("last\r\n"));
-}
-
 TEST_F(DiskLog, LosesLinesOrGrowsWhereAFolderIsInTheWay) {
   std::filesystem::create_directory(File());
   LogLines("lost\r\n");

@@ -2,7 +2,6 @@
 #include "support/installed-state.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "fakes/fake-folder.h"
 #include "fakes/fake-registry.h"
@@ -27,7 +26,6 @@ class InstalledState : public testing::Test {
     CurrentRegistry = {};
     log.Clear();
   }
-
   static std::string Code(platform::Code code) {
     return WideToUtf8(FormatSystemError(code)) + "\n";
   }
@@ -36,20 +34,15 @@ class InstalledState : public testing::Test {
 };
 
 TEST_F(InstalledState, ALeadingPartOfTheDefaultLocationMeansARealInstallation) {
-  const struct {
-    const LarderWideChar* location;
-    bool isInstalled;
-  } cases[] = {
+  const std::pair<WideString, bool> cases[] = {
       {kRealInstallation, true},
-      {LARDER_WIDE("C:\\Program Files\\Common Files\\Velmor\\Baserack\\"), true},
-      {LARDER_WIDE("c:\\program files\\"), true},
+      {LARDER_WIDE("C:\\Program Files\\"), true},
       {LARDER_WIDE("C:\\Program Files\\Common Files\\Velmor\\Baserack\\Extra\\"), false},
       {LARDER_WIDE("D:\\Program Files\\"), false},
-      {LARDER_WIDE(""), false},
-  };
-  for (const auto& c : cases) {
-    CurrentRegistry.location = c.location;
-    EXPECT_EQ(IsInstalledInCommonFiles(), c.isInstalled) << WideToUtf8(c.location);
+      {LARDER_WIDE(""), false}};
+  for (const auto& [location, isInstalled] : cases) {
+    CurrentRegistry.location = location;
+    EXPECT_EQ(IsInstalledInCommonFiles(), isInstalled) << WideToUtf8(location);
   }
 }
 
@@ -65,39 +58,25 @@ TEST_F(InstalledState, ARealInstallationKeepsItsRegistry) {
 
 TEST_F(InstalledState, TheDirectoriesAreDeletedWithTheMakersIfThatIsEmpty) {
   DeleteLarderDataDir();
-  CurrentRegistry.location = LARDER_WIDE("E:\\elsewhere");
+  EXPECT_FALSE(log.Contains("RemoveDirectory() failed"));
+  CurrentFolders.removeCode = platform::kSharingViolation;
+  DeleteLarderDataDir();
   CurrentFolders.isEmpty = false;
   DeleteLarderProgramDir();
+  CurrentRegistry.location = LARDER_WIDE("E:\\elsewhere");
+  CurrentFolders.deleteResult = -1;
+  DeleteLarderProgramDir();
+  const std::string deleteData = "delete D:\\data\\Velmor\\Larder\\||";
+  const std::string isEmpty = "is empty D:\\data\\Velmor\\";
+  const std::string remove = "remove D:\\data\\Velmor\\";
   EXPECT_THAT(CurrentFolders.calls,
-              ElementsAre("delete D:\\data\\Velmor\\Larder\\||", "is empty D:\\data\\Velmor\\",
-                          "remove D:\\data\\Velmor\\", "delete E:\\elsewhere||",
-                          "is empty D:\\programs\\Velmor\\"));
-}
-
-TEST_F(InstalledState, ARefusalEndsTheDeletionOfADirectoryAndItsParent) {
-  const std::vector<std::string> all = {"delete D:\\a\\b||", "is empty D:\\a", "remove D:\\a"};
-  const struct {
-    int deleteResult;
-    bool isEmpty;
-    platform::Code removeCode;
-    std::ptrdiff_t calls;
-    std::string line;
-  } rows[] = {
-      {0, true, platform::kSuccess, 3, ""},
-      {124, true, platform::kSuccess, 1, " WARN: SHFileOperation() failed: 124\n"},
-      {-1, true, platform::kSuccess, 1, " WARN: SHFileOperation() failed: -1\n"},
-      {0, false, platform::kSuccess, 2, "TRACE: Velmor directory is not empty.\n"},
-      {0, true, platform::kSharingViolation, 3, " WARN: RemoveDirectory() failed: " + Code(32)},
-  };
-  for (const auto& row : rows) {
-    Reset();
-    CurrentFolders.deleteResult = row.deleteResult;
-    CurrentFolders.isEmpty = row.isEmpty;
-    CurrentFolders.removeCode = row.removeCode;
-    DeleteDirectoryAndParentIfEmpty(LARDER_WIDE("D:\\a\\b"), LARDER_WIDE("D:\\a"));
-    EXPECT_EQ(CurrentFolders.calls, std::vector(all.begin(), all.begin() + row.calls)) << row.line;
-    EXPECT_EQ(log.Text(), "TRACE: Entering DeleteDirectoryAndParentIfEmpty()\n" + row.line +
-                              "TRACE: Leaving DeleteDirectoryAndParentIfEmpty()\n");
+              ElementsAre(deleteData, isEmpty, remove, deleteData, isEmpty, remove,
+                          "delete D:\\programs\\Velmor\\Larder\\||",
+                          "is empty D:\\programs\\Velmor\\", "delete E:\\elsewhere||"));
+  for (const std::string& line : {" WARN: RemoveDirectory() failed: " + Code(32),
+                                  std::string("TRACE: Velmor directory is not empty.\n"),
+                                  std::string(" WARN: SHFileOperation() failed: -1\n")}) {
+    EXPECT_THAT(log.Text(), HasSubstr(line));
   }
 }
 
@@ -111,48 +90,41 @@ TEST_F(InstalledState, TheDataTreeIsDeletedSilently) {
 }
 
 TEST_F(InstalledState, TheMakersKeyIsDeletedUnlessAStepFails) {
-  const auto failed = [](const char* call, const char* key, platform::Code code) {
-    return std::string(" WARN: ") + call + " failed for \"" + key + "\": " + Code(code);
-  };
-  const std::string notEmpty = "TRACE: Velmor reg key is not empty.\n";
+  const std::string key = " failed for \"Software\\Velmor\\\": ";
   const std::vector<std::string> all = {"open Software\\Velmor\\", "subkey", "value",
                                         "open Software\\", "remove key Velmor"};
   const struct {
     std::ptrdiff_t calls;
     platform::Code code;  // of the last call
     std::string line;
-  } rows[] = {
-      {1, 2, failed("RegOpenKeyEx", "Software\\Velmor\\", 2)},
-      {2, platform::kMoreData, failed("RegEnumKeyEx", "Software\\Velmor\\", 234)},
-      {2, platform::kSuccess, notEmpty},
-      {3, platform::kMoreData, failed("RegEnumValue", "Software\\Velmor\\", 234)},
-      {3, platform::kSuccess, notEmpty},
-      {4, 5, failed("RegOpenKeyEx", "Software\\", 5)},
-      {5, 5, failed("RegDeleteKeyEx", "Software\\Velmor\\", 5)},
-      {5, platform::kSuccess, "TRACE: Velmor reg key is empty - deleting it.\n"},
-  };
-  for (const auto& row : rows) {
+  } rows[] = {{1, 2, " WARN: RegOpenKeyEx" + key + Code(2)},
+              {2, platform::kMoreData, " WARN: RegEnumKeyEx" + key + Code(234)},
+              {2, platform::kSuccess, "TRACE: Velmor reg key is not empty.\n"},
+              {3, platform::kMoreData, " WARN: RegEnumValue" + key + Code(234)},
+              {3, platform::kSuccess, "TRACE: Velmor reg key is not empty.\n"},
+              {4, 5, " WARN: RegOpenKeyEx failed for \"Software\\\": " + Code(5)},
+              {5, 5, " WARN: RegDeleteKeyEx" + key + Code(5)},
+              {5, platform::kSuccess, "TRACE: Velmor reg key is empty - deleting it.\n"}};
+  for (const auto& [count, code, line] : rows) {
     Reset();
-    const std::vector calls(all.begin(), all.begin() + row.calls);
-    CurrentRegistry.codes[calls.back()] = row.code;
+    const std::vector calls(all.begin(), all.begin() + count);
+    CurrentRegistry.codes[calls.back()] = code;
     DeleteVelmorRegistryKeyIfEmpty();
-    EXPECT_EQ(CurrentRegistry.calls, calls) << row.line;
-    EXPECT_THAT(log.Text(), HasSubstr(row.line));
+    EXPECT_EQ(CurrentRegistry.calls, calls) << line;
+    EXPECT_THAT(log.Text(), HasSubstr(line));
   }
 }
 
 TEST_F(InstalledState, TheDefaultsAreWrittenWhateverFails) {
-  for (const char* const call :
-       {"remove tree Software\\Velmor\\Larder\\", "open Software\\Velmor\\", "set szDLL"}) {
-    CurrentRegistry.codes[call] = platform::kAccessDenied;
-  }
+  CurrentRegistry.codes = {{"remove tree Software\\Velmor\\Larder\\", platform::kAccessDenied},
+                           {"open Software\\Velmor\\", platform::kAccessDenied},
+                           {"set szDLL", platform::kAccessDenied}};
   RegisterDefaultProviders();
-  EXPECT_THAT(
-      log.Text(),
-      HasSubstr(" WARN: RegDeleteTree failed for \"Software\\Velmor\\Larder\\\": " + Code(5)));
-  EXPECT_THAT(log.Text(),
-              HasSubstr(" WARN: RegSetValueEx failed for \"DataProviders\\FeedTest\", \"szDLL\": " +
-                        Code(5)));
+  for (const char* const failed :
+       {"RegDeleteTree failed for \"Software\\Velmor\\Larder\\\": ",
+        "RegSetValueEx failed for \"DataProviders\\FeedTest\", \"szDLL\": "}) {
+    EXPECT_THAT(log.Text(), HasSubstr(std::string(" WARN: ") + failed + Code(5)));
+  }
   std::vector<std::string> calls = CurrentRegistry.calls;
   std::erase(calls, "query szLocation");
   const std::string install = "open Software\\Velmor\\Larder\\Install";

@@ -1,7 +1,6 @@
 #include "support/text.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <stdexcept>
 
@@ -9,42 +8,27 @@ namespace larder {
 namespace {
 
 using testing::ElementsAre;
-using testing::IsEmpty;
-
-WideString Units(std::initializer_list<unsigned> units) {
-  WideString text;
-  for (const unsigned unit : units) text += static_cast<LarderWideChar>(unit);
-  return text;
-}
 
 TEST(Utf8ToWide, MakesOneUnitOfEachSequence) {
-  EXPECT_EQ(Utf8ToWide("a\xC3\xA4\xE2\x82\xAC"), Units({'a', 0xE4, 0x20AC}));
-  EXPECT_EQ(Utf8ToWide("\xF0\x9F\x98\x80"), Units({0xF600}));
-  EXPECT_EQ(Utf8ToWide("\xF4\x8F\xBF\xBF"), Units({0xFFFF}));
-  EXPECT_EQ(Utf8ToWide("\xED\xA0\xBD"), Units({0xD83D}));
-  EXPECT_EQ(Utf8ToWide(std::string("\0", 1)), Units({0}));
+  EXPECT_EQ(Utf8ToWide("a\xC3\xA4\xE2\x82\xAC"), (WideString{'a', 0xE4, 0x20AC}));
+  EXPECT_EQ(Utf8ToWide("\xF0\x9F\x98\x80\xF4\x8F\xBF\xBF"), (WideString{0xF600, 0xFFFF}));
+  EXPECT_EQ(Utf8ToWide(std::string("\xED\xA0\xBD\0", 4)), (WideString{0xD83D, 0}));
   // Overlong forms, of every length.
-  EXPECT_EQ(Utf8ToWide("\xC1\x81\xE0\x81\x81\xF0\x80\x81\x81"), Units({'A', 'A', 'A'}));
-  EXPECT_EQ(Utf8ToWide("\xF8\x80\x80\x81\x81\xFC\x80\x80\x80\x81\x81"), Units({'A', 'A'}));
+  EXPECT_EQ(Utf8ToWide("\xC1\x81\xE0\x81\x81\xF0\x80\x81\x81"), LARDER_WIDE("AAA"));
+  EXPECT_EQ(Utf8ToWide("\xF8\x80\x80\x81\x81\xFC\x80\x80\x80\x81\x81"), LARDER_WIDE("AA"));
 }
 
 TEST(Utf8ToWide, ThrowsBadConversionForAnythingElse) {
-  for (const char* const text : {"\x80", "\xBF", "abc\xE2", "\xE2\x82", "\xE2\x28\xA1", "\xC3\xC3",
-                                 "\xF4\x90\x80\x80", "\xF7\xBF\xBF\xBF", "\xFB\xBF\xBF\xBF\xBF",
-                                 "\xFD\xBF\xBF\xBF\xBF\xBF", "\xFF\x80\x80\x80\x81\x81"}) {
-    try {
-      Utf8ToWide(text);
-      ADD_FAILURE() << text;
-    } catch (const std::range_error& error) {
-      EXPECT_STREQ(error.what(), "bad conversion");
-    }
+  for (const char* const text :
+       {"\x80", "\xBF", "abc\xE2", "\xE2\x28\xA1", "\xC3\xC3", "\xF4\x90\x80\x80",
+        "\xFB\xBF\xBF\xBF\xBF", "\xFD\xBF\xBF\xBF\xBF\xBF"}) {
+    EXPECT_THAT([&] { Utf8ToWide(text); },
+                testing::ThrowsMessage<std::range_error>("bad conversion"));
   }
 }
 
 TEST(HexToBytes, ReadsPairsAsStoulDoes) {
-  EXPECT_THAT(HexToBytes(""), IsEmpty());
-  EXPECT_THAT(HexToBytes("00ffA9"), ElementsAre(0, 0xFF, 0xA9));
-  EXPECT_THAT(HexToBytes("0fe"), ElementsAre(0x0F, 0x0E));
+  EXPECT_THAT(HexToBytes("00ffA9f"), ElementsAre(0, 0xFF, 0xA9, 0x0F));
   EXPECT_THAT(HexToBytes(" f-1+21z"), ElementsAre(0x0F, 0xFF, 2, 1));
   EXPECT_THROW(HexToBytes("00zz"), std::invalid_argument);
   EXPECT_THROW(HexToBytes("00 "), std::invalid_argument);
@@ -66,9 +50,7 @@ TEST(Trim, RemovesWhiteSpaceInPlace) {
 
 TEST(SplitString, KeepsEmptyFields) {
   EXPECT_THAT(SplitString(std::string("a,b,,c,"), ','), ElementsAre("a", "b", "", "c", ""));
-  EXPECT_THAT(SplitString(std::string(), ','), ElementsAre(""));
-  EXPECT_THAT(SplitString(WideString(LARDER_WIDE("a\\")), '\\'),
-              ElementsAre(LARDER_WIDE("a"), LARDER_WIDE("")));
+  EXPECT_THAT(SplitString(WideString(), '\\'), ElementsAre(LARDER_WIDE("")));
 }
 
 }  // namespace
