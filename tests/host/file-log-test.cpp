@@ -17,10 +17,8 @@
 namespace larder {
 namespace {
 
-using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
-using testing::UnorderedElementsAreArray;
 
 class FileLog : public testing::Test {
  protected:
@@ -61,7 +59,7 @@ TEST_F(FileLog, HasEveryLineOfASessionFromTheLoadingOnInAFileForEachHandle) {
   std::vector<std::string> written;
   for (std::string line; std::getline(file, line);) written.push_back(line + '\n');
   // Listeners may receive the lines of two threads in different orders.
-  EXPECT_THAT(written, UnorderedElementsAreArray(heard));
+  EXPECT_THAT(written, testing::UnorderedElementsAreArray(heard));
 
   Session();
   ASSERT_THAT(Logs(), SizeIs(2));
@@ -105,7 +103,7 @@ TEST_F(FileLog, TheFeedLogsAreListedByName) {
   for (const char* const name : {"feedfile_1.log", "feedfile_1.log.1", "lr_1.log"}) {
     std::ofstream(PathOf(folder) / name) << "x";
   }
-  EXPECT_THAT(GetFeedFileLogFiles(), ElementsAre(folder + LARDER_WIDE("feedfile_1.log")));
+  EXPECT_THAT(GetFeedFileLogFiles(), testing::ElementsAre(folder + LARDER_WIDE("feedfile_1.log")));
   EXPECT_TRUE(host.log.Contains("TRACE: " + WideToUtf8(folder) + "feedfile_1.log\r\n"));
 }
 

@@ -14,8 +14,6 @@
 namespace larder {
 namespace {
 
-using testing::ContainsRegex;
-using testing::ElementsAre;
 using testing::HasSubstr;
 
 TEST(ProviderDiscovery, JoinsLocationAndFileNameInTheRegistrysOrderAndSkipsSubkeysWithoutAName) {
@@ -27,8 +25,8 @@ TEST(ProviderDiscovery, JoinsLocationAndFileNameInTheRegistrysOrderAndSkipsSubke
     SetRegistryString(Wide("DataProviders\\") + Wide(name), LARDER_WIDE("szDLL"), Wide(module));
   }
   EXPECT_THAT(GetDataProviderPaths(),
-              ElementsAre(LARDER_WIDE("C:\\no enda.dll"), LARDER_WIDE("C:\\no enda.dll"),
-                          LARDER_WIDE("C:\\no endz.dll")));
+              testing::ElementsAre(LARDER_WIDE("C:\\no enda.dll"), LARDER_WIDE("C:\\no enda.dll"),
+                                   LARDER_WIDE("C:\\no endz.dll")));
   EXPECT_TRUE(host.log.Contains(" WARN: Failed to get a provider location for Empty\r\n"));
 }
 
@@ -77,8 +75,8 @@ void ExpectARefusalThatLeavesNothing(const Fault& fault, const char* key) {
   LarderHandle handle = reinterpret_cast<LarderHandle>(&host);
   EXPECT_EQ(LarderInit(UnexpectedCall, &handle), LARDER_E_DB_OPEN_FAILED);
   EXPECT_EQ(handle, nullptr);
-  EXPECT_THAT(host.log.Text(), ContainsRegex("ERROR: Fatal error in LarderInit " + fault.text +
-                                             "\nTRACE: Leaving LarderInit"));
+  EXPECT_THAT(host.log.Text(), testing::ContainsRegex("ERROR: Fatal error in LarderInit " +
+                                                      fault.text + "\nTRACE: Leaving LarderInit"));
   EXPECT_EQ(LarderRelease(), LARDER_E_INVALID_HANDLE);
   for (const std::string& name : {std::string("type-0"), std::string("type-5"), fault.module}) {
     EXPECT_EQ(host.Count(name + " loaded"), host.Count(name + " unloaded")) << name;

@@ -10,12 +10,6 @@
 namespace larder {
 namespace {
 
-using testing::AnyOf;
-using testing::Contains;
-using testing::Each;
-using testing::EndsWith;
-using testing::MatchesRegex;
-
 // The stop reaches the writer at a different point each time.
 TEST_F(DiskLog, CreatesTheFileForTheFirstLineAndWritesALineThatComesRightBeforeTheStop) {
   LogLines("never", 0);
@@ -55,8 +49,9 @@ TEST_F(DiskLog, KeepsEachThreadsOrderThroughAllGenerations) {
   for (int t = 0, i = 0; lines >> t >> i; last[t] = i) {
     ASSERT_TRUE(last[t] == 0 || i == last[t] + 1) << t << " " << i;
   }
-  EXPECT_THAT(last, Contains(kLines));
-  EXPECT_THAT(last, Each(AnyOf(0, kLines)));  // none is left of a thread that was done early
+  EXPECT_THAT(last, testing::Contains(kLines));
+  // No line is left of a thread that was done early.
+  EXPECT_THAT(last, testing::Each(testing::AnyOf(0, kLines)));
 }
 
 TEST_F(DiskLog, TheLineThatCausedARotationComesBeforeTheClosingOfTheTemporaryHandle) {
@@ -68,9 +63,9 @@ TEST_F(DiskLog, TheLineThatCausedARotationComesBeforeTheClosingOfTheTemporaryHan
     log.WaitFor("Closing handle");
     LRLogListenerList::Instance().RemoveListener(&logger);
   });
-  EXPECT_THAT(Read(),
-              MatchesRegex("../../.. ..:..:..: TRACE: the cause\r\n"
-                           "../../.. ..:..:..: TRACE: Closing handle FFFFFFFFFFFFFFFF\r\n"));
+  EXPECT_THAT(Read(), testing::MatchesRegex(
+                          "../../.. ..:..:..: TRACE: the cause\r\n"
+                          "../../.. ..:..:..: TRACE: Closing handle FFFFFFFFFFFFFFFF\r\n"));
 }
 
 TEST_F(DiskLog, LosesLinesOrGrowsWhereAFolderIsInTheWay) {

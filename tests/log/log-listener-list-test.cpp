@@ -10,8 +10,6 @@
 namespace larder {
 namespace {
 
-using testing::ElementsAre;
-
 std::vector<std::string> Heard;
 
 class Named : public LRLogListener {
@@ -45,7 +43,7 @@ TEST(LRLogListenerList, CallsEachListenerOnceInTheOrderOfAddition) {
   for (LRLogListener* listener : {&a, &b, &late}) list.RemoveListener(listener);
   list.RemoveListener(&adder);
   list.Log("4");
-  EXPECT_THAT(Heard, ElementsAre("a1", "b1", "b2", "b3", "a3", "late3"));
+  EXPECT_THAT(Heard, testing::ElementsAre("a1", "b1", "b2", "b3", "a3", "late3"));
   EXPECT_TRUE(IsDiskLogEnabled()) << "stays true until the process ends";
 }
 

@@ -14,8 +14,6 @@
 namespace larder {
 namespace {
 
-using testing::HasSubstr;
-
 // In the record's order, each filled with one byte.
 constexpr struct {
   const char* label;
@@ -101,9 +99,14 @@ TEST(RecordDumpTest, ShowsEmptyNamesForACertificateThatCannotBeParsedAndGoesOn) 
       Facts(), {{CertificateFile("text"), {}}, {CertificateFile("cut")}, {CertificateFile("rsa")}});
   const std::string empty = CertificateText("", "", "", "");
   const std::string chain = " CertChain: [\r\n  CertData: [\r\n";
-  EXPECT_THAT(Dump(record, 0),
-              HasSubstr(chain + empty + ",\r\n" + empty + "\r\n  ],\r\n" + chain + empty +
-                        "\r\n  ],\r\n" + chain + "{\r\n  Subject:   \"CN=Key of RSA\"\r\n"));
+  EXPECT_THAT(Dump(record, 0), testing::HasSubstr(chain + empty + ",\r\n" + empty + "\r\n  ],\r\n" +
+                                                  chain + empty + "\r\n  ],\r\n" + chain +
+                                                  "{\r\n  Subject:   \"CN=Key of RSA\"\r\n"));
+}
+
+TEST(RecordDumpTest, ANameMayHave1023Characters) {
+  const RecordBytes record = FileRecordBytes(Facts(), {{CertificateFile("full")}});
+  EXPECT_EQ(GetCertSubject(record.data() + 392).size(), 1023U);
 }
 
 }  // namespace
