@@ -55,8 +55,8 @@ TEST_F(Notification, TheClientThatBuiltTheHandleIsCalledOnceForTwoMessages) {
     std::string line;
   } cases[] = {{"upgrade", {0}, "TRACE: Calling callback with 0\r\n"},
                {"uninstall", {1}, "TRACE: Calling callback with 1\r\n"},
-               {"Upgrade ", {}, " WARN: Unknown installerMessage Upgrade \r\n"},
-               {"", {}, " WARN: Unknown installerMessage \r\n"}};
+               {"Upgrade", {}, " WARN: Unknown installerMessage Upgrade\r\n"},
+               {"upgrade ", {}, " WARN: Unknown installerMessage upgrade \r\n"}};
   for (const auto& [message, received, line] : cases) {
     SCOPED_TRACE(message);
     host.log.Clear();
