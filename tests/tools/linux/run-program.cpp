@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <signal.h>
+#include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -12,27 +13,8 @@
 namespace larder {
 namespace {
 
-void Require(bool succeeded, const std::string& what) {
-  if (!succeeded) throw std::system_error(errno, std::generic_category(), what);
-}
-
-void Redirect(int descriptor, const char* path, int flags) {
-  const int file = open(path, flags | O_CLOEXEC, 0644);
-  if (file < 0 || dup2(file, descriptor) < 0) _exit(255);
-}
-
-// In the child. Calls only what may be called between fork and exec.
-[[noreturn]] void Become(char* const* arguments, const ProgramFiles& files, int pipe) {
-  constexpr int kWrite = O_WRONLY | O_CREAT | O_TRUNC;
-  Redirect(STDIN_FILENO, files.input.empty() ? "/dev/null" : files.input.c_str(), O_RDONLY);
-  Redirect(STDERR_FILENO, files.errors.c_str(), kWrite);
-  if (files.output.empty()) {
-    dup2(pipe, STDOUT_FILENO);
-  } else {
-    Redirect(STDOUT_FILENO, files.output.c_str(), kWrite);
-  }
-  execv(arguments[0], arguments);
-  _exit(255);
+void Require(int code, const std::string& what) {
+  if (code != 0) throw std::system_error(code, std::generic_category(), what);
 }
 
 }  // namespace
@@ -46,7 +28,7 @@ RunningProgram::RunningProgram(const std::filesystem::path& program,
                                const std::vector<std::string>& arguments, const ProgramFiles& files)
     : parts(std::make_unique<Parts>()) {
   int ends[2];
-  Require(pipe2(ends, O_CLOEXEC) == 0, "pipe");
+  Require(pipe2(ends, O_CLOEXEC) == 0 ? 0 : errno, "pipe");
   parts->output = ends[0];
   if (!files.hasReader) close(std::exchange(parts->output, -1));
   std::vector<std::string> texts{program.string()};
@@ -54,10 +36,21 @@ RunningProgram::RunningProgram(const std::filesystem::path& program,
   std::vector<char*> pointers;
   for (std::string& text : texts) pointers.push_back(text.data());
   pointers.push_back(nullptr);
-  parts->child = fork();
-  if (parts->child == 0) Become(pointers.data(), files, ends[1]);
+  constexpr int kWrite = O_WRONLY | O_CREAT | O_TRUNC;
+  const char* const input = files.input.empty() ? "/dev/null" : files.input.c_str();
+  posix_spawn_file_actions_t actions;
+  posix_spawn_file_actions_init(&actions);
+  posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, input, O_RDONLY, 0);
+  posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, files.errors.c_str(), kWrite, 0644);
+  posix_spawn_file_actions_adddup2(&actions, ends[1], STDOUT_FILENO);
+  if (!files.output.empty()) {
+    posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, files.output.c_str(), kWrite, 0644);
+  }
+  const int code =
+      posix_spawn(&parts->child, texts[0].c_str(), &actions, nullptr, pointers.data(), environ);
+  posix_spawn_file_actions_destroy(&actions);
   close(ends[1]);
-  Require(parts->child > 0, "fork");
+  Require(code, "start " + texts[0]);
 }
 
 RunningProgram::~RunningProgram() {
@@ -68,7 +61,7 @@ RunningProgram::~RunningProgram() {
 
 int RunningProgram::Wait() {
   int status = 0;
-  Require(waitpid(parts->child, &status, 0) == parts->child, "waitpid");
+  Require(waitpid(parts->child, &status, 0) == parts->child ? 0 : errno, "waitpid");
   parts->child = 0;
   return WIFSIGNALED(status) ? -WTERMSIG(status) : WEXITSTATUS(status);
 }
@@ -77,7 +70,7 @@ long RunningProgram::ProcessId() const { return parts->child; }
 
 bool RunningProgram::ReadByte(char& byte) {
   const ssize_t got = read(parts->output, &byte, 1);
-  Require(got >= 0, "read");
+  Require(got >= 0 ? 0 : errno, "read");
   return got != 0;
 }
 
