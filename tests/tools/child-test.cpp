@@ -32,7 +32,7 @@ ChildResult RunProgram(const std::vector<std::string>& arguments,
   return result;
 }
 
-TEST(Child, ItsStatusAndItsArgumentsAreTold) {
+TEST(Child, GetsItsArgumentsUnchangedAndReportsItsStatus) {
   const std::vector<std::string> arguments{
       "exit", "a b",         "\"", "\\", "a\\\"b\\\\", "", "\xC3\xA4 \xF0\x9F\x97\x9D",
       "*",    "$HOME %PATH%"};
@@ -44,40 +44,32 @@ TEST(Child, ItsStatusAndItsArgumentsAreTold) {
   EXPECT_EQ(result.output, expected);
 }
 
-TEST(Child, OfMuchOutputTheEndIsKept) {
+TEST(Child, KeepsTheEndOfALongOutput) {
   const ChildResult result = RunProgram({"talk", "the beginning"});
-  EXPECT_EQ(result.status, 0U);
   EXPECT_EQ(result.output.size(), 0x10000U);
   EXPECT_TRUE(result.output.ends_with("\ntalk talk talk\n"));
 }
 
-TEST(Child, ACrashIsToldFromAnExit) {
-  const ChildResult result = RunProgram({"crash", "first words"});
-  EXPECT_EQ(result.kind, ChildResult::Kind::kCrashed);
-  EXPECT_NE(result.status, 0U);
-  EXPECT_EQ(result.output, "first words\n");
-}
-
-TEST(Child, OneThatDoesntEndIsEnded) {
-  const ChildResult result = RunProgram({"wait"}, std::chrono::milliseconds(300));
-  EXPECT_EQ(result.kind, ChildResult::Kind::kTimedOut);
-}
-
-TEST(Child, WhatCantBeStartedIsToldByItsCode) {
-  ChildResult result;
-  EXPECT_EQ(RunChild(WidePathOf(FixtureFolder() / "no-such-program"), {}, kLong, result),
+TEST(Child, IsDistinguishedByItsEnd) {
+  const ChildResult crashed = RunProgram({"crash", "first words"});
+  EXPECT_EQ(crashed.kind, ChildResult::Kind::kCrashed);
+  EXPECT_NE(crashed.status, 0U);
+  EXPECT_EQ(crashed.output, "first words\n");
+  EXPECT_EQ(RunProgram({"wait"}, std::chrono::milliseconds(300)).kind,
+            ChildResult::Kind::kTimedOut);
+  ChildResult none;
+  EXPECT_EQ(RunChild(WidePathOf(FixtureFolder() / "no-such-program"), {}, kLong, none),
             kFileNotFound);
 }
 
-TEST(Dependencies, WhatIsMissingIsNamed) {
-  std::vector<std::string> names;
-  EXPECT_EQ(FindMissingDependencies(WidePathOf(FixtureFolder() / "dependent-module.dll"), names),
-            kSuccess);
-  EXPECT_THAT(names, ElementsAre(HasSubstr("platform-dependency")));
-  names.clear();
-  EXPECT_EQ(FindMissingDependencies(WidePathOf(FixtureFolder() / "plain-module.dll"), names),
-            kSuccess);
-  EXPECT_THAT(names, IsEmpty());
+TEST(Dependencies, AreNamedIfTheyAreMissing) {
+  const auto missing = [](const char* module) {
+    std::vector<std::string> names;
+    EXPECT_EQ(FindMissingDependencies(WidePathOf(FixtureFolder() / module), names), kSuccess);
+    return names;
+  };
+  EXPECT_THAT(missing("dependent-module.dll"), ElementsAre(HasSubstr("platform-dependency")));
+  EXPECT_THAT(missing("plain-module.dll"), IsEmpty());
 }
 
 }  // namespace

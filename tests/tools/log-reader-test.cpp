@@ -27,10 +27,10 @@ struct Reading {
   std::size_t position = 0;
 };
 
-// In place of the platform's files, so that a host's steps can come between any two operations of a
+// Replace the platform's files, so that a host's steps can come between any two operations of a
 // reader.
 std::map<WideString, std::shared_ptr<MemoryFile>> Files;
-std::vector<std::unique_ptr<Reading>> Readings;
+std::deque<Reading> Readings;
 std::function<void()> BeforeEachOperation;
 
 Reading& ReadingOf(platform::Handle file) { return *reinterpret_cast<Reading*>(file); }
@@ -43,8 +43,7 @@ platform::Code platform::OpenFileToRead(const WideString& path, Handle& file, Fi
   const auto found = Files.find(path);
   file = InvalidHandle();
   if (found == Files.end()) return kFileNotFound;
-  Readings.push_back(std::make_unique<Reading>(Reading{found->second}));
-  file = reinterpret_cast<Handle>(Readings.back().get());
+  file = reinterpret_cast<Handle>(&Readings.emplace_back(Reading{found->second}));
   return kSuccess;
 }
 
@@ -66,7 +65,7 @@ platform::Code platform::ReadNext(Handle file, void* buffer, std::size_t size,
   return kSuccess;
 }
 
-// Of a host's loggers, which aren't run here.
+// A host's loggers call these; none runs here.
 platform::Code platform::RemoveFile(const WideString&) { return kNotSupported; }
 platform::Code platform::RenameFile(const WideString&, const WideString&) { return kNotSupported; }
 
@@ -87,11 +86,20 @@ void Rename(const WideString& from, const WideString& to) {
   if (Files.contains(from) && !Files.contains(to)) Files[to] = Files.extract(from).mapped();
 }
 
-// The steps that a logger takes, one system call each, and the lines that come of them.
-class Host {
- public:
+class LogReaderTest : public testing::Test {
+ protected:
+  LogReaderTest() { Clear(); }
+
+  void Clear() {
+    Files.clear();
+    Readings.clear();
+    BeforeEachOperation = [] {};
+    lines.clear();
+  }
+
+  // A logger's steps, one system call each.
   void PlanLine() {
-    const std::string line = "line " + std::to_string(count++);
+    const std::string line = "line " + std::to_string(std::ranges::count(lines, '\n'));
     lines += line + "\n";
     steps.emplace_back([=] { Append(line + "\r\n"); });
   }
@@ -107,105 +115,70 @@ class Host {
       steps.pop_front();
     }
   }
+  void TakeAllSteps() { TakeSteps(steps.size()); }
 
-  bool HasSteps() const { return !steps.empty(); }
-  const std::string& Lines() const { return lines; }
-
- private:
+  std::string lines;  // that were planned
   std::deque<std::function<void()>> steps;
-  std::string lines;
-  int count = 0;
 };
 
-void Clear() {
-  Files.clear();
-  Readings.clear();
-  BeforeEachOperation = [] {};
-}
+using Changes = std::vector<std::function<void()>>;
 
-// No steps of the host come before the reader's first operations, then some before each.
-void FollowAtPace(std::size_t idleOperations, std::size_t stepsEach) {
-  Clear();
-  Host host;
-  for (int i = 0; i < 2; ++i) {
-    host.PlanLine();
-    host.PlanRotation();
-  }
-  host.PlanLine();
-  host.TakeSteps(~std::size_t{0});
-  for (int i = 0; i < 3; ++i) {  // as many files as are kept hold all that wasn't there at first
-    host.PlanLine();
-    host.PlanRotation();
-    host.PlanLine();
-  }
-  std::size_t operations = 0;
-  BeforeEachOperation = [&] {
-    if (++operations > idleOperations) host.TakeSteps(stepsEach);
-  };
+// What a reader prints at first and after each change.
+std::string Follow(const Changes& changes, bool isComplete) {
   testing::internal::CaptureStdout();
   Output output;
   LogReader reader(kRun, output);
   EXPECT_TRUE(reader.PrintAll());
-  for (bool hadSteps = true; hadSteps;) {
-    hadSteps = host.HasSteps();
+  for (const auto& change : changes) {
+    change();
     while (reader.PrintNews()) {
     }
   }
-  EXPECT_TRUE(reader.Finish());
-  EXPECT_TRUE(output.Finish());
-  EXPECT_EQ(testing::internal::GetCapturedStdout(), host.Lines())
-      << idleOperations << " operations, then " << stepsEach << " steps before each";
-}
-
-TEST(LogReaderTest, NoLineIsLostOrRepeatedWhereverTheHostRotates) {
-  for (std::size_t idle = 0; idle < 60; ++idle) {
-    for (const std::size_t steps : {1U, 2U, 3U, 5U, 8U, 100U}) FollowAtPace(idle, steps);
-  }
-}
-
-// What a reader prints at first and after each change. Finish: whether nothing was lost.
-std::string Follow(const std::vector<std::function<void()>>& changes, bool finish) {
-  Clear();
-  testing::internal::CaptureStdout();
-  Output output;
-  LogReader reader(kRun, output);
-  changes.front()();
-  EXPECT_TRUE(reader.PrintAll());
-  for (std::size_t i = 1; i < changes.size(); ++i) {
-    changes[i]();
-    while (reader.PrintNews()) {
-    }
-  }
-  EXPECT_EQ(reader.Finish(), finish);
+  EXPECT_EQ(reader.Finish(), isComplete);
   EXPECT_TRUE(output.Finish());
   return testing::internal::GetCapturedStdout();
 }
 
-TEST(LogReaderTest, ACutLineAnEmptiedFileAndADeletedOneAreReadOn) {
+TEST_F(LogReaderTest, NoLineIsLostOrRepeatedWhereverTheHostRotates) {
+  for (std::size_t idleOperations = 0; idleOperations < 60; ++idleOperations) {
+    for (const std::size_t stepsEach : {1U, 2U, 3U, 5U, 8U, 100U}) {
+      Clear();
+      for (int rotation = 0; rotation < 5; ++rotation) {
+        if (rotation == 2) TakeAllSteps();
+        PlanLine();
+        PlanRotation();
+        PlanLine();
+      }
+      std::size_t operations = 0;
+      BeforeEachOperation = [&] {
+        if (++operations > idleOperations) TakeSteps(stepsEach);
+      };
+      EXPECT_EQ(Follow(Changes(60, [] {}), true), lines) << idleOperations << " " << stepsEach;
+      EXPECT_TRUE(steps.empty());
+    }
+  }
+}
+
+TEST_F(LogReaderTest, FollowsACutLineAnEmptiedFileAndADeletedOne) {
   const auto empty = [] { Files[kRun]->bytes = "short\r\n"; };
   const auto remove = [] {
     Files.clear();
     Append("new\r\n");
   };
-  EXPECT_EQ(Follow({[] { Append("whole\r\nbeg"); }, [] { Append("inning\r\n"); }, empty,
-                    [] { Append("next\r\n"); }, remove},
-                   true),
+  Append("whole\r\nbeg");
+  EXPECT_EQ(Follow({[] { Append("inning\r\n"); }, empty, [] { Append("next\r\n"); }, remove}, true),
             "whole\nbeginning\nshort\nnext\nnew\n");
 }
 
-TEST(LogReaderTest, LinesThatWereRotatedAwayUnreadAreReportedAsLost) {
-  Host host;
-  host.PlanLine();
+TEST_F(LogReaderTest, LinesThatWereRotatedAwayUnreadAreReportedAsLost) {
+  Append("first\r\n");
+  for (std::uint32_t i = 0; i <= kMaxLogGenerations + 1; ++i) {
+    PlanRotation();
+    PlanLine();
+  }
   testing::internal::CaptureStderr();
-  const auto rotateAll = [&] {
-    for (std::uint32_t i = 0; i <= kMaxLogGenerations + 1; ++i) {
-      host.PlanRotation();
-      host.PlanLine();
-    }
-    host.TakeSteps(~std::size_t{0});
-  };
-  EXPECT_EQ(Follow({[&] { host.TakeSteps(1); }, rotateAll}, false),
-            "line 0\nline 2\nline 3\nline 4\nline 5\nline 6\nline 7\n");
+  EXPECT_EQ(Follow({[&] { TakeAllSteps(); }}, false),
+            "first\nline 1\nline 2\nline 3\nline 4\nline 5\nline 6\n");
   EXPECT_TRUE(testing::internal::GetCapturedStderr().ends_with(
       "lr_1.log was rotated faster than it could be printed: lines are lost\n"));
 }

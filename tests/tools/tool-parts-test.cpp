@@ -48,28 +48,22 @@ TEST(OrderedWorkTest, AnswersComeInTheFilesOrderWhateverTheOrderOfTheirEnds) {
   EXPECT_THAT(TakeAll(work), testing::ElementsAre("0!", "1!", "2!"));
 }
 
-TEST(OrderedWorkTest, ManyThreadsThroughASmallWindowLoseNothing) {
-  OrderedWork work(8, 3, Numbers(2000), [](ScanResult& result) { result.text = "!"; });
-  const std::vector<std::string> taken = TakeAll(work);
-  ASSERT_EQ(taken.size(), 2000u);
-  for (std::size_t i = 0; i < taken.size(); ++i) EXPECT_EQ(taken[i], std::to_string(i) + "!");
-}
-
-TEST(OrderedWorkTest, NoMoreThanTheWindowIsBegunBeforeTheFirstAnswerIsTaken) {
+TEST(OrderedWorkTest, NoMoreThanTheWindowIsBegunBeforeAnAnswerIsTakenAndNothingIsLost) {
   std::atomic<int> asked = 0;
   std::promise<void> firstMayEnd;
   std::promise<void> windowIsFull;
-  OrderedWork work(2, 4, Numbers(100), [&](ScanResult& result) {
-    ++asked;
+  OrderedWork work(8, 4, Numbers(2000), [&](ScanResult& result) {
+    if (++asked == 4) windowIsFull.set_value();
     if (result.path == "0") firstMayEnd.get_future().wait();
-    if (result.path == "3") windowIsFull.set_value();
   });
   windowIsFull.get_future().wait();
   ScanResult result;
   EXPECT_EQ(work.Take(result, OrderedWork::Clock::now()), OrderedWork::Taken::kTimedOut);
   EXPECT_EQ(asked, 4);
   firstMayEnd.set_value();
-  EXPECT_EQ(TakeAll(work).size(), 100u);
+  const std::vector<std::string> taken = TakeAll(work);
+  ASSERT_EQ(taken.size(), 2000u);
+  for (std::size_t i = 0; i < taken.size(); ++i) EXPECT_EQ(taken[i], std::to_string(i));
 }
 
 TEST(OrderedWorkTest, ErrorsOfTheWalkAreAnswersAndSoAreExceptions) {
@@ -125,21 +119,14 @@ TEST(ScanReportTest, PathsAndReasonsAreListedUpToALimitAndCountedBeyond) {
   ScanReport report;
   for (int i = 0; i < 25; ++i) report.Add({"path" + std::to_string(i), "often", "", 0});
   for (int i = 0; i < 120; ++i) report.Add({"other", "reason " + std::to_string(i), "", 0});
-  report.Add({"both\n", "once", "line", 7, true, true});
-  EXPECT_EQ(report.Counts().errors, 146u);
-  EXPECT_EQ(report.Counts().files, 1u);
-  EXPECT_EQ(report.Counts().bytes, 7u);
-  EXPECT_EQ(report.Counts().images, 1u);
+  EXPECT_EQ(report.Counts().errors, 145u);
   testing::internal::CaptureStderr();
   report.PrintErrors();
   const std::string errors = testing::internal::GetCapturedStderr();
-  EXPECT_THAT(errors, AllOf(StartsWith("larder: path0: often\n"), HasSubstr(": path19: often\n"),
-                            Not(HasSubstr("path20"))));
-  EXPECT_THAT(errors, HasSubstr("larder: 25 errors, 20 of them listed: often\n"
+  EXPECT_THAT(errors, HasSubstr(": path19: often\nlarder: 25 errors, 20 of them listed: often\n"
                                 "larder: other: reason 0\nlarder: 1 error: reason 0\n"));
-  EXPECT_THAT(errors,
-              AllOf(HasSubstr("larder: 1 error: reason 98\n"), Not(HasSubstr("reason 99"))));
-  EXPECT_THAT(errors, testing::EndsWith("larder: 22 errors, 20 of them listed: other reasons\n"));
+  EXPECT_THAT(errors, HasSubstr("larder: 1 error: reason 98\nlarder: other: other reasons\n"));
+  EXPECT_THAT(errors, testing::EndsWith("larder: 21 errors, 20 of them listed: other reasons\n"));
 }
 
 TEST(RegistryValueTest, DataOfAnotherFormThanItsTypesIsHexadecimal) {

@@ -8,35 +8,25 @@
 namespace larder::tool {
 namespace {
 
-using platform::kFileNotFound;
-using platform::kInvalidName;
-using platform::kSuccess;
-
 TEST(FullPathTest, OnlyTheTextOfAPathIsCleanedUp) {
-  const struct {
-    const char* given;
-    const char16_t* full;
-  } cases[] = {{"/", u"\\"},
-               {"/.", u"\\"},
-               {"//usr//./lib/.", u"\\usr\\lib"},
-               {"/missing/../other", u"\\missing\\..\\other"},
-               {"/.hidden/...", u"\\.hidden\\..."}};
+  const std::pair<const char*, const char16_t*> cases[] = {
+      {"/.", u"\\"},
+      {"//usr//./lib/.", u"\\usr\\lib"},
+      {"/missing/../.other/...", u"\\missing\\..\\.other\\..."}};
   WideString result;
-  for (const auto& c : cases) {
-    EXPECT_EQ(FullPath(c.given, result), kSuccess) << c.given;
-    EXPECT_EQ(result, c.full);
+  for (const auto& [given, full] : cases) {
+    EXPECT_EQ(FullPath(given, result), platform::kSuccess) << given;
+    EXPECT_EQ(result, full);
   }
-  EXPECT_EQ(FullPath("/a\\b", result), kInvalidName);
 }
 
-TEST(FullPathTest, ARelativePathBelowADirectoryThatIsGoneGivesACode) {
+TEST(FullPathTest, ARelativePathBelowADeletedDirectoryIsNotFound) {
   const std::filesystem::path former = std::filesystem::current_path();
   TestMachine machine;
-  std::filesystem::create_directory(machine.Folder() / "gone");
-  std::filesystem::current_path(machine.Folder() / "gone");
-  std::filesystem::remove(machine.Folder() / "gone");
+  std::filesystem::current_path(machine.Folder());
+  std::filesystem::remove(machine.Folder());
   WideString result;
-  EXPECT_EQ(FullPath("file", result), kFileNotFound);
+  EXPECT_EQ(FullPath("file", result), platform::kFileNotFound);
   std::filesystem::current_path(former);
 }
 
