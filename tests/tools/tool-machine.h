@@ -13,19 +13,17 @@ namespace larder {
 class ToolMachine {
  public:
   ToolMachine();
-  ~ToolMachine();
-  ToolMachine(const ToolMachine&) = delete;
-  ToolMachine& operator=(const ToolMachine&) = delete;
 
   // Empty at first; deleted with the machine.
-  const std::filesystem::path& Folder() const;
+  const std::filesystem::path& Folder() const { return folder; }
 
   // The library's data folder, which doesn't exist at first.
-  const std::filesystem::path& Data() const;
+  const std::filesystem::path& Data() const { return data; }
 
  private:
-  struct Parts;
-  std::unique_ptr<Parts> parts;
+  const std::shared_ptr<void> system;  // restores the machine when it is destroyed
+  const std::filesystem::path folder;
+  const std::filesystem::path data;
 };
 
 }  // namespace larder

@@ -4,15 +4,9 @@
 
 namespace larder {
 
-struct ToolMachine::Parts {
-  TestMachine machine;
-  std::filesystem::path data = machine.Folder().parent_path() / "root/var/lib/Velmor/Larder";
-};
-
-ToolMachine::ToolMachine() : parts(std::make_unique<Parts>()) {}
-ToolMachine::~ToolMachine() = default;
-
-const std::filesystem::path& ToolMachine::Folder() const { return parts->machine.Folder(); }
-const std::filesystem::path& ToolMachine::Data() const { return parts->data; }
+ToolMachine::ToolMachine()
+    : system(std::make_shared<TestMachine>()),
+      folder(static_cast<TestMachine*>(system.get())->Folder()),
+      data(folder.parent_path() / "root/var/lib/Velmor/Larder") {}
 
 }  // namespace larder

@@ -35,32 +35,32 @@ std::filesystem::path DataFolder() {
   return std::filesystem::path(path) / kMakerFolder / kProductFolder;
 }
 
-}  // namespace
+// The machine's state during a test.
+struct Machine {
+  Machine() {
+    Require(RemoveRegistry(), "clear the registry");
+    if (exists(aside)) std::filesystem::remove_all(data);  // of a test that was killed
+    if (exists(data)) std::filesystem::rename(data, aside);
+  }
+  ~Machine() {
+    (void)RemoveRegistry();
+    std::error_code ignored;
+    std::filesystem::remove_all(folder, ignored);
+    std::filesystem::remove_all(data, ignored);
+    std::filesystem::rename(aside, data, ignored);
+    std::filesystem::remove(data.parent_path(), ignored);  // if it is empty
+  }
 
-struct ToolMachine::Parts {
-  std::filesystem::path folder = MakeFolder();
-  std::filesystem::path data = DataFolder();
-  std::filesystem::path aside = data.parent_path() / "Larder-aside";
+  const std::filesystem::path folder = MakeFolder();
+  const std::filesystem::path data = DataFolder();
+  const std::filesystem::path aside = data.parent_path() / "Larder-aside";
 };
 
-ToolMachine::ToolMachine() {
-  Require(RemoveRegistry(), "clear the registry");
-  parts = std::make_unique<Parts>();
-  // Of a test that was killed.
-  if (exists(parts->aside)) std::filesystem::remove_all(parts->data);
-  if (exists(parts->data)) std::filesystem::rename(parts->data, parts->aside);
-}
+}  // namespace
 
-ToolMachine::~ToolMachine() {
-  (void)RemoveRegistry();
-  std::error_code ignored;
-  std::filesystem::remove_all(parts->folder, ignored);
-  std::filesystem::remove_all(parts->data, ignored);
-  std::filesystem::rename(parts->aside, parts->data, ignored);
-  std::filesystem::remove(parts->data.parent_path(), ignored);  // if it is empty
-}
-
-const std::filesystem::path& ToolMachine::Folder() const { return parts->folder; }
-const std::filesystem::path& ToolMachine::Data() const { return parts->data; }
+ToolMachine::ToolMachine()
+    : system(std::make_shared<Machine>()),
+      folder(static_cast<Machine*>(system.get())->folder),
+      data(static_cast<Machine*>(system.get())->data) {}
 
 }  // namespace larder
