@@ -3,11 +3,12 @@
 //
 //   # Heading           begins a case
 //   ## text             is a comment
-//   $ larder WORD...    runs the tool; other commands are verbs (see RunVerb) or, on Linux,
-//   programs line                is a line of standard output; blank lines are ignored ! line is a
-//   line of standard error; a single one may follow its command
+//   $ larder WORD...    runs the tool; other commands are verbs (see RunVerb) or Linux programs
+//   line                is a line of standard output; blank lines are ignored
+//   ! line              is a line of standard error
 //   !! line             is a usage error: the line and a reference to --help, with status 2
-//   ? 2                 is the exit status, if it isn't 0, or 1 with lines of standard error
+//   ? 2                 is the exit status, if it isn't 0, or 1 with lines of standard error;
+//                       one of these three lines may also be behind its command
 //   [linux] any line    is for one system only; so is a case whose heading has it
 //   ...                 is any number of lines of output
 //   <...>               is any text within a line
@@ -17,8 +18,7 @@
 //
 // Words of a command end at blanks. In a word between single quotes blanks are characters like any
 // other, as backslashes are everywhere. "<<< WORD" is a line on standard input, and "| grep TEXT"
-// keeps the lines of output that contain the text. The whole output of a program is in the file
-// "output".
+// keeps the lines of output that contain the text.
 #include <gtest/gtest-spi.h>
 
 #include <algorithm>
