@@ -10,9 +10,8 @@ class InteractiveTest : public ToolTest {
  protected:
   InteractiveTest() { InstallModules({"feed-file.dll"}); }
 
-  // A client that waits.
-  std::unique_ptr<RunningProgram> StartClient(Words arguments) {
-    arguments.insert(arguments.begin(), {"notify", "--wait"});
+  // Returns once the client waits.
+  std::unique_ptr<RunningProgram> StartClient(const Words& arguments) {
     auto client = Start(arguments);
     EXPECT_EQ(client->ReadLine(), "waiting") << ErrorsOfStarted();
     return client;
@@ -22,8 +21,8 @@ class InteractiveTest : public ToolTest {
 // The message that the client would read too early is the one from the round before.
 TEST_F(InteractiveTest, AMessageIsWrittenBeforeTheEventIsRaisedAndTheEventStaysUntilItIsReset) {
   for (const char* message : {"upgrade", "uninstall", "upgrade", "uninstall"}) {
-    const auto staying = StartClient({});
-    const auto client = StartClient({"--once"});
+    const auto staying = StartClient({"notify", "--wait"});
+    const auto client = StartClient({"notify", "--wait", "--once"});
     MustRun({"notify", message});
     EXPECT_EQ(client->ReadLine(), message);
     EXPECT_EQ(client->ReadLine(), std::nullopt);
@@ -36,15 +35,13 @@ TEST_F(InteractiveTest, AMessageIsWrittenBeforeTheEventIsRaisedAndTheEventStaysU
 
 TEST_F(InteractiveTest, ALogIsFollowedWhileItsHostWritesIt) {
   MustRun({"log", "on"});
-  const auto host = StartClient({"--once"});
+  const auto host = StartClient({"notify", "--wait", "--once"});
   while (MustRun({"log", "list"}).empty()) {
   }
   const auto follower = Start({"log", "show", "--follow"});
   const auto readUpTo = [&](const std::string& text) {
-    std::optional<std::string> line;
-    while ((line = follower->ReadLine()) && line->find(text) == std::string::npos) {
+    while (follower->ReadLine().value().find(text) == std::string::npos) {
     }
-    EXPECT_TRUE(line) << text;
   };
   readUpTo("Leaving LarderInit()");
   MustRun({"notify", "upgrade"});

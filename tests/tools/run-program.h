@@ -31,8 +31,8 @@ class RunningProgram {
   // The next line of standard output, without its line feed; waits for it. None at the end.
   std::optional<std::string> ReadLine();
 
-  // Waits for the program's end. Returns its exit status; on Linux, the number of the signal that
-  // ended it with a minus sign in front.
+  // Waits for the program's end. Returns its exit status; on Linux, the negative number of the
+  // signal that ended it.
   int Wait();
 
   long ProcessId() const;

@@ -20,21 +20,19 @@ struct Closer {
 };
 using Owned = std::unique_ptr<void, Closer>;
 
-SECURITY_ATTRIBUTES Inheritable() { return {sizeof(SECURITY_ATTRIBUTES), nullptr, TRUE}; }
+SECURITY_ATTRIBUTES Inheritable = {sizeof(SECURITY_ATTRIBUTES), nullptr, TRUE};
 
 Owned Open(const std::filesystem::path& path, DWORD access, DWORD disposition) {
-  SECURITY_ATTRIBUTES attributes = Inheritable();
-  HANDLE handle = CreateFileW(path.c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE, &attributes,
-                              disposition, FILE_ATTRIBUTE_NORMAL, nullptr);
+  HANDLE handle = CreateFileW(path.c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                              &Inheritable, disposition, FILE_ATTRIBUTE_NORMAL, nullptr);
   Require(handle != INVALID_HANDLE_VALUE, "open " + path.string());
   return Owned(handle);
 }
 
 // Returns the end for the child.
 Owned MakePipe(Owned& reading) {
-  SECURITY_ATTRIBUTES attributes = Inheritable();
   HANDLE ends[2] = {};
-  Require(CreatePipe(&ends[0], &ends[1], &attributes, 0) != 0, "pipe");
+  Require(CreatePipe(&ends[0], &ends[1], &Inheritable, 0) != 0, "pipe");
   reading.reset(ends[0]);
   Require(SetHandleInformation(ends[0], HANDLE_FLAG_INHERIT, 0) != 0, "pipe");
   return Owned(ends[1]);
