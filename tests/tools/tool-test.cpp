@@ -9,13 +9,14 @@
 namespace larder {
 
 ToolRun ToolTest::Run(const std::filesystem::path& program, const Words& arguments,
-                      const ProgramFiles& files) {
-  const int status = RunningProgram(program, arguments, files).Wait();
-  return {status, files.output == "output" ? ContentOf(files.output) : "", ContentOf(files.errors)};
+                      const std::string& input) {
+  MakeFile("input", input);
+  const int status = RunningProgram(program, arguments, {"errors", "output", "input"}).Wait();
+  return {status, ContentOf("output"), ContentOf("errors")};
 }
 
 std::string ToolTest::MustRun(const Words& arguments) {
-  const ToolRun run = Run(arguments);
+  const ToolRun run = Run(tool, arguments);
   EXPECT_EQ(run.status, 0) << testing::PrintToString(arguments);
   EXPECT_EQ(run.errors, "") << testing::PrintToString(arguments);
   return run.output;
@@ -56,10 +57,10 @@ void ToolTest::MakeFile(const std::string& name, const std::string& content) {
 
 void ToolTest::MakeLog(const std::string& name, const std::string& content, int year) const {
   const std::chrono::sys_days date{std::chrono::year(year) / 6 / 15};
-  std::filesystem::create_directories(LogsFolder());
-  std::ofstream(LogsFolder() / name, std::ios::binary) << content;
+  const std::filesystem::path path = machine.Data() / "logs" / name;
+  MakeFile(path.string(), content);
   std::filesystem::last_write_time(
-      LogsFolder() / name, std::chrono::file_clock::from_sys(std::chrono::sys_seconds(date)));
+      path, std::chrono::file_clock::from_sys(std::chrono::sys_seconds(date)));
 }
 
 std::filesystem::path ToolTest::BuiltFile(const std::string& name) {

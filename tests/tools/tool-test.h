@@ -28,12 +28,9 @@ class ToolTest : public testing::Test {
   ToolTest() { std::filesystem::current_path(machine.Folder()); }
   ~ToolTest() override { std::filesystem::current_path(before); }
 
-  // Runs a program to its end; the tool if none is named.
-  ToolRun Run(const Words& arguments, const ProgramFiles& files = {"errors", "output", {}}) {
-    return Run(tool, arguments, files);
-  }
+  // Runs a program to its end. input: what it reads from standard input.
   static ToolRun Run(const std::filesystem::path& program, const Words& arguments,
-                     const ProgramFiles& files);
+                     const std::string& input = "");
   // Runs the tool, which must succeed without an error line. Returns its output.
   std::string MustRun(const Words& arguments);
 
@@ -53,7 +50,6 @@ class ToolTest : public testing::Test {
 
   // A log with this content, last changed in the middle of that year.
   void MakeLog(const std::string& name, const std::string& content, int year = 2100) const;
-  std::filesystem::path LogsFolder() const { return machine.Data() / "logs"; }
 
   // Next to this program, where everything that is built is.
   static std::filesystem::path BuiltFile(const std::string& name);

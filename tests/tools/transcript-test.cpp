@@ -260,20 +260,19 @@ bool TranscriptTest::RunVerb(const Words& words) {
 
 ToolRun TranscriptTest::RunCommand(Words words) {
   if (RunVerb(words)) return {};
-  const ProgramFiles files{"errors", "output", "input"};
   const auto input = TakeOff(words, "<<<");
-  MakeFile("input", input ? *input + "\n" : "");
   const auto filter = TakeOff(words, "grep");
   if (filter) words.pop_back();  // "|"
   const Words arguments(words.begin() + 1, words.end());
-  ToolRun run =
-      words[0] == "larder" ? Run(arguments, files) : Run("/usr/bin/" + words[0], arguments, files);
+  const auto program = words[0] == "larder" ? tool : std::filesystem::path("/usr/bin") / words[0];
+  ToolRun run = Run(program, arguments, input ? *input + "\n" : "");
   if (!filter) return run;
-  std::string kept;
-  for (const std::string& line : LinesOf(run.output)) {
-    if (line.find(*filter) != line.npos) kept += line + "\n";
+  Words lines = LinesOf(run.output);
+  run.output.clear();
+  for (const std::string& line : lines) {
+    if (line.find(*filter) != line.npos) run.output += line + "\n";
   }
-  return {run.status, kept, run.errors};
+  return run;
 }
 
 // --- The tests of this program itself
