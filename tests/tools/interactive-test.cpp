@@ -1,4 +1,5 @@
-// What a transcript can't show: the tool beside another process, and a reader that goes away.
+// What a transcript can't show: the tool and another process at the same time, and a reader that
+// closes its pipe.
 #include <gmock/gmock.h>
 
 #include "tools/tool-test.h"
@@ -18,7 +19,7 @@ class InteractiveTest : public ToolTest {
   }
 };
 
-// The message that the client would read too early is the one from the round before.
+// A client that read the message too early would see that of the round before.
 TEST_F(InteractiveTest, AMessageIsWrittenBeforeTheEventIsRaisedAndTheEventStaysUntilItIsReset) {
   for (const char* message : {"upgrade", "uninstall", "upgrade", "uninstall"}) {
     const auto staying = StartClient({"notify", "--wait"});

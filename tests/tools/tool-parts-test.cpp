@@ -20,7 +20,7 @@ using testing::AllOf;
 using testing::HasSubstr;
 using testing::StartsWith;
 
-// Gives the numbers from 0 to count as paths.
+// The paths are the numbers below count.
 OrderedWork::Next Numbers(int count) {
   return [count, number = 0](ScanResult& result) mutable {
     if (number == count) return false;

@@ -38,20 +38,20 @@ class ToolTest : public testing::Test {
   std::unique_ptr<RunningProgram> Start(const Words& arguments, bool hasReader = true);
   static std::string ErrorsOfStarted() { return ContentOf("errors-of-started"); }
 
-  // Registers provider modules of the machine's folder. One that isn't there yet is copied from
-  // what is built, with what it loads.
+  // Registers provider modules in the machine's folder. A module that doesn't exist there is copied
+  // from the build's output, with the modules that it loads.
   void InstallModules(const Words& names);
 
-  // From now on the tool that runs is a copy in this folder, with all that it and the modules need.
+  // Copies the tool and all modules to this folder. The copy runs from now on.
   void CopyTool(const std::string& folder);
 
-  // Creates the folders on the way. The name is UTF-8.
+  // Creates missing folders too. The name is UTF-8.
   static void MakeFile(const std::string& name, const std::string& content);
 
   // A log with this content, last changed in the middle of that year.
   void MakeLog(const std::string& name, const std::string& content, int year = 2100) const;
 
-  // Next to this program, where everything that is built is.
+  // A file in the build's output folder, where this program is too.
   static std::filesystem::path BuiltFile(const std::string& name);
 
   // The machine's folder as the registry has it, with a backslash at its end.

@@ -102,7 +102,8 @@ void AddLine(std::vector<Step>& steps, std::string line, int number) {
   }
 }
 
-// The cases for this system. Throws std::runtime_error for a text that doesn't begin with a case.
+// The cases for this system. Throws std::runtime_error for a text that has no case or doesn't
+// begin with one.
 std::vector<Case> Parse(const std::string& text) {
   std::vector<Case> cases;
   int number = 0;
@@ -118,6 +119,7 @@ std::vector<Case> Parse(const std::string& text) {
       AddLine(cases.back().steps, line, number);
     }
   }
+  if (cases.empty()) throw std::runtime_error("no cases");
   std::erase_if(cases, [](const Case& each) { return each.system != LARDER_SYSTEM; });
   return cases;
 }
@@ -286,7 +288,7 @@ TEST_F(TranscriptTest, AWrongExpectationIsAFailure) {
         std::string("# files\n$ gone .\n"), std::string("# files\n$ exists missing\n")}) {
     EXPECT_NONFATAL_FAILURE(Play(Parse(wrong).at(0)), "");
   }
-  for (const char* text : {"$ larder\n", "# output first\nline\n"}) {
+  for (const char* text : {"", "$ larder\n", "# output first\nline\n"}) {
     EXPECT_THROW(Parse(text), std::runtime_error) << text;
   }
 }
