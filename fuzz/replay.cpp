@@ -1,11 +1,11 @@
 // Runs a fuzzer without libFuzzer, on the files of a folder and on changed copies of them. Every
 // run makes the same changes. usage: PROGRAM FOLDER CHANGES
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <random>
-#include <set>
 #include <vector>
 
 extern "C" int LLVMFuzzerTestOneInput(const unsigned char* bytes, std::size_t size);
@@ -39,14 +39,15 @@ void Run(const Bytes& bytes) {
 
 int main(int argc, char** argv) {
   if (argc != 3) return 2;
-  std::set<Bytes> files;
+  std::vector<Bytes> files;
   for (const auto& entry : std::filesystem::directory_iterator(argv[1])) {
-    files.insert(ReadFile(entry.path()));
+    files.push_back(ReadFile(entry.path()));
   }
   if (files.empty()) return 2;
+  std::ranges::sort(files);
   for (const Bytes& file : files) Run(file);
   std::mt19937 random(1);  // NOLINT(cert-msc32-c,cert-msc51-cpp): the same in every run
   for (int i = 0; i < std::atoi(argv[2]); ++i) {
-    Run(Changed(*std::next(files.begin(), random() % files.size()), random));
+    Run(Changed(files[random() % files.size()], random));
   }
 }
