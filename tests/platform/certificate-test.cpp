@@ -12,7 +12,6 @@ namespace larder::platform {
 namespace {
 
 using testing::AnyOf;
-using testing::ElementsAre;
 using Bytes = std::vector<unsigned char>;
 
 AutoCertificate Parse(const Bytes& bytes) {
@@ -34,14 +33,6 @@ void ExpectSubject(const std::string& file, const std::string& documented) {
   EXPECT_THAT(NameIn(file), AnyOf(text, DeviatingSubject(file).value_or(text))) << file;
 }
 
-TEST(CertificateTest, SubjectAndIssuerAreWrittenInTheOrderOfTheCertificateWhateverItsKey) {
-  EXPECT_EQ(NameIn("signer"), "C=US, O=Example, CN=Example Signer");
-  EXPECT_EQ(NameIn("signer", CertificateName::kIssuer), "C=US, O=Example, CN=Example CA");
-  EXPECT_EQ(NameIn("ca", CertificateName::kIssuer), NameIn("ca"));
-  EXPECT_EQ(NameIn("rsa"), "CN=Key of RSA");
-  EXPECT_EQ(NameIn("ecdsa"), "CN=Key of ECDSA");
-}
-
 TEST(CertificateTest, ACertificateIsParsedWithoutTheBytesThatFollowItAndOutlivesItsBytes) {
   Bytes bytes = CertificateFile("signer");
   bytes.push_back(0x30);
@@ -52,11 +43,15 @@ TEST(CertificateTest, ACertificateIsParsedWithoutTheBytesThatFollowItAndOutlives
   EXPECT_EQ(ParseCertificate("", 0), nullptr);
   for (const char* file : {"cut", "text"}) EXPECT_EQ(NameIn(file), "unreadable");
   bytes.assign(bytes.size(), 0);
-  EXPECT_THAT(CertificateSerial(*certificate), ElementsAre(0xA0, 0x22, 0x1F, 0x0B));
+  EXPECT_EQ(CertificateSerial(*certificate), (Bytes{0xA0, 0x22, 0x1F, 0x0B}));
 }
 
-TEST(CertificateTest, NamesHaveKeysQuotesAndTextOfEveryKind) {
+TEST(CertificateTest, NamesHaveKeysQuotesAndTextOfEveryKindInTheirOrder) {
+  EXPECT_EQ(NameIn("signer", CertificateName::kIssuer), "C=US, O=Example, CN=Example CA");
   const std::pair<const char*, const char*> cases[] = {
+      {"signer", "C=US, O=Example, CN=Example Signer"},
+      {"rsa", "CN=Key of RSA"},
+      {"ecdsa", "CN=Key of ECDSA"},
       {"keys",
        "CN=xy, O=xy, OU=xy, C=xy, L=xy, S=xy, STREET=xy, T=xy, G=xy, I=xy, SN=xy, DC=xy, E=xy, "
        "SERIALNUMBER=xy, Description=xy, PostalCode=xy, POBox=xy, Phone=xy, X21Address=xy, "
@@ -93,7 +88,6 @@ TEST(CertificateTest, ANameIsCutToItsBuffer) {
 
 TEST(CertificateTest, ASerialIsItsEncodingFromTheLastByteOn) {
   const std::pair<const char*, Bytes> cases[] = {
-      {"signer", {0xA0, 0x22, 0x1F, 0x0B}},
       {"rsa", {20, 19, 18, 17, 16, 15, 14, 13, 12, 11, 10, 9, 8, 7, 6, 5, 4, 3, 2, 1}},
       {"ecdsa", {0x98, 0xBA, 0xDC, 0xFE, 0}},
       {"negative", {0x7F, 0xFF}},
@@ -101,10 +95,8 @@ TEST(CertificateTest, ASerialIsItsEncodingFromTheLastByteOn) {
   for (const auto& [file, serial] : cases)
     EXPECT_EQ(CertificateSerial(*Parse(CertificateFile(file))), serial) << file;
   // Leading zeros stay or make the certificate unreadable.
-  ExpectSubject("padded-serial", "CN=x");
   const AutoCertificate padded = Parse(CertificateFile("padded-serial"));
-  const Bytes serial = {0x1F, 0x0B, 0, 0};
-  EXPECT_TRUE(padded == nullptr || CertificateSerial(*padded) == serial);
+  EXPECT_TRUE(padded == nullptr || CertificateSerial(*padded) == Bytes({0x1F, 0x0B, 0, 0}));
 }
 
 }  // namespace

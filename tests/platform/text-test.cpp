@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <set>
 #include <string>
 #include <vector>
 
@@ -58,7 +59,7 @@ TEST(UtfTest, BytesThatAreNotUtf8AreRefusedAndLeaveTheResultUntouched) {
 }
 
 TEST(MessageTest, EveryCodeHasATextOfItsOwnThatEndsInALineEnd) {
-  WideString previous;
+  std::set<WideString> texts;
   for (const Code code :
        {kSuccess,           kInvalidFunction,   kFileNotFound,         kPathNotFound,
         kTooManyOpenFiles,  kAccessDenied,      kInvalidHandle,        kNotEnoughMemory,
@@ -69,11 +70,8 @@ TEST(MessageTest, EveryCodeHasATextOfItsOwnThatEndsInALineEnd) {
         kRegistryCorrupt,   kKeyDeleted,        kNoUnicodeTranslation, kIoDevice,
         kCannotResolveName}) {
     const WideString text = SystemMessage(code);
-    ASSERT_GT(text.size(), 2u) << code;
-    EXPECT_EQ(text.find_first_of(LARDER_WIDE("\r\n")), text.size() - 2) << code;
-    EXPECT_TRUE(text.ends_with(LARDER_WIDE("\r\n"))) << code;
-    EXPECT_NE(text, previous) << code;
-    previous = text;
+    EXPECT_TRUE(text.size() > 2 && text.find(LARDER_WIDE("\r\n")) == text.size() - 2) << code;
+    EXPECT_TRUE(texts.insert(text).second) << code;
   }
   EXPECT_NE(SystemMessage(kBadExeFormat).find(LARDER_WIDE("%1")), WideString::npos);
   EXPECT_EQ(SystemMessage(0x2FFFFFFF), WideString());

@@ -5,7 +5,7 @@
 
 #include <chrono>
 
-#include "platform/module-fixture.h"
+#include "platform/machine-fixture.h"
 #include "tools/larder/status/module-file.h"
 
 namespace larder::tool {

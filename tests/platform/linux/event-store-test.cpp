@@ -1,30 +1,68 @@
 #include <fcntl.h>
-#include <gtest/gtest.h>
 #include <poll.h>
 #include <signal.h>
 #include <stdlib.h>
 #include <sys/prctl.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <atomic>
-#include <filesystem>
 #include <random>
 #include <set>
-#include <string>
+#include <thread>
 #include <utility>
 
 #include "platform/linux/child-process.h"
 #include "platform/linux/open-descriptors.h"
-#include "platform/linux/sleeping-thread.h"
 #include "platform/machine-fixture.h"
-#include "platform/owned-event.h"
 
 namespace larder::platform {
 namespace {
 
 using std::filesystem::path;
 using std::filesystem::perms;
+
+// A thread that waits for an event.
+class SleepingThread {
+ public:
+  // Returns once the thread sleeps in its wait.
+  explicit SleepingThread(Handle event)
+      : thread([this, event] {
+          number = gettid();
+          std::size_t index = 0;
+          code = WaitForAny(&event, 1, index);
+        }) {
+    AwaitSleep();
+  }
+
+  // Returns once it sleeps there still or again.
+  void AwaitSleep() const {
+    while (number == 0 || !IsInPoll()) std::this_thread::yield();
+  }
+  pthread_t Native() { return thread.native_handle(); }
+  // Waits for its end and returns the result of its wait.
+  Code Join() {
+    thread.join();
+    return code;
+  }
+
+ private:
+  bool IsInPoll() const {
+    std::ifstream file("/proc/self/task/" + std::to_string(number) + "/syscall");
+    file.exceptions(std::ios::failbit);  // thrown now if the file couldn't be opened
+    std::string call;                    // the system call that it sleeps in, or "running"
+    file >> call;
+#ifdef SYS_poll
+    if (call == std::to_string(SYS_poll)) return true;
+#endif
+    return call == std::to_string(SYS_ppoll);
+  }
+
+  Code code = kSuccess;
+  std::atomic<pid_t> number = 0;
+  std::thread thread;
+};
 
 // With the directories that hold the event "Signal" while it is raised.
 class EventStoreTest : public MachineTest {
@@ -50,7 +88,6 @@ TEST_F(EventStoreTest, AnEventIsRaisedWhileThereIsAnythingOfItsNameWhichIsNotFol
   EXPECT_EQ(RaiseEvent(event), kSuccess);
   EXPECT_FALSE(Exists("target"));
   EXPECT_EQ(LowerEvent(event), kSuccess);
-  EXPECT_FALSE(std::filesystem::is_symlink(file));
   ASSERT_EQ(mkfifo(file.c_str(), 0600), 0);
   EXPECT_EQ(RaiseEvent(event), kSuccess);
 }
@@ -60,10 +97,8 @@ TEST_F(EventStoreTest, TheFilesNameIsTheEventsWithoutWhatWouldLeadElsewhere) {
                                        {u".", "%2E"},
                                        {u"..", "%2E."},
                                        {u"../a/b", "%2E.%2Fa%2Fb"},
-                                       {u"..\\up", "%2E.\\up"},
-                                       {u"/tmp", "%2Ftmp"},
                                        {u"%2F", "%252F"},
-                                       {u"line\n", "line%0A"},
+                                       {u"line\n\\", "line%0A\\"},
                                        {u"\xFC\xD800", "\xC3\xBC\xED\xA0\x80"}}) {
     const OwnedEvent event(name);
     EXPECT_EQ(RaiseEvent(event), kSuccess);
@@ -82,7 +117,6 @@ TEST_F(EventStoreTest, ProcessesThatMakeTheDirectoriesAtOnceOpenThemToAllReaders
   EXPECT_EQ(RunInChildren(20, raise), 0);
   for (const path& level : levels)
     EXPECT_EQ(std::filesystem::status(level).permissions(), perms(0755));
-  EXPECT_EQ(RunAsNobody([] { return IsRaised(OwnedEvent(u"Signal")) ? 0 : 1; }), 0);
 }
 
 TEST_F(EventStoreTest, AWaiterMayComeBeforeTheDirectoriesAndBeforeTheyAreOpenedToIt) {
@@ -135,10 +169,7 @@ TEST_F(EventStoreTest, NoRaiseIsLostWhateverHappensToTheDirectoriesBefore) {
 TEST_F(EventStoreTest, OtherFilesInTheSystemsOwnDirectoriesWakeNobody) {
   const std::set<int> before = OpenDescriptors();
   const OwnedEvent event(u"Signal");
-  for (const path& directory : {root, levels[0]}) {
-    WriteFile(directory / "file", "");
-    std::filesystem::remove(directory / "file");
-  }
+  for (const path& directory : {root, levels[0]}) WriteFile(directory / "file", "");
   for (const int number : OpenedSince(before)) {
     pollfd watch = {number, POLLIN, 0};
     EXPECT_EQ(poll(&watch, 1, 0), 0);
@@ -167,14 +198,12 @@ TEST_F(EventStoreTest, ASignalDoesNotEndAWaitButAClosedDescriptorDoes) {
   const auto before = signal(SIGUSR1, [](int) { ++signalsHandled; });
   const std::set<int> descriptors = OpenDescriptors();
   const OwnedEvent event;
-  {
-    SleepingThread waiter(event);
-    pthread_kill(waiter.Native(), SIGUSR1);
-    while (signalsHandled == 0) std::this_thread::yield();
-    waiter.AwaitSleep();
-    RaiseEvent(event);
-    EXPECT_EQ(waiter.Join(), kSuccess);
-  }
+  SleepingThread waiter(event);
+  pthread_kill(waiter.Native(), SIGUSR1);
+  while (signalsHandled == 0) std::this_thread::yield();
+  waiter.AwaitSleep();
+  RaiseEvent(event);
+  EXPECT_EQ(waiter.Join(), kSuccess);
   signal(SIGUSR1, before);
   LowerEvent(event);
   for (const int number : OpenedSince(descriptors)) close(number);

@@ -1,12 +1,7 @@
 #include <windows.h>
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <string>
-
-#include "platform/file-fixture.h"
-#include "platform/owned-event.h"
+#include "platform/machine-fixture.h"
+#include "platform/path.h"
 
 namespace larder::platform {
 namespace {
