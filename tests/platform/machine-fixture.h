@@ -68,8 +68,7 @@ inline std::filesystem::path FixtureFolder() {
 class ModuleTest : public MachineTest {
  protected:
   Code Open(const std::filesystem::path& path) {
-    module = {};
-    return OpenModule(WidePathOf(path), module.Out());
+    return OpenModule(WidePathOf(path), (module = {}).Out());
   }
   // The result of the module's one export; -1 if there is none.
   int Answer() const {
@@ -84,9 +83,9 @@ class ModuleTest : public MachineTest {
 // The results of the operations are in the members; what they open is closed by the next one.
 class FileTest : public MachineTest {
  protected:
-  Code Open(const WideString& path) { return OpenFileToRead(path, Emptied(file).Out(), kind); }
+  Code Open(const WideString& path) { return OpenFileToRead(path, (file = {}).Out(), kind); }
   Code OpenToWrite(const WideString& path, WriteMode mode = WriteMode::kWrite) {
-    return OpenFileToWrite(path, mode, Emptied(file).Out());
+    return OpenFileToWrite(path, mode, (file = {}).Out());
   }
   Code List(const WideString& path) {
     std::string utf8 = Utf8FromWide(path);
@@ -129,20 +128,14 @@ class FileTest : public MachineTest {
        [this](Path path) { return MakeTemporaryFile(path, Wide("lr_"), made); }},
       {"OpenFileToRead", [this](Path path) { return Open(path); }},
       {"OpenFileToWrite", [this](Path path) { return OpenToWrite(path); }},
-      {"OpenLockFile", [this](Path path) { return OpenLockFile(path, Emptied(file).Out()); }},
-      {"OpenModule", [this](Path path) { return OpenModule(path, Emptied(module).Out()); }},
+      {"OpenLockFile", [this](Path path) { return OpenLockFile(path, (file = {}).Out()); }},
+      {"OpenModule", [this](Path path) { return OpenModule(path, (module = {}).Out()); }},
       {"PathAttributes", [this](Path path) { return PathAttributes(path, attributes); }},
       {"QueryPathInfo", [this](Path path) { return QueryPathInfo(path, info, kind); }},
       {"RemoveFile", RemoveFile},
       {"RemoveFolder", RemoveFolder},
       {"RenameFile", [this](Path path) { return RenameFile(path, InFolder("renamed")); }},
       {"RenameFileTo", [this](Path path) { return RenameFile(InFolder("to-rename"), path); }}};
-
- private:
-  template <typename Owner>
-  static Owner& Emptied(Owner& owner) {
-    return owner = {};
-  }
 };
 
 // An event that is closed at the end of its scope.
@@ -181,12 +174,10 @@ inline bool IsRaised(Handle event) {
 class Key {
  public:
   Code Open(std::string_view path, std::uint32_t access = kKeyRead) {
-    owned = {};
-    return OpenRegistryKey(Wide(path), access, owned.Out());
+    return OpenRegistryKey(Wide(path), access, (owned = {}).Out());
   }
   Code Make(std::string_view path, std::uint32_t access = kKeyRead | kKeySetValue) {
-    owned = {};
-    return MakeRegistryKey(Wide(path), access, owned.Out());
+    return MakeRegistryKey(Wide(path), access, (owned = {}).Out());
   }
   Code Set(std::string_view name, std::string_view data, std::uint32_t type = kRegBinary) const {
     // wine takes a zero that happens to follow the data of a text for its terminator.

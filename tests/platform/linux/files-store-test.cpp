@@ -300,14 +300,7 @@ TEST_F(ModuleStoreTest, ABareNameIsSearchedByTheSystemAndHasTheSameCodesAsAPath)
   for (const auto& [path, code] : cases) EXPECT_EQ(Open(path), code) << path;
 }
 
-// Those that no other test brings about.
-TEST(ErrnoCodeTest, ErrorsHaveTheirCodesAndNoneIsASuccess) {
-  for (const auto& [error, code] : {std::pair(EMFILE, kTooManyOpenFiles),
-                                    {EROFS, kAccessDenied},
-                                    {EBADF, kInvalidHandle},
-                                    {ENOSPC, kDiskFull},
-                                    {EPIPE, kGeneralFailure}})
-    EXPECT_EQ(CodeFromErrno(error), code) << error;
+TEST(ErrnoCodeTest, NoErrorIsASuccess) {
   for (int error = -1; error < 200; ++error) EXPECT_NE(CodeFromErrno(error), kSuccess) << error;
 }
 
