@@ -11,7 +11,6 @@
 #include <vector>
 
 #include "platform/event.h"
-#include "platform/file-lock.h"
 #include "platform/file.h"
 #include "platform/folder.h"
 #include "platform/log-file.h"

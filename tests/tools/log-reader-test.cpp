@@ -66,6 +66,8 @@ platform::Code platform::ReadNext(Handle file, void* buffer, std::size_t size,
 }
 
 // A host's loggers call these; none runs here.
+void platform::CloseObject(Handle) noexcept {}
+
 platform::Code platform::RemoveFile(const WideString&) { return kNotSupported; }
 platform::Code platform::RenameFile(const WideString&, const WideString&) { return kNotSupported; }
 

@@ -34,7 +34,9 @@ TEST_F(FeedFileOnLinux, NamesWhatCannotBeReadAndLeavesNothingOpen) {
 
 constexpr std::uint64_t kLimit = std::uint64_t{64} << 20;
 
-TEST(FactStoreOnLinux, TakesAFileThatCannotGrowForNoDamage) {
+// A process that has set itself the limit is refused a large record at some point.
+void ExpectARefusalAndNoDamage(__rlimit_resource resource,
+                               rlim_t (*limit)(const std::filesystem::path& data)) {
   const TestMachine machine;
   const WideString folder = machine.WideFolder() + LARDER_WIDE("store");
   const std::filesystem::path data = machine.Folder() / "store" / "data.mdb";
@@ -42,8 +44,8 @@ TEST(FactStoreOnLinux, TakesAFileThatCannotGrowForNoDamage) {
   { KeepNow(*std::make_unique<FactStore>(folder, kLimit), 0); }
   const int result = RunInChild([&] {
     FactStore store(folder, kLimit);
-    const rlimit size = {std::filesystem::file_size(data), RLIM_INFINITY};
-    setrlimit(RLIMIT_FSIZE, &size);
+    const rlimit both = {limit(data), RLIM_INFINITY};
+    setrlimit(resource, &both);
     const std::string refusal = TextThrownBy([&] {
       for (int i = 1; i < 1000; ++i) KeepNow(store, i, 200'000);
     });
@@ -53,6 +55,19 @@ TEST(FactStoreOnLinux, TakesAFileThatCannotGrowForNoDamage) {
   FactStore store(folder, kLimit);
   EXPECT_TRUE(Has(store, 0));
   EXPECT_FALSE(std::filesystem::exists(machine.Folder() / "set-aside"));
+}
+
+TEST(FactStoreOnLinux, TakesAFileThatCannotGrowForNoDamage) {
+  ExpectARefusalAndNoDamage(RLIMIT_FSIZE,
+                            [](const std::filesystem::path& data) { return file_size(data); });
+}
+
+TEST(FactStoreOnLinux, TakesAMapThatCannotGrowForNoDamage) {
+  ExpectARefusalAndNoDamage(RLIMIT_AS, [](const std::filesystem::path&) {
+    rlim_t pages = 0;
+    std::ifstream("/proc/self/statm") >> pages;
+    return pages * 4096 + (10 << 20);
+  });
 }
 
 TEST(FileHasherOnLinux, NeedsNoSecondThread) {

@@ -5,7 +5,7 @@
 #include <map>
 #include <stdexcept>
 
-#include "platform/utf.h"
+#include "platform/wide.h"
 
 namespace larder {
 
