@@ -44,15 +44,15 @@ sigset_t SentSignals() {
 }
 
 // A new thread inherits the signal mask of its creator, so the signals are blocked before it
-// starts.
-Code StartWithSignalsBlocked(pthread_t& thread, Task* task) {
+// starts. Returns 0 or a value of errno.
+int StartWithSignalsBlocked(pthread_t& thread, Task* task) {
   const sigset_t signals = SentSignals();
   sigset_t before;
   int error = pthread_sigmask(SIG_BLOCK, &signals, &before);
-  if (error != 0) return CodeFromErrno(error);
+  if (error != 0) return error;
   error = pthread_create(&thread, nullptr, RunTask, task);
   pthread_sigmask(SIG_SETMASK, &before, nullptr);
-  return error == 0 ? kSuccess : CodeFromErrno(error);
+  return error;
 }
 
 }  // namespace
@@ -62,8 +62,8 @@ Code StartThread(void (*body)(void* argument), void* argument, Handle& thread) n
   std::unique_ptr<Task> task(new (std::nothrow) Task{body, argument});
   std::unique_ptr<ThreadObject> object(new (std::nothrow) ThreadObject);
   if (!task || !object) return kNotEnoughMemory;
-  const Code code = StartWithSignalsBlocked(object->thread, task.get());
-  if (code != kSuccess) return code;
+  const int error = StartWithSignalsBlocked(object->thread, task.get());
+  if (error != 0) return CodeFromErrno(error);
   static_cast<void>(task.release());
   object->isJoinable = true;
   thread = object.release();

@@ -27,9 +27,9 @@ struct CloseLibrary {
 
 // A library of the shell, loaded for one call only: it loads many others, and creates handles and a
 // thread, which a host that never needs it shouldn't have.
-class ShellLibrary {
+class ShellModule {
  public:
-  explicit ShellLibrary(const wchar_t* name)
+  explicit ShellModule(const wchar_t* name)
       : library(LoadLibraryExW(name, nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32)) {}
 
   // Null on failure; the last error says why.
@@ -45,7 +45,7 @@ class ShellLibrary {
 };
 
 HRESULT ShellFolderPath(int number, wchar_t* path) {
-  const ShellLibrary shell(L"shell32.dll");
+  const ShellModule shell(L"shell32.dll");
   const auto function = shell.Find<decltype(SHGetFolderPathW)>("SHGetFolderPathW");
   if (function == nullptr) return HRESULT_FROM_WIN32(LastError());
   return function(nullptr, number, nullptr, 0, path);
@@ -138,7 +138,7 @@ Code ListFolder(const std::string& utf8Path, std::vector<FolderEntry>& entries) 
 }
 
 Code DeleteTree(const LarderWideChar* source) {
-  const ShellLibrary shell(L"shell32.dll");
+  const ShellModule shell(L"shell32.dll");
   const auto function = shell.Find<decltype(SHFileOperationW)>("SHFileOperationW");
   if (function == nullptr) return LastError();
   SHFILEOPSTRUCTW operation{};
@@ -149,7 +149,7 @@ Code DeleteTree(const LarderWideChar* source) {
 }
 
 bool IsFolderEmpty(const WideString& path) {
-  const ShellLibrary shell(L"shlwapi.dll");
+  const ShellModule shell(L"shlwapi.dll");
   const auto function = shell.Find<decltype(PathIsDirectoryEmptyW)>("PathIsDirectoryEmptyW");
   return function != nullptr && function(path.c_str()) != FALSE;
 }
