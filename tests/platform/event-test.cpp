@@ -88,7 +88,7 @@ TEST_F(EventTest, AWaitReportsTheLowestRaisedOf1To64EventsOfBothKinds) {
   LowerEvent(named);
   events.push_back(event);
   std::size_t index = 0;
-  for (const std::size_t count : {0, 65})
+  for (const std::size_t count : {0u, 65u})
     EXPECT_EQ(WaitForAny(events.data(), count, index), kInvalidParameter);
 }
 
