@@ -320,7 +320,9 @@ std::vector<Case> AllCases() {
 
 std::string NameOf(const testing::TestParamInfo<Case>& info) {
   std::string name = std::filesystem::path(info.param.file).stem().string() + '_';
-  for (const unsigned char c : info.param.heading) name += std::isalnum(c) != 0 ? c : '_';
+  for (const char c : info.param.heading) {
+    name += std::isalnum(static_cast<unsigned char>(c)) != 0 ? c : '_';
+  }
   return name;
 }
 

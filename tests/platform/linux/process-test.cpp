@@ -117,19 +117,20 @@ TEST_F(PermissionTest, WhatMayNotBeReadOrChangedIsDeniedButInformationOnAFileIsN
   permissions(Native("locked"), perms(0555));
   for (const char* name : {"secret", "closed"}) permissions(Native(name), perms::none);
   EXPECT_EQ(AsNobody([&] { return QueryPathInfo(InFolder("secret"), info, kind); }), kSuccess);
-  for (const auto& [operation, name] : {std::pair("OpenFileToRead", "secret"),
-                                        {"OpenModule", "secret"},
-                                        {"FindNames", "closed\\*"},
-                                        {"ListFolder", "closed"},
-                                        {"OpenFileToWrite", "locked\\file"},
-                                        {"OpenFileToWrite", "locked\\absent"},
-                                        {"RemoveFile", "locked\\file"},
-                                        {"RenameFile", "locked\\file"},
-                                        {"MakeTemporaryFile", "locked"},
-                                        {"MakeFolder", "locked\\absent"},
-                                        {"RemoveFolder", "locked\\folder"}})
-    EXPECT_EQ(AsNobody([&] { return operations.at(operation)(InFolder(name)); }), kAccessDenied)
-        << operation;
+  for (const auto& denied : {std::pair("OpenFileToRead", "secret"),
+                             {"OpenModule", "secret"},
+                             {"FindNames", "closed\\*"},
+                             {"ListFolder", "closed"},
+                             {"OpenFileToWrite", "locked\\file"},
+                             {"OpenFileToWrite", "locked\\absent"},
+                             {"RemoveFile", "locked\\file"},
+                             {"RenameFile", "locked\\file"},
+                             {"MakeTemporaryFile", "locked"},
+                             {"MakeFolder", "locked\\absent"},
+                             {"RemoveFolder", "locked\\folder"}})
+    EXPECT_EQ(AsNobody([&] { return operations.at(denied.first)(InFolder(denied.second)); }),
+              kAccessDenied)
+        << denied.first;
   EXPECT_EQ(AsNobody([&] { return Delete("locked"); }), kAccessDenied);
   EXPECT_EQ(AsNobody([&] { return Code{IsFolderEmpty(InFolder("closed"))}; }), 0u);
 }
