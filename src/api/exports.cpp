@@ -25,7 +25,7 @@ bool IsCurrentHandle(LarderHandle handle) noexcept {
   return handle != nullptr && handle == PublicHandle(CurrentHandle.load(std::memory_order_acquire));
 }
 
-// Reads CurrentHandle at each call: a query may outlive the handle that it began with.
+// Reads CurrentHandle at each call; it stays the same while the caller keeps its reference.
 IDataProvider* ProviderOf(std::int32_t type) {
   return CurrentHandle.load(std::memory_order_acquire)->dataProviderManager.GetDataProvider(type);
 }
