@@ -81,7 +81,7 @@ function check_angle(header) {
     if (top != "tests" && top != "bench") report("<" header "> outside tests/")
     return
   }
-  if (header ~ /^(lmdb|xxhash)\.h$/ && (top == "providers" || top == "tests")) return
+  if (header ~ /^(lmdb|sqlite3|xxhash)\.h$/ && (top == "providers" || top == "tests")) return
   if (header == "sqlite3.h" && top == "bench") return
   if (header ~ /^CLI\// && top == "tools") return
   if (header ~ /^nlohmann\// && FILENAME ~ /^(tests\/)?tools\//) return
