@@ -15,7 +15,7 @@
 #include <string>
 #include <vector>
 
-#include "feed-file/fact-store.h"
+#include "feed-file/fact-database.h"
 #include "feed-file/store-folder.h"
 #include "log/log-listener-list.h"
 #include "platform/file.h"
@@ -48,7 +48,7 @@ Record MakeRecord() {
   return record;
 }
 
-feed::EntryView ViewOf(const Record& record) {
+feed::RecordView ViewOf(const Record& record) {
   return {reinterpret_cast<const unsigned char*>(&record), sizeof record};
 }
 
@@ -90,8 +90,8 @@ class Machine {
   }
 
   void Fill(std::int64_t entries) const {
-    feed::StoreEnvironment store(feed::MakeStoreFolder(), kLimitInMiB << 20);
-    std::vector<feed::KeyedEntry> batch;
+    feed::FactDatabase store(feed::MakeStoreFolder(), kLimitInMiB << 20);
+    std::vector<std::unique_ptr<feed::StoreEntry>> batch;
     const Record record = MakeRecord();
     for (std::int64_t i = 0; i < entries; ++i) {
       feed::StoredFile file{{}, {}};
@@ -105,16 +105,18 @@ class Machine {
             paths[static_cast<std::size_t>(i * static_cast<std::int64_t>(kFiles) / entries)];
         if (platform::QueryPathInfo(WideString(file.path), file.info, kind) != 0) std::abort();
       }
-      batch.push_back({feed::StoreKey(file.path, file.info.lastModified),
-                       feed::MakeEntry(file, ViewOf(record))});
+      batch.push_back(
+          std::make_unique<feed::StoreEntry>(file, WideString(file.path), ViewOf(record)));
       if (batch.size() == 5000 || i + 1 == entries) Write(store, batch);
     }
+    store.Tidy();
   }
 
-  static void Write(feed::StoreEnvironment& store, std::vector<feed::KeyedEntry>& batch) {
-    std::vector<const feed::KeyedEntry*> pointers;
-    for (const feed::KeyedEntry& entry : batch) pointers.push_back(&entry);
-    store.Write(pointers);
+  static void Write(feed::FactDatabase& store,
+                    std::vector<std::unique_ptr<feed::StoreEntry>>& batch) {
+    std::vector<const feed::StoreEntry*> pointers;
+    for (const auto& entry : batch) pointers.push_back(entry.get());
+    store.Write({pointers, {}});
     batch.clear();
   }
 

@@ -30,7 +30,7 @@ typedef struct FeedStatsRecord {
   /* The file provider (feed-file.dll) in this process and its store; all zero without one. All
    * processes of the machine share the store; each has its own counters. */
   uint64_t storeSince;    /* start of counting, in the units of since */
-  uint64_t storeEntries;  /* records in the store, those of older versions included */
+  uint64_t storeEntries;  /* records in the store, one for each path */
   uint64_t storeBytes;    /* bytes in use in the store's file */
   uint64_t storeHits;     /* queries answered from the store */
   uint64_t storeMisses;   /* queries for which the store had no current record */

@@ -1,182 +1,258 @@
 #include "feed-file/fact-store.h"
 
 #include <algorithm>
-#include <chrono>
+#include <array>
 #include <limits>
+#include <mutex>
 #include <thread>
 #include <utility>
 
 #include "common/object-identity.h"
+#include "feed-file/engine-system.h"
 #include "feed-file/store-folder.h"
 #include "feed-file/store-log.h"
 #include "platform/file-time.h"
 #include "platform/file.h"
+#include "platform/path.h"
 
 namespace larder::feed {
 namespace {
 
-constexpr std::size_t kMaxBatch = 128;
+using std::chrono::milliseconds;
+
+constexpr std::size_t kMaxBatch = 256;
 // More than the largest record, whose chains have up to 16 MiB.
 constexpr std::size_t kMaxWaitingBytes = std::size_t{32} << 20;
 constexpr std::chrono::microseconds kPause(1'000);
-constexpr std::chrono::milliseconds kLockTimeout(10'000);
-constexpr std::chrono::milliseconds kLockTimeoutAtEnd(1'000);
+constexpr milliseconds kLockTimeout(10'000);
+constexpr milliseconds kLockTimeoutAtEnds(1'000);  // when a client initializes or releases
+constexpr std::chrono::seconds kOpeningInterval(30);
+constexpr std::chrono::seconds kFollowingInterval(1);
 
 // A larger record is refused, because too much would have to be removed for it.
-std::uint64_t LargestRecord(std::uint64_t limit) { return std::max(limit, kMinLimit) / 8; }
+std::uint64_t LargestRecord(std::uint64_t limit) { return limit / 8; }
+
+// The stores of this process, for a forked child, which can't take a lock. More stores than these
+// exist only in tests.
+std::array<std::atomic<FactStore*>, 8> Stores;
+std::atomic<std::uint64_t> ForkNumber = 0;
+std::atomic<bool> HadStoreBeforeFork = false;
+
+void WatchForks(void (*function)()) {
+  static const bool isWatched = (platform::CallInForkedChild(function), true);
+  static_cast<void>(isWatched);
+}
 
 }  // namespace
 
+// Files that stay open in the child would keep the locks of its parent.
+void FactStore::CloseInForkedChild() {
+  ForkNumber.fetch_add(1);
+  for (std::atomic<FactStore*>& one : Stores) {
+    FactStore* const store = one.exchange(nullptr);
+    if (store == nullptr) continue;
+    HadStoreBeforeFork = true;
+    platform::CloseObject(store->turn.Get());
+  }
+  CloseEngineFilesInForkedChild();
+}
+
+void FactStore::Enlist() {
+  WatchForks(CloseInForkedChild);
+  for (std::atomic<FactStore*>& one : Stores) {
+    FactStore* none = nullptr;
+    if (one.compare_exchange_strong(none, this)) return;
+  }
+}
+
+void FactStore::Delist() {
+  for (std::atomic<FactStore*>& one : Stores) {
+    FactStore* self = this;
+    one.compare_exchange_strong(self, nullptr);
+  }
+}
+
+bool FactStore::IsOfParent() const noexcept { return forkNumber != ForkNumber; }
+
 FactStore::FactStore(const WideString& storeFolder, std::uint64_t maxBytes,
                      const std::string& whyNone)
-    : folder(storeFolder), limit(maxBytes), since(platform::CurrentFileTime()), reason(whyNone) {
+    : folder(storeFolder),
+      limit(std::max(maxBytes, kMinLimit)),
+      since(platform::CurrentFileTime()),
+      forkNumber(ForkNumber),
+      reason(whyNone) {
   platform::MakeEvent(work.Out());
-  if (folder.empty() || limit == 0) return;
-  Open();
-  if (environment == nullptr) return;
+  if (HadStoreBeforeFork) reason = "this process was forked from one that had the store open";
+  if (folder.empty() || maxBytes == 0 || HadStoreBeforeFork || work.Get() == nullptr) return;
   platform::OpenLockFile(TurnFile(folder), turn.Out());
-  if (work.Get() != nullptr) platform::StartThread(RunWriter, this, thread.Out());
+  Enlist();
+  Open();
+  platform::StartThread(RunWriter, this, thread.Out());
   if (thread.Get() != nullptr) return;
-  environment.reset();
+  database.reset();
   reason = "the writer thread can't be started";
 }
 
 FactStore::~FactStore() {
-  if (thread.Get() == nullptr) return;
-  {
-    const std::lock_guard lock(mutex);
-    stops = true;
-  }
-  platform::RaiseEvent(work.Get());
-  platform::WaitForThread(thread.Get());
-}
-
-void FactStore::Open() try {
-  const std::uint64_t index = StoreIndex(folder);
-  try {
-    environment = std::make_unique<StoreEnvironment>(folder, limit);
-  } catch (const StoreError& error) {
-    if (!error.isDamage) throw;
-    // Unless another process has done so meanwhile.
-    if (StoreIndex(folder) == index) {
-      const WideString other = SetStoreAside(folder);
-      LogWarning(error.what() + std::string("; it was moved to ") + Quoted(other) +
-                 ", and a new one is created");
+  if (thread.Get() != nullptr) {
+    {
+      const std::lock_guard guard(lock);
+      stops = true;
     }
-    environment = std::make_unique<StoreEnvironment>(folder, limit);
+    platform::RaiseEvent(work.Get());
+    platform::WaitForThread(thread.Get());
   }
-} catch (const std::exception& error) {
-  LogWarning(error.what() + std::string("; there is no store"));
-  SetReason(error.what());
+  Delist();
 }
 
-void FactStore::SetReason(const std::string& text) {
-  const std::lock_guard lock(mutex);
+// --- Opening
+
+void FactStore::Open() {
+  nextOpening = Clock::now() + kOpeningInterval;
+  const bool isInTurn = TakeTurn(kLockTimeoutAtEnds);
+  try {
+    OpenOrSetAside(isInTurn);
+  } catch (const std::exception& error) {
+    LogWarning(error.what() + std::string("; there is no store"));
+    Fail(error.what());
+  }
+  if (isInTurn) platform::UnlockFile(turn.Get());
+}
+
+void FactStore::OpenOrSetAside(bool isInTurn) {
+  std::shared_ptr<FactDatabase> opened;
+  try {
+    PrepareStoreFolder(folder);
+    opened = std::make_shared<FactDatabase>(folder, limit);
+  } catch (const StoreError& error) {
+    if (!error.isDamage || !isInTurn) throw;
+    SetAside(error.what());
+    opened = std::make_shared<FactDatabase>(folder, limit);
+  }
+  isCrowded = opened->IsCrowded();
+  const std::lock_guard guard(databaseLock);
+  database = std::move(opened);
+}
+
+void FactStore::SetAside(const std::string& damage) const {
+  const WideString other = SetStoreAside(folder);
+  LogWarning(damage + "; it was moved to " + Quoted(other) + ", and a new one is created");
+}
+
+FactStore::Opened FactStore::Current() {
+  const std::lock_guard guard(databaseLock);
+  return {database, generation};
+}
+
+// For the writer, in its turn.
+void FactStore::Reopen(const std::string& damage) {
+  std::shared_ptr<FactDatabase> old;
+  {
+    const std::lock_guard guard(databaseLock);
+    old = std::move(database);
+    ++generation;
+  }
+  const bool isInPlace = old != nullptr && old->IsInPlace();
+  // On some systems a folder can't be renamed while one of its files is open.
+  while (old.use_count() > 1) std::this_thread::sleep_for(kPause);
+  old.reset();
+  nextOpening = Clock::now() + kOpeningInterval;
+  try {
+    if (!damage.empty() && isInPlace) SetAside(damage);
+    OpenOrSetAside(true);
+  } catch (const std::exception& error) {
+    LogWarning(error.what() + std::string("; there is no store"));
+    Fail(error.what());
+  }
+}
+
+void FactStore::Fail(const std::string& text) {
+  const std::lock_guard guard(lock);
   reason = text;
 }
 
-// After damage that was found while the store was in use, or after a failure that leaves it
-// unusable.
-void FactStore::OpenAnew(bool isDamage) {
-  const std::unique_lock lock(environmentMutex);
-  if (environment == nullptr) return;
-  const bool isInPlace = environment->IsInPlace();
-  environment.reset();
-  ++generation;
-  try {
-    if (isDamage && isInPlace) {
-      const WideString other = SetStoreAside(folder);
-      LogWarning("The store was moved to " + Quoted(other) + ", and a new one is created");
-    }
-    Open();
-  } catch (const std::exception& error) {
-    LogWarning(error.what() + std::string("; there is no store"));
-    SetReason(error.what());
-  }
-}
-
 // The writer ignores this if the store has been replaced since.
-void FactStore::TellDamage(const StoreError& error, std::uint64_t seenGeneration) {
+void FactStore::NoteDamage(const StoreError& error, std::uint64_t seenGeneration) {
   if (!error.isDamage) return;
-  LogWarning(error.what());
-  const std::lock_guard lock(mutex);
+  const std::lock_guard guard(lock);
   damagedGeneration = seenGeneration;
+  foundDamage = error.what();
   platform::RaiseEvent(work.Get());
 }
 
-bool FactStore::FindStored(std::uint64_t key, const StoredFile& file, DbBuffer* record) {
-  const std::shared_lock lock(environmentMutex);
-  try {
-    return environment != nullptr && environment->Find(key, file, record);
-  } catch (const StoreError& error) {
-    TellDamage(error, generation);
-    return false;
-  }
-}
+// --- Reading
 
-bool FactStore::FindWaiting(std::uint64_t key, const StoredFile& file, DbBuffer* record) {
+bool FactStore::FindWaiting(std::uint64_t key, WideView folded, const platform::FileInfo& info,
+                            DbBuffer* record) {
   std::shared_ptr<const Waiting> found;
   {
-    const std::lock_guard lock(mutex);
+    const std::lock_guard guard(lock);
     const auto place = waiting.find(key);
     if (place == waiting.end()) return false;
     found = place->second;
   }
-  const EntryView bytes = RecordIn(found->keyed.entry, file);
-  if (bytes.empty()) return false;
-  record->Copy(bytes.data(), bytes.size());
+  if (!found->entry.IsOf(folded, info)) return false;
+  record->Copy(found->entry.record.data(), found->entry.record.size());
   return true;
 }
 
+bool FactStore::FindStored(std::uint64_t key, WideView folded, const platform::FileInfo& info,
+                           DbBuffer* record) {
+  const Opened opened = Current();
+  try {
+    return opened.database != nullptr && opened.database->Find(key, folded, info, record);
+  } catch (const StoreError& error) {
+    NoteDamage(error, opened.generation);
+    return false;
+  }
+}
+
+// Another process may have stored a client's record in place of one that is in the cache.
+void FactStore::FollowOtherWriters() {
+  const Clock::rep now = Clock::now().time_since_epoch().count();
+  Clock::rep next = nextFollowing.load(std::memory_order_relaxed);
+  if (now < next) return;
+  const Clock::rep after = now + Clock::duration(kFollowingInterval).count();
+  if (!nextFollowing.compare_exchange_strong(next, after)) return;
+  const Opened opened = Current();
+  try {
+    if (opened.database == nullptr) return;
+    const std::uint64_t count = opened.database->WrittenCount() + (opened.generation << 32);
+    if (writtenCount.exchange(count) != count) cache.Clear();
+  } catch (const StoreError& error) {
+    NoteDamage(error, opened.generation);
+  }
+}
+
 bool FactStore::Find(const StoredFile& file, DbBuffer* record) {
-  const std::uint64_t key = StoreKey(file.path, file.info.lastModified);
-  const bool found =
-      (isWaiting.load(std::memory_order_acquire) && FindWaiting(key, file, record)) ||
-      FindStored(key, file, record);
+  if (IsOfParent()) return false;
+  WideString folded = platform::FoldCase(WideString(file.path));
+  const std::uint64_t key = StoreKey(folded);
+  FactCache::Ticket ticket = 0;
+  FollowOtherWriters();
+  bool found =
+      (isWaiting.load(std::memory_order_acquire) && FindWaiting(key, folded, file.info, record)) ||
+      cache.Find(key, folded, file.info, record, ticket);
+  if (!found) {
+    found = FindStored(key, folded, file.info, record);
+    if (found) cache.Add(ticket, key, std::move(folded), file.info, {record->data, record->size});
+  }
+  if (found && isCrowded.load(std::memory_order_relaxed) && uses.Note(key)) {
+    platform::RaiseEvent(work.Get());
+  }
   (found ? hits : misses).fetch_add(1, std::memory_order_relaxed);
   return found;
 }
 
-// Null if there is no store, if the record is too large for it, or if the queue is full.
-std::shared_ptr<FactStore::Waiting> FactStore::Enqueue(const StoredFile& file, EntryView record,
-                                                       bool isAwaited) {
-  if (record.size() > LargestRecord(limit)) return {};
-  const std::uint64_t key = StoreKey(file.path, file.info.lastModified);
-  auto one = std::make_shared<Waiting>(KeyedEntry{key, MakeEntry(file, record)});
-  if (isAwaited) {
-    platform::MakeEvent(one->done.Out());
-    if (one->done.Get() == nullptr) throw std::runtime_error("the system can't create an event");
+void FactStore::VisitAll(const FactDatabase::Visitor& visit) {
+  if (IsOfParent()) return;
+  const Opened opened = Current();
+  try {
+    if (opened.database != nullptr) opened.database->VisitAll(visit);
+  } catch (const StoreError& error) {
+    NoteDamage(error, opened.generation);
+    throw;
   }
-  {
-    const std::lock_guard lock(mutex);
-    if (thread.Get() == nullptr || waitingBytes + one->keyed.entry.size() > kMaxWaitingBytes)
-      return {};
-    queue.push_back(one);
-    waiting[key] = one;
-    isWaiting.store(true, std::memory_order_release);
-    waitingBytes += one->keyed.entry.size();
-  }
-  platform::RaiseEvent(work.Get());
-  return one;
-}
-
-void FactStore::Keep(const StoredFile& file, EntryView record) {
-  if (!Enqueue(file, record, false)) CountRefused();
-}
-
-void FactStore::KeepNow(const StoredFile& file, EntryView record) {
-  const std::shared_ptr<Waiting> one = Enqueue(file, record, true);
-  if (one) {
-    const platform::Handle done = one->done.Get();
-    std::size_t index = 0;
-    static_cast<void>(platform::WaitForAny(&done, 1, index));
-  }
-  const std::lock_guard lock(mutex);
-  if (one && one->state == State::kStored) return;
-  if (one || thread.Get() == nullptr) throw std::runtime_error(reason);
-  const bool isTooLarge = record.size() > LargestRecord(limit);
-  throw std::runtime_error(isTooLarge ? "it is too large for the store's limit"
-                                      : "too many records are waiting to be written");
 }
 
 FileFigures FactStore::Figures() {
@@ -186,38 +262,144 @@ FileFigures FactStore::Figures() {
   figures.misses = misses.load(std::memory_order_relaxed);
   figures.computed = computed.load(std::memory_order_relaxed);
   figures.refused = refused.load(std::memory_order_relaxed);
-  const std::shared_lock lock(environmentMutex);
-  if (environment == nullptr) return figures;
+  if (IsOfParent()) return figures;
+  const Opened opened = Current();
+  if (opened.database == nullptr) return figures;
   try {
-    const StoreSize size = environment->Size();
+    const StoreSize size = opened.database->Size();
     figures.entries = size.entries;
     figures.bytes = size.bytes;
   } catch (const StoreError& error) {
-    TellDamage(error, generation);
+    NoteDamage(error, opened.generation);
   }
   return figures;
+}
+
+// --- Writing
+
+// Empty if records can be written, as far as it is known without trying.
+std::string FactStore::WhyNotWritable() {
+  if (IsOfParent()) return "this process was forked from one that had the store open";
+  const Opened opened = Current();
+  if (opened.database != nullptr && !opened.database->IsWritable()) {
+    return "this process has no right to write to the store";
+  }
+  const std::lock_guard guard(lock);
+  return thread.Get() == nullptr ? reason : std::string();
+}
+
+// Null if there is no store, if the record is too large for it, or if the queue is full.
+std::shared_ptr<FactStore::Waiting> FactStore::Enqueue(const StoredFile& file, RecordView record,
+                                                       bool isAwaited) {
+  if (record.size() > LargestRecord(limit) || !WhyNotWritable().empty()) return {};
+  auto one = std::make_shared<Waiting>(file, platform::FoldCase(WideString(file.path)), record);
+  if (isAwaited) {
+    platform::MakeEvent(one->done.Out());
+    if (one->done.Get() == nullptr) throw std::runtime_error("the system can't create an event");
+  }
+  uses.Forget(one->entry.key);
+  {
+    const std::lock_guard guard(lock);
+    if (waitingBytes + one->entry.Size() > kMaxWaitingBytes) return {};
+    queue.push_back(one);
+    waiting[one->entry.key] = one;
+    isWaiting.store(true, std::memory_order_release);
+    waitingBytes += one->entry.Size();
+  }
+  platform::RaiseEvent(work.Get());
+  return one;
+}
+
+void FactStore::Keep(const StoredFile& file, RecordView record) {
+  if (!Enqueue(file, record, false)) CountRefused();
+}
+
+void FactStore::KeepNow(const StoredFile& file, RecordView record) {
+  const std::shared_ptr<Waiting> one = Enqueue(file, record, true);
+  if (one) {
+    const platform::Handle done = one->done.Get();
+    std::size_t index = 0;
+    static_cast<void>(platform::WaitForAny(&done, 1, index));
+    const std::lock_guard guard(lock);
+    if (one->state == State::kStored) return;
+    throw std::runtime_error(reason);
+  }
+  const std::string why = WhyNotWritable();
+  if (!why.empty()) throw std::runtime_error(why);
+  const bool isTooLarge = record.size() > LargestRecord(limit);
+  throw std::runtime_error(isTooLarge ? "it is too large for the store's limit"
+                                      : "too many records are waiting to be written");
 }
 
 void FactStore::RunWriter(void* store) { static_cast<FactStore*>(store)->WriteUntilStopped(); }
 
 void FactStore::WriteUntilStopped() {
   for (;;) {
-    const WaitingList batch = TakeBatch(kMaxBatch);
-    if (!batch.empty()) {
-      WriteInTurn(batch);
+    RepairInTurn();
+    if (HasWork()) {
+      WriteInTurn(TakeBatch(kMaxBatch));
       continue;
     }
-    if (IsAtEnd()) return;
+    if (IsAtEnd()) break;
     const platform::Handle event = work.Get();
     std::size_t index = 0;
     static_cast<void>(platform::WaitForAny(&event, 1, index));
     platform::LowerEvent(event);  // before everything is checked again
-    if (TakeDamage()) OpenAnew(true);
+    if (uses.IsFull()) WriteInTurn({});
   }
+  TidyAtEnd();
+}
+
+bool FactStore::HasWork() {
+  const std::lock_guard guard(lock);
+  return !queue.empty();
+}
+
+bool FactStore::IsAtEnd() {
+  const std::lock_guard guard(lock);
+  return stops && queue.empty();
+}
+
+bool FactStore::IsStopping() {
+  const std::lock_guard guard(lock);
+  return stops;
+}
+
+void FactStore::RepairInTurn() {
+  std::string damage;
+  {
+    const std::lock_guard guard(lock);
+    damage = std::exchange(foundDamage, {});
+    if (std::exchange(damagedGeneration, 0) != generation) return;  // only this thread changes it
+  }
+  if (!TakeTurn(kLockTimeout)) return;
+  Reopen(damage);
+  platform::UnlockFile(turn.Get());
+}
+
+// False after the timeout. If the lock file can't be opened, the engine's own lock has to suffice.
+bool FactStore::TakeTurn(milliseconds timeout) {
+  const auto begin = Clock::now();
+  while (platform::TryLockFile(turn.Get()) == platform::kSharingViolation) {
+    if (Clock::now() - begin > (IsStopping() ? kLockTimeoutAtEnds : timeout)) {
+      Fail("another process that is writing to the store is stalled");
+      return false;
+    }
+    std::this_thread::sleep_for(kPause / 2);
+  }
+  return true;
+}
+
+FactStore::WaitingList FactStore::TakeBatch(std::size_t most) {
+  const std::lock_guard guard(lock);
+  const std::size_t count = std::min(queue.size(), most);
+  WaitingList batch(queue.begin(), queue.begin() + static_cast<std::ptrdiff_t>(count));
+  queue.erase(queue.begin(), queue.begin() + static_cast<std::ptrdiff_t>(count));
+  return batch;
 }
 
 void FactStore::WriteInTurn(const WaitingList& batch) {
-  if (!TakeTurn()) {
+  if (!TakeTurn(kLockTimeout)) {
     Finish(batch, false);
     // The rest isn't made to wait for another timeout.
     Finish(TakeBatch(std::numeric_limits<std::size_t>::max()), false);
@@ -229,87 +411,75 @@ void FactStore::WriteInTurn(const WaitingList& batch) {
   std::this_thread::sleep_for(kPause);  // lets other processes write
 }
 
-bool FactStore::IsStopping() {
-  const std::lock_guard lock(mutex);
-  return stops;
-}
-
-// False after the timeout. If the lock file can't be opened, LMDB's own lock has to suffice.
-bool FactStore::TakeTurn() {
-  const auto begin = std::chrono::steady_clock::now();
-  while (platform::TryLockFile(turn.Get()) == platform::kSharingViolation) {
-    const auto timeout = IsStopping() ? kLockTimeoutAtEnd : kLockTimeout;
-    if (std::chrono::steady_clock::now() - begin > timeout) {
-      SetReason("another process that is writing to the store is stalled");
-      return false;
-    }
-    std::this_thread::sleep_for(kPause / 2);
-  }
-  return true;
-}
-
-bool FactStore::IsAtEnd() {
-  const std::lock_guard lock(mutex);
-  return stops && queue.empty();
-}
-
-bool FactStore::TakeDamage() {
-  const std::lock_guard lock(mutex);
-  return std::exchange(damagedGeneration, 0) == generation;
-}
-
-FactStore::WaitingList FactStore::TakeBatch(std::size_t most) {
-  const std::lock_guard lock(mutex);
-  const std::size_t count = std::min(queue.size(), most);
-  WaitingList batch(queue.begin(), queue.begin() + static_cast<std::ptrdiff_t>(count));
-  queue.erase(queue.begin(), queue.begin() + static_cast<std::ptrdiff_t>(count));
-  return batch;
-}
-
-// An entry that a later one of the batch replaces isn't written: a page that one transaction both
-// allocates at the file's end and frees is never written, and then the file looks truncated.
-std::vector<const KeyedEntry*> FactStore::LastOfEachKey(const WaitingList& batch) {
-  std::vector<const KeyedEntry*> entries;
-  for (auto one = batch.rbegin(); one != batch.rend(); ++one) {
-    const KeyedEntry* const entry = &(*one)->keyed;
-    const auto isSame = [entry](const KeyedEntry* other) { return other->key == entry->key; };
-    if (std::none_of(entries.begin(), entries.end(), isSame)) entries.push_back(entry);
-  }
-  std::reverse(entries.begin(), entries.end());
-  return entries;
-}
-
 // Tries again after damage, in the new store.
 bool FactStore::Write(const WaitingList& batch) {
-  const std::vector<const KeyedEntry*> entries = LastOfEachKey(batch);
-  for (bool again = false;; again = true) {
+  const std::vector<std::uint64_t> used = uses.Take();
+  if (database == nullptr && Clock::now() < nextOpening) return false;
+  if (database == nullptr || !database->IsInPlace()) Reopen({});
+  for (bool again = false; database != nullptr; again = true) {
     try {
-      if (environment == nullptr) return false;  // no other thread changes it
-      environment->Write(entries);
-      return true;
+      return WriteOnce(batch, used);
     } catch (const StoreError& error) {
-      LogWarning(error.what());
-      SetReason(error.what());
-      const bool isLost = error.isDamage || !environment->IsUsable();
-      if (isLost) OpenAnew(error.isDamage && !again);
-      if (!isLost || again) return false;
+      Fail(error.what());
+      if (!error.isDamage || again) {
+        LogWarning(error.what());
+        return false;
+      }
+      Reopen(error.what());
     }
   }
+  return false;
+}
+
+// Of several entries with one key the last is stored.
+bool FactStore::WriteOnce(const WaitingList& batch, const std::vector<std::uint64_t>& used) {
+  if (!database->IsWritable()) return false;
+  std::unordered_map<std::uint64_t, const StoreEntry*> last;
+  bool isClients = false;
+  for (const auto& one : batch) {
+    last[one->entry.key] = &one->entry;
+    isClients = isClients || one->done.Get() != nullptr;
+  }
+  std::vector<const StoreEntry*> entries;
+  entries.reserve(last.size());
+  for (const auto& [key, entry] : last) entries.push_back(entry);
+  // In the order of the file.
+  std::sort(entries.begin(), entries.end(), [](const StoreEntry* one, const StoreEntry* other) {
+    return static_cast<std::int64_t>(one->key) < static_cast<std::int64_t>(other->key);
+  });
+  database->Write({entries, used, isClients});
+  isCrowded = database->IsCrowded();
+  return true;
 }
 
 void FactStore::Finish(const WaitingList& batch, bool stored) {
   {
-    const std::lock_guard lock(mutex);
+    const std::lock_guard guard(lock);
     for (const auto& one : batch) {
+      cache.Remove(one->entry.key);
       one->state = stored ? State::kStored : State::kFailed;
-      waitingBytes -= one->keyed.entry.size();
-      const auto place = waiting.find(one->keyed.key);
+      waitingBytes -= one->entry.Size();
+      const auto place = waiting.find(one->entry.key);
       if (place != waiting.end() && place->second == one) waiting.erase(place);
     }
     isWaiting.store(!waiting.empty(), std::memory_order_release);
   }
   if (!stored) refused.fetch_add(batch.size(), std::memory_order_relaxed);
   for (const auto& one : batch) platform::RaiseEvent(one->done.Get());
+}
+
+// So that the next process needn't read the write-ahead log.
+void FactStore::TidyAtEnd() {
+  const std::vector<std::uint64_t> used = uses.Take();
+  if (database == nullptr || !database->IsWritable()) return;
+  if ((used.empty() && !database->HasWritten()) || !TakeTurn(kLockTimeoutAtEnds)) return;
+  try {
+    if (!used.empty()) database->Write({{}, used, false});
+    database->Tidy();
+  } catch (const StoreError& error) {
+    LogWarning(error.what());
+  }
+  platform::UnlockFile(turn.Get());
 }
 
 }  // namespace larder::feed

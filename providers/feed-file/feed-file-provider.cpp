@@ -62,7 +62,7 @@ platform::FileInfo QueryWrittenFile(const ObjectIdentity& wanted) {
   return info;
 }
 
-EntryView ViewOf(const DbBuffer& block) { return {block.data, block.size}; }
+RecordView ViewOf(const DbBuffer& block) { return {block.data, block.size}; }
 
 }  // namespace
 
@@ -72,7 +72,7 @@ std::int32_t FeedFileProvider::GetType() { return LARDER_FEED_FILE_TYPE; }
 
 void FeedFileProvider::GetKey(const void* objectDescriptor, std::uint64_t* key) {
   ObjectIdentity wanted = ReadDescriptor(objectDescriptor);
-  *key = StoreKey(platform::FoldCase(std::move(wanted.path)), wanted.lastModified);
+  *key = StoreKey(platform::FoldCase(std::move(wanted.path)));
 }
 
 void FeedFileProvider::Query(const void* objectDescriptor, std::uint32_t queryOption,
@@ -100,8 +100,7 @@ bool FeedFileProvider::FindStored(const ObjectIdentity& wanted, DbBuffer* result
   if (!Exists(wanted, platform::QueryPathInfo(wanted.path, info, kind))) return false;
   RequireRegular(wanted, kind);
   RequireLastModified(wanted, info);
-  const WideString folded = platform::FoldCase(wanted.path);
-  return store->Find({folded, info}, result);
+  return store->Find({wanted.path, info}, result);
 }
 
 void FeedFileProvider::Compute(const ObjectIdentity& wanted, DbBuffer* result) {
@@ -110,8 +109,7 @@ void FeedFileProvider::Compute(const ObjectIdentity& wanted, DbBuffer* result) {
   if (!query->Query(wanted, &seen, result)) return;
   store->CountComputed();
   if (IsSettled(wanted, seen, moment)) {
-    const WideString folded = platform::FoldCase(wanted.path);
-    store->Keep({folded, seen}, ViewOf(*result));
+    store->Keep({wanted.path, seen}, ViewOf(*result));
   } else {
     store->CountRefused();
   }
@@ -126,9 +124,8 @@ void FeedFileProvider::Write(const void* objectDescriptor, std::uint64_t*, DbBuf
     const platform::FileInfo info = QueryWrittenFile(wanted);
     const std::uint64_t fileId = FileIdOf(info);
     std::memcpy(data->data + offsetof(FileDataRecord, fileId), &fileId, sizeof fileId);
-    const WideString folded = platform::FoldCase(wanted.path);
     try {
-      store->KeepNow({folded, info}, ViewOf(*data));
+      store->KeepNow({wanted.path, info}, ViewOf(*data));
     } catch (const std::runtime_error& error) {
       FailWrite(wanted, error.what());
     }

@@ -8,8 +8,8 @@
 
 #include "common/registry-value.h"
 #include "feed-file/store-folder.h"
-#include "feed-file/store-lock.h"
 #include "feed-file/store-log.h"
+#include "platform/lock.h"
 #include "platform/thread.h"
 
 namespace larder::feed {
@@ -19,13 +19,13 @@ constexpr std::uint32_t kDefaultLimit = 1024;  // MiB
 constexpr const LarderWideChar* kLimitName = LARDER_WIDE("dwStoreLimitMiB");
 
 struct Holder {
-  StoreLock mutex;  // guards store
+  platform::Lock lock;  // guards store
   std::weak_ptr<FactStore> store;
 };
 
 Holder CurrentHolder;
 
-// The store is the parent's, and another thread of the parent may have held the mutex.
+// The store is the parent's, and another thread of the parent may have held the lock.
 void ForgetStoreInForkedChild() { new (&CurrentHolder) Holder; }
 
 void WatchForks() {
@@ -41,29 +41,34 @@ std::uint32_t LimitInMiB() try {
   return kDefaultLimit;
 }
 
-std::shared_ptr<FactStore> OpenStore() {
+std::unique_ptr<FactStore> OpenStore() {
   const std::uint64_t limit = std::uint64_t{LimitInMiB()} << 20;
-  if (limit == 0) return std::make_shared<FactStore>(WideString(), 0, "dwStoreLimitMiB is 0");
+  if (limit == 0) return std::make_unique<FactStore>(WideString(), 0, "dwStoreLimitMiB is 0");
   try {
-    return std::make_shared<FactStore>(MakeStoreFolder(), limit);
+    return std::make_unique<FactStore>(MakeStoreFolder(), limit);
   } catch (const std::runtime_error& error) {
     LogWarning(error.what() + std::string("; there is no store"));
-    return std::make_shared<FactStore>(WideString(), 0, error.what());
+    return std::make_unique<FactStore>(WideString(), 0, error.what());
   }
+}
+
+// In a forked child, the parent's threads and connections can't be ended.
+void Destroy(FactStore* store) {
+  if (!store->IsOfParent()) delete store;
 }
 
 }  // namespace
 
 std::shared_ptr<FactStore> SharedStore() {
   WatchForks();
-  const std::lock_guard lock(CurrentHolder.mutex);
+  const std::lock_guard guard(CurrentHolder.lock);
   std::shared_ptr<FactStore> store = CurrentHolder.store.lock();
-  if (!store) CurrentHolder.store = store = OpenStore();
+  if (!store) CurrentHolder.store = store = {OpenStore().release(), Destroy};
   return store;
 }
 
 FileFigures SharedFigures() {
-  const std::lock_guard lock(CurrentHolder.mutex);
+  const std::lock_guard guard(CurrentHolder.lock);
   const std::shared_ptr<FactStore> store = CurrentHolder.store.lock();
   return store ? store->Figures() : FileFigures{};
 }

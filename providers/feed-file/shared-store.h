@@ -1,5 +1,5 @@
-// The store that all provider objects of the process share: a process may open an LMDB environment
-// only once.
+// The store that all provider objects of the process share, so that they share its cache and its
+// thread.
 #pragma once
 
 #include <memory>
@@ -10,7 +10,7 @@ namespace larder::feed {
 
 // Opens the store unless somebody holds it; it is closed when the last holder releases it.
 // dwStoreLimitMiB of the registry's key DataProviders\FeedFile limits its size. The child of a fork
-// gets a store of its own and must not use its parent's. May be called from any thread.
+// has no store. May be called from any thread.
 std::shared_ptr<FactStore> SharedStore();
 
 // Zeros while nobody holds the store. May be called from any thread.

@@ -1,14 +1,13 @@
 // An entry of the store: a file, its state and its record.
-//
-// The key is only a hash. So the entry contains everything that distinguishes two files or two
-// states of one file, and a checksum of the whole. The format is private to this module and in the
-// machine's byte order; kStoreFormat changes with it.
 #pragma once
 
 #include <larder/provider.h>
 
 #include <cstdint>
 #include <span>
+#include <string>
+#include <string_view>
+#include <type_traits>
 #include <vector>
 
 #include "platform/file.h"
@@ -16,23 +15,44 @@
 
 namespace larder::feed {
 
-inline constexpr std::uint32_t kStoreFormat = 1;
+// Changes with everything that is in the database and with every meaning of it.
+inline constexpr std::int64_t kStoreFormat = 2;
 
 struct StoredFile {
-  WideView path;  // after FoldCase
+  WideView path;
   platform::FileInfo info;
 };
 
-using EntryBytes = std::vector<unsigned char>;
-using EntryView = std::span<const unsigned char>;
+using RecordView = std::span<const unsigned char>;
 
-// The 64-bit XXH3 hash of the path's units, with the time as seed. path: after FoldCase.
-std::uint64_t StoreKey(WideView path, std::uint64_t lastModified) noexcept;
+// The 64-bit XXH3 hash of the path's units. folded: the path after FoldCase.
+std::uint64_t StoreKey(WideView folded) noexcept;
 
-EntryBytes MakeEntry(const StoredFile& file, EntryView record);
+// An entry on its way to the database.
+struct StoreEntry {
+  StoreEntry(const StoredFile& file, WideString foldedPath, RecordView bytes);
 
-// The record in the entry if the entry is intact and belongs to this file in this state; otherwise
-// empty. The entry may have any alignment.
-EntryView RecordIn(EntryView entry, const StoredFile& file) noexcept;
+  // Whether the record is valid for a file in this state.
+  bool IsOf(WideView otherFolded, const platform::FileInfo& other) const {
+    return folded == otherFolded && info == other;
+  }
+  std::size_t Size() const { return path.size() + sizeof info + record.size(); }
+
+  const WideString folded;
+  const std::uint64_t key;
+  const std::string path;  // UTF-8, as the client gave it
+  const platform::FileInfo info;
+  const std::vector<unsigned char> record;
+};
+
+// The state of a file as the database has it.
+using InfoBytes = std::span<const unsigned char, sizeof(platform::FileInfo)>;
+static_assert(std::has_unique_object_representations_v<platform::FileInfo>);
+inline InfoBytes BytesOf(const platform::FileInfo& info) noexcept {
+  return InfoBytes(reinterpret_cast<const unsigned char*>(&info), sizeof info);
+}
+
+// Of everything that an entry contains.
+std::uint64_t ChecksumOf(std::string_view path, InfoBytes info, RecordView record) noexcept;
 
 }  // namespace larder::feed

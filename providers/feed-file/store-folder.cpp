@@ -4,6 +4,7 @@
 #include <string>
 
 #include "common/object-identity.h"
+#include "feed-file/store-engine.h"
 #include "platform/file.h"
 #include "platform/folder.h"
 #include "platform/message.h"
@@ -24,11 +25,9 @@ void Create(const WideString& folder) {
 }
 
 // If this fails, so does the renaming that follows, which reports it.
-void Remove(const WideString& folder) {
-  for (const WideView file : {LARDER_WIDE("\\data.mdb"), LARDER_WIDE("\\lock.mdb")}) {
-    static_cast<void>(platform::RemoveFile(WideString(folder).append(file)));
-  }
-  static_cast<void>(platform::RemoveFolder(folder));
+void Remove(WideString folder) {
+  folder.append(2, LarderWideChar{0});
+  static_cast<void>(platform::DeleteTree(folder.c_str()));
 }
 
 }  // namespace
@@ -52,12 +51,23 @@ WideString TurnFile(const WideString& storeFolder) {
   return storeFolder.substr(0, storeFolder.rfind(u'\\') + 1) + LARDER_WIDE("turn.lock");
 }
 
-std::uint64_t StoreIndex(const WideString& storeFolder) {
-  platform::FileInfo info;
-  platform::FileKind kind{};
-  static_cast<void>(
-      platform::QueryPathInfo(storeFolder + LARDER_WIDE("\\data.mdb"), info, kind));  // 0 then
-  return info.index;
+void PrepareStoreFolder(const WideString& storeFolder) {
+  const platform::Code made = platform::MakeFolder(storeFolder);
+  if (made == platform::kSuccess) return;
+  std::uint32_t attributes = 0;
+  platform::Code code = made;
+  if (code == platform::kAlreadyExists) code = platform::PathAttributes(storeFolder, attributes);
+  if (code != platform::kSuccess) {
+    throw StoreError(
+        "Can't create the folder " + Quoted(storeFolder) + ": " + platform::SystemReason(code),
+        false);
+  }
+  if ((attributes & platform::kAttributeDirectory) == 0) {
+    throw StoreError(Quoted(storeFolder) + " isn't a folder", true);
+  }
+  for (const WideView file : {LARDER_WIDE("\\data.mdb"), LARDER_WIDE("\\lock.mdb")}) {
+    static_cast<void>(platform::RemoveFile(WideString(storeFolder).append(file)));
+  }
 }
 
 WideString SetStoreAside(const WideString& storeFolder) {

@@ -5,8 +5,6 @@
 // format.
 #pragma once
 
-#include <cstdint>
-
 #include "platform/wide.h"
 
 namespace larder::feed {
@@ -19,12 +17,14 @@ WideString MakeStoreFolder();
 // it remains when a store is set aside.
 WideString TurnFile(const WideString& storeFolder);
 
-// The file index of the store's data file; 0 if the file doesn't exist.
-std::uint64_t StoreIndex(const WideString& storeFolder);
+// Creates the store's folder if it doesn't exist, and removes the files of an earlier version's
+// store from it. Throws StoreError: a damage, if something else has the folder's name.
+void PrepareStoreFolder(const WideString& storeFolder);
 
 // Renames the store's folder to "set-aside", replacing what has that name, and creates an empty
-// folder in its place. Returns the new path. The store must not be open in this process. Throws as
-// MakeStoreFolder does; on some systems it fails while another process has the store open.
+// folder in its place. Returns the new path. The store must not be open in this process. Throws
+// std::runtime_error as MakeStoreFolder does; on some systems it fails while another process has
+// the store open.
 WideString SetStoreAside(const WideString& storeFolder);
 
 }  // namespace larder::feed

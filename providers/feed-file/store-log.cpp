@@ -5,11 +5,17 @@
 #include <cstdint>
 #include <cstdio>
 #include <exception>
+#include <functional>
+#include <mutex>
+#include <utility>
 
 #include "common/registry-value.h"
+#include "platform/file.h"
 #include "platform/folder.h"
+#include "platform/lock.h"
 #include "platform/log-file.h"
 #include "platform/scoped-handle.h"
+#include "platform/thread.h"
 #include "product/product.h"
 
 namespace larder::feed {
@@ -45,21 +51,78 @@ bool CreateLogFolder(WideString& path) {
   return true;
 }
 
-void Append(const WideString& path, const std::string& line) {
-  platform::OwnedHandle file;
-  platform::OpenFileToWrite(path, platform::WriteMode::kWrite, file.Out());
-  std::uint64_t size = 0;
-  if (platform::SeekToEnd(file.Get(), size) == platform::kSuccess) {
-    platform::WriteOnce(file.Get(), line.data(), static_cast<std::uint32_t>(line.size()));
+WideString Generation(const WideString& path, std::uint32_t number) {
+  if (number == 0) return path;
+  const std::string digits = '.' + std::to_string(number);
+  return path + WideString(digits.begin(), digits.end());
+}
+
+void Rotate(const WideString& path) {
+  platform::RemoveFile(Generation(path, kMaxLogGenerations));
+  for (std::uint32_t i = kMaxLogGenerations; i > 0; --i) {
+    platform::RenameFile(Generation(path, i - 1), Generation(path, i));
   }
 }
+
+// Opens the log and goes to its end. Returns its size, or 0 if that fails.
+std::uint64_t OpenAtEnd(const WideString& path, platform::OwnedHandle& file) {
+  platform::OpenFileToWrite(path, platform::WriteMode::kWrite, file.Out());
+  std::uint64_t size = 0;
+  return platform::SeekToEnd(file.Get(), size) == platform::kSuccess ? size : 0;
+}
+
+void Append(const WideString& path, const std::string& line) {
+  const platform::FileSizeSignalBlock block;
+  platform::OwnedHandle file;
+  if (OpenAtEnd(path, file) >= kMaxLogSize) {
+    file = platform::InvalidHandle();
+    Rotate(path);
+    OpenAtEnd(path, file);
+  }
+  platform::WriteOnce(file.Get(), line.data(), static_cast<std::uint32_t>(line.size()));
+}
+
+// Bounds the rate of lines.
+class Rate {
+ public:
+  // Whether the text may be logged now; leftOut: how many texts were refused before it.
+  bool Allows(const std::string& text, unsigned& leftOut) {
+    using Clock = std::chrono::steady_clock;
+    const Clock::time_point now = Clock::now();
+    const std::size_t hash = std::hash<std::string>()(text);
+    const std::lock_guard guard(lock);
+    if (now >= end) {
+      end = now + std::chrono::minutes(1);
+      count = 0;
+    }
+    for (std::size_t i = 0; i < count; ++i) {
+      if (logged[i] == hash) return ++refused, false;
+    }
+    if (count == logged.size()) return ++refused, false;
+    logged[count++] = hash;
+    leftOut = std::exchange(refused, 0);
+    return true;
+  }
+
+ private:
+  platform::Lock lock;  // guards the rest
+  std::chrono::steady_clock::time_point end;
+  std::array<std::size_t, 20> logged{};  // of this minute: hashes of the texts
+  std::size_t count = 0;
+  unsigned refused = 0;
+};
+
+Rate CurrentRate;
 
 }  // namespace
 
 void LogWarning(const std::string& text) noexcept try {
   WideString path;
-  if (!IsLoggingEnabled() || !CreateLogFolder(path)) return;
-  Append(path.append(LARDER_WIDE("\\")).append(kFeedFileLog), Stamp() + text + "\r\n");
+  unsigned leftOut = 0;
+  if (!IsLoggingEnabled() || !CurrentRate.Allows(text, leftOut) || !CreateLogFolder(path)) return;
+  const std::string note =
+      leftOut == 0 ? "" : " (before this, " + std::to_string(leftOut) + " lines were left out)";
+  Append(path.append(LARDER_WIDE("\\")).append(kFeedFileLog), Stamp() + text + note + "\r\n");
 } catch (const std::exception&) {
   return;
 }

@@ -13,7 +13,6 @@ namespace larder {
 namespace {
 
 constexpr WideView kLogExtension = LARDER_WIDE("log");
-constexpr std::uint32_t kMaxFileSize = 102400;
 
 // A name that is free in the directory now: a temporary file of that name is created and removed.
 WideString DrawTemporaryName(const WideString& directory, const WideString& prefix) {
@@ -50,7 +49,7 @@ DiskLogger* CreateDiskLogger(const WideString& prefix) {
   WideString name = DrawTemporaryName(GetLogDirectory({}), prefix);
   if (name.size() <= kLogExtension.size()) return nullptr;
   name.replace(name.size() - kLogExtension.size(), kLogExtension.size(), kLogExtension);
-  auto logger = std::make_unique<DiskLogger>(name, kMaxFileSize, kMaxLogGenerations);
+  auto logger = std::make_unique<DiskLogger>(name, kMaxLogSize, kMaxLogGenerations);
   LRLogListenerList::Instance().AddListener(logger.get());
   return logger.release();
 }

@@ -20,8 +20,17 @@ void WaitForThread(Handle thread) noexcept;
 // the calling module is unloaded. Does nothing on a system without fork.
 void CallInForkedChild(void (*function)()) noexcept;
 
-// The largest size in bytes to which this process may extend a file; the largest number if there is
-// no limit.
-[[nodiscard]] std::uint64_t MaxFileSize() noexcept;
+// While an object of this class exists, a write of the thread beyond the process's limit of file
+// sizes fails, and no signal ends the process for it. For the thread that created it.
+class FileSizeSignalBlock {
+ public:
+  FileSizeSignalBlock() noexcept;
+  ~FileSizeSignalBlock();
+  FileSizeSignalBlock(const FileSizeSignalBlock&) = delete;
+  FileSizeSignalBlock& operator=(const FileSizeSignalBlock&) = delete;
+
+ private:
+  [[maybe_unused]] bool mustUnblock = false;
+};
 
 }  // namespace larder::platform

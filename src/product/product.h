@@ -60,6 +60,8 @@ inline constexpr std::size_t kLogWordSize = 7;
 inline constexpr std::size_t kLogWordStart = kLogStampSize + 2;
 inline constexpr std::size_t kLogBodyStart = kLogWordStart + kLogWordSize;
 
+// A log file that has reached this size is renamed to ".1" before the next line. Bytes.
+inline constexpr std::uint32_t kMaxLogSize = 102400;
 // Older generations of one log, ".1" to ".5".
 inline constexpr std::uint32_t kMaxLogGenerations = 5;
 

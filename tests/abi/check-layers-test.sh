@@ -18,7 +18,7 @@ file src/api/a.cpp <<'END'
 #include "a.h"  // refused
 #include "../providers/b.h"  // refused
  # include <sys/types.h>  // refused
-#include <lmdb.h>  // refused
+#include <sqlite3.h>  // refused
 #include <gtest/gtest.h>  // refused
 #ifdef _WIN32  // refused
 #if 1 && !defined(__linux__)  // refused
@@ -41,7 +41,7 @@ file include/larder/a.h <<'END'
 #include <windows.h>  // refused
 END
 file providers/feed/a.cpp <<'END'
-#include <lmdb.h>
+#include <sqlite3.h>
 #  include "log/b.h"  // refused
 END
 file tools/larder/log/a.cpp <<'END'

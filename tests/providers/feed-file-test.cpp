@@ -75,7 +75,7 @@ TEST_F(FeedFile, ReportsAnotherTimeByTheCodeOfAMismatch) {
                   std::to_string(time) + ", not at " + std::to_string(other) + ": result -15");
   }
   EXPECT_THROW(QueryOf(*provider, Descriptor(path, time + 1)), std::system_error);
-  EXPECT_NE(KeyOf(*provider, Descriptor(path, 1)), KeyOf(*provider, Descriptor(path, 2)));
+  EXPECT_EQ(KeyOf(*provider, Descriptor(path, 1)), KeyOf(*provider, Descriptor(path, 2)));
 }
 
 TEST_F(FeedFile, HasNoDataForAMissingFileAndRefusesDirectories) {
@@ -326,9 +326,6 @@ TEST(NoStore, IsNoReasonToFailWhetherByChoiceOrByAccident) {
   std::filesystem::create_directories(folder.parent_path());
   std::ofstream(folder) << "in the way";
   expectRefusal("Can't create the folder \"");
-  std::filesystem::remove(folder);
-  std::filesystem::create_directories(folder / "feed-file" / "store" / "data.mdb");
-  expectRefusal("Can't use the store \"");
 }
 
 }  // namespace

@@ -41,7 +41,7 @@ inline bool Has(FactStore& store, int number, std::size_t size = 400) {
   const WideString path = StoredPath(number);
   DbBuffer found;
   if (!store.Find({path, kInfo}, &found)) return false;
-  if (std::ranges::equal(EntryView(found.data, found.size), RecordOf(number, size))) return true;
+  if (std::ranges::equal(RecordView(found.data, found.size), RecordOf(number, size))) return true;
   throw std::runtime_error("another record than that of " + std::to_string(number));
 }
 

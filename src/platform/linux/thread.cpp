@@ -2,9 +2,9 @@
 
 #include <pthread.h>
 #include <signal.h>
-#include <sys/resource.h>
+#include <time.h>
 
-#include <limits>
+#include <cerrno>
 #include <memory>
 #include <new>
 
@@ -79,10 +79,26 @@ void WaitForThread(Handle thread) noexcept {
 
 void CallInForkedChild(void (*function)()) noexcept { pthread_atfork(nullptr, nullptr, function); }
 
-std::uint64_t MaxFileSize() noexcept {
-  rlimit limit{};
-  const bool isSet = getrlimit(RLIMIT_FSIZE, &limit) == 0 && limit.rlim_cur != RLIM_INFINITY;
-  return isSet ? limit.rlim_cur : std::numeric_limits<std::uint64_t>::max();
+FileSizeSignalBlock::FileSizeSignalBlock() noexcept {
+  sigset_t signal;
+  sigset_t before;
+  sigemptyset(&signal);
+  sigaddset(&signal, SIGXFSZ);
+  mustUnblock = pthread_sigmask(SIG_BLOCK, &signal, &before) == 0 && !sigismember(&before, SIGXFSZ);
+}
+
+FileSizeSignalBlock::~FileSizeSignalBlock() {
+  if (!mustUnblock) return;
+  const int error = errno;
+  sigset_t signal;
+  sigemptyset(&signal);
+  sigaddset(&signal, SIGXFSZ);
+  // The system directs this signal at the thread that wrote, so this takes no other thread's.
+  const timespec none{};
+  while (sigtimedwait(&signal, nullptr, &none) == SIGXFSZ) {
+  }
+  pthread_sigmask(SIG_UNBLOCK, &signal, nullptr);
+  errno = error;
 }
 
 }  // namespace larder::platform

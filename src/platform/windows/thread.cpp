@@ -4,7 +4,6 @@
 
 #include <process.h>
 
-#include <limits>
 #include <memory>
 #include <new>
 
@@ -43,6 +42,7 @@ void WaitForThread(Handle thread) noexcept {
 
 void CallInForkedChild(void (*)()) noexcept {}
 
-std::uint64_t MaxFileSize() noexcept { return std::numeric_limits<std::uint64_t>::max(); }
+FileSizeSignalBlock::FileSizeSignalBlock() noexcept = default;
+FileSizeSignalBlock::~FileSizeSignalBlock() = default;
 
 }  // namespace larder::platform
