@@ -21,15 +21,31 @@ inline std::uint64_t FileIdOf(const platform::FileInfo& info) noexcept {
   return info.index ^ (info.volume * 0x9E3779B97F4A7C15u);
 }
 
+// The state of a file while its bytes were read.
+struct SeenFile {
+  platform::FileInfo info;
+  // Whether every other content that the file ever has must come with another info.
+  bool isStorable = false;
+};
+
+// Whether any change of the file after the moment must give it another change time: its own is
+// before the moment. A file system that keeps whole seconds stamps alike until the second is over.
+// moment: FileStampTime before the file was queried.
+inline bool IsSettled(const platform::FileInfo& info, std::uint64_t moment) noexcept {
+  constexpr std::uint64_t kSecond = 10'000'000;
+  if (info.changed % kSecond == 0) return info.changed + kSecond <= moment;
+  return info.changed < moment;
+}
+
 class IFileQuery {
  public:
   // Computes the record of a file; links are followed. Returns false if the file doesn't exist.
-  // seen: receives the state of the file while its bytes were read. record: receives a
-  // FileDataRecord with all its chains, as one block. Both are set only when true is returned.
+  // seen: receives the file's state. record: receives a FileDataRecord with all its chains, as one
+  // block. Both are set only when true is returned.
   // Throws std::system_error with LARDER_E_FILE_ID_MISMATCH if wanted.lastModified is neither 0 nor
   // the file's, and std::runtime_error, with the path and the reason, if the file can't be read.
   // Thread-safe; calls may run at the same time.
-  virtual bool Query(const ObjectIdentity& wanted, platform::FileInfo* seen, DbBuffer* record) = 0;
+  virtual bool Query(const ObjectIdentity& wanted, SeenFile* seen, DbBuffer* record) = 0;
 
   virtual ~IFileQuery() = default;
 

@@ -2,7 +2,6 @@
 
 #include <larder/feed-file.h>
 
-#include <algorithm>
 #include <cstring>
 #include <stdexcept>
 #include <string>
@@ -11,26 +10,13 @@
 #include "feed-file/shared-store.h"
 #include "platform/file-time.h"
 #include "platform/file.h"
+#include "platform/message.h"
 #include "platform/path.h"
+#include "platform/scoped-handle.h"
 #include "records/record-cursor.h"
 
 namespace larder::feed {
 namespace {
-
-// How far apart two changes of the file must be to be sure to leave different times. If both times
-// are whole seconds, seconds may be all that is kept, whatever the file system.
-std::uint64_t SettleTime(const ObjectIdentity& wanted, const platform::FileInfo& info) {
-  constexpr std::uint64_t kSecond = 10'000'000;
-  if (info.lastModified % kSecond == 0 && info.changed % kSecond == 0) return 2 * kSecond;
-  return platform::FileTimeGranularity(wanted.path);
-}
-
-// Whether any change of the file after the moment must show in its times. Both times are compared:
-// programs can set lastModified, and not every file system has the time of change.
-bool IsSettled(const ObjectIdentity& wanted, const platform::FileInfo& info, std::uint64_t moment) {
-  const std::uint64_t latest = std::max(info.lastModified, info.changed);
-  return latest < moment && moment - latest > SettleTime(wanted, info);
-}
 
 [[noreturn]] void FailWrite(const ObjectIdentity& wanted, const std::string& reason) {
   throw std::runtime_error("Can't store facts about " + Quoted(wanted.path) + ": " + reason);
@@ -46,19 +32,40 @@ void CheckBlock(const ObjectIdentity& wanted, const DbBuffer& block) {
                         std::to_string(LARDER_FEED_FILE_TYPE));
 }
 
-// The current state of the file that a written block is about.
-platform::FileInfo QueryWrittenFile(const ObjectIdentity& wanted) {
-  platform::FileInfo info;
+void OpenWrittenFile(const ObjectIdentity& wanted, platform::OwnedHandle& file) {
   platform::FileKind kind{};
-  const std::uint64_t moment = platform::CurrentFileTime();
-  if (!Exists(wanted, platform::QueryPathInfo(wanted.path, info, kind))) {
+  if (!Exists(wanted, platform::OpenFileToRead(wanted.path, file.Out(), kind))) {
     FailWrite(wanted, "there is no such file");
   }
   RequireRegular(wanted, kind);
-  RequireLastModified(wanted, info);
-  if (!IsSettled(wanted, info, moment)) {
-    FailWrite(wanted, "the file was changed only a moment ago");
+}
+
+void CheckNoWriter(const ObjectIdentity& wanted, platform::Handle file) {
+  const platform::Code code = platform::ProveNoWriter(file);
+  if (code == platform::kSuccess) return;
+  if (code == platform::kSharingViolation) {
+    FailWrite(wanted, "a program has the file open for writing, or mapped");
   }
+  FailWrite(wanted, "the system doesn't say whether a program is writing to the file: " +
+                        platform::SystemReason(code));
+}
+
+// The current state of the file that a written block is about.
+platform::FileInfo QueryWrittenFile(const ObjectIdentity& wanted) {
+  const std::uint64_t moment = platform::FileStampTime();
+  platform::OwnedHandle file;
+  OpenWrittenFile(wanted, file);
+  platform::FileInfo info;
+  if (const platform::Code code = platform::QueryFileInfo(file.Get(), info);
+      code != platform::kSuccess) {
+    FailRead(wanted, platform::SystemReason(code));
+  }
+  RequireLastModified(wanted, info);
+  if (info.validity == platform::kNeverValid) {
+    FailWrite(wanted, "its file system isn't known to record every change");
+  }
+  if (!IsSettled(info, moment)) FailWrite(wanted, "the file was changed only a moment ago");
+  CheckNoWriter(wanted, file.Get());
   return info;
 }
 
@@ -104,12 +111,11 @@ bool FeedFileProvider::FindStored(const ObjectIdentity& wanted, DbBuffer* result
 }
 
 void FeedFileProvider::Compute(const ObjectIdentity& wanted, DbBuffer* result) {
-  platform::FileInfo seen;
-  const std::uint64_t moment = platform::CurrentFileTime();
+  SeenFile seen;
   if (!query->Query(wanted, &seen, result)) return;
   store->CountComputed();
-  if (IsSettled(wanted, seen, moment)) {
-    store->Keep({wanted.path, seen}, ViewOf(*result));
+  if (seen.isStorable) {
+    store->Keep({wanted.path, seen.info}, ViewOf(*result));
   } else {
     store->CountRefused();
   }

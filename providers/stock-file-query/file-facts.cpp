@@ -3,6 +3,7 @@
 #include <string>
 
 #include "common/errors.h"
+#include "platform/file-time.h"
 #include "platform/message.h"
 #include "platform/scoped-handle.h"
 #include "stock-file-query/hash/file-hasher.h"
@@ -18,7 +19,7 @@ struct Reading {
   std::uint64_t bytesRead = 0;
   platform::FileInfo after;
 
-  bool IsUnchanged() const { return bytesRead == facts.info.size && after == facts.info; }
+  bool IsUnchanged() const { return bytesRead == facts.file.info.size && after == facts.file.info; }
 };
 
 void Check(const ObjectIdentity& wanted, platform::Code code) {
@@ -34,22 +35,23 @@ bool Open(const ObjectIdentity& wanted, platform::OwnedHandle& file) {
   return true;
 }
 
-Reading Read(const platform::DigestLibrary& library, const ObjectIdentity& wanted,
-             platform::Handle file) {
+Reading ReadBytes(const platform::DigestLibrary& library, const ObjectIdentity& wanted,
+                  platform::Handle file) {
   Reading reading;
   FileFacts& facts = reading.facts;
-  Check(wanted, platform::QueryFileInfo(file, facts.info));
-  RequireLastModified(wanted, facts.info);
-  const auto readBlock = [&](std::uint64_t offset, void* buffer, std::size_t size) {
+  const std::uint64_t& size = facts.file.info.size;
+  Check(wanted, platform::QueryFileInfo(file, facts.file.info));
+  RequireLastModified(wanted, facts.file.info);
+  const auto readBlock = [&](std::uint64_t offset, void* buffer, std::size_t capacity) {
     std::size_t got = 0;
-    Check(wanted, platform::ReadAt(file, offset, buffer, size, got));
+    Check(wanted, platform::ReadAt(file, offset, buffer, capacity, got));
     return got;
   };
-  const auto readAt = [&](std::uint64_t offset, void* buffer, std::size_t size) {
-    return readBlock(offset, buffer, size) == size;
+  const auto readAt = [&](std::uint64_t offset, void* buffer, std::size_t capacity) {
+    return readBlock(offset, buffer, capacity) == capacity;
   };
-  const std::optional<ImageLayout> layout = ReadImageLayout(facts.info.size, readAt);
-  HashedFile hashed = HashFile(library, facts.info.size, layout, readBlock);
+  const std::optional<ImageLayout> layout = ReadImageLayout(size, readAt);
+  HashedFile hashed = HashFile(library, size, layout, readBlock);
   facts.digests = hashed.file;
   facts.image = hashed.image;
   reading.bytesRead = hashed.bytesRead;
@@ -58,9 +60,22 @@ Reading Read(const platform::DigestLibrary& library, const ObjectIdentity& wante
   return reading;
 }
 
+// A program that writes during the pass either has the file open at one end of it, or has opened
+// and closed it in between. In the second case the file has another change time afterwards.
+Reading Read(const platform::DigestLibrary& library, const ObjectIdentity& wanted,
+             platform::Handle file, std::uint64_t moment) {
+  const bool isProven = platform::ProveNoWriter(file) == platform::kSuccess;
+  Reading reading = ReadBytes(library, wanted, file);
+  SeenFile& seen = reading.facts.file;
+  seen.isStorable = isProven && seen.info.validity != platform::kNeverValid &&
+                    IsSettled(seen.info, moment) &&
+                    platform::ProveNoWriter(file) == platform::kSuccess;
+  return reading;
+}
+
 [[noreturn]] void FailChangedDuringRead(const ObjectIdentity& wanted, const Reading& reading) {
   FailRead(wanted,
-           "it changed while it was read, twice: " + std::to_string(reading.facts.info.size) +
+           "it changed while it was read, twice: " + std::to_string(reading.facts.file.info.size) +
                " bytes before, " + std::to_string(reading.after.size) + " after, " +
                std::to_string(reading.bytesRead) + " read");
 }
@@ -70,9 +85,10 @@ Reading Read(const platform::DigestLibrary& library, const ObjectIdentity& wante
 std::optional<FileFacts> ReadFileFacts(const platform::DigestLibrary& library,
                                        const ObjectIdentity& wanted) {
   for (bool again = false;; again = true) {
+    const std::uint64_t moment = platform::FileStampTime();
     platform::OwnedHandle file;
     if (!Open(wanted, file)) return std::nullopt;
-    const Reading reading = Read(library, wanted, file.Get());
+    const Reading reading = Read(library, wanted, file.Get(), moment);
     if (reading.IsUnchanged()) return reading.facts;
     if (again) FailChangedDuringRead(wanted, reading);
   }

@@ -5,14 +5,14 @@
 #include <optional>
 #include <vector>
 
+#include "common/file-query.h"
 #include "common/object-identity.h"
-#include "platform/file.h"
 #include "stock-file-query/hash/digests.h"
 
 namespace larder::feed {
 
 struct FileFacts {
-  platform::FileInfo info;  // the same before and after the pass
+  SeenFile file;  // its info is the same before and after the pass
   Digests digests;
   std::optional<Digests> image;  // of an executable image, see image-layout.h
   // Unparsed; empty if the file isn't a signed image.

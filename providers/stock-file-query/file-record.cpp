@@ -70,7 +70,7 @@ void AppendChainRecords(const std::vector<CertChain>& chains, std::vector<std::u
 DbBuffer SerializeFileRecord(const FileFacts& facts, const std::vector<CertChain>& chains) {
   FileDataRecord record{};
   record.providerType = LARDER_FEED_FILE_TYPE;
-  record.fileId = FileIdOf(facts.info);
+  record.fileId = FileIdOf(facts.file.info);
   Set(record.fileMD5, facts.digests.md5);
   Set(record.fileSHA1, facts.digests.sha1);
   Set(record.fileSHA256, facts.digests.sha256);

@@ -20,12 +20,12 @@ class StockFileQuery final : public IFileQuery {
     throw std::runtime_error("the system's cryptographic library has no MD5, SHA-1 or SHA-2");
   }
 
-  bool Query(const ObjectIdentity& wanted, platform::FileInfo* seen, DbBuffer* record) override {
+  bool Query(const ObjectIdentity& wanted, SeenFile* seen, DbBuffer* record) override {
     const std::optional<FileFacts> facts = ReadFileFacts(*library, wanted);
     if (!facts) return false;
     const std::vector<CertChain> chains = ReadSignerChains(facts->certificateTable);
     *record = SerializeFileRecord(*facts, chains);
-    *seen = facts->info;
+    *seen = facts->file;
     return true;
   }
 

@@ -3,15 +3,13 @@
 
 #include <cstdint>
 
-#include "platform/wide.h"
-
 namespace larder::platform {
 
 // The system's clock.
 [[nodiscard]] std::uint64_t CurrentFileTime() noexcept;
 
-// How far apart two changes of the file at a path must be to have different times for certain. It
-// depends on the file system.
-[[nodiscard]] std::uint64_t FileTimeGranularity(const WideString& path);
+// The clock that stamps files: no file that changes after the call gets a change time before the
+// result. It may be some milliseconds behind CurrentFileTime.
+[[nodiscard]] std::uint64_t FileStampTime() noexcept;
 
 }  // namespace larder::platform

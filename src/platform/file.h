@@ -20,9 +20,19 @@ struct FileInfo {
   // When the file's content or attributes last changed, in the unit of lastModified. A program can
   // set it on Windows, but not on Linux. 0 if the file system doesn't record it.
   std::uint64_t changed = 0;
+  // For how long an equal FileInfo means an equal content: kNeverValid, kAlwaysValid, or, with any
+  // other value, as long as the file system stays mounted; the value then identifies the mount.
+  std::uint64_t validity = 0;
+  // Windows: the number of the file's last record in the volume's change journal, which a program
+  // can't set. 0 without a journal, and on Linux.
+  std::uint64_t usn = 0;
 
   bool operator==(const FileInfo&) const = default;
 };
+
+// The file system isn't known to record every change with this system's clock.
+inline constexpr std::uint64_t kNeverValid = 0;
+inline constexpr std::uint64_t kAlwaysValid = 1;
 
 // Opens the file at a path for reading; follows links, shares the file with all other programs and
 // never blocks. Only a regular file is opened; for anything else the code is kSuccess, kind says
@@ -34,6 +44,17 @@ struct FileInfo {
 // As QueryFileInfo, for the file at a path; follows links. Needs no right to read the file and
 // never blocks. info is set for a regular file only.
 [[nodiscard]] Code QueryPathInfo(const WideString& path, FileInfo& info, FileKind& kind);
+
+// Whether the content of a file opened by OpenFileToRead could be changed, at the moment of the
+// call, by what other programs have open already. kSuccess: it couldn't. kSharingViolation: a
+// handle that may write exists, or, on Linux, a writable shared mapping. Any other code: the system
+// doesn't say; on Linux kAccessDenied if the caller neither owns the file nor has CAP_LEASE. Never
+// waits, and no signal reaches the caller.
+//
+// Called before the first read and again after the last query of the FileInfo, it shows that no
+// change of the content can happen without a new FileInfo. On Windows that doesn't hold for a view
+// that was mapped for writing and outlived its handles.
+[[nodiscard]] Code ProveNoWriter(Handle file) noexcept;
 
 // Reads from where the last ReadNext ended; bytesRead is 0 at the end of the file.
 [[nodiscard]] Code ReadNext(Handle file, void* buffer, std::size_t size,

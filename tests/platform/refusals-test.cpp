@@ -25,6 +25,7 @@ TEST_F(RefusalsTest, NoOperationAcceptsANullOrInvalidHandle) {
                           SeekToEnd(none, info.size),
                           WriteOnce(none, "x", 1),
                           QueryFileInfo(none, info),
+                          ProveNoWriter(none),
                           ReadNext(none, buffer.data(), buffer.size(), count),
                           ReadAt(none, 0, buffer.data(), buffer.size(), count)};
     EXPECT_THAT(codes, ::testing::Each(kInvalidHandle));

@@ -8,6 +8,7 @@
 
 #include "common/object-identity.h"
 #include "platform/folder.h"
+#include "platform/log-file.h"
 #include "providers/provider-test.h"
 #include "testing/process.h"
 
@@ -18,12 +19,7 @@ constexpr std::uint32_t kOptions[] = {LARDER_FEED_FILE_NOW, LARDER_FEED_FILE_STO
                                       LARDER_FEED_FILE_AFRESH};
 class FeedFile : public FileProviderTest {
  protected:
-  static std::uint64_t TimeOf(const WideString& path) {
-    platform::FileInfo info;
-    platform::FileKind kind{};
-    EXPECT_EQ(platform::QueryPathInfo(path, info, kind), platform::kSuccess);
-    return info.lastModified;
-  }
+  static std::uint64_t TimeOf(const WideString& path) { return InfoOf(path).lastModified; }
 };
 
 // The digests were computed with md5sum, sha1sum, sha256sum, sha384sum and sha512sum.
@@ -187,6 +183,7 @@ class StoredFacts : public FeedFile {
   StoredFacts() {
     machine.SetText(kFeedFileKey, LARDER_WIDE("szDLL"), LARDER_WIDE("feed-file.dll"));
   }
+  void SetUp() override { SKIP_IF_NOTHING_IS_STORED(path); }
 
   static FeedStatsRecord Figures() {
     const ProviderModule stats(BesideProgram(LARDER_WIDE("feed-stats.dll")));
@@ -276,13 +273,24 @@ TEST_F(StoredFacts, AreRefusedWithTheReason) {
   EXPECT_EQ(Figures().storeRefused, 6u);
 }
 
-TEST_F(StoredFacts, AreRefusedWhileTheFileMayStillChangeUnseen) {
-  std::filesystem::last_write_time(
-      PathOf(path), std::filesystem::file_time_type::clock::now() + std::chrono::hours(1));
-  QueryUntilStored(MakeFile(LARDER_WIDE("later"), "abc"));  // so the setting itself is long ago
-  EXPECT_EQ(WriteFailure(path, ForeignRecord()), "the file was changed only a moment ago");
+TEST_F(StoredFacts, AreRefusedWhileAProgramHasTheFileOpenForWriting) {
+  platform::OwnedHandle writer;
+  ASSERT_EQ(platform::OpenFileToWrite(path, platform::WriteMode::kWrite, writer.Out()), 0u);
+  std::string failure;
+  do {
+    failure = WriteFailure(path, ForeignRecord());
+  } while (failure.ends_with("moment ago"));
+  EXPECT_EQ(failure, "a program has the file open for writing, or mapped");
   EXPECT_TRUE(HasData(path, LARDER_FEED_FILE_NOW));
   EXPECT_FALSE(HasData(path, LARDER_FEED_FILE_STORED));
+  writer = {};
+  QueryUntilStored(path);
+}
+
+TEST_F(StoredFacts, MayBeThoseOfAFileWhoseTimeIsInTheFuture) {
+  std::filesystem::last_write_time(
+      PathOf(path), std::filesystem::file_time_type::clock::now() + std::chrono::hours(1));
+  QueryUntilStored(path);
 }
 
 TEST_F(StoredFacts, CanBeUsedByEightThreads) {
@@ -306,6 +314,7 @@ TEST_F(StoredFacts, CanBeUsedByEightThreads) {
 TEST(NoStore, IsNoReasonToFailWhetherByChoiceOrByAccident) {
   const ProviderMachine machine;
   const WideString path = machine.AddModule(LARDER_WIDE("feed-file.dll"));
+  SKIP_IF_NOTHING_IS_STORED(path);
   const Descriptor file(path);
   const auto expectRefusal = [&](const std::string& reason) {
     const ProviderModule provider(path);

@@ -5,8 +5,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 
 #include "platform/event.h"
+#include "platform/file-time.h"
 #include "stock-file-query/hash/file-hasher.h"
 #include "stock-file-query/hash/hash-work.h"
 
@@ -18,6 +20,8 @@ struct ScriptedFile {
   // The results of the first query, the second, ...; the last one is repeated.
   std::vector<platform::FileInfo> infos;
   bool isEndless = false;  // the bytes repeat without an end
+  // Of the proof before the first read and that after the last query.
+  std::array<platform::Code, 2> proofs{};
   platform::Code openCode = platform::kSuccess;
   platform::Code infoCode = platform::kSuccess;
   platform::Code readCode = platform::kSuccess;  // instead of the end
@@ -25,9 +29,13 @@ struct ScriptedFile {
   int opened = 0;
   std::size_t bytesRead = 0;
   std::size_t queries = 0;
+  std::string steps = {};  // q for a query, r for reads, p for a proof
 };
 
 ScriptedFile CurrentFile;
+
+constexpr std::uint64_t kSecond = 10'000'000;
+constexpr std::uint64_t kNow = 1000 * kSecond + 2;
 
 }  // namespace
 
@@ -41,7 +49,15 @@ Code OpenFileToRead(const WideString&, Handle& file, FileKind& kind) {
   return MakeEvent(file);  // closed like any other handle: a leak checker notices one that isn't
 }
 
+std::uint64_t FileStampTime() noexcept { return kNow; }
+
+Code ProveNoWriter(Handle) noexcept {
+  CurrentFile.steps += 'p';
+  return CurrentFile.proofs[CurrentFile.queries == 0 ? 0 : 1];
+}
+
 Code QueryFileInfo(Handle, FileInfo& info) noexcept {
+  CurrentFile.steps += 'q';
   info = CurrentFile.infos[std::min(CurrentFile.queries++, CurrentFile.infos.size() - 1)];
   return CurrentFile.infoCode;
 }
@@ -49,6 +65,7 @@ Code QueryFileInfo(Handle, FileInfo& info) noexcept {
 Code ReadAt(Handle, std::uint64_t offset, void* buffer, std::size_t size,
             std::size_t& got) noexcept {
   const std::string& bytes = CurrentFile.bytes;
+  if (!CurrentFile.steps.ends_with('r')) CurrentFile.steps += 'r';
   for (got = 0; got < size; ++got) {
     const std::uint64_t index = offset + got;
     if (!CurrentFile.isEndless && index >= bytes.size()) break;
@@ -85,8 +102,37 @@ TEST_F(FileFactsTest, ReadsAFileAgainOnlyIfItWasTouchedMeanwhile) {
   EXPECT_EQ(ReadFileFacts(*library, wanted)->digests.md5[0], 0x90);
   EXPECT_EQ(CurrentFile.opened, 1);
   CurrentFile = {.infos = {kSteady, kTouched, kTouched, kTouched}};
-  EXPECT_EQ(ReadFileFacts(*library, wanted)->info.lastModified, 1001u);
+  EXPECT_EQ(ReadFileFacts(*library, wanted)->file.info.lastModified, 1001u);
   EXPECT_EQ(CurrentFile.opened, 2);
+}
+
+struct Circumstances {
+  std::uint64_t changed = kNow - 1;
+  std::uint64_t validity = platform::kAlwaysValid;
+  std::array<platform::Code, 2> proofs{};
+};
+
+TEST_F(FileFactsTest, MayOnlyBeStoredIfNoLaterChangeCanGoUnseen) {
+  constexpr platform::Code kWriter = platform::kSharingViolation;
+  const std::pair<Circumstances, bool> cases[] = {
+      {{}, true},
+      {{.validity = 12345}, true},
+      {{.validity = platform::kNeverValid}, false},
+      {{.proofs = {kWriter, platform::kSuccess}}, false},
+      {{.proofs = {platform::kSuccess, kWriter}}, false},
+      {{.proofs = {platform::kAccessDenied, platform::kAccessDenied}}, false},
+      {{.changed = kNow}, false},
+      {{.changed = kNow + 1}, false},
+      {{.changed = 1000 * kSecond}, false},
+      {{.changed = 999 * kSecond}, true}};
+  for (const auto& [when, isStorable] : cases) {
+    CurrentFile = {.infos = {kSteady}, .proofs = when.proofs};
+    CurrentFile.infos[0].changed = when.changed;
+    CurrentFile.infos[0].validity = when.validity;
+    EXPECT_EQ(ReadFileFacts(*library, wanted)->file.isStorable, isStorable)
+        << &when - &cases[0].first;
+    EXPECT_TRUE(!isStorable || CurrentFile.steps == "pqrqp") << CurrentFile.steps;
+  }
 }
 
 TEST_F(FileFactsTest, GivesUpOnAFileThatKeepsChanging) {

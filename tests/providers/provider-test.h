@@ -129,6 +129,19 @@ std::string TextThrownBy(Call&& call) {
   return "(nothing thrown)";
 }
 
+inline platform::FileInfo InfoOf(const WideString& path) {
+  platform::FileInfo info;
+  platform::FileKind kind{};
+  EXPECT_EQ(platform::QueryPathInfo(path, info, kind), platform::kSuccess);
+  return info;
+}
+
+// A macro because only the test itself can be skipped.
+#define SKIP_IF_NOTHING_IS_STORED(path)                                 \
+  if (InfoOf(path).validity == platform::kNeverValid)                   \
+  GTEST_SKIP() << "records of files in this folder aren't stored: set " \
+                  "TMPDIR to one on ext4, XFS or Btrfs"
+
 inline const WideString kFeedFileKey = LARDER_WIDE("DataProviders\\FeedFile");
 
 // Has its own common folders, where the file provider's store is. Its folder contains the query

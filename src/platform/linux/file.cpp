@@ -10,6 +10,8 @@
 #include <utility>
 
 #include "platform/linux/file-descriptor.h"
+#include "platform/linux/file-lease.h"
+#include "platform/linux/file-validity.h"
 #include "platform/linux/kernel-object.h"
 #include "platform/linux/native.h"
 
@@ -21,12 +23,28 @@ FileKind KindOf(mode_t mode) {
   return S_ISDIR(mode) ? FileKind::kDirectory : FileKind::kOther;
 }
 
-FileInfo InfoOf(const struct stat& status) {
-  return {.size = static_cast<std::uint64_t>(status.st_size),
-          .lastModified = FileTimeFrom(status.st_mtim),
-          .volume = status.st_dev,
-          .index = status.st_ino,
-          .changed = FileTimeFrom(status.st_ctim)};
+std::uint64_t TimeOf(const struct statx_timestamp& time) {
+  return FileTimeFrom({.tv_sec = time.tv_sec, .tv_nsec = time.tv_nsec});
+}
+
+FileInfo InfoOf(const struct statx& status, Trust trust) {
+  return {.size = status.stx_size,
+          .lastModified = TimeOf(status.stx_mtime),
+          .volume = VolumeOf(status),
+          .index = status.stx_ino,
+          .changed = TimeOf(status.stx_ctime),
+          .validity = ValidityOf(status, trust)};
+}
+
+Code QueryDescriptor(int descriptor, FileInfo& info, FileKind& kind) noexcept {
+  struct statx status {};
+  if (statx(descriptor, "", AT_EMPTY_PATH, kStatusMask, &status) != 0) return CodeFromErrno(errno);
+  kind = KindOf(status.stx_mode);
+  if (kind != FileKind::kRegular) return kSuccess;
+  Trust trust = KnownTrust(status);
+  if (trust == Trust::kUnknown) trust = FindTrust(descriptor, status);
+  info = InfoOf(status, trust);
+  return kSuccess;
 }
 
 FileDescriptor OpenToRead(const char* path) {
@@ -84,20 +102,32 @@ Code OpenFileToRead(const WideString& path, Handle& file, FileKind& kind) {
 Code QueryFileInfo(Handle file, FileInfo& info) noexcept {
   const auto* object = ObjectOf<FileObject>(file);
   if (object == nullptr) return kInvalidHandle;
-  struct stat status {};
-  if (fstat(object->descriptor.Get(), &status) != 0) return CodeFromErrno(errno);
-  info = InfoOf(status);
-  return kSuccess;
+  FileKind kind{};
+  return QueryDescriptor(object->descriptor.Get(), info, kind);
 }
 
 Code QueryPathInfo(const WideString& path, FileInfo& info, FileKind& kind) {
   std::string native;
   if (const Code code = NativePath(path, native); code != kSuccess) return code;
-  struct stat status {};
-  if (stat(native.c_str(), &status) != 0) return CodeFromErrno(errno);
-  kind = KindOf(status.st_mode);
-  if (kind == FileKind::kRegular) info = InfoOf(status);
+  struct statx status {};
+  if (statx(AT_FDCWD, native.c_str(), AT_NO_AUTOMOUNT, kStatusMask, &status) != 0) {
+    return CodeFromErrno(errno);
+  }
+  kind = KindOf(status.stx_mode);
+  if (kind != FileKind::kRegular) return kSuccess;
+  const Trust trust = KnownTrust(status);
+  if (trust == Trust::kUnknown) {
+    // By a descriptor, so that the path can't lead to another mount meanwhile.
+    const FileDescriptor place(open(native.c_str(), O_PATH | O_CLOEXEC));
+    if (place.IsOpen()) return QueryDescriptor(place.Get(), info, kind);
+  }
+  info = InfoOf(status, trust);
   return kSuccess;
+}
+
+Code ProveNoWriter(Handle file) noexcept {
+  const auto* object = ObjectOf<FileObject>(file);
+  return object == nullptr ? kInvalidHandle : TryReadLease(object->descriptor.Get());
 }
 
 Code ReadNext(Handle file, void* buffer, std::size_t size, std::size_t& bytesRead) noexcept {

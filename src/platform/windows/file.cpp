@@ -1,8 +1,10 @@
 #include "platform/file.h"
 
 #include <windows.h>
+#include <winioctl.h>
 
 #include <algorithm>
+#include <array>
 #include <utility>
 
 #include "platform/scoped-handle.h"
@@ -25,6 +27,33 @@ Code KindOf(Handle file, FileKind& kind) {
   const bool isDirectory = (information.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
   kind = isDirectory ? FileKind::kDirectory : FileKind::kRegular;
   return kSuccess;
+}
+
+// Whether the file is on a local, writable volume that calls itself NTFS. Others aren't known to
+// record every change: FAT and exFAT have no change time, a server's clock isn't this system's, and
+// whoever made a read-only image chose its times. ReFS has no 64-bit file numbers.
+bool HasReliableTimes(Handle file) {
+  std::array<wchar_t, MAX_PATH + 1> name{};
+  DWORD flags = 0;
+  if (GetVolumeInformationByHandleW(Native(file), nullptr, 0, nullptr, nullptr, &flags, name.data(),
+                                    static_cast<DWORD>(name.size())) == FALSE) {
+    return false;
+  }
+  if (WideView(name.data()) != L"NTFS" || (flags & FILE_READ_ONLY_VOLUME) != 0) return false;
+  FILE_REMOTE_PROTOCOL_INFO remote{};
+  return GetFileInformationByHandleEx(Native(file), FileRemoteProtocolInfo, &remote,
+                                      sizeof remote) == FALSE;
+}
+
+std::uint64_t UsnOf(Handle file) {
+  union {
+    USN_RECORD record;
+    std::array<unsigned char, sizeof(USN_RECORD) + MAX_PATH * sizeof(wchar_t)> room;
+  } result{};
+  DWORD size = 0;
+  const BOOL isDone = DeviceIoControl(Native(file), FSCTL_READ_FILE_USN_DATA, nullptr, 0, &result,
+                                      sizeof result, &size, nullptr);
+  return isDone != FALSE ? static_cast<std::uint64_t>(result.record.Usn) : 0;
 }
 
 std::uint64_t TimeOfChange(Handle file) {
@@ -57,6 +86,8 @@ Code QueryFileInfo(Handle file, FileInfo& info) noexcept {
   info.volume = information.dwVolumeSerialNumber;
   info.index = Join(information.nFileIndexHigh, information.nFileIndexLow);
   info.changed = TimeOfChange(file);
+  info.validity = HasReliableTimes(file) ? kAlwaysValid : kNeverValid;
+  info.usn = UsnOf(file);
   return kSuccess;
 }
 
@@ -68,6 +99,16 @@ Code QueryPathInfo(const WideString& path, FileInfo& info, FileKind& kind) {
   if (code == kSuccess && found == FileKind::kRegular) code = QueryFileInfo(opened.Get(), info);
   if (code == kSuccess) kind = found;
   return code;
+}
+
+Code ProveNoWriter(Handle file) noexcept {
+  if (IsEmpty(file)) return kInvalidHandle;
+  // Fails while any handle may write, and excludes nobody longer than this call.
+  const HANDLE exclusive =
+      ReOpenFile(Native(file), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_DELETE, 0);
+  if (exclusive == INVALID_HANDLE_VALUE) return LastError();
+  CloseHandle(exclusive);
+  return kSuccess;
 }
 
 Code ReadNext(Handle file, void* buffer, std::size_t size, std::size_t& bytesRead) noexcept {

@@ -1,7 +1,9 @@
 // Files that only Linux has, and what it can refuse a process.
+#include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 
+#include "platform/file-time.h"
 #include "platform/linux/child-process.h"
 #include "platform/linux/open-descriptors.h"
 #include "providers/provider-test.h"
@@ -31,6 +33,38 @@ TEST_F(FeedFileOnLinux, NamesWhatCannotBeReadAndLeavesNothingOpen) {
   ASSERT_EQ(chmod(PathOf(path).c_str(), 0), 0);
   const std::string denied = CannotRead(path) + "Access is denied. (5)";
   EXPECT_EQ(RunAsNobody([&] { return FailureOf(path) == denied ? 0 : 1; }), 0);
+}
+
+TEST_F(FeedFileOnLinux, StoresNothingWhileTheFileIsMappedForWriting) {
+  const WideString path = MakeFile(LARDER_WIDE("file"), "good");
+  SKIP_IF_NOTHING_IS_STORED(path);
+  const int writer = open(PathOf(path).c_str(), O_RDWR | O_CLOEXEC);
+  void* const mapping = mmap(nullptr, 4, PROT_READ | PROT_WRITE, MAP_SHARED, writer, 0);
+  close(writer);
+  ASSERT_NE(mapping, MAP_FAILED);
+  std::memcpy(mapping, "Good", 4);  // from now on, writes change no time
+  for (const std::uint64_t stamp = InfoOf(path).changed; platform::FileStampTime() <= stamp;) {
+  }
+  const auto md5 = [&](std::uint32_t option) { return RecordOf(path, option).fileMD5[0]; };
+  const int good = md5(LARDER_FEED_FILE_NOW);
+  std::memcpy(mapping, "evil", 4);
+  EXPECT_NE(md5(LARDER_FEED_FILE_NOW), good);
+  EXPECT_FALSE(HasData(path, LARDER_FEED_FILE_STORED));
+  munmap(mapping, 4);
+}
+
+TEST_F(FeedFileOnLinux, TakesNoRecordOfAFileThatMayChangeAgainWithoutANewTime) {
+  const std::string expected = ": the file was changed only a moment ago";
+  std::string failure;
+  for (int i = 0; i < 1000 && !failure.ends_with(expected); ++i) {
+    const WideString path = MakeFile(LARDER_WIDE("new"), "abc");
+    SKIP_IF_NOTHING_IS_STORED(path);
+    const Descriptor file(path);
+    DbBuffer record = QueryOf(*provider, file);
+    MakeFile(LARDER_WIDE("new"), "abd");
+    failure = TextThrownBy([&] { WriteTo(*provider, file, std::move(record)); });
+  }
+  EXPECT_TRUE(failure.ends_with(expected)) << failure;
 }
 
 constexpr std::uint64_t kLimit = std::uint64_t{64} << 20;

@@ -12,8 +12,14 @@
 namespace larder {
 namespace {
 
+// Not /tmp, which may be a tmpfs: records of its files aren't stored.
+std::filesystem::path TemporaryFolder() {
+  const bool isChosen = getenv("TMPDIR") != nullptr;
+  return isChosen ? std::filesystem::temp_directory_path() : "/var/tmp";
+}
+
 std::filesystem::path MakeBase() {
-  std::string pattern = (std::filesystem::temp_directory_path() / "larder-test-XXXXXX").string();
+  std::string pattern = (TemporaryFolder() / "larder-test-XXXXXX").string();
   if (mkdtemp(pattern.data()) == nullptr)
     throw std::system_error(errno, std::generic_category(), "mkdtemp " + pattern);
   // Children may run as another user.
