@@ -14,7 +14,10 @@
  * lastModified of 0 stores it for the current version. The provider sets fileId. The call fails
  * with LARDER_E_GENERIC, and the log has the reason, if
  *   - the record breaks the rules above, or its providerType isn't LARDER_FEED_FILE_TYPE;
- *   - the file doesn't exist, has another modification time, or changed only a moment ago;
+ *   - the file doesn't exist, can't be opened, has another modification time, or changed only a
+ *     moment ago;
+ *   - a program has the file open for writing, or the system doesn't say whether one has;
+ *   - its file system isn't known to record every change;
  *   - the provider has no store. */
 #ifndef LARDER_FEED_FILE_H
 #define LARDER_FEED_FILE_H
@@ -26,12 +29,12 @@
 
 /* queryOption of LarderQuery; any other value returns LARDER_E_GENERIC.
  *
- * NOW: the current record, from the store if the file hasn't changed since; otherwise computed and
- * stored. */
+ * NOW: the current record, from the store if the file hasn't changed since; otherwise computed and,
+ * if possible, stored. */
 #define LARDER_FEED_FILE_NOW 0u
 /* STORED: the current record from the store, or LARDER_E_NO_DATA. Never reads the file's bytes. */
 #define LARDER_FEED_FILE_STORED 1u
-/* AFRESH: always computed from the file's bytes, then stored. */
+/* AFRESH: always computed from the file's bytes, then stored if possible. */
 #define LARDER_FEED_FILE_AFRESH 2u
 
 #endif
