@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <iterator>
+#include <utility>
 
 namespace larder::platform {
 namespace {
@@ -60,20 +62,6 @@ Lead ReadLead(std::uint8_t byte) {
   return {0, 0, 0};
 }
 
-// Removes one sequence from the front of the text; false if it doesn't start with a valid one.
-bool TakePoint(std::string_view& text, std::uint32_t& point) {
-  const Lead lead = ReadLead(static_cast<std::uint8_t>(text.front()));
-  if (lead.length == 0 || lead.length > text.size()) return false;
-  point = lead.bits;
-  for (std::size_t i = 1; i < lead.length; ++i) {
-    const auto byte = static_cast<std::uint8_t>(text[i]);
-    if ((byte & 0xC0) != 0x80) return false;
-    point = point << 6 | (byte & 0x3Fu);
-  }
-  text.remove_prefix(lead.length);
-  return point >= lead.smallest && point < kCodePointEnd;
-}
-
 }  // namespace
 
 std::string Utf8FromWide(WideView text) {
@@ -101,7 +89,7 @@ bool WideFromUtf8(std::string_view utf8, WideString& wide) {
   std::uint32_t previous = 0;
   while (!utf8.empty()) {
     std::uint32_t point = 0;
-    if (!TakePoint(utf8, point)) return false;
+    if (!TakeCodePoint(utf8, point)) return false;
     // A surrogate pair in two sequences would come back as one sequence of four bytes.
     if (IsLow(point) && IsHigh(previous)) return false;
     AppendWide(result, point);
@@ -109,6 +97,28 @@ bool WideFromUtf8(std::string_view utf8, WideString& wide) {
   }
   wide = std::move(result);
   return true;
+}
+
+bool TakeCodePoint(std::string_view& utf8, std::uint32_t& point) {
+  const Lead lead = ReadLead(static_cast<std::uint8_t>(utf8.front()));
+  if (lead.length == 0 || lead.length > utf8.size()) return false;
+  point = lead.bits;
+  for (std::size_t i = 1; i < lead.length; ++i) {
+    const auto byte = static_cast<std::uint8_t>(utf8[i]);
+    if ((byte & 0xC0) != 0x80) return false;
+    point = point << 6 | (byte & 0x3Fu);
+  }
+  utf8.remove_prefix(lead.length);
+  return point >= lead.smallest && point < kCodePointEnd;
+}
+
+bool IsControl(std::uint32_t point) noexcept {
+  constexpr std::pair<std::uint32_t, std::uint32_t> kRanges[] = {
+      {0, 0x1F},        {0x7F, 0x9F},     {0x61C, 0x61C},
+      {0x200E, 0x200F}, {0x2028, 0x202E}, {0x2066, 0x2069}};
+  return std::any_of(std::begin(kRanges), std::end(kRanges), [point](const auto& range) {
+    return point >= range.first && point <= range.second;
+  });
 }
 
 }  // namespace larder::platform

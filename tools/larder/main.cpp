@@ -1,5 +1,4 @@
 // larder: the command-line tool. See docs/tool.md.
-#include <cstdio>
 #include <exception>
 #include <string>
 #include <vector>
@@ -21,7 +20,7 @@ int RunCommand(const std::vector<std::string>& arguments, Output& output) {
         &AddNotifyCommand, &AddRegistryCommand, &AddRemoveCommand, &AddProbeCommand})
     add(line.Top());
   if (arguments.empty()) {
-    std::fputs(line.Help().c_str(), stderr);
+    (void)WriteText(Stream::kErrors, line.Help());
     return kExitUsage;
   }
   return line.Parse(arguments)(output);

@@ -74,25 +74,71 @@ TEST_F(ToolLinuxTest, AScanEndsAfterTheRunningQueryWhenItIsInterrupted) {
   EXPECT_EQ(ContentOf("events"), begun + life + "free\n" + life + "destroyed\n");
 }
 
+class Terminal {
+ public:
+  Terminal() {
+    const winsize size{24, 30, 0, 0};
+    EXPECT_TRUE(master >= 0 && grantpt(master) == 0 && unlockpt(master) == 0);
+    EXPECT_EQ(ioctl(master, TIOCSWINSZ, &size), 0);
+    slave = open(ptsname(master), O_RDWR | O_NOCTTY | O_CLOEXEC);
+  }
+  ~Terminal() {
+    close(slave);
+    close(master);
+  }
+
+  std::filesystem::path Path() const { return ptsname(master); }
+
+  // What was written since the last call; all of it, because the programs have ended.
+  std::string TakeShown() const {
+    char bytes[4096];
+    const ssize_t got = read(master, bytes, sizeof bytes);
+    return {bytes, got > 0 ? static_cast<std::size_t>(got) : 0};
+  }
+
+ private:
+  int master = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC | O_NONBLOCK);
+  int slave = -1;  // keeps the terminal while no program has it open
+};
+
 TEST_F(ToolLinuxTest, ATerminalGetsABarThatIsErasedAtTheEnd) {
   InstallModules({"feed-file.dll"});
   MakeFile("tree/file", "abc");
-  const int terminal = posix_openpt(O_RDWR | O_NOCTTY);
-  ASSERT_TRUE(terminal >= 0 && grantpt(terminal) == 0 && unlockpt(terminal) == 0);
-  const winsize size{24, 30, 0, 0};
-  EXPECT_EQ(ioctl(terminal, TIOCSWINSZ, &size), 0);
-  EXPECT_EQ(RunningProgram(tool, {"scan", "tree"}, {ptsname(terminal), "output", {}}).Wait(), 0);
-  char bytes[4096];
-  const ssize_t got = read(terminal, bytes, sizeof bytes);
-  close(terminal);
-  ASSERT_GT(got, 0);
-  const std::string shown(bytes, static_cast<std::size_t>(got));
+  const Terminal terminal;
+  EXPECT_EQ(RunningProgram(tool, {"scan", "tree"}, {terminal.Path(), "output", {}}).Wait(), 0);
+  const std::string shown = terminal.TakeShown();
   // While the files are still counted, or afterwards.
   EXPECT_THAT(shown, AnyOf(HasSubstr(" files  "), HasSubstr("[##########] 100%"),
                            HasSubstr("[----------] 0%")));
   EXPECT_THAT(shown, StartsWith("\r"));
   EXPECT_THAT(shown, EndsWith("\r" + std::string(29, ' ') + "\r"));
   EXPECT_THAT(ContentOf("output"), EndsWith("  tree/file\n"));
+}
+
+TEST_F(ToolLinuxTest, ATerminalGetsNoControlCharactersAndAFileGetsEveryByte) {
+  InstallModules({"feed-file.dll"});
+  const std::string name = "tree/\x1B]\xC2\x9B\x7F\xD8\x9C\xE2\x80\xAE\xC3\xA4";
+  const std::string shown = "tree/\xE2\x90\x9B]\\u009b\\u007f\\u061c\\u202e\xC3\xA4";
+  std::string inJson = shown;
+  inJson.replace(inJson.find("\xE2\x90\x9B"), 3, "\\u001b");
+  MakeFile(name, "abc");
+  MakeLog("lr_A.log", "\t\x1B[2J \xFF\xED\xA0\x80 \xE2\x81\xA6\r\n");
+  const std::string key = "\xE2\x80\x8F\x1B";
+  MustRun({"registry", "set", "DataProviders\\" + key, "other", ""});
+  const std::pair<Words, std::string> cases[] = {
+      {{"scan", "tree"}, "  " + shown + "\r\n"},
+      {{"scan", "tree", "--json"}, inJson},
+      {{"query", name}, "file        " + shown + "\r\n"},
+      {{"query", "--json", name}, inJson},
+      {{"status"}, "provider    \\u200f\xE2\x90\x9B\r\n"},
+      {{"status", "--json"}, "\"key\":\"\\u200f\\u001b\""},
+      {{"log", "show"}, "\t\xE2\x90\x9B[2J \\xff\\xed\\xa0\\x80 \\u2066\r\n"}};
+  const Terminal terminal;
+  for (const auto& [arguments, expected] : cases) {
+    RunningProgram(tool, arguments, {"errors", terminal.Path(), {}}).Wait();
+    EXPECT_THAT(terminal.TakeShown(), HasSubstr(expected)) << arguments.front();
+  }
+  EXPECT_THAT(MustRun({"scan", "tree"}), EndsWith("  " + name + "\n"));
 }
 
 }  // namespace

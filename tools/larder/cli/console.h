@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "platform/code.h"
@@ -13,9 +14,18 @@ namespace larder::tool {
 // The program's arguments, its own name first. argc and argv: those of main.
 [[nodiscard]] std::vector<std::string> ProgramArguments(int argc, char** argv);
 
-// Lets standard output and standard error pass UTF-8 bytes unchanged, line ends included. Writing
-// to a closed pipe fails from then on like any other write, and doesn't end the program.
+// Lets standard output and standard error pass bytes unchanged, line ends included. Writing to a
+// closed pipe fails from then on like any other write, and doesn't end the program.
 void PrepareConsole() noexcept;
+
+enum class Stream { kOutput, kErrors };
+
+// Writes UTF-8 through the stream's buffer. A Windows console gets UTF-16 at once instead, whatever
+// its code page is. Returns 0 or an errno.
+[[nodiscard]] int WriteText(Stream stream, std::string_view text) noexcept;
+
+// Whether standard output is a terminal.
+[[nodiscard]] bool IsOutputTerminal() noexcept;
 
 // Whether standard error is a terminal. If so, columns is set to its width, or 0 if that is
 // unknown.

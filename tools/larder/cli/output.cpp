@@ -22,9 +22,8 @@ bool IsFailedRead(std::string_view body) {
 
 void Output::Write(std::string_view text) {
   if (Failed() || text.empty()) return;
-  errno = 0;
-  if (std::fwrite(text.data(), 1, text.size(), stdout) == text.size()) return;
-  error = errno != 0 ? errno : EIO;
+  error = isTerminal ? WriteText(Stream::kOutput, Printable(text, "\n\t"))
+                     : WriteText(Stream::kOutput, text);
 }
 
 void Output::Flush() {
@@ -40,8 +39,7 @@ bool Output::Finish() {
 }
 
 void PrintError(std::string_view text) {
-  const std::string line = "larder: " + Printable(text) + "\n";
-  std::fwrite(line.data(), 1, line.size(), stderr);
+  (void)WriteText(Stream::kErrors, "larder: " + Printable(text) + "\n");
 }
 
 bool Succeeded(const std::string& what, platform::Code code) {

@@ -7,13 +7,15 @@
 
 #include "log/log-listener-list.h"
 #include "platform/code.h"
+#include "tools/larder/cli/console.h"
 
 namespace larder::tool {
 
 // Standard output. Remembers the first write that failed. Not thread-safe.
 class Output {
  public:
-  // Does nothing after a write has failed.
+  // Does nothing after a write has failed. On a terminal, Printable is applied to all but line
+  // feeds and tabs. text: no part of a character alone, because of that.
   void Write(std::string_view text);
 
   // Whether a write has failed. Callers with much left to write should stop then.
@@ -27,10 +29,11 @@ class Output {
   [[nodiscard]] bool Finish();
 
  private:
+  const bool isTerminal = IsOutputTerminal();
   int error = 0;  // errno of the first failure
 };
 
-// Prints "larder: <text>" as one line on standard error, control characters made visible.
+// Prints "larder: <text>" as one line on standard error, through Printable.
 void PrintError(std::string_view text);
 
 // Returns true for kSuccess. Otherwise prints "cannot <what>: <reason>" and returns false.

@@ -6,27 +6,39 @@
 #include <cstdio>
 #include <limits>
 
+#include "platform/wide.h"
+
 namespace larder::tool {
 namespace {
 
-// Control characters are ASCII, so no byte of a multi-byte UTF-8 sequence is mistaken for one.
-std::string Picture(unsigned char control) {
-  const auto last = static_cast<char>(control == 0x7F ? 0xA1 : 0x80 + control);
-  return {'\xE2', '\x90', last};
+std::string Escape(std::uint32_t point, const char* format) {
+  std::array<char, 16> text;
+  const int length = std::snprintf(text.data(), text.size(), format, point);
+  return {text.data(), static_cast<std::size_t>(length)};
+}
+
+std::string Symbol(std::uint32_t control) {
+  return {'\xE2', '\x90', static_cast<char>(0x80 + control)};
+}
+
+// Removes a character, or a byte that isn't part of one, and returns how it is shown.
+std::string TakeShown(std::string_view& text, std::string_view kept) {
+  std::string_view rest = text;
+  std::uint32_t point = 0;
+  const bool isInvalid = !platform::TakeCodePoint(rest, point) || (point >> 11) == 0xD800 >> 11;
+  if (isInvalid) rest = text.substr(1);
+  const std::string_view taken = text.substr(0, text.size() - rest.size());
+  text = rest;
+  if (isInvalid) return Escape(static_cast<unsigned char>(taken.front()), "\\x%02x");
+  if (!platform::IsControl(point) || kept.find(taken) != kept.npos) return std::string(taken);
+  return point < 0x20 ? Symbol(point) : Escape(point, "\\u%04x");
 }
 
 }  // namespace
 
-std::string Printable(std::string_view text) {
+std::string Printable(std::string_view text, std::string_view kept) {
   std::string result;
-  for (const char c : text) {
-    const auto byte = static_cast<unsigned char>(c);
-    if (byte < 0x20 || byte == 0x7F) {
-      result += Picture(byte);
-    } else {
-      result += c;
-    }
-  }
+  while (!text.empty()) result += TakeShown(text, kept);
   return result;
 }
 

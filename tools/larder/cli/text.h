@@ -9,9 +9,10 @@
 
 namespace larder::tool {
 
-// Replaces each control character with its symbol (line feed: U+240A), so that the text fits on one
-// line.
-std::string Printable(std::string_view text);
+// Makes a text safe to show on one line. A control character up to U+001F becomes its symbol (line
+// feed: U+240A), unless it is one of `kept`. A character from U+007F on that platform::IsControl
+// accepts becomes an escape as in JSON ("\u202e"), a byte that isn't UTF-8 becomes "\xff".
+std::string Printable(std::string_view text, std::string_view kept = {});
 
 // Two lower-case hexadecimal digits for each byte, without separators.
 std::string Hex(std::span<const unsigned char> bytes);

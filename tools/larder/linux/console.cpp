@@ -1,6 +1,7 @@
 #include "tools/larder/cli/console.h"
 
 #include <signal.h>
+#include <stdio.h>
 #include <stdlib.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
@@ -44,6 +45,15 @@ std::string WithoutIdleParts(std::string_view path) {
 std::vector<std::string> ProgramArguments(int argc, char** argv) { return {argv, argv + argc}; }
 
 void PrepareConsole() noexcept { signal(SIGPIPE, SIG_IGN); }
+
+int WriteText(Stream stream, std::string_view text) noexcept {
+  errno = 0;
+  FILE* file = stream == Stream::kOutput ? stdout : stderr;
+  if (fwrite(text.data(), 1, text.size(), file) == text.size()) return 0;
+  return errno != 0 ? errno : EIO;
+}
+
+bool IsOutputTerminal() noexcept { return isatty(STDOUT_FILENO) != 0; }
 
 bool IsErrorTerminal(std::size_t& columns) noexcept {
   if (isatty(STDERR_FILENO) == 0) return false;

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <cstdio>
 
+#include "tools/larder/cli/console.h"
 #include "tools/larder/cli/text.h"
 
 namespace larder::tool {
@@ -48,7 +49,7 @@ std::string TimeLeft(double share, double seconds) {
   return {text.data(), static_cast<std::size_t>(length)};
 }
 
-void Write(const std::string& text) { std::fwrite(text.data(), 1, text.size(), stderr); }
+void Write(const std::string& text) { (void)WriteText(Stream::kErrors, text); }
 
 }  // namespace
 
