@@ -69,6 +69,13 @@ std::string ValidateFileDataRecord(const void* bytes, std::size_t size) {
   return cursor.Fault();
 }
 
+std::size_t UsedSize(const void* record) {
+  RecordCursor cursor(record, ReadUnaligned<FileDataRecord>(record).dataSize);
+  while (cursor.NextChain()) {
+  }
+  return cursor.End();
+}
+
 const void* NextRecord(const void* record) noexcept {
   const auto distance = ReadUnaligned<std::uint32_t>(record);
   return distance == 0 ? nullptr : static_cast<const unsigned char*>(record) + distance;

@@ -37,6 +37,9 @@ class RecordCursor {
   // The current certificate: a CertDataRecord and, behind it, certSize bytes.
   [[nodiscard]] const void* Certificate() const noexcept { return start + certificateOffset; }
 
+  // Where the last of the certificates visited so far ends, in bytes from the record's start.
+  [[nodiscard]] std::uint64_t End() const noexcept { return end; }
+
   // Which link or size is wrong, and where; empty unless the walk stopped at a fault.
   [[nodiscard]] const std::string& Fault() const noexcept { return fault; }
 
@@ -67,6 +70,10 @@ class RecordCursor {
 // between and after them are allowed. providerType and the certificates' contents aren't checked.
 // Linear time.
 std::string ValidateFileDataRecord(const void* bytes, std::size_t size);
+
+// The bytes of a record that its links lead to: up to the end of the last certificate, which may be
+// before dataSize. record: one that ValidateFileDataRecord accepts.
+std::size_t UsedSize(const void* record);
 
 // Reads a value at any address, aligned or not.
 template <typename Value>

@@ -41,22 +41,24 @@ std::string FactLines(const FileDataRecord& record, const std::string& indent) {
          DigestLine(indent, "peSHA512", record.peSHA512);
 }
 
-void AppendCertificate(std::string& text, const void* cert, const std::string& indent) {
+void AppendCertificate(std::string& text, const void* cert, const std::string& indent,
+                       const CertNameTexts& names) {
   text += indent + "{\r\n";
-  text += indent + "  Subject:   " + InQuotes(GetCertSubject(cert)) + "\r\n";
-  text += indent + "  Issuer:    " + InQuotes(GetCertIssuer(cert)) + "\r\n";
+  text += indent + "  Subject:   " + InQuotes(names.subject(cert)) + "\r\n";
+  text += indent + "  Issuer:    " + InQuotes(names.issuer(cert)) + "\r\n";
   text += indent + "  Serial:    " + InQuotes(GetCertSerial(cert)) + "\r\n";
   text += indent + "}";
 }
 
 // The chain at which the cursor is.
-void AppendChain(std::string& text, RecordCursor& cursor, const std::string& indent) {
+void AppendChain(std::string& text, RecordCursor& cursor, const std::string& indent,
+                 const CertNameTexts& names) {
   text += indent + " CertChain: [\r\n";
   const std::string twice = indent + indent;
   text += twice + "  CertData: [\r\n";
   for (bool isFirst = true; cursor.NextCertificate(); isFirst = false) {
     if (!isFirst) text += ",\r\n";
-    AppendCertificate(text, cursor.Certificate(), twice + indent);
+    AppendCertificate(text, cursor.Certificate(), twice + indent, names);
   }
   text += "\r\n" + twice + "  ]";
 }
@@ -74,6 +76,11 @@ std::string NameOf(const void* cert, platform::CertificateName name) {
   buffer[0] = '\0';
   platform::WriteCertificateName(*certificate, name, buffer.data(), buffer.size());
   return buffer.data();
+}
+
+std::string WholeNameOf(const void* cert, platform::CertificateName name) {
+  const platform::AutoCertificate certificate = Parse(cert);
+  return certificate == nullptr ? "" : platform::CertificateNameText(*certificate, name);
 }
 
 }  // namespace
@@ -95,12 +102,17 @@ std::string DumpFileObjectDescriptor(const FileObjectDescriptor* descriptor, std
 }
 
 std::string DumpFileDataRecord(const FileDataRecord* record, std::uint64_t level) {
+  return DumpFileDataRecord(record, level, {&GetCertSubject, &GetCertIssuer});
+}
+
+std::string DumpFileDataRecord(const FileDataRecord* record, std::uint64_t level,
+                               const CertNameTexts& names) {
   const std::string indent = MakeIndent(level);
   std::string text = indent + "{\r\n" + FactLines(*record, indent);
   RecordCursor cursor(*record);
   for (bool isFirst = true; cursor.NextChain(); isFirst = false) {
     if (!isFirst) text += ",\r\n";
-    AppendChain(text, cursor, indent);
+    AppendChain(text, cursor, indent, names);
   }
   return text + "\r\n" + indent + "  ]\r\n" + indent + "}";
 }
@@ -133,6 +145,14 @@ std::string GetCertSubject(const void* cert) {
 
 std::string GetCertIssuer(const void* cert) {
   return NameOf(cert, platform::CertificateName::kIssuer);
+}
+
+std::string GetWholeCertSubject(const void* cert) {
+  return WholeNameOf(cert, platform::CertificateName::kSubject);
+}
+
+std::string GetWholeCertIssuer(const void* cert) {
+  return WholeNameOf(cert, platform::CertificateName::kIssuer);
 }
 
 std::string GetCertSerial(const void* cert) {

@@ -19,6 +19,15 @@ namespace larder {
 std::string DumpFileObjectDescriptor(const FileObjectDescriptor* descriptor, std::uint64_t level);
 std::string DumpFileDataRecord(const FileDataRecord* record, std::uint64_t level);
 
+// The text of a certificate's names in a dump. cert: a CertDataRecord.
+struct CertNameTexts {
+  std::string (*subject)(const void* cert);
+  std::string (*issuer)(const void* cert);
+};
+// The same dump with names from these functions.
+std::string DumpFileDataRecord(const FileDataRecord* record, std::uint64_t level,
+                               const CertNameTexts& names);
+
 // 16 lower-case hexadecimal digits.
 std::string FormatFileId(const std::uint64_t* fileId);
 
@@ -28,10 +37,17 @@ std::string MakeIndent(std::uint64_t count);
 // Two lower-case hexadecimal digits a byte, with a blank between bytes.
 std::string BytesToHexString(const void* bytes, std::size_t count);
 
-// cert: a CertDataRecord. Names have the form of platform/certificate.h and at most 1023 bytes. The
-// serial's bytes are printed in the order of CertificateSerial, least significant first.
+// cert: a CertDataRecord. Names have the form of WriteCertificateName (platform/certificate.h).
+// They end at the first NUL and after 1023 bytes at the latest, and aren't escaped: a name may
+// contain line ends. The serial's bytes are printed in the order of CertificateSerial, least
+// significant first.
 std::string GetCertSubject(const void* cert);
 std::string GetCertIssuer(const void* cert);
 std::string GetCertSerial(const void* cert);
+
+// The names in the form of CertificateNameText: whole and in UTF-8, NULs included. Not escaped
+// either.
+std::string GetWholeCertSubject(const void* cert);
+std::string GetWholeCertIssuer(const void* cert);
 
 }  // namespace larder

@@ -79,6 +79,12 @@ odd_certificate empty-name INTEGER:2
 odd_certificate universal INTEGER:2 2.5.4.3 IMPLICIT:28U,FORMAT:HEX,OCTETSTRING:000000410001F5DD
 odd_certificate teletex-utf8 INTEGER:2 2.5.4.3 IMPLICIT:20U,FORMAT:HEX,OCTETSTRING:C3A4
 odd_certificate broken-utf8 INTEGER:2 2.5.4.3 IMPLICIT:12U,FORMAT:HEX,OCTETSTRING:61FF21
+# "good.com", NUL, "evil"; CR LF and a field of the dump; U+202E and U+0085.
+hex() { printf "$1" | od -An -tx1 -v | tr -d ' \n'; }
+odd_certificate hostile INTEGER:2 \
+  2.5.4.3 "IMPLICIT:12U,FORMAT:HEX,OCTETSTRING:$(hex 'good.com\x00evil')" \
+  2.5.4.10 "IMPLICIT:12U,FORMAT:HEX,OCTETSTRING:$(hex 'a\r\n  fileSHA256:       ')" \
+  2.5.4.11 "IMPLICIT:12U,FORMAT:HEX,OCTETSTRING:$(hex '\xe2\x80\xae\xc2\x85b')"
 odd_certificate no-text INTEGER:2 2.5.4.3 FORMAT:HEX,BITSTRING:0A56CF
 
 # A serial with more leading zero bytes than DER allows, by a patch.

@@ -75,12 +75,14 @@ TEST(CertificateTest, NamesHaveKeysQuotesAndTextOfEveryKindInTheirOrder) {
   for (const auto& [file, text] : cases) ExpectSubject(file, text);
 }
 
-TEST(CertificateTest, ANameIsCutToItsBuffer) {
+TEST(CertificateTest, ANameIsCutToItsBufferAndWholeWithoutOne) {
   std::string units;
   for (int i = 1; i <= 14; ++i)
     units += "OU=" + std::string(i < 10 ? 63 : 62, '0') + std::to_string(i) + ", ";
   ExpectSubject("full", units + "CN=" + std::string(53, '0') + "1");
   ExpectSubject("too-long", units + "CN=" + std::string(54, '0'));
+  EXPECT_EQ(CertificateNameText(*Parse(CertificateFile("too-long")), CertificateName::kSubject),
+            units + "CN=" + std::string(54, '0') + "1");
   const std::string sharp = SystemText("\xC3\xA4");
   const std::string cut = units + "CN=" + std::string(52, '0') + "1";
   EXPECT_EQ(NameIn("cut-character"), sharp.size() == 1 ? cut + sharp : cut);

@@ -2,6 +2,7 @@
 // queries and the blocks that are freed as fixtures do (event-log.h).
 #include <larder/provider.h>
 
+#include <algorithm>
 #include <cstring>
 #include <filesystem>
 #include <stdexcept>
@@ -30,7 +31,9 @@ std::string NameOf(const void* objectDescriptor) {
 }
 
 // For "certified": chains of certificates, of which one can't be read, and an empty certificate.
+// For "hostile": a certificate whose names would be mistaken for something else.
 std::vector<std::vector<RecordBytes>> ChainsOf(const std::string& name) {
+  if (name == "hostile") return {{CertificateFile("hostile")}};
   if (name != "certified") return {{{}}};
   return {{CertificateFile("signer"), CertificateFile("ca")},
           {CertificateFile("utf8")},
@@ -45,6 +48,7 @@ RecordBytes RecordOf(const std::string& name, std::uint32_t option) {
   if (name == "kept") facts.reserved[0] = kKept;
   if (name == "certified") std::memset(facts.peMD5, 0x77, sizeof facts.peMD5);
   RecordBytes block = larder::FileRecordBytes(facts, ChainsOf(name));
+  if (name == "long") std::fill_n(block.begin(), sizeof facts.dataSize, 0xFF);
   if (name == "tiny") block[0] = 7, block[1] = 0;
   if (name == "cut") block.back() = 1;  // of the certificate's size
   return block;

@@ -172,13 +172,16 @@ AutoCertificate ParseCertificate(const void* bytes, std::uint32_t size) noexcept
 
 void WriteCertificateName(const Certificate& certificate, CertificateName name, char* buffer,
                           std::uint32_t size) {
-  const X509* context = Context(&certificate);
-  const std::string text =
-      NameText(name == CertificateName::kSubject ? X509_get_subject_name(context)
-                                                 : X509_get_issuer_name(context));
+  const std::string text = CertificateNameText(certificate, name);
   const std::size_t length = FittingLength(text, size - 1);
   std::memcpy(buffer, text.data(), length);
   buffer[length] = '\0';
+}
+
+std::string CertificateNameText(const Certificate& certificate, CertificateName name) {
+  const X509* context = Context(&certificate);
+  return NameText(name == CertificateName::kSubject ? X509_get_subject_name(context)
+                                                    : X509_get_issuer_name(context));
 }
 
 std::vector<unsigned char> CertificateSerial(const Certificate& certificate) {

@@ -1,5 +1,6 @@
 #include "tools/larder/query/file-query.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstring>
 #include <vector>
@@ -35,24 +36,30 @@ class Descriptor {
   std::vector<std::uint32_t> words;
 };
 
-// What is wrong with a block; empty if it is valid.
-std::string FaultOf(const DataBlockHeader& header, const FileQuestion& question) {
+// What is wrong with a block; empty if it is valid. Nothing beyond its dataSize is read.
+std::string FaultOf(const void* block, const DataBlockHeader& header,
+                    const FileQuestion& question) {
   if (header.dataSize < sizeof header) {
     return std::to_string(header.dataSize) + " bytes are too few for a header";
   }
   if (header.providerType == LARDER_FEED_FILE_TYPE)
-    return ValidateFileDataRecord(&header, header.dataSize);
+    return ValidateFileDataRecord(block, header.dataSize);
   return question.onlyFileRecords ? "its type is " + std::to_string(header.providerType) : "";
 }
 
-void TakeBlock(const DataBlockHeader& header, const FileQuestion& question, FileAnswer& answer) {
-  const std::string fault = FaultOf(header, question);
+// Copies no more than is printed, because the block may be shorter than its dataSize.
+void TakeBlock(const void* block, const FileQuestion& question, FileAnswer& answer) {
+  const auto header = ReadUnaligned<DataBlockHeader>(block);
+  const std::string fault = FaultOf(block, header, question);
   if (!fault.empty()) {
     answer.error = "malformed record: " + fault;
     return;
   }
-  const auto* bytes = reinterpret_cast<const unsigned char*>(&header);
-  answer.block.assign(bytes, bytes + header.dataSize);
+  const bool isFileRecord = header.providerType == LARDER_FEED_FILE_TYPE;
+  const std::size_t size =
+      isFileRecord ? UsedSize(block) : std::min<std::size_t>(header.dataSize, kMaxUnknownBytes);
+  const auto* bytes = static_cast<const unsigned char*>(block);
+  answer.block.assign(bytes, bytes + size);
 }
 
 void AskLibrary(LarderHandle handle, const FileQuestion& question, const Descriptor& descriptor,
@@ -60,11 +67,12 @@ void AskLibrary(LarderHandle handle, const FileQuestion& question, const Descrip
   DataBlockHeader* data = nullptr;
   answer.result = LarderQuery(handle, descriptor.Data(), question.type, question.option, &data,
                               LARDER_QUERY_VERSION);
+  if (answer.result == LARDER_OK && data == nullptr) answer.result = LARDER_E_NO_DATA;
   if (answer.result != LARDER_OK) {
     answer.error = ResultReason(*answer.result);
     return;
   }
-  TakeBlock(*data, question, answer);
+  TakeBlock(data, question, answer);
   const int result = LarderFreeQuery(handle, data);
   if (result == LARDER_OK || !answer.error.empty()) return;
   answer.result = result;

@@ -5,6 +5,7 @@
 #include <larder/larder.h>
 #include <larder/records.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -13,6 +14,8 @@
 #include "platform/file.h"
 
 namespace larder::tool {
+
+inline constexpr std::size_t kMaxUnknownBytes = 64;
 
 struct FileQuestion {
   std::int32_t type = LARDER_FEED_FILE_TYPE;
@@ -24,12 +27,15 @@ struct FileQuestion {
 
 // What the library returned for one file.
 struct FileAnswer {
-  std::string path;                  // as the user gave it
-  std::uint64_t lastModified = 0;    // as passed to the library
-  std::uint64_t size = 0;            // of the file in bytes; 0 if unknown
-  std::vector<unsigned char> block;  // a copy of the provider's; empty if there is no valid one
-  std::optional<int> result;         // the library's; none if it wasn't called
-  std::string error;                 // empty on success
+  std::string path;                // as the user gave it
+  std::uint64_t lastModified = 0;  // as passed to the library
+  std::uint64_t size = 0;          // of the file in bytes; 0 if unknown
+  // A copy of the provider's block; empty if there is no valid one. Of a file record, it has all
+  // chains; of any other, the first kMaxUnknownBytes at most.
+  std::vector<unsigned char> block;
+  // The library's result; none if it wasn't called, LARDER_E_NO_DATA for a success without a block.
+  std::optional<int> result;
+  std::string error;  // empty on success
 
   // Views of the block, by its type. The block must not be empty.
   [[nodiscard]] const DataBlockHeader& Header() const {

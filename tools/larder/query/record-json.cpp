@@ -29,8 +29,8 @@ Json ImageDigests(const FileDataRecord& record) {
 }
 
 Json Certificate(const void* cert) {
-  return {{"subject", GetCertSubject(cert)},
-          {"issuer", GetCertIssuer(cert)},
+  return {{"subject", GetWholeCertSubject(cert)},
+          {"issuer", GetWholeCertIssuer(cert)},
           {"serial", GetCertSerial(cert)},
           {"size", CertificateSize(cert)}};
 }
@@ -58,7 +58,7 @@ std::string JsonLine(const FileAnswer& answer) {
   line["chains"] = record != nullptr ? Chains(*record) : Json::array();
   line["result"] = answer.result ? Json(*answer.result) : Json();
   line["error"] = answer.error.empty() ? Json() : Json(answer.error);
-  // Names out of certificates may be in the system's code page.
+  // A path may have bytes or lone surrogates that aren't UTF-8.
   return line.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
 }
 

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <string_view>
 
 #include "records/record-cursor.h"
 #include "records/record-dump.h"
@@ -12,7 +11,6 @@ namespace larder::tool {
 namespace {
 
 constexpr std::size_t kLabelWidth = 12;
-constexpr std::size_t kDumpedBytes = 64;
 constexpr std::size_t kBytesPerLine = 16;
 
 bool IsZero(std::span<const unsigned char> bytes) {
@@ -44,8 +42,8 @@ std::string ChainText(const std::vector<const void*>& certs) {
   std::string text =
       RecordLine("chain", std::to_string(certs.size()) +
                               (certs.size() == 1 ? " certificate" : " certificates"));
-  for (const void* cert : certs) text += NameLine("  subject", GetCertSubject(cert), cert);
-  return text + NameLine("  issuer", GetCertIssuer(certs.back()), certs.back());
+  for (const void* cert : certs) text += NameLine("  subject", GetWholeCertSubject(cert), cert);
+  return text + NameLine("  issuer", GetWholeCertIssuer(certs.back()), certs.back());
 }
 
 std::string HeaderText(const DataBlockHeader& header) {
@@ -69,13 +67,10 @@ std::string FileRecordText(const FileDataRecord& record) {
 }
 
 std::string FileRecordDump(const FileDataRecord& record) {
-  const std::string dump = DumpFileDataRecord(&record, 0);
-  std::string text;
-  for (std::size_t start = 0; start < dump.size();) {
-    const std::size_t end = std::min(dump.find("\r\n", start), dump.size());
-    text += Printable(std::string_view(dump).substr(start, end - start)) + "\n";
-    start = end + 2;
-  }
+  const CertNameTexts names{[](const void* cert) { return Printable(GetWholeCertSubject(cert)); },
+                            [](const void* cert) { return Printable(GetWholeCertIssuer(cert)); }};
+  std::string text = DumpFileDataRecord(&record, 0, names) + "\n";
+  std::erase(text, '\r');
   return text;
 }
 
@@ -110,10 +105,9 @@ std::string BlockText(std::span<const unsigned char> block) {
   DataBlockHeader header{};
   std::memcpy(&header, block.data(), sizeof header);
   std::string text = HeaderText(header);
-  const auto dumped = block.first(std::min(block.size(), kDumpedBytes));
-  for (std::size_t offset = 0; offset < dumped.size(); offset += kBytesPerLine) {
-    const std::size_t count = std::min(kBytesPerLine, dumped.size() - offset);
-    text += RecordLine(offset == 0 ? "data" : "", Hex(dumped.subspan(offset, count)));
+  for (std::size_t offset = 0; offset < block.size(); offset += kBytesPerLine) {
+    const std::size_t count = std::min(kBytesPerLine, block.size() - offset);
+    text += RecordLine(offset == 0 ? "data" : "", Hex(block.subspan(offset, count)));
   }
   return text;
 }

@@ -16,7 +16,7 @@ std::string RecordLine(std::string label, const std::string& value);
 // record: one that ValidateFileDataRecord accepts, as in everything below.
 std::string FileRecordText(const FileDataRecord& record);
 
-// DumpFileDataRecord with each line ending in a line feed, and with control characters escaped.
+// DumpFileDataRecord with each line ending in a line feed, and with whole names through Printable.
 std::string FileRecordDump(const FileDataRecord& record);
 
 // The certificates of each chain; each points to a CertDataRecord in the record.
@@ -33,7 +33,7 @@ std::uint32_t CertificateSize(const void* cert);
 // Whether the file isn't an image, so that all digests of the image are zero.
 bool HasNoImageDigests(const FileDataRecord& record);
 
-// A block of unknown form: type, size and a dump of its first bytes. block: at least a header.
+// A block of unknown form: type, size and bytes. block: its beginning, at least the header.
 std::string BlockText(std::span<const unsigned char> block);
 
 // The answer for one file as a line of JSON, in UTF-8 with a line feed; docs/tool.md has the
