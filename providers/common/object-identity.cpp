@@ -56,6 +56,21 @@ std::uint64_t KeyOf(const ObjectIdentity& identity) noexcept {
   return fnv.hash;
 }
 
-std::string Quoted(WideView path) { return '"' + platform::Utf8FromWide(path) + '"'; }
+std::string Shown(WideView path) {
+  constexpr WideView kDigits = LARDER_WIDE("0123456789ABCDEF");
+  WideString shown;
+  for (const LarderWideChar unit : path) {
+    if (!platform::IsControl(unit)) {
+      shown += unit;
+      continue;
+    }
+    shown += LARDER_WIDE("<U+");
+    for (int shift = 12; shift >= 0; shift -= 4) shown += kDigits[unit >> shift & 15];
+    shown += LARDER_WIDE('>');
+  }
+  return platform::Utf8FromWide(shown);
+}
+
+std::string Quoted(WideView path) { return '"' + Shown(path) + '"'; }
 
 }  // namespace larder::feed

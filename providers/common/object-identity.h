@@ -24,7 +24,11 @@ ObjectIdentity ReadDescriptor(const void* descriptor);
 // The 64-bit FNV-1a hash of the bytes of lastModified and of the path's units, low bytes first.
 std::uint64_t KeyOf(const ObjectIdentity& identity) noexcept;
 
-// The path in UTF-8 and double quotes, for a message.
+// A path in UTF-8 for a message. Characters that platform::IsControl accepts are escaped as
+// "<U+000A>", so that a file's name can't add a line to a log.
+std::string Shown(WideView path);
+
+// The same in double quotes.
 std::string Quoted(WideView path);
 
 }  // namespace larder::feed

@@ -87,7 +87,7 @@ void Outcome::Raise() const {
 
 FailureScript FailureScript::OfPath(WideView path) {
   // Without a backslash npos + 1 is 0: the whole path.
-  const std::string script = platform::Utf8FromWide(path.substr(path.rfind(u'\\') + 1));
+  const std::string script = Shown(path.substr(path.rfind(u'\\') + 1));
   FailureScript result;
   std::string_view rest = script;
   if (!TakePrefix(rest, kScriptMark)) return result;

@@ -160,7 +160,11 @@ TEST_F(FileFactsTest, ReportsWhyAFileCannotBeRead) {
   CurrentFile.infoCode = platform::kInvalidHandle;
   EXPECT_TRUE(Failure().ends_with(" (6)")) << Failure();
   CurrentFile.openCode = 0xE0001234;
-  EXPECT_EQ(Failure(), "Can't read \"C:\\file\": code 3758101044");
+  // Nothing in a name can end the line in a log.
+  wanted.path = LARDER_WIDE("C:\\\r\nERROR: \x7F\x85\u00E4\u202E");
+  EXPECT_EQ(Failure(),
+            "Can't read \"C:\\<U+000D><U+000A>ERROR: <U+007F><U+0085>\xC3\xA4<U+202E>\": "
+            "code 3758101044");
 }
 
 TEST_F(FileFactsTest, ABlockOfADigestIsClaimedOnce) {

@@ -83,7 +83,7 @@ TEST_F(FeedTest, RefusesBlocksOfTheWrongSizeAndAnEmptyPath) {
 TEST_F(FeedTest, FailsInEachOperationAsThePathSays) {
   const std::pair<std::string, std::string> failures[] = {
       {"code:-2147483648", "feed-test: failure requested by the path: result -2147483648"},
-      {"text:no: a=b, \xE6\x97\xA5", "no: a=b, \xE6\x97\xA5"},
+      {"text:no: a=b, \n\xE6\x97\xA5", "no: a=b, <U+000A>\xE6\x97\xA5"},
       {"unknown", "(no std::exception)"}};
   for (const auto& [failure, text] : failures) {
     const Descriptor all =
