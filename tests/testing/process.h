@@ -13,6 +13,9 @@ void SetEnvironmentText(const std::string& name, const std::string& value);
 
 bool IsModuleLoaded(const std::filesystem::path& path);
 
+// Whether a process has ended; waits up to a minute where a killed process may take a moment.
+bool HasEnded(long process);
+
 struct Footprint {
   std::size_t threads = 0;
   std::size_t handles = 0;  // open descriptors, handles of kernel objects

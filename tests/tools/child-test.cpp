@@ -4,8 +4,11 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <cstdio>
+#include <filesystem>
 
 #include "platform/machine-fixture.h"
+#include "testing/process.h"
 #include "tools/larder/status/module-file.h"
 
 namespace larder::tool {
@@ -44,10 +47,21 @@ TEST(Child, GetsItsArgumentsUnchangedAndReportsItsStatus) {
   EXPECT_EQ(result.output, expected);
 }
 
-TEST(Child, KeepsTheEndOfALongOutput) {
+TEST(Child, KeepsTheBeginningOfALongOutput) {
   const ChildResult result = RunProgram({"talk", "the beginning"});
   EXPECT_EQ(result.output.size(), 0x10000U);
-  EXPECT_TRUE(result.output.ends_with("\ntalk talk talk\n"));
+  EXPECT_TRUE(result.output.starts_with("the beginning\ntalk talk talk\n"));
+}
+
+TEST(Child, InheritsNoHandleAndLeavesNoProcess) {
+  const std::string file = (std::filesystem::temp_directory_path() / "larder-child-test").string();
+  const std::string handles = RunProgram({"handles"}).output;
+  std::FILE* inheritable = std::fopen(file.c_str(), "wb");
+  EXPECT_EQ(RunProgram({"handles"}).output, handles);
+  std::fclose(inheritable);
+  const std::string output = RunProgram({"leave", file}).output;
+  EXPECT_TRUE(HasEnded(std::stol(output.substr(output.find('\n') + 1))));
+  std::filesystem::remove(file);
 }
 
 TEST(Child, IsDistinguishedByItsEnd) {

@@ -1,5 +1,6 @@
 #include "testing/process.h"
 
+#include <signal.h>
 #include <stdlib.h>
 
 #include <fstream>
@@ -27,6 +28,8 @@ bool IsModuleLoaded(const std::filesystem::path& path) {
   }
   return false;
 }
+
+bool HasEnded(long process) { return kill(static_cast<pid_t>(process), 0) != 0; }
 
 Footprint TakeFootprint() {
   return {.threads = EntriesIn("/proc/self/task"), .handles = EntriesIn("/proc/self/fd")};

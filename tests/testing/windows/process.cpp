@@ -41,6 +41,14 @@ bool IsModuleLoaded(const std::filesystem::path& path) {
   return GetModuleHandleW(path.c_str()) != nullptr;
 }
 
+bool HasEnded(long process) {
+  const HANDLE handle = OpenProcess(SYNCHRONIZE, FALSE, static_cast<DWORD>(process));
+  if (handle == nullptr) return true;
+  const bool hasEnded = WaitForSingleObject(handle, 60'000) == WAIT_OBJECT_0;
+  CloseHandle(handle);
+  return hasEnded;
+}
+
 Footprint TakeFootprint() { return {.threads = CountThreads(), .handles = CountHandles()}; }
 
 }  // namespace larder

@@ -5,14 +5,20 @@
 #include <signal.h>
 #include <spawn.h>
 #include <stdio.h>
-#include <sys/stat.h>
+#include <sys/prctl.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
-#include <memory>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <set>
+#include <sstream>
 
 #include "platform/linux/file-descriptor.h"
 #include "platform/linux/native.h"
@@ -25,12 +31,10 @@ using platform::kSuccess;
 
 using Clock = std::chrono::steady_clock;
 
-constexpr off_t kMaxOutput = 0x10000;
+using platform::FileDescriptor;
 
-struct CloseFile {
-  void operator()(FILE* file) const noexcept { fclose(file); }
-};
-using OutputFile = std::unique_ptr<FILE, CloseFile>;
+constexpr std::size_t kMaxOutput = 0x10000;
+constexpr int kFirstFreeDescriptor = 3;
 
 Code FromError(int error) { return error == 0 ? kSuccess : platform::CodeFromErrno(error); }
 
@@ -41,6 +45,7 @@ class Actions {
     Note(posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0));
     Note(posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0));
     Note(posix_spawn_file_actions_adddup2(&actions, output, STDOUT_FILENO));
+    Note(posix_spawn_file_actions_addclosefrom_np(&actions, kFirstFreeDescriptor));
   }
   ~Actions() { posix_spawn_file_actions_destroy(&actions); }
   Actions(const Actions&) = delete;
@@ -69,24 +74,34 @@ Code Start(const std::string& program, std::vector<std::string> arguments, int o
       posix_spawn(&child, program.c_str(), actions.Get(), nullptr, pointers.data(), environ));
 }
 
-// Whether the process ends before the moment. A failed wait counts as its end, with its code.
-bool EndsUntil(Clock::time_point moment, int process, Code& code) {
+// Adds what can be read at once, up to the limit; the rest is discarded. False at the end.
+bool ReadOutput(int pipe, std::string& output) {
+  std::array<char, 4096> bytes;
+  const ssize_t got = read(pipe, bytes.data(), bytes.size());
+  if (got > 0) output.append(bytes.data(), static_cast<std::size_t>(got));
+  output.resize(std::min(output.size(), kMaxOutput));
+  return got > 0 || (got < 0 && (errno == EINTR || errno == EAGAIN));
+}
+
+// Whether the process ends before the moment; reads its output meanwhile. A failed wait counts as
+// its end, with its code.
+bool EndsUntil(Clock::time_point moment, int process, int pipe, std::string& output, Code& code) {
   for (;;) {
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(moment - Clock::now());
-    pollfd watched{process, POLLIN, 0};
-    const int ready = poll(&watched, 1, static_cast<int>(std::max<long>(left.count(), 0)));
-    if (ready > 0) return true;
-    if (ready == 0) return false;
-    if (errno == EINTR) continue;
-    code = platform::CodeFromErrno(errno);
-    return true;
+    pollfd watched[] = {{process, POLLIN, 0}, {pipe, POLLIN, 0}};
+    const int ready = poll(watched, 2, static_cast<int>(std::max<long>(left.count(), 0)));
+    if (ready < 0 && errno != EINTR) code = platform::CodeFromErrno(errno);
+    if (code != kSuccess || (ready > 0 && watched[0].revents != 0)) return true;
+    if (left.count() <= 0) return false;
+    if (ready > 0 && !ReadOutput(pipe, output)) pipe = -1;  // poll ignores it
   }
 }
 
-Code WaitForEnd(pid_t child, std::chrono::milliseconds limit, ChildResult& result) {
-  const platform::FileDescriptor process(static_cast<int>(syscall(SYS_pidfd_open, child, 0)));
+Code WaitForEnd(pid_t child, int pipe, std::chrono::milliseconds limit, ChildResult& result) {
+  const FileDescriptor process(static_cast<int>(syscall(SYS_pidfd_open, child, 0)));
   Code code = process.IsOpen() ? kSuccess : platform::CodeFromErrno(errno);
-  const bool isTimedOut = process.IsOpen() && !EndsUntil(Clock::now() + limit, process.Get(), code);
+  const bool isTimedOut = process.IsOpen() && !EndsUntil(Clock::now() + limit, process.Get(), pipe,
+                                                         result.output, code);
   if (isTimedOut || code != kSuccess) kill(child, SIGKILL);
   int status = 0;
   while (waitpid(child, &status, 0) < 0) {
@@ -104,15 +119,43 @@ Code WaitForEnd(pid_t child, std::chrono::milliseconds limit, ChildResult& resul
   return code;
 }
 
-Code ReadTail(int file, std::string& text) {
-  struct stat status {};
-  if (fstat(file, &status) != 0) return platform::CodeFromErrno(errno);
-  const off_t start = std::max<off_t>(status.st_size - kMaxOutput, 0);
-  text.resize(static_cast<std::size_t>(status.st_size - start));
-  const ssize_t got = pread(file, text.data(), text.size(), start);
-  if (got < 0) return platform::CodeFromErrno(errno);
-  text.resize(static_cast<std::size_t>(got));
-  return kSuccess;
+// Format of /proc/PID/stat: "PID (NAME) STATE PARENT ...", where NAME may contain anything.
+bool IsOwnChild(const std::filesystem::path& process) {
+  std::ifstream file(process / "stat");
+  const std::string text{std::istreambuf_iterator<char>(file), {}};
+  std::istringstream fields(text.substr(std::min(text.rfind(')') + 1, text.size())));
+  char state = 0;
+  pid_t parent = 0;
+  return fields >> state >> parent && parent == getpid();
+}
+
+std::set<pid_t> Children() {
+  std::set<pid_t> children;
+  std::error_code ignored;
+  for (std::filesystem::directory_iterator entry("/proc", ignored), end; entry != end;
+       entry.increment(ignored)) {
+    const pid_t process = std::atoi(entry->path().filename().c_str());
+    if (process > 0 && IsOwnChild(entry->path())) children.insert(process);
+  }
+  return children;
+}
+
+// Kills what a child has left: orphans are this process's children by then, and their own children
+// become so when they end. `spared` also receives those that can't be killed.
+void KillOrphans(std::set<pid_t>& spared) {
+  constexpr int kMaxRounds = 1000;  // in case they multiply faster
+  bool isAny = true;
+  for (int round = 0; isAny && round < kMaxRounds; ++round) {
+    isAny = false;
+    for (const pid_t process : Children()) {
+      if (!spared.insert(process).second) continue;
+      isAny = true;
+      if (kill(process, SIGKILL) != 0) continue;
+      while (waitpid(process, nullptr, 0) < 0 && errno == EINTR) {
+      }
+      spared.erase(process);  // the number may be used again
+    }
+  }
 }
 
 }  // namespace
@@ -121,13 +164,36 @@ Code RunChild(const WideString& program, const std::vector<std::string>& argumen
               std::chrono::milliseconds limit, ChildResult& result) {
   std::string native;
   if (const Code code = platform::NativePath(program, native); code != kSuccess) return code;
-  const OutputFile output(tmpfile());
-  if (!output) return platform::CodeFromErrno(errno);
-  const int file = fileno(output.get());
+  int ends[2];
+  if (pipe2(ends, O_CLOEXEC) != 0) return platform::CodeFromErrno(errno);
+  const FileDescriptor reading(ends[0]);
+  FileDescriptor writing(ends[1]);
+  // Orphans become children of this process rather than of the system's first one.
+  if (fcntl(reading.Get(), F_SETFL, O_NONBLOCK) != 0 || prctl(PR_SET_CHILD_SUBREAPER, 1) != 0) {
+    return platform::CodeFromErrno(errno);
+  }
+  signal(SIGCHLD, SIG_DFL);  // ignored, which is inherited, it would leave nothing to wait for
+  std::set<pid_t> spared = Children();
   pid_t child = 0;
-  if (const Code code = Start(native, arguments, file, child); code != kSuccess) return code;
-  if (const Code code = WaitForEnd(child, limit, result); code != kSuccess) return code;
-  return ReadTail(file, result.output);
+  if (const Code code = Start(native, arguments, writing.Get(), child); code != kSuccess) {
+    return code;
+  }
+  writing = FileDescriptor();
+  const Code code = WaitForEnd(child, reading.Get(), limit, result);
+  KillOrphans(spared);
+  errno = 0;
+  while (ReadOutput(reading.Get(), result.output) && errno != EAGAIN) {
+  }
+  return code;
+}
+
+FILE* TakeStandardOutput() noexcept {
+  const int output = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, kFirstFreeDescriptor);
+  const FileDescriptor nowhere(open("/dev/null", O_WRONLY | O_CLOEXEC));
+  if (output < 0) return nullptr;
+  FILE* file = dup2(nowhere.Get(), STDOUT_FILENO) < 0 ? nullptr : fdopen(output, "w");
+  if (file == nullptr) close(output);
+  return file;
 }
 
 }  // namespace larder::tool

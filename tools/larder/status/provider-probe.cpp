@@ -2,10 +2,13 @@
 
 #include <larder/provider.h>
 
+#include <cstdio>
 #include <exception>
+#include <memory>
 #include <nlohmann/json.hpp>
+#include <random>
 #include <sstream>
-#include <string_view>
+#include <stdexcept>
 
 #include "platform/message.h"
 #include "platform/module.h"
@@ -23,9 +26,9 @@ using Json = nlohmann::json;
 
 constexpr const char* kCommand = "probe-provider";
 
-// The child's report on its standard output: lines with this mark and a JSON object. A line that
-// names a step is written before the step begins. The module may print other lines in between.
-constexpr std::string_view kMark = "larder-probe ";
+// The child's report: lines with a key that the parent chose, and a JSON object. A line that names
+// a step is written before the step begins. The child has taken its standard output for the report,
+// so that what a module prints is discarded. The key is in case a module writes to every handle.
 constexpr const char* kStep = "step";
 constexpr const char* kFault = "fault";
 constexpr const char* kMissing = "missing";
@@ -40,21 +43,31 @@ constexpr const char* kDestroying = "its provider is destroyed";
 constexpr const char* kUnloading = "it is being unloaded";
 constexpr const char* kDone = "";
 
+constexpr std::size_t kMaxExceptionText = 4096;  // a report must fit into what the parent reads
+
 // The child process: it runs RunProbe and writes the report.
 
 class Report {
  public:
-  explicit Report(Output& target) : output(target) {}
+  explicit Report(std::string newKey) : key(std::move(newKey)), file(TakeStandardOutput()) {
+    if (!file) throw std::runtime_error("cannot take standard output");
+  }
 
   void BeginStep(const char* step) { Write({{kStep, step}}); }
   void Write(const Json& object) {
-    output.Write("\n" + std::string(kMark) +
-                 object.dump(-1, ' ', true, Json::error_handler_t::replace) + "\n");
-    output.Flush();
+    const std::string line =
+        "\n" + key + object.dump(-1, ' ', true, Json::error_handler_t::replace) + "\n";
+    std::fwrite(line.data(), 1, line.size(), file.get());
+    std::fflush(file.get());
   }
 
  private:
-  Output& output;
+  struct Close {
+    void operator()(std::FILE* closed) const noexcept { std::fclose(closed); }
+  };
+
+  const std::string key;
+  const std::unique_ptr<std::FILE, Close> file;
 };
 
 std::string Quoted(const std::vector<std::string>& names) {
@@ -86,7 +99,7 @@ std::string FailureOf(Call call) {
     call();
     return {};
   } catch (const std::exception& error) {
-    return std::string("it throws an exception: ") + error.what();
+    return "it throws an exception: " + std::string(error.what()).substr(0, kMaxExceptionText);
   } catch (...) {
     return "it throws something that isn't a std::exception";
   }
@@ -113,8 +126,8 @@ void ProbeLoaded(platform::ModuleHandle module, Report& report) {
   delete provider;
 }
 
-int RunProbe(const std::string& argument, Output& output) {
-  Report report(output);
+int RunProbe(const std::string& key, const std::string& argument) {
+  Report report(key);
   WideString path;
   if (!platform::WideFromUtf8(argument, path)) return kExitUsage;
   report.BeginStep(kLoading);
@@ -138,12 +151,12 @@ struct ChildReport {
   Json facts = Json::object();
 };
 
-ChildReport ReadReport(const std::string& output) {
+ChildReport ReadReport(const std::string& output, const std::string& key) {
   ChildReport report;
   std::istringstream lines(output);
   for (std::string line; std::getline(lines, line);) {
-    if (!line.starts_with(kMark)) continue;
-    const Json object = Json::parse(line.substr(kMark.size()), nullptr, false);
+    if (!line.starts_with(key)) continue;
+    const Json object = Json::parse(line.substr(key.size()), nullptr, false);
     if (!object.is_object()) continue;
     if (object.contains(kStep)) {
       report.step = object[kStep].get<std::string>();
@@ -174,8 +187,9 @@ std::string DescribeEnd(const ChildResult& child, std::chrono::milliseconds limi
   return "it ends the process (exit status " + StatusText(child.status) + ")";
 }
 
-ProbeResult Conclude(const ChildResult& child, std::chrono::milliseconds limit) {
-  const ChildReport report = ReadReport(child.output);
+ProbeResult Conclude(const ChildResult& child, const std::string& key,
+                     std::chrono::milliseconds limit) {
+  const ChildReport report = ReadReport(child.output, key);
   ProbeResult result;
   if (report.facts.contains(kType)) result.type = report.facts[kType].get<std::int32_t>();
   result.missing = report.facts.value(kMissing, std::vector<std::string>());
@@ -192,26 +206,39 @@ ProbeResult Conclude(const ChildResult& child, std::chrono::milliseconds limit) 
   return result;
 }
 
+std::string NewKey() {
+  std::random_device random;
+  return std::to_string(random()) + "-" + std::to_string(random()) + " ";
+}
+
 }  // namespace
 
 ProbeResult ProbeProvider(const WideString& module, std::chrono::milliseconds limit) {
   WideString program;
   ChildResult child;
+  const std::string key = NewKey();
   platform::Code code = platform::HostImagePath(program);
   if (code == platform::kSuccess) {
-    code = RunChild(program, {kCommand, "--", platform::Utf8FromWide(module)}, limit, child);
+    code = RunChild(program, {kCommand, "--", key, platform::Utf8FromWide(module)}, limit, child);
   }
-  if (code == platform::kSuccess) return Conclude(child, limit);
+  if (code == platform::kSuccess) return Conclude(child, key, limit);
   ProbeResult result;
   result.fault = "it can't be tried: " + platform::SystemReason(code);
   return result;
 }
 
 void AddProbeCommand(const Command& top) {
-  const auto path = std::make_shared<std::string>();
+  struct Arguments {
+    std::string key;
+    std::string path;
+  };
+  const auto arguments = std::make_shared<Arguments>();
   const Command probe = top.AddHiddenCommand(kCommand, "Load a provider module");
-  probe.AddRequired("MODULE", *path, "");
-  probe.OnChosen([path] { return [path](Output& output) { return RunProbe(*path, output); }; });
+  probe.AddRequired("KEY", arguments->key, "");
+  probe.AddRequired("MODULE", arguments->path, "");
+  probe.OnChosen([arguments] {
+    return [arguments](Output&) { return RunProbe(arguments->key, arguments->path); };
+  });
 }
 
 }  // namespace larder::tool
