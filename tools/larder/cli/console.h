@@ -18,6 +18,10 @@ namespace larder::tool {
 // closed pipe fails from then on like any other write, and doesn't end the program.
 void PrepareConsole() noexcept;
 
+// Ends this process at once, whatever its threads do; destructors and other code of its modules
+// don't run. What is buffered for standard output is lost.
+[[noreturn]] void EndProcess(int status) noexcept;
+
 enum class Stream { kOutput, kErrors };
 
 // Writes UTF-8 through the stream's buffer. A Windows console gets UTF-16 at once instead, whatever

@@ -1,13 +1,15 @@
-// Termination requests: Ctrl-C on the console, or one of the signals SIGINT and SIGTERM.
+// Termination requests. On Linux, the signals SIGINT and SIGTERM. On Windows, what the console
+// reports: Ctrl-C, Ctrl-Break, the closing of its window, log-off and shutdown.
 #pragma once
 
 #include "platform/event.h"
-#include "support/scoped-handles.h"
+#include "platform/scoped-handle.h"
 
 namespace larder::tool {
 
 // During its lifetime, the first request only sets a flag and raises an event. A second one ends
-// the program. Must be constructed once in a program, and constructed and destroyed while there is
+// the program. After the last three of Windows' requests the program must end within some seconds.
+// Must be constructed once in a program, and constructed and destroyed while there is
 // no other thread.
 class Interrupt {
  public:
@@ -21,7 +23,7 @@ class Interrupt {
   [[nodiscard]] platform::Handle Event() const noexcept { return event.Get(); }
 
  private:
-  AutoHandle event;
+  platform::OwnedHandle event;
 };
 
 }  // namespace larder::tool

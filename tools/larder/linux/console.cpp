@@ -46,6 +46,8 @@ std::vector<std::string> ProgramArguments(int argc, char** argv) { return {argv,
 
 void PrepareConsole() noexcept { signal(SIGPIPE, SIG_IGN); }
 
+void EndProcess(int status) noexcept { _exit(status); }
+
 int WriteText(Stream stream, std::string_view text) noexcept {
   errno = 0;
   FILE* file = stream == Stream::kOutput ? stdout : stderr;

@@ -75,6 +75,7 @@ bool QueryFiles(LarderHandle handle, const Query& query, Output& output) {
     if (text.empty()) continue;
     output.Write(separator);
     output.Write(text);
+    output.Flush();  // the next file may take long, and an interrupt ends the program
     separator = query.form == Form::kJson ? "" : "\n";
   }
   return succeeded;

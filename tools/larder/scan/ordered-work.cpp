@@ -56,6 +56,17 @@ void OrderedWork::Stop() {
   resultStored.notify_all();
 }
 
+bool OrderedWork::TakeStored(ScanResult& result) {
+  const std::lock_guard lock(mutex);
+  for (std::uint64_t number = taken; number < started; ++number) {
+    std::optional<ScanResult>& slot = slots[number % window];
+    if (!slot.has_value()) continue;
+    result = *std::exchange(slot, std::nullopt);
+    return true;
+  }
+  return false;
+}
+
 void OrderedWork::Run(void* work) noexcept { static_cast<OrderedWork*>(work)->RunThread(); }
 
 void OrderedWork::RunThread() {

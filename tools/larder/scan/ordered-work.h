@@ -53,6 +53,10 @@ class OrderedWork {
   // Starts no further file.
   void Stop();
 
+  // After Stop: the next result that has been stored, past those of files that are still being
+  // processed; false if there is none.
+  [[nodiscard]] bool TakeStored(ScanResult& result);
+
  private:
   static void Run(void* work) noexcept;
   void RunThread();

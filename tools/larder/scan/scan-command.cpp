@@ -12,6 +12,7 @@
 
 #include "tools/larder/cli/client.h"
 #include "tools/larder/cli/commands.h"
+#include "tools/larder/cli/console.h"
 #include "tools/larder/cli/interrupt.h"
 #include "tools/larder/cli/output.h"
 #include "tools/larder/cli/text.h"
@@ -29,6 +30,8 @@ using Clock = OrderedWork::Clock;
 
 constexpr std::size_t kMaxThreads = 256;
 constexpr std::size_t kWindow = 1024;  // results that may wait for the one before them
+constexpr std::chrono::milliseconds kCheckPause(100);
+constexpr std::chrono::milliseconds kPatience(500);  // with queries after a termination request
 
 struct Arguments {
   std::vector<std::string> roots;
@@ -122,18 +125,32 @@ bool FindNext(TreeWalk& walk, Form form, ScanResult& result) {
   return true;
 }
 
-void ShowResults(OrderedWork& work, ScanView& view, ScanReport& report, const Output& output) {
+// When to check again whether a termination request has come, and to refresh the view.
+Clock::time_point NextCheck(const ScanView& view) {
+  const Clock::time_point check = Clock::now() + kCheckPause;
+  return std::min(check, view.DueTime().value_or(check));
+}
+
+// False if files are still being read after a termination request, or because nobody reads the
+// output: LarderQuery can't be cancelled.
+bool ShowResults(OrderedWork& work, ScanView& view, ScanReport& report, const Output& output) {
   ScanResult result;
-  while (!output.Failed()) {
-    const OrderedWork::Taken taken = work.Take(result, view.DueTime());
-    if (taken == OrderedWork::Taken::kEnd) break;
-    if (taken == OrderedWork::Taken::kResult) {
-      report.Add(result);
-      view.Print(result.text);
-    }
+  const auto show = [&] {
+    report.Add(result);
+    view.Print(result.text);
+  };
+  auto taken = OrderedWork::Taken::kResult;
+  while (taken != OrderedWork::Taken::kEnd && !output.Failed() && !Interrupt::HasCome()) {
+    taken = work.Take(result, NextCheck(view));
+    if (taken == OrderedWork::Taken::kResult) show();
     view.Refresh(report.Counts());
   }
-  view.Flush();
+  work.Stop();
+  const Clock::time_point deadline = Clock::now() + kPatience;
+  while ((taken = work.Take(result, deadline)) == OrderedWork::Taken::kResult) show();
+  while (work.TakeStored(result)) show();
+  view.Close();
+  return taken == OrderedWork::Taken::kEnd;
 }
 
 std::string SecondsText(double seconds) {
@@ -158,25 +175,32 @@ void PrintInterruption(const ScanCounts& counts) {
              ", " + std::to_string(counts.errors) + " errors so far");
 }
 
-bool ScanTrees(LarderHandle handle, const Scan& scan, Output& output) {
-  const Clock::time_point start = Clock::now();
-  TreeWalk walk(scan.roots, &Interrupt::HasCome);
-  ScanReport report;
-  {
-    ScanView view(scan.roots, output);
-    OrderedWork work(
-        scan.threads, kWindow,
-        [&](ScanResult& result) { return FindNext(walk, scan.form, result); },
-        [&](ScanResult& result) { ProcessFile(handle, scan, result); });
-    ShowResults(work, view, report, output);
-  }
-  const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
-  if (scan.form == Form::kSummary) output.Write(SummaryText(report.Counts(), walk, seconds));
+// Prints what comes after the results. Returns whether the scan succeeded.
+bool PrintEnd(const ScanReport& report, const std::string& summary, Output& output) {
+  output.Write(summary);
   output.Flush();
   report.PrintErrors();
   const bool isInterrupted = Interrupt::HasCome();
   if (isInterrupted) PrintInterruption(report.Counts());
   return !isInterrupted && report.Counts().errors == 0;
+}
+
+bool ScanTrees(LarderHandle handle, const Scan& scan, Output& output) {
+  const Clock::time_point start = Clock::now();
+  TreeWalk walk(scan.roots, &Interrupt::HasCome);
+  ScanReport report;
+  ScanView view(scan.roots, output);
+  OrderedWork work(
+      scan.threads, kWindow, [&](ScanResult& result) { return FindNext(walk, scan.form, result); },
+      [&](ScanResult& result) { ProcessFile(handle, scan, result); });
+  const bool isComplete = ShowResults(work, view, report, output);
+  const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
+  const std::string summary =
+      scan.form == Form::kSummary ? SummaryText(report.Counts(), walk, seconds) : "";
+  const bool succeeded = PrintEnd(report, summary, output);
+  if (isComplete) return succeeded;
+  (void)output.Finish();
+  EndProcess(kExitFailed);
 }
 
 void IgnoreMessage(std::int32_t) {}

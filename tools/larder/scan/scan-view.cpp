@@ -29,6 +29,11 @@ void ScanView::Refresh(const ScanCounts& counts) {
   bar->Draw(counts, count->Total());
 }
 
+void ScanView::Close() {
+  Flush();
+  if (bar) bar->Erase();
+}
+
 void ScanView::Flush() {
   if (buffered.empty()) return;
   bar->Erase();

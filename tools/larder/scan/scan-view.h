@@ -29,10 +29,12 @@ class ScanView {
   void Print(const std::string& text);
   // If the bar is due, prints the buffered lines and draws it.
   void Refresh(const ScanCounts& counts);
-  // Prints the buffered lines.
-  void Flush();
+  // Prints the buffered lines and erases the bar.
+  void Close();
 
  private:
+  void Flush();
+
   Output& output;
   std::string buffered;
   std::optional<ProgressBar> bar;

@@ -34,7 +34,8 @@ class TreeWalk {
   // False at the end.
   [[nodiscard]] bool Next(FoundFile& found);
 
-  // The number of entries skipped so far: links, and what is neither file, folder nor link.
+  // The number of entries skipped so far: links, and what is neither file, folder nor link. May be
+  // called from any thread.
   [[nodiscard]] std::uint64_t Links() const { return links; }
   [[nodiscard]] std::uint64_t Specials() const { return specials; }
 
@@ -55,8 +56,8 @@ class TreeWalk {
   const std::function<bool()> isStopped;
   std::size_t nextRoot = 0;
   std::vector<Level> levels;  // from the root to the current folder
-  std::uint64_t links = 0;
-  std::uint64_t specials = 0;
+  std::atomic<std::uint64_t> links = 0;
+  std::atomic<std::uint64_t> specials = 0;
 };
 
 struct Amount {

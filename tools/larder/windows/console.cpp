@@ -8,6 +8,7 @@
 #include <stdio.h>
 
 #include <cerrno>
+#include <cstdlib>
 #include <memory>
 #include <string_view>
 
@@ -58,6 +59,11 @@ std::vector<std::string> ProgramArguments(int, char**) {
 void PrepareConsole() noexcept {
   _setmode(_fileno(stdout), _O_BINARY);
   _setmode(_fileno(stderr), _O_BINARY);
+}
+
+void EndProcess(int status) noexcept {
+  TerminateProcess(GetCurrentProcess(), static_cast<UINT>(status));
+  std::abort();  // not reached
 }
 
 int WriteText(Stream stream, std::string_view text) noexcept {

@@ -1,8 +1,9 @@
 #include "tools/larder/cli/interrupt.h"
 
+#include <signal.h>
+
 #include <atomic>
 #include <cerrno>
-#include <csignal>
 
 namespace larder::tool {
 namespace {
@@ -17,11 +18,11 @@ static_assert(std::atomic<bool>::is_always_lock_free &&
 }  // namespace
 
 extern "C" {
-// Runs in the middle of anything, or on Windows on a thread of the system.
+// Runs in the middle of anything.
 static void NoteInterrupt(int number) {
   const int before = errno;
   Came = true;
-  std::signal(number, SIG_DFL);
+  signal(number, SIG_DFL);
   platform::RaiseEvent(CurrentEvent);
   errno = before;
 }
@@ -30,11 +31,11 @@ static void NoteInterrupt(int number) {
 Interrupt::Interrupt() {
   platform::MakeEvent(event.Out());
   CurrentEvent = event.Get();
-  for (const int number : kSignals) std::signal(number, &NoteInterrupt);
+  for (const int number : kSignals) signal(number, &NoteInterrupt);
 }
 
 Interrupt::~Interrupt() {
-  for (const int number : kSignals) std::signal(number, SIG_DFL);
+  for (const int number : kSignals) signal(number, SIG_DFL);
 }
 
 bool Interrupt::HasCome() noexcept { return Came; }
