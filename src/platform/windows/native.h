@@ -21,11 +21,21 @@ inline bool IsEmpty(Handle handle) noexcept {
   return code != ERROR_SUCCESS ? code : kGeneralFailure;
 }
 
-// The path itself, or, if it is too long for the system's usual form, the full path with the prefix
-// that lifts the limit. kInvalidName for a path with a NUL in it.
+// Whether the path begins with the prefix \\?\, behind which the system takes names as they are and
+// paths of any length.
+[[nodiscard]] bool IsVerbatim(WideView path);
+
+// A path that FullNativePath returned, with that prefix.
+[[nodiscard]] WideString VerbatimPath(const WideString& full);
+
+// The path itself, or, if it is too long for the system's usual form, the full path with that
+// prefix. kInvalidName for a path with a NUL in it.
 [[nodiscard]] Code NativePath(const WideString& path, WideString& native);
 
-// The full path; a relative one starts at the current directory. It may have any length.
+// The full path as Windows reads it: without "." and "..", without dots and blanks at the end of a
+// name; some names are devices. A relative path starts at the current directory. A path with the
+// prefix is returned unchanged. Any length; kInvalidName for a path that is empty or has a NUL in
+// it.
 [[nodiscard]] Code FullNativePath(const WideString& path, WideString& full);
 
 inline constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;

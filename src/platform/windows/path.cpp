@@ -9,11 +9,31 @@
 namespace larder::platform {
 namespace {
 
-bool StartsWith(const WideString& text, WideView start) {
-  return WideView(text).substr(0, start.size()) == start;
+constexpr WideView kVerbatim = L"\\\\?\\";
+
+// The system takes shorter full paths in any form, and a directory's path has 12 units less.
+constexpr std::size_t kMaxPlain = MAX_PATH - 12;
+
+bool IsSeparator(wchar_t unit) { return unit == L'\\' || unit == L'/'; }
+
+// Whether the path doesn't depend on a current directory.
+bool IsFull(const WideString& path) {
+  if (path.size() < 3) return false;
+  const bool isDrive = path[1] == L':' && IsSeparator(path[2]);
+  return isDrive || (IsSeparator(path[0]) && IsSeparator(path[1]));
 }
 
 }  // namespace
+
+bool IsVerbatim(WideView path) { return path.starts_with(kVerbatim); }
+
+WideString VerbatimPath(const WideString& full) {
+  if (IsVerbatim(full)) return full;
+  if (full.starts_with(L"\\\\.\\")) return L"\\\\?\\" + full.substr(4);
+  // The path of a network share starts with two backslashes.
+  const bool isShare = full.starts_with(L"\\\\");
+  return isShare ? L"\\\\?\\UNC" + full.substr(1) : L"\\\\?\\" + full;
+}
 
 WideString FoldCase(WideString path) {
   const auto length = static_cast<int>(path.size());
@@ -25,6 +45,10 @@ WideString FoldCase(WideString path) {
 
 Code FullNativePath(const WideString& path, WideString& full) {
   if (path.empty() || path.find(L'\0') != WideString::npos) return kInvalidName;
+  if (IsVerbatim(path)) {
+    full = path;
+    return kSuccess;
+  }
   WideString buffer(MAX_PATH, L'\0');
   for (;;) {
     const auto capacity = static_cast<DWORD>(buffer.size());
@@ -39,16 +63,14 @@ Code FullNativePath(const WideString& path, WideString& full) {
 
 Code NativePath(const WideString& path, WideString& native) {
   if (path.find(L'\0') != WideString::npos) return kInvalidName;
-  const bool isPlain = !StartsWith(path, L"\\\\?\\") && !StartsWith(path, L"\\\\.\\");
-  if (path.size() < MAX_PATH || !isPlain) {
-    native = path;
-    return kSuccess;
-  }
   WideString full;
-  if (const Code code = FullNativePath(path, full); code != kSuccess) return code;
-  // The path of a network share starts with two backslashes.
-  const bool isShare = StartsWith(full, L"\\\\");
-  native = isShare ? L"\\\\?\\UNC" + full.substr(1) : L"\\\\?\\" + full;
+  if (path.empty() || IsVerbatim(path) || (path.size() < kMaxPlain && IsFull(path))) {
+    native = path;
+  } else if (const Code code = FullNativePath(path, full); code != kSuccess) {
+    return code;
+  } else {
+    native = full.size() < kMaxPlain ? path : VerbatimPath(full);
+  }
   return kSuccess;
 }
 
