@@ -6,16 +6,14 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/code.h"
-#include "platform/wide.h"
-
 namespace larder::tool {
 
 // The program's arguments, its own name first. argc and argv: those of main.
 [[nodiscard]] std::vector<std::string> ProgramArguments(int argc, char** argv);
 
 // Lets standard output and standard error pass bytes unchanged, line ends included. Writing to a
-// closed pipe fails from then on like any other write, and doesn't end the program.
+// closed pipe fails from then on like any other write, and doesn't end the program. On Windows a
+// drive without media is an error from then on and opens no dialog, in child processes too.
 void PrepareConsole() noexcept;
 
 // Ends this process at once, whatever its threads do; destructors and other code of its modules
@@ -34,12 +32,5 @@ enum class Stream { kOutput, kErrors };
 // Whether standard error is a terminal. If so, columns is set to its width, or 0 if that is
 // unknown.
 [[nodiscard]] bool IsErrorTerminal(std::size_t& columns) noexcept;
-
-// Makes a path absolute, relative to the current directory, with backslashes. The file needn't
-// exist, and links aren't followed. kNoUnicodeTranslation if the path isn't UTF-8.
-[[nodiscard]] platform::Code FullPath(const std::string& utf8Path, WideString& path);
-
-// The path as this system writes it, with its own separators.
-[[nodiscard]] std::string PathText(const WideString& path);
 
 }  // namespace larder::tool

@@ -6,8 +6,8 @@
 
 #include "platform/message.h"
 #include "product/product.h"
-#include "tools/larder/cli/console.h"
 #include "tools/larder/cli/output.h"
+#include "tools/larder/cli/path.h"
 #include "tools/larder/log/log-runs.h"
 
 namespace larder::tool {

@@ -8,8 +8,8 @@
 #include "platform/folder.h"
 #include "product/product.h"
 #include "support/scoped-handles.h"
-#include "tools/larder/cli/console.h"
 #include "tools/larder/cli/output.h"
+#include "tools/larder/cli/path.h"
 
 namespace larder::tool {
 namespace {

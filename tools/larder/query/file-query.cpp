@@ -8,7 +8,7 @@
 #include "platform/message.h"
 #include "records/record-cursor.h"
 #include "tools/larder/cli/client.h"
-#include "tools/larder/cli/console.h"
+#include "tools/larder/cli/path.h"
 
 namespace larder::tool {
 namespace {

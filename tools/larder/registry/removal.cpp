@@ -11,7 +11,7 @@
 #include "product/product.h"
 #include "support/installed-state.h"
 #include "support/paths.h"
-#include "tools/larder/cli/console.h"
+#include "tools/larder/cli/path.h"
 #include "tools/larder/registry/registry-value.h"
 
 namespace larder::tool {

@@ -6,7 +6,7 @@
 
 #include "platform/message.h"
 #include "platform/thread.h"
-#include "tools/larder/cli/console.h"
+#include "tools/larder/cli/path.h"
 #include "tools/larder/query/file-query.h"
 
 namespace larder::tool {

@@ -9,7 +9,7 @@
 #include "platform/wide.h"
 #include "product/product.h"
 #include "support/registry.h"
-#include "tools/larder/cli/console.h"
+#include "tools/larder/cli/path.h"
 #include "tools/larder/status/module-file.h"
 
 namespace larder::tool {

@@ -13,7 +13,6 @@
 #include <string_view>
 
 #include "platform/wide.h"
-#include "platform/windows/native.h"
 
 namespace larder::tool {
 namespace {
@@ -57,6 +56,7 @@ std::vector<std::string> ProgramArguments(int, char**) {
 }
 
 void PrepareConsole() noexcept {
+  SetErrorMode(GetErrorMode() | SEM_FAILCRITICALERRORS);  // no dialog for a drive without media
   _setmode(_fileno(stdout), _O_BINARY);
   _setmode(_fileno(stderr), _O_BINARY);
 }
@@ -91,13 +91,5 @@ bool IsErrorTerminal(std::size_t& columns) noexcept {
   }
   return true;
 }
-
-platform::Code FullPath(const std::string& utf8Path, WideString& path) {
-  WideString wide;
-  if (!platform::WideFromUtf8(utf8Path, wide)) return platform::kNoUnicodeTranslation;
-  return platform::FullNativePath(wide, path);
-}
-
-std::string PathText(const WideString& path) { return platform::Utf8FromWide(path); }
 
 }  // namespace larder::tool

@@ -3,7 +3,7 @@
 #include <filesystem>
 
 #include "testing/test-machine.h"
-#include "tools/larder/cli/console.h"
+#include "tools/larder/cli/path.h"
 
 namespace larder::tool {
 namespace {

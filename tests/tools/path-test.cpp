@@ -1,4 +1,4 @@
-#include "tools/larder/cli/console.h"
+#include "tools/larder/cli/path.h"
 
 #include <gtest/gtest.h>
 
@@ -14,15 +14,15 @@ using platform::kInvalidName;
 using platform::kNoUnicodeTranslation;
 using platform::kSuccess;
 
-class ConsoleTest : public platform::MachineTest {
+class PathTest : public platform::MachineTest {
  protected:
-  ConsoleTest() { std::filesystem::current_path(machine.Folder()); }
-  ~ConsoleTest() override { std::filesystem::current_path(former); }
+  PathTest() { std::filesystem::current_path(machine.Folder()); }
+  ~PathTest() override { std::filesystem::current_path(former); }
 
   std::filesystem::path former = std::filesystem::current_path();
 };
 
-TEST_F(ConsoleTest, ARelativePathIsCompletedWithTheCurrentDirectoryAndAFullOneIsKept) {
+TEST_F(PathTest, ARelativePathIsCompletedWithTheCurrentDirectoryAndAFullOneIsKept) {
   std::string full = platform::Utf8FromWide(InFolder("file"));
   std::ranges::replace(full, '\\', '/');
   std::string deep;
@@ -41,7 +41,7 @@ TEST_F(ConsoleTest, ARelativePathIsCompletedWithTheCurrentDirectoryAndAFullOneIs
   EXPECT_EQ(path.size(), InFolder(deep + "file").size());
 }
 
-TEST_F(ConsoleTest, RefusesWhatCannotBeAPath) {
+TEST_F(PathTest, RefusesWhatCannotBeAPath) {
   WideString path;
   EXPECT_EQ(FullPath("file\xFF", path), kNoUnicodeTranslation);
   EXPECT_EQ(FullPath("", path), kInvalidName);

@@ -1,0 +1,55 @@
+// Paths that only Windows has.
+#include <gtest/gtest.h>
+#include <windows.h>
+
+#include <filesystem>
+
+#include "platform/machine-fixture.h"
+#include "tools/larder/cli/console.h"
+#include "tools/larder/cli/path.h"
+
+namespace larder::tool {
+namespace {
+
+using platform::kSuccess;
+
+TEST(NamesTest, ANameIsKeptAndHasThePrefixIfWindowsWouldReadAnotherOne) {
+  const std::filesystem::path former = std::filesystem::current_path();
+  const TestMachine machine;
+  std::filesystem::current_path(machine.Folder());
+  const WideString here = machine.WideFolder();  // ends in a backslash
+  const WideString parent = std::filesystem::path(here).parent_path().parent_path().wstring();
+  const WideString deep = WideString(200, L'd') + L"\\" + WideString(200, L'e');
+  const std::pair<std::string, WideString> cases[] = {
+      {"a.b/./c/../d//", here + L"a.b\\d"},
+      {"a ", L"\\\\?\\" + here + L"a "},
+      {"a.", L"\\\\?\\" + here + L"a."},
+      {"AUX", L"\\\\?\\" + here + L"AUX"},
+      {"..", parent},
+      {platform::Utf8FromWide(here.substr(0, 2)), here.substr(0, here.size() - 1)},
+      {"C:/", L"C:\\"},
+      {"c:\\..\\a", L"c:\\a"},
+      {"\\a/b", here.substr(0, 2) + L"\\a\\b"},
+      {"//server/share/../a", L"\\\\server\\share\\a"},
+      {"//server/share/a.", L"\\\\?\\UNC\\server\\share\\a."},
+      {"\\\\?\\UNC\\server\\share\\a", L"\\\\server\\share\\a"},
+      {"//?/C:/a/b", L"C:\\a\\b"},
+      {"\\\\?\\C:\\a\\.", L"\\\\?\\C:\\a\\."},
+      {"\\\\?\\Volume{0}\\a", L"\\\\?\\Volume{0}\\a"},
+      {platform::Utf8FromWide(deep), here + deep}};
+  WideString path;
+  for (const auto& [given, expected] : cases) {
+    EXPECT_EQ(FullPath(given, path), kSuccess) << given;
+    EXPECT_EQ(path, expected) << given << " " << platform::Utf8FromWide(path);
+  }
+  EXPECT_EQ(FolderText("E:") + FolderText("E:\\") + FolderText("a"), "E:E:\\a\\");
+  std::filesystem::current_path(former);
+}
+
+TEST(NamesTest, ADriveWithoutMediaOpensNoDialog) {
+  PrepareConsole();
+  EXPECT_NE(GetErrorMode() & SEM_FAILCRITICALERRORS, 0u);
+}
+
+}  // namespace
+}  // namespace larder::tool
