@@ -49,8 +49,8 @@ BEGIN {
   tool["log"] = "log registry cli"
   tool["scan"] = "scan query cli"
   tool["status"] = "status log query registry cli"
-  tool["linux"] = "linux status cli"
-  tool["windows"] = "windows status cli"
+  tool["linux"] = "linux status scan cli"
+  tool["windows"] = "windows status scan cli"
 
   split("assert complex ctype errno fenv float inttypes iso646 limits locale math setjmp signal " \
         "stdalign stdarg stdatomic stdbool stddef stdint stdio stdlib stdnoreturn string tgmath " \

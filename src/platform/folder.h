@@ -1,8 +1,7 @@
-// Folders and their entries.
+// Folders.
 #pragma once
 
 #include <cstdint>
-#include <string>
 #include <vector>
 
 #include "platform/code.h"
@@ -29,24 +28,6 @@ inline constexpr std::uint32_t kAttributeDirectory = 0x10;
 // The names in a folder that match the last component of pattern, in which '*' stands for any
 // characters and '?' for one; in the system's order. kFileNotFound if there are none.
 [[nodiscard]] Code FindNames(const WideString& pattern, std::vector<WideString>& names);
-
-enum class EntryKind {
-  kRegular,
-  kFolder,
-  kLink,   // a symbolic link, a junction, any other folder that the system redirects
-  kOther,  // a device, a pipe, a socket
-};
-
-struct FolderEntry {
-  std::string name;  // UTF-8; on Linux the bytes of the name, even if they aren't UTF-8
-  EntryKind kind = EntryKind::kOther;
-  std::uint64_t size = 0;  // bytes of a regular file
-};
-
-// The entries of a folder except "." and "..", in the system's order; links aren't followed. An
-// entry that is removed meanwhile may be missing. Path and names are narrow text, so that names
-// without a wide form are included.
-[[nodiscard]] Code ListFolder(const std::string& utf8Path, std::vector<FolderEntry>& entries);
 
 // Deletes a file, or a folder with everything in it, permanently and without asking the user. Links
 // are deleted, not their targets. source: a path, with or without a trailing backslash, followed by

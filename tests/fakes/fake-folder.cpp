@@ -19,8 +19,6 @@ Code PathAttributes(const WideString&, std::uint32_t&) { return kFileNotFound; }
 Code MakeFolder(const WideString&) { return kAccessDenied; }
 Code FindNames(const WideString&, std::vector<WideString>&) { return kPathNotFound; }
 
-Code ListFolder(const std::string&, std::vector<FolderEntry>&) { return kPathNotFound; }
-
 Code DeleteTree(const LarderWideChar* source) {
   std::string list;
   for (; source[0] != 0 || source[1] != 0; ++source) {

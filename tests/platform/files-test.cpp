@@ -13,8 +13,6 @@ namespace {
 
 using std::filesystem::create_directories;
 using std::filesystem::last_write_time;
-using ::testing::Pair;
-using ::testing::UnorderedElementsAre;
 using ::testing::UnorderedElementsAreArray;
 
 const std::string kName = "gr\xC3\xBC\xC3\x9F\xF0\x9F\x98\x80";
@@ -198,23 +196,6 @@ TEST_F(FolderTest, NamesAreFoundByPatternWithoutCase) {
   }
   EXPECT_EQ(FindNames(InFolder("missing\\*"), names), kPathNotFound);
   EXPECT_EQ(names.size(), 2u);
-}
-
-TEST_F(FolderTest, AFolderIsListedWithTheKindsAndSizesOfItsEntries) {
-  Write("file", "content");
-  Write(kName);
-  create_directories(Native("folder/inner"));
-  for (const char* path : {"", "folder\\.."}) {
-    ASSERT_EQ(List(InFolder(path)), kSuccess);
-    std::map<std::string, std::pair<EntryKind, std::uint64_t>> found;
-    for (const FolderEntry& entry : entries)
-      found[entry.name] = {entry.kind, entry.kind == EntryKind::kFolder ? 0 : entry.size};
-    EXPECT_THAT(found, UnorderedElementsAre(Pair("file", Pair(EntryKind::kRegular, 7)),
-                                            Pair(kName, Pair(EntryKind::kRegular, 0)),
-                                            Pair("folder", Pair(EntryKind::kFolder, 0))));
-  }
-  for (const char* name : {"missing", "file"}) EXPECT_NE(List(InFolder(name)), kSuccess) << name;
-  EXPECT_EQ(entries.size(), 3u);
 }
 
 TEST_F(FolderTest, ATreeIsDeletedWithItsContents) {

@@ -86,11 +86,6 @@ class FileTest : public MachineTest {
   Code OpenToWrite(const WideString& path, WriteMode mode = WriteMode::kWrite) {
     return OpenFileToWrite(path, mode, (file = {}).Out());
   }
-  Code List(const WideString& path) {
-    std::string utf8 = Utf8FromWide(path);
-    std::replace(utf8.begin(), utf8.end(), '\\', '/');
-    return ListFolder(utf8, entries);
-  }
   Code Delete(const std::string& name) const {
     return DeleteTree(InFolder(name).append(2, LarderWideChar()).data());
   }
@@ -114,14 +109,12 @@ class FileTest : public MachineTest {
   std::uint32_t attributes = 0;
   WideString made;
   std::vector<WideString> names;
-  std::vector<FolderEntry> entries;
   OwnedModule module;
 
   // All operations on a path but DeleteTree.
   using Path = const WideString&;
   const std::map<std::string, std::function<Code(Path)>> operations = {
       {"FindNames", [this](Path path) { return FindNames(path, names); }},
-      {"ListFolder", [this](Path path) { return List(path); }},
       {"MakeFolder", MakeFolder},
       {"MakeTemporaryFile",
        [this](Path path) { return MakeTemporaryFile(path, Wide("lr_"), made); }},

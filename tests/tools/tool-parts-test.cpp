@@ -2,14 +2,17 @@
 // registry data that the tool can't write.
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <atomic>
 #include <future>
 #include <stdexcept>
 #include <thread>
 
+#include "tools/larder/cli/path.h"
 #include "tools/larder/cli/text.h"
 #include "tools/larder/registry/registry-value.h"
 #include "tools/larder/scan/ordered-work.h"
+#include "tools/larder/scan/path-pattern.h"
 #include "tools/larder/scan/progress-bar.h"
 #include "tools/larder/scan/scan-report.h"
 
@@ -117,6 +120,41 @@ TEST(ScanReportTest, PathsAndReasonsAreListedUpToALimitAndCountedBeyond) {
                                 "larder: other: reason 0\nlarder: 1 error: reason 0\n"));
   EXPECT_THAT(errors, HasSubstr("larder: 1 error: reason 98\nlarder: other: other reasons\n"));
   EXPECT_THAT(errors, testing::EndsWith("larder: 21 errors, 20 of them listed: other reasons\n"));
+}
+
+TEST(PathPatternTest, WildcardsMatchWithinANameAndAPatternWithASeparatorMatchesWholePaths) {
+  struct Case {
+    const char* pattern;
+    std::vector<std::string> matching;
+    std::vector<std::string> others;
+  };
+  const Case cases[] = {
+      {"b*", {"b", "bc", "a/bc"}, {"ab", "b/c", ""}},
+      {"a/b*", {"a/b", "a/bc"}, {"a", "b", "x/a/b", "a/b/c", "a/x/b"}},
+      {"./a", {"a"}, {"x/a"}},
+      {"/a*b*c/", {"abc", "axbxbc", "abcc"}, {"ab", "abcd", "a/b/c", "x/abc"}},
+      {"**", {"a", "a/b", "\xFF"}, {}},
+      {"?\xC3\xA4?",
+       {"a\xC3\xA4"
+        "b",
+        "\xE9\x8D\xB5\xC3\xA4z"},
+       {"\xC3\xA4",
+        "aa\xC3\xA4"
+        "b"}},
+      {"??", {"\xFF\xC3"}, {"\xC3\xA4"}},
+      {"*??", {"ab", "\xE9\x8D\xB5z"}, {"a", "\xE9\x8D\xB5"}},
+      {"[]a-c\xC3\xA0-\xC3\xA5-]", {"]", "b", "\xC3\xA4", "-"}, {"d", "\xC3\xA6", "ab", "^"}},
+      {"[!a-c]x", {"dx", "\xE9\x8D\xB5x"}, {"ax", "x", "!"}},
+      {"[^]]", {"a"}, {"]", "^a"}}};
+  for (const auto& [pattern, matching, others] : cases) {
+    const auto matches = [tested = PathPattern(pattern)](std::string path) {
+      std::ranges::replace(path, '/', Separator());
+      return tested.Matches(path);
+    };
+    for (const std::string& path : matching) EXPECT_TRUE(matches(path)) << pattern << " " << path;
+    for (const std::string& path : others) EXPECT_FALSE(matches(path)) << pattern << " " << path;
+  }
+  EXPECT_EQ(PathPattern("FILE").Matches("file"), Separator() == '\\');
 }
 
 TEST(RegistryValueTest, DataOfAnotherFormThanItsTypesIsHexadecimal) {

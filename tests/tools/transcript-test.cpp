@@ -13,6 +13,7 @@
 //   ...                 is any number of lines of output
 //   <...>               is any text within a line
 //   <0x0d> <x*99>       are a byte and a repeated one; <> is nothing
+//   </>                 is what the system has between the names in a path
 //   <folder> <location> are the machine's folder, as a path and as the registry has it
 //   <data> <built>      are the library's data folder and the folder of what is built
 //
@@ -198,10 +199,11 @@ class TranscriptTest : public ToolTest {
 
   const Names names = {{"", ""},
                        {"...", {kAny}},
+                       {"/", {static_cast<char>(std::filesystem::path::preferred_separator)}},
                        {"folder", machine.Folder().string()},
                        {"location", Location()},
                        {"data", machine.Data().generic_string()},
-                       {"built", BuiltFile("").parent_path().generic_string()}};
+                       {"built", BuiltFile("").parent_path().make_preferred().string()}};
 };
 
 void TranscriptTest::Play(const Case& played) {

@@ -14,6 +14,7 @@
 #include "platform/linux/native.h"
 #include "platform/linux/upper-case.h"
 #include "platform/wide.h"
+#include "platform/wildcard.h"
 
 namespace larder::platform {
 namespace {
@@ -43,28 +44,14 @@ Code CreateInMachineRoot(const std::string& root, const char* first, const char*
   return kSuccess;
 }
 
-// Whether a name matches a pattern; both in upper case. Only the last '*' is retried, so the time
-// is at most proportional to the product of their lengths.
+// Whether a name matches a pattern; both in upper case.
 bool Matches(WideView pattern, WideView name) {
-  std::size_t p = 0;
-  std::size_t n = 0;
-  std::size_t star = WideView::npos;
-  std::size_t starEnd = 0;  // the end of what the star stands for
-  while (n < name.size()) {
-    if (p < pattern.size() && pattern[p] == u'*') {
-      star = p++;
-      starEnd = n;
-    } else if (p < pattern.size() && (pattern[p] == u'?' || pattern[p] == name[n])) {
-      ++p;
-      ++n;
-    } else if (star != WideView::npos) {
-      p = star + 1;
-      n = ++starEnd;
-    } else {
-      return false;
-    }
-  }
-  return pattern.find_first_not_of(u'*', p) == WideView::npos;
+  const auto isRun = [&](std::size_t p) { return pattern[p] == u'*'; };
+  const auto take = [&](std::size_t p, std::size_t n) -> std::size_t {
+    return pattern[p] == u'?' || pattern[p] == name[n] ? 1 : 0;
+  };
+  const auto length = [](std::size_t) -> std::size_t { return 1; };
+  return MatchesWildcards(pattern.size(), name.size(), isRun, take, length);
 }
 
 // False for a name that isn't UTF-8, or that contains a backslash: its wide form would be a path.
@@ -85,20 +72,6 @@ Code FindInFolder(const char* folder, WideView pattern, std::vector<WideString>&
       names.push_back(std::move(name));
   }
   return code;
-}
-
-EntryKind KindOf(mode_t mode) {
-  if (S_ISREG(mode)) return EntryKind::kRegular;
-  if (S_ISDIR(mode)) return EntryKind::kFolder;
-  return S_ISLNK(mode) ? EntryKind::kLink : EntryKind::kOther;
-}
-
-Code AddEntry(int folder, const char* name, std::vector<FolderEntry>& entries) {
-  struct stat status {};
-  if (fstatat(folder, name, &status, AT_SYMLINK_NOFOLLOW) != 0)
-    return errno == ENOENT ? kSuccess : CodeFromErrno(errno);
-  entries.push_back({name, KindOf(status.st_mode), static_cast<std::uint64_t>(status.st_size)});
-  return kSuccess;
 }
 
 }  // namespace
@@ -143,20 +116,6 @@ Code FindNames(const WideString& pattern, std::vector<WideString>& names) {
   if (found.empty()) return kFileNotFound;
   names = std::move(found);
   return kSuccess;
-}
-
-Code ListFolder(const std::string& utf8Path, std::vector<FolderEntry>& entries) {
-  if (utf8Path.find('\0') != std::string::npos) return kInvalidName;
-  DirectoryStream stream;
-  Code code = stream.Open(utf8Path.c_str());
-  std::vector<FolderEntry> found;
-  for (const dirent* entry = nullptr; code == kSuccess;) {
-    code = stream.ReadNext(entry);
-    if (code != kSuccess || entry == nullptr) break;
-    if (!IsDots(*entry)) code = AddEntry(stream.Descriptor(), entry->d_name, found);
-  }
-  if (code == kSuccess) entries = std::move(found);
-  return code;
 }
 
 Code DeleteTree(const LarderWideChar* source) {

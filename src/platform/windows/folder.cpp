@@ -8,7 +8,6 @@
 
 #include <array>
 #include <memory>
-#include <string_view>
 #include <utility>
 
 #include "platform/wide.h"
@@ -51,33 +50,6 @@ HRESULT ShellFolderPath(int number, wchar_t* path) {
   return function(nullptr, number, nullptr, 0, path);
 }
 
-// A folder with any reparse point may have its entries elsewhere. The reparse point of a file may
-// only describe how the file is stored, unless it is a surrogate, which refers to another file.
-EntryKind KindOf(const WIN32_FIND_DATAW& entry) {
-  const DWORD attributes = entry.dwFileAttributes;
-  const bool isFolder = (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
-  const bool isReparsePoint = (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
-  if (isReparsePoint && (isFolder || IsReparseTagNameSurrogate(entry.dwReserved0)))
-    return EntryKind::kLink;
-  if ((attributes & FILE_ATTRIBUTE_DEVICE) != 0) return EntryKind::kOther;
-  return isFolder ? EntryKind::kFolder : EntryKind::kRegular;
-}
-
-void AddEntry(const WIN32_FIND_DATAW& entry, std::vector<FolderEntry>& entries) {
-  const std::wstring_view name = entry.cFileName;
-  if (name == L"." || name == L"..") return;
-  const std::uint64_t size = std::uint64_t{entry.nFileSizeHigh} << 32 | entry.nFileSizeLow;
-  entries.push_back({Utf8FromWide(name), KindOf(entry), size});
-}
-
-Code PatternOf(const std::string& utf8Path, WideString& pattern) {
-  WideString path;
-  if (!WideFromUtf8(utf8Path, path)) return kNoUnicodeTranslation;
-  if (path.empty()) return kPathNotFound;
-  if (path.back() != L'\\' && path.back() != L'/') path += L'\\';
-  return NativePath(path + L'*', pattern);
-}
-
 }  // namespace
 
 Code CommonFolderPath(CommonFolder folder, WideString& path) {
@@ -118,22 +90,6 @@ Code FindNames(const WideString& pattern, std::vector<WideString>& names) {
   } while (FindNextFileW(search.get(), &entry) != FALSE);
   if (const Code code = LastError(); code != ERROR_NO_MORE_FILES) return code;
   names = std::move(found);
-  return kSuccess;
-}
-
-Code ListFolder(const std::string& utf8Path, std::vector<FolderEntry>& entries) {
-  WideString pattern;
-  if (const Code code = PatternOf(utf8Path, pattern); code != kSuccess) return code;
-  WIN32_FIND_DATAW entry;
-  const HANDLE first = FindFirstFileW(pattern.c_str(), &entry);
-  if (first == INVALID_HANDLE_VALUE) return LastError();
-  const std::unique_ptr<void, CloseSearch> search(first);
-  std::vector<FolderEntry> found;
-  do {
-    AddEntry(entry, found);
-  } while (FindNextFileW(search.get(), &entry) != FALSE);
-  if (const Code code = LastError(); code != ERROR_NO_MORE_FILES) return code;
-  entries = std::move(found);
   return kSuccess;
 }
 

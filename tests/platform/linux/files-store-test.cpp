@@ -79,23 +79,13 @@ TEST_F(SpecialFilesTest, WritingNeitherFollowsALinkNorWaitsForASpecialFile) {
   EXPECT_FALSE(Exists("missing"));
 }
 
-TEST_F(SpecialFilesTest, AttributesAreThoseOfALinksTargetButAListHasTheLinkItself) {
-  Write("bad\xFF\n\\");
+TEST_F(SpecialFilesTest, AttributesAreThoseOfALinksTarget) {
   const auto attributesOf = [this](const char* name) {
     return PathAttributes(InFolder(name), attributes) == kSuccess ? attributes : 0;
   };
   EXPECT_EQ(attributesOf("folder-link"), kAttributeDirectory);
   EXPECT_EQ(attributesOf("link"), 0x80u);
   EXPECT_EQ(attributesOf("dangling"), 0u);
-  ASSERT_EQ(List(machine.WideFolder()), kSuccess);
-  std::map<std::string, EntryKind> kinds;
-  for (const FolderEntry& entry : entries) kinds[entry.name] = entry.kind;
-  EXPECT_THAT(kinds,
-              UnorderedElementsAre(
-                  Pair("file", EntryKind::kRegular), Pair("folder", EntryKind::kFolder),
-                  Pair("link", EntryKind::kLink), Pair("folder-link", EntryKind::kLink),
-                  Pair("dangling", EntryKind::kLink), Pair("loop", EntryKind::kLink),
-                  Pair("fifo", EntryKind::kOther), Pair("bad\xFF\n\\", EntryKind::kRegular)));
 }
 
 TEST_F(SpecialFilesTest, RenamingAndDeletingTakeLinksAndNeverTheirTargets) {
@@ -182,8 +172,8 @@ TEST_F(FilesStoreTest, ProcessesThatRunAtOnceGetDistinctTemporaryFiles) {
     return 0;
   };
   EXPECT_EQ(RunInChildren(20, make), 0);
-  ASSERT_EQ(List(machine.WideFolder()), kSuccess);
-  EXPECT_EQ(entries.size(), 20u * 50u);
+  EXPECT_EQ(FindNames(InFolder("lr_*.tmp"), names), kSuccess);
+  EXPECT_EQ(names.size(), 20u * 50u);
 }
 
 TEST_F(FilesStoreTest, TheLastFreeNumberIsFoundAndThenThereIsNone) {

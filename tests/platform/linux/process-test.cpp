@@ -120,7 +120,6 @@ TEST_F(PermissionTest, WhatMayNotBeReadOrChangedIsDeniedButInformationOnAFileIsN
   for (const auto& denied : {std::pair("OpenFileToRead", "secret"),
                              {"OpenModule", "secret"},
                              {"FindNames", "closed\\*"},
-                             {"ListFolder", "closed"},
                              {"OpenFileToWrite", "locked\\file"},
                              {"OpenFileToWrite", "locked\\absent"},
                              {"RemoveFile", "locked\\file"},

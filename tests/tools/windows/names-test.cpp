@@ -1,12 +1,12 @@
-// Paths that only Windows has.
+// Paths and entries that only Windows has.
 #include <gtest/gtest.h>
-#include <windows.h>
 
 #include <filesystem>
 
 #include "platform/machine-fixture.h"
 #include "tools/larder/cli/console.h"
 #include "tools/larder/cli/path.h"
+#include "tools/larder/windows/folder-entry.h"
 
 namespace larder::tool {
 namespace {
@@ -44,6 +44,34 @@ TEST(NamesTest, ANameIsKeptAndHasThePrefixIfWindowsWouldReadAnotherOne) {
   }
   EXPECT_EQ(FolderText("E:") + FolderText("E:\\") + FolderText("a"), "E:E:\\a\\");
   std::filesystem::current_path(former);
+}
+
+TEST(NamesTest, AttributesAndReparseTagsDecideWhatAnEntryIs) {
+  constexpr DWORD kFolder = FILE_ATTRIBUTE_DIRECTORY;
+  constexpr DWORD kReparse = FILE_ATTRIBUTE_REPARSE_POINT;
+  constexpr DWORD kDeduplicated = 0x80000013;
+  struct Case {
+    DWORD attributes;
+    DWORD tag;
+    EntryKind kind;
+    bool isRemote;
+  };
+  const Case cases[] = {{FILE_ATTRIBUTE_NORMAL, 0, EntryKind::kRegular, false},
+                        {kFolder, 0, EntryKind::kFolder, false},
+                        {FILE_ATTRIBUTE_DEVICE, 0, EntryKind::kOther, false},
+                        {kReparse, kDeduplicated, EntryKind::kRegular, false},
+                        {kReparse, IO_REPARSE_TAG_SYMLINK, EntryKind::kLink, false},
+                        {kFolder | kReparse, kDeduplicated, EntryKind::kLink, false},
+                        {FILE_ATTRIBUTE_OFFLINE, 0, EntryKind::kRegular, true},
+                        {kFolder | 0x40000, 0, EntryKind::kFolder, true},
+                        {0x400000, 0, EntryKind::kRegular, true}};
+  for (const auto& [attributes, tag, kind, isRemote] : cases) {
+    WIN32_FIND_DATAW found{};
+    found.dwFileAttributes = attributes;
+    found.dwReserved0 = tag;
+    EXPECT_EQ(EntryOf(found).kind, kind) << attributes;
+    EXPECT_EQ(EntryOf(found).isRemote, isRemote) << attributes;
+  }
 }
 
 TEST(NamesTest, ADriveWithoutMediaOpensNoDialog) {

@@ -48,6 +48,15 @@ CLI::Option* AddText(CLI::App& app, const char* name, Text& value, const char* h
       name, [&value](const std::string& given) { value = Unshielded(given); }, help);
 }
 
+CLI::Option* AddTexts(CLI::App& app, const char* name, std::vector<std::string>& values,
+                      const char* help) {
+  const auto take = [&values](const std::vector<std::string>& given) {
+    values.resize(given.size());
+    std::transform(given.begin(), given.end(), values.begin(), &Unshielded);
+  };
+  return app.add_option_function<std::vector<std::string>>(name, take, help);
+}
+
 Action Printing(const std::string& text) {
   return [text](Output& output) {
     output.Write(text);
@@ -81,6 +90,11 @@ void Command::AddOption(const char* name, std::optional<std::string>& value,
   AddText(*app, name, value, help);
 }
 
+void Command::AddOption(const char* name, std::vector<std::string>& values,
+                        const char* help) const {
+  AddTexts(*app, name, values, help)->allow_extra_args(false);  // one value each time
+}
+
 void Command::AddChoice(const char* name, std::string& value,
                         const std::vector<std::string>& choices, const char* help) const {
   AddText(*app, name, value, help)->check(CLI::IsMember(choices));
@@ -97,11 +111,7 @@ void Command::AddRequired(const char* name, std::string& value, const char* help
 
 void Command::AddRequired(const char* name, std::vector<std::string>& values,
                           const char* help) const {
-  const auto take = [&values](const std::vector<std::string>& given) {
-    values.resize(given.size());
-    std::transform(given.begin(), given.end(), values.begin(), &Unshielded);
-  };
-  app->add_option_function<std::vector<std::string>>(name, take, help)->required();
+  AddTexts(*app, name, values, help)->required();
 }
 
 void Command::Exclude(const char* name, const char* other) const {

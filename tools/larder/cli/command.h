@@ -38,7 +38,7 @@ class UsageError : public std::runtime_error {
       : UsageError(name + ": " + reason) {}
 };
 
-// Declares a command. A name that begins with "--" is an option, any other a positional argument.
+// Declares a command. A name that begins with "-" is an option, any other a positional argument.
 // The variables must outlive the parsing. They keep their values if the user gives none.
 class Command {
  public:
@@ -52,6 +52,8 @@ class Command {
   void AddFlag(const char* name, bool& isGiven, const char* help) const;
   void AddOption(const char* name, std::string& value, const char* help) const;
   void AddOption(const char* name, std::optional<std::string>& value, const char* help) const;
+  // An option that may be repeated.
+  void AddOption(const char* name, std::vector<std::string>& values, const char* help) const;
   void AddChoice(const char* name, std::string& value, const std::vector<std::string>& choices,
                  const char* help) const;
   // An option whose value may be omitted, and is empty then. form: of the value, for --help.

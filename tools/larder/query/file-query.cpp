@@ -89,14 +89,19 @@ platform::FileInfo FileInfoOf(const WideString& path) {
 }
 
 FileAnswer QueryFile(LarderHandle handle, const FileQuestion& question, const std::string& file) {
-  FileAnswer answer;
-  answer.path = file;
   WideString path;
   const platform::Code code = FullPath(file, path);
-  if (code != platform::kSuccess) {
-    answer.error = platform::SystemReason(code);
-    return answer;
-  }
+  if (code == platform::kSuccess) return QueryPath(handle, question, path, file);
+  FileAnswer answer;
+  answer.path = file;
+  answer.error = platform::SystemReason(code);
+  return answer;
+}
+
+FileAnswer QueryPath(LarderHandle handle, const FileQuestion& question, const WideString& path,
+                     const std::string& shown) {
+  FileAnswer answer;
+  answer.path = shown;
   const platform::FileInfo info = FileInfoOf(path);
   answer.lastModified = info.lastModified;
   answer.size = info.size;

@@ -27,7 +27,7 @@ struct FileQuestion {
 
 // What the library returned for one file.
 struct FileAnswer {
-  std::string path;                // as the user gave it
+  std::string path;                // to be shown
   std::uint64_t lastModified = 0;  // as passed to the library
   std::uint64_t size = 0;          // of the file in bytes; 0 if unknown
   // A copy of the provider's block; empty if there is no valid one. Of a file record, it has all
@@ -53,5 +53,9 @@ platform::FileInfo FileInfoOf(const WideString& path);
 // Queries the library, validates and copies the record, and frees it. May be called from any
 // thread. file: UTF-8, absolute or relative to the current directory.
 FileAnswer QueryFile(LarderHandle handle, const FileQuestion& question, const std::string& file);
+
+// The same for a path that the library takes. shown: the answer's path.
+FileAnswer QueryPath(LarderHandle handle, const FileQuestion& question, const WideString& path,
+                     const std::string& shown);
 
 }  // namespace larder::tool

@@ -2,23 +2,21 @@
 #include <array>
 #include <chrono>
 #include <cstdio>
-#include <limits>
 #include <memory>
-#include <optional>
 #include <string>
-#include <thread>
 #include <utility>
-#include <vector>
 
 #include "tools/larder/cli/client.h"
 #include "tools/larder/cli/commands.h"
 #include "tools/larder/cli/console.h"
 #include "tools/larder/cli/interrupt.h"
 #include "tools/larder/cli/output.h"
+#include "tools/larder/cli/path.h"
 #include "tools/larder/cli/text.h"
 #include "tools/larder/query/file-query.h"
 #include "tools/larder/query/record-text.h"
 #include "tools/larder/scan/ordered-work.h"
+#include "tools/larder/scan/scan-arguments.h"
 #include "tools/larder/scan/scan-report.h"
 #include "tools/larder/scan/scan-view.h"
 #include "tools/larder/scan/tree-walk.h"
@@ -28,52 +26,9 @@ namespace {
 
 using Clock = OrderedWork::Clock;
 
-constexpr std::size_t kMaxThreads = 256;
 constexpr std::size_t kWindow = 1024;  // results that may wait for the one before them
 constexpr std::chrono::milliseconds kCheckPause(100);
 constexpr std::chrono::milliseconds kPatience(500);  // with queries after a termination request
-
-struct Arguments {
-  std::vector<std::string> roots;
-  std::string option = "0";
-  std::string threads;
-  bool json = false;
-  bool summary = false;
-};
-
-enum class Form { kDigests, kJson, kSummary };
-
-struct Scan {
-  std::vector<std::string> roots;
-  FileQuestion question;
-  std::size_t threads;
-  Form form;
-};
-
-// By default, the number of cores.
-std::size_t CheckedThreads(const std::string& text) {
-  if (text.empty())
-    return std::clamp<std::size_t>(std::thread::hardware_concurrency(), 1, kMaxThreads);
-  const auto threads = ParseUnsigned(text, kMaxThreads);
-  if (threads.value_or(0) == 0) {
-    throw UsageError("--threads",
-                     "not a number from 1 to " + std::to_string(kMaxThreads) + ": " + text);
-  }
-  return *threads;
-}
-
-Scan CheckedScan(const Arguments& arguments) {
-  const auto option = ParseUnsigned(arguments.option, std::numeric_limits<std::uint32_t>::max());
-  if (!option) {
-    throw UsageError("--option", "not a number from 0 to 4294967295: " + arguments.option);
-  }
-  Scan scan{arguments.roots,
-            {LARDER_FEED_FILE_TYPE, static_cast<std::uint32_t>(*option), true},
-            CheckedThreads(arguments.threads),
-            arguments.json ? Form::kJson : Form::kDigests};
-  if (arguments.summary) scan.form = Form::kSummary;
-  return scan;
-}
 
 // A character of a name, escaped as by sha256sum.
 std::string Escaped(char c) {
@@ -89,39 +44,49 @@ std::string Escaped(char c) {
   }
 }
 
+// Whether the line of a name has escapes. A backslash that is a separator needs none.
+bool NeedsEscapes(const std::string& name) {
+  return name.find_first_of(Separator() == '\\' ? "\n\r" : "\\\n\r") != std::string::npos;
+}
+
 // A line in the format of sha256sum, which begins with a backslash if the name has escapes.
-std::string DigestLine(const FileAnswer& answer) {
+std::string DigestLine(const FileAnswer& answer, const Scan& scan) {
+  const bool isEscaped = !scan.endsInNul && NeedsEscapes(answer.path);
   std::string name;
-  for (const char c : answer.path) name += Escaped(c);
-  const bool isEscaped = name.size() != answer.path.size();
+  for (const char c : answer.path) name += isEscaped ? Escaped(c) : std::string{c};
   return (isEscaped ? "\\" : "") + Hex(answer.Record().fileSHA256) + "  " + name + "\n";
 }
 
-std::string TextOf(const FileAnswer& answer, Form form) {
-  if (form == Form::kJson) return JsonLine(answer);
-  return form == Form::kSummary || answer.block.empty() ? "" : DigestLine(answer);
+std::string TextOf(const FileAnswer& answer, const Scan& scan) {
+  std::string text;
+  if (scan.form == ScanForm::kJson) text = JsonLine(answer);
+  if (scan.form == ScanForm::kDigests && !answer.block.empty()) text = DigestLine(answer, scan);
+  if (scan.endsInNul && !text.empty()) text.back() = '\0';
+  return text;
 }
 
 void ProcessFile(LarderHandle handle, const Scan& scan, ScanResult& result) {
-  FileAnswer answer = QueryFile(handle, scan.question, result.path);
+  FileAnswer answer = QueryPath(handle, scan.question, result.fullPath, result.path);
   result.hasFacts = !answer.block.empty();
   result.hasSigners = result.hasFacts && HasSigners(answer.Record());
   result.size = answer.size;
-  result.text = TextOf(answer, scan.form);
+  result.text = TextOf(answer, scan);
   result.error = std::move(answer.error);
 }
 
-// With --json, a folder that can't be read has its line like a file that can't.
-bool FindNext(TreeWalk& walk, Form form, ScanResult& result) {
+// With --json, an entry that can't be queried or read has its line like a file that can't.
+bool FindNext(TreeWalk& walk, const Scan& scan, ScanResult& result) {
   FoundFile found;
   if (!walk.Next(found)) return false;
   result.path = std::move(found.path);
+  result.fullPath = std::move(found.fullPath);
   result.error = std::move(found.error);
-  if (result.error.empty() || form != Form::kJson) return true;
+  result.isBadPath = found.isBadPath;
+  if (result.error.empty()) return true;
   FileAnswer answer;
   answer.path = result.path;
   answer.error = result.error;
-  result.text = JsonLine(answer);
+  result.text = TextOf(answer, scan);
   return true;
 }
 
@@ -159,13 +124,18 @@ std::string SecondsText(double seconds) {
   return {text.data(), static_cast<std::size_t>(length)};
 }
 
-std::string SummaryText(const ScanCounts& counts, const TreeWalk& walk, double seconds) {
+std::string SummaryText(const ScanCounts& counts, const PassedOver& passed, double seconds) {
   return RecordLine("files", std::to_string(counts.files)) +
          RecordLine("bytes", std::to_string(counts.bytes)) +
          RecordLine("errors", std::to_string(counts.errors)) +
+         RecordLine("bad-paths", std::to_string(counts.badPaths)) +
          RecordLine("signed", std::to_string(counts.images)) +
-         RecordLine("links", std::to_string(walk.Links())) +
-         RecordLine("special", std::to_string(walk.Specials())) +
+         RecordLine("links", std::to_string(passed.links)) +
+         RecordLine("special", std::to_string(passed.specials)) +
+         RecordLine("excluded", std::to_string(passed.excluded)) +
+         RecordLine("larger", std::to_string(passed.larger)) +
+         RecordLine("mounts", std::to_string(passed.mounts)) +
+         RecordLine("remote", std::to_string(passed.remote)) +
          RecordLine("seconds", SecondsText(seconds)) +
          RecordLine("rate", RateText(counts, seconds));
 }
@@ -187,16 +157,16 @@ bool PrintEnd(const ScanReport& report, const std::string& summary, Output& outp
 
 bool ScanTrees(LarderHandle handle, const Scan& scan, Output& output) {
   const Clock::time_point start = Clock::now();
-  TreeWalk walk(scan.roots, &Interrupt::HasCome);
+  TreeWalk walk(scan.roots, scan.rules, &Interrupt::HasCome);
   ScanReport report;
-  ScanView view(scan.roots, output);
+  ScanView view(scan.roots, scan.rules, output);
   OrderedWork work(
-      scan.threads, kWindow, [&](ScanResult& result) { return FindNext(walk, scan.form, result); },
+      scan.threads, kWindow, [&](ScanResult& result) { return FindNext(walk, scan, result); },
       [&](ScanResult& result) { ProcessFile(handle, scan, result); });
   const bool isComplete = ShowResults(work, view, report, output);
   const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
   const std::string summary =
-      scan.form == Form::kSummary ? SummaryText(report.Counts(), walk, seconds) : "";
+      scan.form == ScanForm::kSummary ? SummaryText(report.Counts(), walk.Passed(), seconds) : "";
   const bool succeeded = PrintEnd(report, summary, output);
   if (isComplete) return succeeded;
   (void)output.Finish();
@@ -216,15 +186,9 @@ int RunScan(const Scan& scan, Output& output) {
 }  // namespace
 
 void AddScanCommand(const Command& top) {
-  const auto arguments = std::make_shared<Arguments>();
+  const auto arguments = std::make_shared<ScanArguments>();
   const Command scan = top.AddCommand("scan", "Print the digests of all files below folders");
-  scan.AddRequired("DIR", arguments->roots, "Folders, or files, to begin with");
-  scan.AddOption("--option", arguments->option, "Query option for the provider (default 0)");
-  scan.AddOption("--threads", arguments->threads,
-                 "Files asked about at the same time (default: the number of cores)");
-  scan.AddFlag("--json", arguments->json, "Print a line of JSON for each file");
-  scan.AddFlag("--summary", arguments->summary, "Print nothing but the counts at the end");
-  scan.Exclude("--summary", "--json");
+  DeclareScan(scan, arguments);
   scan.OnChosen([arguments] {
     return [scan = CheckedScan(*arguments)](Output& output) { return RunScan(scan, output); };
   });

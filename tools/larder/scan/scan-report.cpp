@@ -27,6 +27,7 @@ void ScanReport::Add(const ScanResult& result) {
   }
   if (result.error.empty()) return;
   ++counts.errors;
+  if (result.isBadPath) ++counts.badPaths;
   Reason& reason = ReasonOf(result.error);
   ++reason.count;
   if (reason.paths.size() < kMaxPaths) reason.paths.push_back(result.path);

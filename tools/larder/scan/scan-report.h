@@ -5,9 +5,11 @@
 #include <string>
 #include <vector>
 
+#include "platform/wide.h"
+
 namespace larder::tool {
 
-// Of one file, or of a folder that can't be read.
+// Of one file, or of an entry that can't be queried or read.
 struct ScanResult {
   std::string path;
   std::string error;       // empty on success
@@ -15,13 +17,16 @@ struct ScanResult {
   std::uint64_t size = 0;  // of the file in bytes
   bool hasFacts = false;
   bool hasSigners = false;
+  bool isBadPath = false;    // the library's paths can't express this one
+  WideString fullPath = {};  // as the library takes it
 };
 
 struct ScanCounts {
-  std::uint64_t files = 0;   // files with facts
-  std::uint64_t bytes = 0;   // the size of these files
-  std::uint64_t images = 0;  // those of these files that have signers
-  std::uint64_t errors = 0;  // files and folders that failed
+  std::uint64_t files = 0;     // files with facts
+  std::uint64_t bytes = 0;     // the size of these files
+  std::uint64_t images = 0;    // those of these files that have signers
+  std::uint64_t errors = 0;    // files and folders that failed
+  std::uint64_t badPaths = 0;  // those of them whose paths the library can't express
 };
 
 // Counts results and collects errors by their reasons. Keeps a limited number of reasons, and of

@@ -4,11 +4,12 @@
 
 namespace larder::tool {
 
-ScanView::ScanView(const std::vector<std::string>& roots, Output& newOutput) : output(newOutput) {
+ScanView::ScanView(const std::vector<std::string>& roots, const WalkRules& rules, Output& newOutput)
+    : output(newOutput) {
   std::size_t columns = 0;
   if (!IsErrorTerminal(columns)) return;
   bar.emplace(columns);
-  count.emplace(roots);
+  count.emplace(roots, rules);
 }
 
 std::optional<ScanView::Clock::time_point> ScanView::DueTime() const {

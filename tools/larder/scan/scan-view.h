@@ -20,8 +20,8 @@ class ScanView {
  public:
   using Clock = ProgressBar::Clock;
 
-  // roots: the trees that are scanned; with a bar, they are counted in advance.
-  ScanView(const std::vector<std::string>& roots, Output& newOutput);
+  // roots and rules: of the walk that is shown; with a bar, its files are counted in advance.
+  ScanView(const std::vector<std::string>& roots, const WalkRules& rules, Output& newOutput);
 
   // When Refresh must be called; nothing without a bar.
   [[nodiscard]] std::optional<Clock::time_point> DueTime() const;

@@ -4,6 +4,7 @@
 #include <exception>
 #include <utility>
 
+#include "platform/folder.h"
 #include "platform/message.h"
 #include "platform/thread.h"
 #include "tools/larder/cli/path.h"
@@ -12,31 +13,57 @@
 namespace larder::tool {
 namespace {
 
-bool ByName(const platform::FolderEntry& one, const platform::FolderEntry& other) {
-  return one.name < other.name;
+using platform::Code;
+using platform::kSuccess;
+
+// Of a shown path. A longer one, which the library can't express anyway, is cut in the middle, so
+// that results don't fill the memory.
+constexpr std::size_t kMaxShown = 8192;
+
+bool ByName(const FolderEntry& one, const FolderEntry& other) { return one.name < other.name; }
+
+// Why the library's paths can't express a path; null for a failure of any other kind.
+const char* BadPathReason(Code code) {
+  switch (code) {
+    case platform::kNoUnicodeTranslation:
+      return "the library's paths can't express it: it isn't UTF-8";
+    case platform::kInvalidName:
+      return "the library's paths can't express it: a name in it has a backslash";
+    case platform::kNameTooLong:
+      return "the library's paths can't express it: it is longer than the system accepts";
+    default:
+      return nullptr;
+  }
 }
 
-// In the system's own separator, or in "/", which every system accepts.
-bool EndsInSeparator(const std::string& path) {
-  return path.ends_with('/') || PathText(LARDER_WIDE("\\")).front() == path.back();
+void SetError(Code code, bool mayBeBadPath, FoundFile& found) {
+  const char* const reason = mayBeBadPath ? BadPathReason(code) : nullptr;
+  found.isBadPath = reason != nullptr;
+  found.error = reason != nullptr ? reason : platform::SystemReason(code);
 }
 
 // Follows links.
-platform::Code QueryRoot(const std::string& root, bool& isFolder, std::uint64_t& size) {
-  WideString path;
+Code QueryRoot(const std::string& root, bool& isFolder, FoundFile& found) {
   std::uint32_t attributes = 0;
-  platform::Code code = FullPath(root, path);
-  if (code == platform::kSuccess) code = platform::PathAttributes(path, attributes);
-  if (code != platform::kSuccess) return code;
+  Code code = FullPath(root, found.fullPath);
+  if (code == kSuccess) code = platform::PathAttributes(found.fullPath, attributes);
+  if (code != kSuccess) return code;
   isFolder = (attributes & platform::kAttributeDirectory) != 0;
-  if (!isFolder) size = FileInfoOf(path).size;
+  if (!isFolder) found.size = FileInfoOf(found.fullPath).size;
   return code;
+}
+
+std::string Joined(const std::string& folder, const std::string& name) {
+  if (folder.size() + name.size() <= kMaxShown) return folder + name;
+  return folder.substr(0, kMaxShown / 2) + "..." +
+         folder.substr(folder.size() - kMaxShown / 2 + name.size()) + name;
 }
 
 }  // namespace
 
-TreeWalk::TreeWalk(std::vector<std::string> newRoots, std::function<bool()> newIsStopped)
-    : roots(std::move(newRoots)), isStopped(std::move(newIsStopped)) {}
+TreeWalk::TreeWalk(std::vector<std::string> newRoots, WalkRules newRules,
+                   std::function<bool()> newIsStopped)
+    : roots(std::move(newRoots)), rules(std::move(newRules)), isStopped(std::move(newIsStopped)) {}
 
 bool TreeWalk::Next(FoundFile& found) {
   while (!isStopped() && (!levels.empty() || nextRoot < roots.size())) {
@@ -50,58 +77,89 @@ bool TreeWalk::Advance(FoundFile& found) {
   if (levels.empty()) return EnterRoot(roots[nextRoot++], found);
   Level& level = levels.back();
   if (level.next == level.entries.size()) {
-    levels.pop_back();
+    LeaveFolder();
     return false;
   }
-  const platform::FolderEntry entry = std::move(level.entries[level.next++]);
-  return TakeEntry(level.folder, entry, found);
+  const FolderEntry entry = std::move(level.entries[level.next++]);
+  return TakeEntry(entry, found);
 }
 
-bool TreeWalk::EnterRoot(std::string root, FoundFile& found) {
+bool TreeWalk::EnterRoot(const std::string& root, FoundFile& found) {
   bool isFolder = false;
-  const platform::Code code = QueryRoot(root, isFolder, found.size);
-  if (code != platform::kSuccess) found.error = platform::SystemReason(code);
-  if (code == platform::kSuccess && isFolder) return EnterFolder(std::move(root), found);
-  found.path = std::move(root);
-  return true;
+  Code code = QueryRoot(root, isFolder, found);
+  if (code == kSuccess && isFolder) code = cursor.Open(root, found.fullPath);
+  if (code != kSuccess) SetError(code, !root.empty(), found);
+  found.path = code == kSuccess ? ShownPath(root, found.fullPath) : root;
+  if (code != kSuccess || !isFolder) return true;
+  shown = FolderText(found.path);
+  return ListFolder(found);
 }
 
-bool TreeWalk::EnterFolder(std::string folder, FoundFile& found) {
-  Level level;
-  const platform::Code code = platform::ListFolder(folder, level.entries);
-  if (code != platform::kSuccess) {
-    found.path = std::move(folder);
-    found.error = platform::SystemReason(code);
-    return true;
+bool TreeWalk::TakeEntry(const FolderEntry& entry, FoundFile& found) {
+  if (PassedOver::Count* const counter = RuleAgainst(entry); counter != nullptr) {
+    ++*counter;
+    return false;
   }
-  std::sort(level.entries.begin(), level.entries.end(), &ByName);
-  level.folder = std::move(folder);
-  if (!EndsInSeparator(level.folder)) level.folder += '/';
-  levels.push_back(std::move(level));
-  return false;
-}
-
-bool TreeWalk::TakeEntry(const std::string& folder, const platform::FolderEntry& entry,
-                         FoundFile& found) {
-  std::string path = folder + entry.name;
-  switch (entry.kind) {
-    case platform::EntryKind::kFolder:
-      return EnterFolder(std::move(path), found);
-    case platform::EntryKind::kLink:
-      ++links;
-      return false;
-    case platform::EntryKind::kOther:
-      ++specials;
-      return false;
-    case platform::EntryKind::kRegular:
-      break;
+  const Code pathCode = cursor.PathOf(entry.name, found.fullPath);
+  const bool isOdd = pathCode == kSuccess && NeedsFullPath(found.fullPath);
+  found.path = isOdd ? PathText(found.fullPath) : Joined(shown, entry.name);
+  if (entry.code != kSuccess) {
+    SetError(entry.code, false, found);
+  } else if (entry.kind == EntryKind::kFolder) {
+    return EnterFolder(entry.name, found);
+  } else if (pathCode != kSuccess) {
+    SetError(pathCode, true, found);
   }
-  found.path = std::move(path);
   found.size = entry.size;
   return true;
 }
 
-TreeCount::TreeCount(std::vector<std::string> newRoots) : roots(std::move(newRoots)) {
+PassedOver::Count* TreeWalk::RuleAgainst(const FolderEntry& entry) {
+  if (IsExcluded(entry.name)) return &passed.excluded;
+  if (entry.code != kSuccess) return nullptr;
+  if (entry.kind == EntryKind::kLink) return &passed.links;
+  if (entry.kind == EntryKind::kOther) return &passed.specials;
+  if (entry.isRemote && !rules.includesRemote) return &passed.remote;
+  if (entry.kind == EntryKind::kRegular)
+    return entry.size > rules.maxSize ? &passed.larger : nullptr;
+  const bool isMount = entry.volume != cursor.Volume();
+  return isMount && rules.isOneFileSystem ? &passed.mounts : nullptr;
+}
+
+bool TreeWalk::IsExcluded(const std::string& name) const {
+  if (rules.excluded.empty()) return false;
+  const std::string path = shown.substr(levels.front().pathSize) + name;
+  return std::any_of(rules.excluded.begin(), rules.excluded.end(),
+                     [&](const PathPattern& pattern) { return pattern.Matches(path); });
+}
+
+bool TreeWalk::EnterFolder(const std::string& name, FoundFile& found) {
+  if (const Code code = cursor.Enter(name); code != kSuccess) {
+    SetError(code, false, found);
+    return true;
+  }
+  shown += name + Separator();
+  return ListFolder(found);
+}
+
+// Takes what could be listed of the current folder.
+bool TreeWalk::ListFolder(FoundFile& found) {
+  Level& level = levels.emplace_back();
+  level.pathSize = shown.size();
+  const Code code = cursor.List(level.entries);
+  std::sort(level.entries.begin(), level.entries.end(), &ByName);
+  if (code != kSuccess) SetError(code, false, found);
+  return code != kSuccess;
+}
+
+void TreeWalk::LeaveFolder() {
+  cursor.Leave();
+  levels.pop_back();
+  if (!levels.empty()) shown.resize(levels.back().pathSize);
+}
+
+TreeCount::TreeCount(std::vector<std::string> newRoots, WalkRules newRules)
+    : roots(std::move(newRoots)), rules(std::move(newRules)) {
   platform::StartThread(&Run, this, thread.Out());
 }
 
@@ -125,7 +183,7 @@ void TreeCount::Run(void* count) noexcept {
 }
 
 void TreeCount::Count() {
-  TreeWalk walk(roots, [this] { return isStopped.load(); });
+  TreeWalk walk(roots, rules, [this] { return isStopped.load(); });
   FoundFile found;
   while (walk.Next(found)) {
     if (!found.error.empty()) continue;
