@@ -90,9 +90,10 @@ void Command::AddOption(const char* name, std::optional<std::string>& value,
   AddText(*app, name, value, help);
 }
 
-void Command::AddOption(const char* name, std::vector<std::string>& values,
+void Command::AddOption(const char* name, const char* form, std::vector<std::string>& values,
                         const char* help) const {
-  AddTexts(*app, name, values, help)->allow_extra_args(false);  // one value each time
+  // One value each time.
+  AddTexts(*app, name, values, help)->type_name(form)->allow_extra_args(false);
 }
 
 void Command::AddChoice(const char* name, std::string& value,

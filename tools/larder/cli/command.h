@@ -52,8 +52,9 @@ class Command {
   void AddFlag(const char* name, bool& isGiven, const char* help) const;
   void AddOption(const char* name, std::string& value, const char* help) const;
   void AddOption(const char* name, std::optional<std::string>& value, const char* help) const;
-  // An option that may be repeated.
-  void AddOption(const char* name, std::vector<std::string>& values, const char* help) const;
+  // An option that may be repeated. form: of a value, for --help.
+  void AddOption(const char* name, const char* form, std::vector<std::string>& values,
+                 const char* help) const;
   void AddChoice(const char* name, std::string& value, const std::vector<std::string>& choices,
                  const char* help) const;
   // An option whose value may be omitted, and is empty then. form: of the value, for --help.

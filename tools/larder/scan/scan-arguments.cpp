@@ -68,10 +68,8 @@ WalkRules CheckedRules(const ScanArguments& arguments) {
 
 void DeclareScan(const Command& scan, const std::shared_ptr<ScanArguments>& arguments) {
   scan.AddRequired("DIR", arguments->roots, "Folders, or files, to begin with");
-  scan.AddOption(
-      "--exclude", arguments->excluded,
-      "Pass over files and folders whose name, or path if GLOB has a separator, matches; "
-      "may be repeated");
+  scan.AddOption("--exclude", "GLOB", arguments->excluded,
+                 "Pass over files and folders with this name, or path if GLOB has a separator");
   scan.AddFlag("--one-file-system", arguments->oneFileSystem,
                "Pass over folders on another file system than DIR");
   scan.AddOption("--max-size", arguments->maxSize,
