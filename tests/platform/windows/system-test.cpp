@@ -2,6 +2,7 @@
 
 #include "platform/machine-fixture.h"
 #include "platform/path.h"
+#include "platform/windows/native.h"
 
 namespace larder::platform {
 namespace {
@@ -37,6 +38,29 @@ TEST_F(FileSystemTest, PathsMayHaveAnyLength) {
   file = {};
   EXPECT_EQ(RenameFile(longPath, longPath + L".1"), kSuccess);
   EXPECT_EQ(RemoveFile(longPath + L".1"), kSuccess);
+}
+
+TEST_F(FileSystemTest, APathIsLengthenedByItsFullLengthAndAPrefixIsKept) {
+  const std::filesystem::path former = std::filesystem::current_path();
+  std::filesystem::current_path(machine.Folder());
+  const WideString here = machine.WideFolder();
+  const WideString deep(250 - here.size(), L'd');
+  const WideString longName(300, L'n');
+  const std::pair<WideString, WideString> cases[] = {
+      {L"C:\\a ", L"C:\\a "},
+      {L"a", L"a"},
+      {deep, L"\\\\?\\" + here + deep},
+      {L"C:/" + longName + L"/../" + longName + L" ", L"\\\\?\\C:\\" + longName},
+      {L"\\\\s\\t\\" + longName, L"\\\\?\\UNC\\s\\t\\" + longName},
+      {L"//?/C:/" + longName, L"\\\\?\\C:\\" + longName},
+      {L"\\\\.\\C:\\" + longName, L"\\\\?\\C:\\" + longName},
+      {L"\\\\?\\C:\\a\\.\\" + longName + L". ", L"\\\\?\\C:\\a\\.\\" + longName + L". "}};
+  WideString native;
+  for (const auto& [given, expected] : cases) {
+    EXPECT_EQ(NativePath(given, native), kSuccess);
+    EXPECT_EQ(native, expected) << Utf8FromWide(given);
+  }
+  std::filesystem::current_path(former);
 }
 
 TEST_F(FileSystemTest, DevicesAndPipesAreReportedOrRefusedAndNeverOpened) {
