@@ -12,7 +12,7 @@ export LC_ALL=C
 check_sources() {
   cd "$1" || exit 2
   local folders=() folder
-  for folder in src include providers tools tests samples bench fuzz; do
+  for folder in src include providers tools tests samples bench soak fuzz; do
     if [[ -d $folder ]]; then folders+=("$folder"); fi
   done
   if [[ ${#folders[@]} -eq 0 ]]; then
@@ -40,6 +40,7 @@ BEGIN {
   # builds one, with the seam for its system calls; the tool is a client that also edits the registry.
   outside["providers"] = "product platform records"
   outside["tools"] = "product platform log support log-file records"
+  outside["soak"] = "platform"
   outside["samples"] = ""
   outside["include"] = ""
   # Within the tool: log, scan and status -> query, registry -> cli.
@@ -71,7 +72,7 @@ function report(rule) {
 function has_word(words, word) { return index(" " words " ", " " word " ") > 0 }
 
 function system_folder() {
-  return FILENAME ~ /^(src\/platform|tools\/larder|providers\/feed-file)\/(linux|windows)\// || FILENAME ~ /^tests\/(.*\/)?(linux|windows)\//
+  return FILENAME ~ /^(src\/platform|tools\/larder|providers\/feed-file|soak)\/(linux|windows)\// || FILENAME ~ /^tests\/(.*\/)?(linux|windows)\//
 }
 
 # <header>: the standard library anywhere, the rest where it belongs.

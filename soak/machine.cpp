@@ -1,0 +1,52 @@
+#include "soak/machine.h"
+
+#include <stdexcept>
+
+#include "soak/process.h"
+
+namespace larder::soak {
+
+void PrepareMachine(const std::filesystem::path& folder, int limitMiB) {
+  std::filesystem::remove_all(folder);
+  std::filesystem::create_directories(folder / "root");
+  UseMachine(folder);
+  RunTool({"setup"});
+  // Relative, since the library reads 98 characters at most; the program's folder is the current
+  // one.
+  RunTool({"registry", "set", "Install", "szLocation", ".\\"});
+  RunTool({"registry", "set", "--type", "REG_DWORD", "DataProviders\\FeedFile", "dwStoreLimitMiB",
+           std::to_string(limitMiB)});
+  DeleteStore(folder);
+}
+
+void RunTool(std::vector<std::string> arguments) {
+  arguments.insert(arguments.begin(), (ProgramFolder() / "larder").string());
+  if (RunProgram(arguments)) return;
+  std::string text = "can't run";
+  for (const std::string& argument : arguments) text += ' ' + argument;
+  throw std::runtime_error(text);
+}
+
+void DeleteStore(const std::filesystem::path& folder) {
+  const std::filesystem::path parent = StoreParent(folder);
+  std::error_code none;
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(parent, none)) {
+    if (entry.is_symlink()) continue;
+    std::filesystem::permissions(entry.path(), std::filesystem::perms::owner_all,
+                                 std::filesystem::perm_options::add, none);
+  }
+  std::filesystem::remove_all(parent);
+}
+
+std::uintmax_t StoreSize(const std::filesystem::path& folder) {
+  std::uintmax_t size = 0;
+  std::error_code vanished;  // files come and go
+  for (const auto& entry :
+       std::filesystem::directory_iterator(StoreParent(folder) / "store", vanished)) {
+    const std::uintmax_t one = entry.file_size(vanished);
+    if (!vanished) size += one;
+  }
+  return size;
+}
+
+}  // namespace larder::soak
