@@ -38,15 +38,16 @@ void DeleteStore(const std::filesystem::path& folder) {
   std::filesystem::remove_all(parent);
 }
 
-std::uintmax_t StoreSize(const std::filesystem::path& folder) {
+std::uintmax_t StoreSize(const std::filesystem::path& folder) try {
   std::uintmax_t size = 0;
-  std::error_code vanished;  // files come and go
-  for (const auto& entry :
-       std::filesystem::directory_iterator(StoreParent(folder) / "store", vanished)) {
+  for (const auto& entry : std::filesystem::directory_iterator(StoreParent(folder) / "store")) {
+    std::error_code vanished;
     const std::uintmax_t one = entry.file_size(vanished);
     if (!vanished) size += one;
   }
   return size;
+} catch (const std::filesystem::filesystem_error&) {
+  return 0;  // there is no store at this moment
 }
 
 }  // namespace larder::soak

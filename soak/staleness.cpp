@@ -20,6 +20,7 @@ namespace {
 
 constexpr int kChangers = 4;
 constexpr int kAskers = 2;
+constexpr std::uint64_t kAsksARound = 2;
 constexpr int kFilesEach = 128;  // of one changer
 constexpr std::uint64_t kRounds = 1'000'000;
 constexpr int kLimitMiB = 64;
@@ -38,9 +39,12 @@ struct FileState {
 struct Shared {
   std::atomic<bool> stop;
   std::atomic<std::uint64_t> changes[kChanges];
+  std::atomic<std::uint64_t> rounds;
+  std::atomic<std::uint64_t> asked;  // by those that only ask
   std::atomic<std::uint64_t> judged;
   std::atomic<std::uint64_t> overlapped;
   std::atomic<std::uint64_t> fromStore;
+  std::atomic<int> current[kChangers];  // the file that each is at
   FileState files[kChangers * kFilesEach];
 };
 
@@ -272,6 +276,7 @@ void ChangeFiles(const WorkerArguments& arguments) {
   Judge judge(arguments, *shared);
   for (std::uint64_t round = 0; round < rounds && !shared->stop; ++round) {
     const int i = Below(kFilesEach, random);
+    shared->current[arguments.number] = first + i;
     judge.Ask(first + i);
     MakeChange(files[static_cast<std::size_t>(i)], first + i, *shared, random);
     judge.Ask(first + i);
@@ -285,8 +290,13 @@ void AskForFiles(const WorkerArguments& arguments) {
   std::mt19937_64 random = arguments.Random();
   Judge judge(arguments, *shared);
   while (!shared->stop) {
-    const int number = Below(kChangers * kFilesEach, random);
+    const bool isAnywhere = random() % 2 == 0;
+    const int number = isAnywhere ? Below(kChangers * kFilesEach, random)
+                                  : shared->current[Below(kChangers, random)].load();
     if (shared->files[number].sequence != 0) judge.Ask(number);
+    // Leaves the processors to those that change files.
+    if (++shared->asked > kAsksARound * shared->rounds)
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
   }
 }
 
