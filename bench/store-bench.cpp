@@ -19,6 +19,8 @@
 #include "feed-file/store-folder.h"
 #include "log/log-listener-list.h"
 #include "platform/file.h"
+#include "platform/registry.h"
+#include "platform/scoped-handle.h"
 #include "platform/wide.h"
 #include "support/registry.h"
 #include "testing/test-machine.h"
@@ -28,7 +30,7 @@ namespace {
 
 constexpr std::uint64_t kLimitInMiB = 16384;
 constexpr std::size_t kFiles = 1000;  // existing files; the other entries belong to none
-constexpr std::uint32_t kCertificate = 2608;
+constexpr std::uint32_t kCertificate = 100;
 constexpr int kRounds = 300'000;  // fixed, so that each store is filled only once
 
 void NoCall(std::int32_t) {}
@@ -63,6 +65,12 @@ class Machine {
     SetRegistryString(LARDER_WIDE("Install"), LARDER_WIDE("szLocation"), machine.WideFolder());
     SetRegistryString(LARDER_WIDE("DataProviders\\F"), LARDER_WIDE("szDLL"),
                       LARDER_WIDE("feed-file.dll"));
+    const std::uint32_t limit = kLimitInMiB;
+    platform::OwnedRegistryKey key;
+    platform::MakeRegistryKey(LARDER_WIDE("Software\\Velmor\\Larder\\DataProviders\\FeedFile"),
+                              platform::kKeySetValue, key.Out());
+    platform::SetRegistryValue(key.Get(), LARDER_WIDE("dwStoreLimitMiB"), platform::kRegDword,
+                               &limit, sizeof limit);
     MakeFiles();
     Fill(entries);
     if (LarderInit(NoCall, &handle) != LARDER_OK) throw std::runtime_error("no host");

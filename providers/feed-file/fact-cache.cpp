@@ -1,6 +1,7 @@
 #include "feed-file/fact-cache.h"
 
 #include <mutex>
+#include <new>
 #include <utility>
 
 namespace larder::feed {
@@ -38,7 +39,7 @@ bool FactCache::Find(std::uint64_t key, WideView folded, const platform::FileInf
 }
 
 void FactCache::Add(Ticket ticket, std::uint64_t key, WideString folded,
-                    const platform::FileInfo& info, RecordView record) {
+                    const platform::FileInfo& info, RecordView record) noexcept try {
   std::list<Item> made;
   made.push_back({key, std::move(folded), info, {record.begin(), record.end()}});
   const std::size_t size = made.front().Size();
@@ -50,9 +51,11 @@ void FactCache::Add(Ticket ticket, std::uint64_t key, WideString folded,
   shard.index[key] = made.begin();
   shard.items.splice(shard.items.begin(), made);
   shard.bytes += size;
+} catch (const std::bad_alloc&) {
+  return;
 }
 
-void FactCache::Remove(std::uint64_t key) {
+void FactCache::Remove(std::uint64_t key) noexcept {
   Shard& shard = ShardOf(key);
   const std::lock_guard lock(shard.lock);
   ++shard.removals;

@@ -28,8 +28,8 @@ class FactCache {
   bool Find(std::uint64_t key, WideView folded, const platform::FileInfo& info, DbBuffer* record,
             Ticket& ticket);
   void Add(Ticket ticket, std::uint64_t key, WideString folded, const platform::FileInfo& info,
-           RecordView record);
-  void Remove(std::uint64_t key);
+           RecordView record) noexcept;
+  void Remove(std::uint64_t key) noexcept;
   void Clear();
 
  private:

@@ -28,8 +28,9 @@ void RequireFiles(const WideString& database) {
     const WideString path = WideString(database).append(suffix);
     platform::FileInfo info;
     platform::FileKind kind = platform::FileKind::kRegular;
-    if (platform::QueryPathInfo(path, info, kind) != platform::kSuccess) continue;
-    if (kind == platform::FileKind::kRegular) continue;
+    const platform::Code code = platform::QueryPathInfo(path, info, kind);
+    const bool isLoop = code == platform::kCannotResolveName;  // a link that leads to itself
+    if (!isLoop && (code != platform::kSuccess || kind == platform::FileKind::kRegular)) continue;
     throw StoreError("\"" + platform::Utf8FromWide(path) + "\" isn't a regular file", true);
   }
 }

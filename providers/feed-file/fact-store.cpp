@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <limits>
 #include <mutex>
 #include <thread>
 #include <utility>
@@ -109,14 +108,13 @@ FactStore::~FactStore() {
 
 void FactStore::Open() {
   nextOpening = Clock::now() + kOpeningInterval;
-  const bool isInTurn = TakeTurn(kLockTimeoutAtEnds);
   try {
-    OpenOrSetAside(isInTurn);
+    const Turn own(*this, kLockTimeoutAtEnds);
+    OpenOrSetAside(own.IsTaken());
   } catch (const std::exception& error) {
     LogWarning(error.what() + std::string("; there is no store"));
     Fail(error.what());
   }
-  if (isInTurn) platform::UnlockFile(turn.Get());
 }
 
 void FactStore::OpenOrSetAside(bool isInTurn) {
@@ -166,9 +164,11 @@ void FactStore::Reopen(const std::string& damage) {
   }
 }
 
-void FactStore::Fail(const std::string& text) {
+void FactStore::Fail(const char* text) noexcept try {
   const std::lock_guard guard(lock);
   reason = text;
+} catch (const std::bad_alloc&) {
+  return;  // an earlier reason has to do
 }
 
 // The writer ignores this if the store has been replaced since.
@@ -301,8 +301,8 @@ std::shared_ptr<FactStore::Waiting> FactStore::Enqueue(const StoredFile& file, R
   {
     const std::lock_guard guard(lock);
     if (waitingBytes + one->entry.Size() > kMaxWaitingBytes) return {};
-    queue.push_back(one);
     waiting[one->entry.key] = one;
+    queue.push_back(one);
     isWaiting.store(true, std::memory_order_release);
     waitingBytes += one->entry.Size();
   }
@@ -310,8 +310,10 @@ std::shared_ptr<FactStore::Waiting> FactStore::Enqueue(const StoredFile& file, R
   return one;
 }
 
-void FactStore::Keep(const StoredFile& file, RecordView record) {
+void FactStore::Keep(const StoredFile& file, RecordView record) try {
   if (!Enqueue(file, record, false)) CountRefused();
+} catch (const std::bad_alloc&) {
+  CountRefused();
 }
 
 void FactStore::KeepNow(const StoredFile& file, RecordView record) {
@@ -334,20 +336,29 @@ void FactStore::KeepNow(const StoredFile& file, RecordView record) {
 void FactStore::RunWriter(void* store) { static_cast<FactStore*>(store)->WriteUntilStopped(); }
 
 void FactStore::WriteUntilStopped() {
-  for (;;) {
-    RepairInTurn();
-    if (HasWork()) {
-      WriteInTurn(TakeBatch(kMaxBatch));
-      continue;
+  while (!IsAtEnd()) {
+    try {
+      WriteOrWait();
+    } catch (const std::bad_alloc&) {
+      FailQueue();
     }
-    if (IsAtEnd()) break;
-    const platform::Handle event = work.Get();
-    std::size_t index = 0;
-    static_cast<void>(platform::WaitForAny(&event, 1, index));
-    platform::LowerEvent(event);  // before everything is checked again
-    if (uses.IsFull()) WriteInTurn({});
   }
-  TidyAtEnd();
+  try {
+    TidyAtEnd();
+  } catch (const std::bad_alloc&) {
+    return;
+  }
+}
+
+void FactStore::WriteOrWait() {
+  RepairInTurn();
+  if (HasWork()) return WriteInTurn(TakeBatch(kMaxBatch));
+  if (IsAtEnd()) return;
+  const platform::Handle event = work.Get();
+  std::size_t index = 0;
+  static_cast<void>(platform::WaitForAny(&event, 1, index));
+  platform::LowerEvent(event);  // before everything is checked again
+  if (uses.IsFull()) WriteInTurn({});
 }
 
 bool FactStore::HasWork() {
@@ -372,22 +383,22 @@ void FactStore::RepairInTurn() {
     damage = std::exchange(foundDamage, {});
     if (std::exchange(damagedGeneration, 0) != generation) return;  // only this thread changes it
   }
-  if (!TakeTurn(kLockTimeout)) return;
-  Reopen(damage);
-  platform::UnlockFile(turn.Get());
+  const Turn own(*this, kLockTimeout);
+  if (own.IsTaken()) Reopen(damage);
 }
 
-// False after the timeout. If the lock file can't be opened, the engine's own lock has to suffice.
-bool FactStore::TakeTurn(milliseconds timeout) {
+// If the lock file can't be opened, the engine's own lock has to suffice.
+FactStore::Turn::Turn(FactStore& ownStore, milliseconds timeout) : store(ownStore) {
   const auto begin = Clock::now();
-  while (platform::TryLockFile(turn.Get()) == platform::kSharingViolation) {
-    if (Clock::now() - begin > (IsStopping() ? kLockTimeoutAtEnds : timeout)) {
-      Fail("another process that is writing to the store is stalled");
-      return false;
-    }
+  while (platform::TryLockFile(store.turn.Get()) == platform::kSharingViolation) {
+    if (Clock::now() - begin > (store.IsStopping() ? kLockTimeoutAtEnds : timeout)) return;
     std::this_thread::sleep_for(kPause / 2);
   }
-  return true;
+  isTaken = true;
+}
+
+FactStore::Turn::~Turn() {
+  if (isTaken) platform::UnlockFile(store.turn.Get());
 }
 
 FactStore::WaitingList FactStore::TakeBatch(std::size_t most) {
@@ -399,15 +410,18 @@ FactStore::WaitingList FactStore::TakeBatch(std::size_t most) {
 }
 
 void FactStore::WriteInTurn(const WaitingList& batch) {
-  if (!TakeTurn(kLockTimeout)) {
-    Finish(batch, false);
-    // The rest isn't made to wait for another timeout.
-    Finish(TakeBatch(std::numeric_limits<std::size_t>::max()), false);
-    return;
+  bool isStalled = false;
+  bool stored = false;
+  try {
+    const Turn own(*this, kLockTimeout);
+    isStalled = !own.IsTaken();
+    if (isStalled) Fail("another process that is writing to the store is stalled");
+    if (!isStalled) stored = Write(batch);
+  } catch (const std::bad_alloc&) {
+    Fail("there isn't enough memory");
   }
-  const bool stored = Write(batch);
-  platform::UnlockFile(turn.Get());
   Finish(batch, stored);
+  if (isStalled) FailQueue();           // the rest isn't made to wait for another timeout
   std::this_thread::sleep_for(kPause);  // lets other processes write
 }
 
@@ -452,7 +466,7 @@ bool FactStore::WriteOnce(const WaitingList& batch, const std::vector<std::uint6
   return true;
 }
 
-void FactStore::Finish(const WaitingList& batch, bool stored) {
+void FactStore::Finish(std::span<const std::shared_ptr<Waiting>> batch, bool stored) noexcept {
   {
     const std::lock_guard guard(lock);
     for (const auto& one : batch) {
@@ -468,18 +482,33 @@ void FactStore::Finish(const WaitingList& batch, bool stored) {
   for (const auto& one : batch) platform::RaiseEvent(one->done.Get());
 }
 
+// Allocates nothing.
+void FactStore::FailQueue() noexcept {
+  for (;;) {
+    std::shared_ptr<Waiting> one;
+    {
+      const std::lock_guard guard(lock);
+      if (queue.empty()) return;
+      one = std::move(queue.front());
+      queue.pop_front();
+    }
+    Finish({&one, 1}, false);
+  }
+}
+
 // So that the next process needn't read the write-ahead log.
 void FactStore::TidyAtEnd() {
   const std::vector<std::uint64_t> used = uses.Take();
   if (database == nullptr || !database->IsWritable()) return;
-  if ((used.empty() && !database->HasWritten()) || !TakeTurn(kLockTimeoutAtEnds)) return;
+  if (used.empty() && !database->HasWritten()) return;
+  const Turn own(*this, kLockTimeoutAtEnds);
+  if (!own.IsTaken()) return;
   try {
     if (!used.empty()) database->Write({{}, used, false});
     database->Tidy();
   } catch (const StoreError& error) {
     LogWarning(error.what());
   }
-  platform::UnlockFile(turn.Get());
 }
 
 }  // namespace larder::feed

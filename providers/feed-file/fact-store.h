@@ -17,6 +17,7 @@
 #include <cstdint>
 #include <deque>
 #include <memory>
+#include <span>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -77,6 +78,19 @@ class FactStore {
   };
   using WaitingList = std::vector<std::shared_ptr<Waiting>>;
   using Clock = std::chrono::steady_clock;
+  // This process's turn at writing; see turn.
+  class Turn {
+   public:
+    Turn(FactStore& ownStore, std::chrono::milliseconds timeout);
+    ~Turn();
+    Turn(const Turn&) = delete;
+    Turn& operator=(const Turn&) = delete;
+    bool IsTaken() const { return isTaken; }
+
+   private:
+    FactStore& store;
+    bool isTaken = false;  // false after the timeout
+  };
   struct Opened {
     std::shared_ptr<FactDatabase> database;
     std::uint64_t generation;
@@ -88,13 +102,14 @@ class FactStore {
 
   static void RunWriter(void* store);
   void WriteUntilStopped();
+  void WriteOrWait();
   bool IsAtEnd();
   bool HasWork();
   WaitingList TakeBatch(std::size_t most);
   void WriteInTurn(const WaitingList& batch);
   bool IsStopping();
-  bool TakeTurn(std::chrono::milliseconds timeout);
-  void Finish(const WaitingList& batch, bool stored);
+  void Finish(std::span<const std::shared_ptr<Waiting>> batch, bool stored) noexcept;
+  void FailQueue() noexcept;
   bool Write(const WaitingList& batch);
   bool WriteOnce(const WaitingList& batch, const std::vector<std::uint64_t>& used);
   void TidyAtEnd();
@@ -105,7 +120,7 @@ class FactStore {
   void SetAside(const std::string& damage) const;
   void RepairInTurn();
   Opened Current();
-  void Fail(const std::string& text);
+  void Fail(const char* text) noexcept;
   void NoteDamage(const StoreError& error, std::uint64_t seenGeneration);
   std::string WhyNotWritable();
 

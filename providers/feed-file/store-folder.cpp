@@ -57,7 +57,7 @@ void PrepareStoreFolder(const WideString& storeFolder) {
   std::uint32_t attributes = 0;
   platform::Code code = made;
   if (code == platform::kAlreadyExists) code = platform::PathAttributes(storeFolder, attributes);
-  if (code != platform::kSuccess) {
+  if (code != platform::kSuccess && code != platform::kCannotResolveName) {
     throw StoreError(
         "Can't create the folder " + Quoted(storeFolder) + ": " + platform::SystemReason(code),
         false);

@@ -7,6 +7,7 @@
 #include <atomic>
 #include <cstdint>
 #include <mutex>
+#include <new>
 #include <utility>
 #include <vector>
 
@@ -17,13 +18,15 @@ namespace larder::feed {
 class UseNotes {
  public:
   // Returns true if so many keys are noted that they should be taken.
-  bool Note(std::uint64_t key) {
+  bool Note(std::uint64_t key) noexcept try {
     std::atomic<std::uint64_t>& last = lastNoted[key % kRemembered];
     if (last.load(std::memory_order_relaxed) == key) return false;
     last.store(key, std::memory_order_relaxed);
     const std::lock_guard guard(lock);
     if (keys.size() < kMaxNoted) keys.push_back(key);
     return keys.size() >= kMaxNoted;
+  } catch (const std::bad_alloc&) {
+    return false;
   }
 
   // The entry is new: it hasn't been used yet.
