@@ -22,6 +22,7 @@
 #include "platform/registry.h"
 #include "platform/scoped-handle.h"
 #include "platform/wide.h"
+#include "product/product.h"
 #include "support/registry.h"
 #include "testing/test-machine.h"
 
@@ -65,12 +66,7 @@ class Machine {
     SetRegistryString(LARDER_WIDE("Install"), LARDER_WIDE("szLocation"), machine.WideFolder());
     SetRegistryString(LARDER_WIDE("DataProviders\\F"), LARDER_WIDE("szDLL"),
                       LARDER_WIDE("feed-file.dll"));
-    const std::uint32_t limit = kLimitInMiB;
-    platform::OwnedRegistryKey key;
-    platform::MakeRegistryKey(LARDER_WIDE("Software\\Velmor\\Larder\\DataProviders\\FeedFile"),
-                              platform::kKeySetValue, key.Out());
-    platform::SetRegistryValue(key.Get(), LARDER_WIDE("dwStoreLimitMiB"), platform::kRegDword,
-                               &limit, sizeof limit);
+    SetLimit();
     MakeFiles();
     Fill(entries);
     if (LarderInit(NoCall, &handle) != LARDER_OK) throw std::runtime_error("no host");
@@ -84,6 +80,18 @@ class Machine {
   LarderHandle handle = nullptr;
 
  private:
+  static void SetLimit() {
+    const WideString path =
+        WideString(LarderRegistryRoot).append(LARDER_WIDE("DataProviders\\FeedFile"));
+    const std::uint32_t limit = kLimitInMiB;
+    platform::OwnedRegistryKey key;
+    if (platform::MakeRegistryKey(path, platform::kKeySetValue, key.Out()) != 0 ||
+        platform::SetRegistryValue(key.Get(), LARDER_WIDE("dwStoreLimitMiB"), platform::kRegDword,
+                                   &limit, sizeof limit) != 0) {
+      throw std::runtime_error("no registry");
+    }
+  }
+
   void MakeFiles() {
     for (std::size_t i = 0; i < kFiles; ++i) {
       const std::string name = "file-" + std::to_string(i);
