@@ -122,6 +122,8 @@ std::uint64_t ValidityOf(const struct statx& status, Trust trust) noexcept {
   return (boot ^ mount) | std::uint64_t{1} << 63;
 }
 
+bool HasMountNumber(const struct statx& status) noexcept { return MountIdOf(status) != 0; }
+
 Trust KnownTrust(const struct statx& status) noexcept {
   const std::uint64_t mount = MountIdOf(status);
   const std::uint64_t slot = SlotOf(mount).load(std::memory_order_relaxed);
@@ -139,6 +141,11 @@ Trust FindTrust(int descriptor, const struct statx& status) noexcept {
                         std::memory_order_relaxed);
   }
   return trust;
+}
+
+Trust TrustAt(const char* path, const struct statx& status) noexcept {
+  struct statfs system {};
+  return statfs(path, &system) == 0 ? TrustIn(system, status) : Trust::kUnknown;
 }
 
 std::uint64_t VolumeOf(const struct statx& status) noexcept {

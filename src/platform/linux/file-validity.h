@@ -22,11 +22,17 @@ Trust TrustIn(const struct statfs& system, const struct statx& status) noexcept;
 // The value for FileInfo::validity. trust: of the file's mount.
 std::uint64_t ValidityOf(const struct statx& status, Trust trust) noexcept;
 
+// Whether the kernel reports a number of the mount that it won't reuse until the next boot.
+bool HasMountNumber(const struct statx& status) noexcept;
+
 // The trust in the file's mount if this process has found it out already, otherwise kUnknown.
 Trust KnownTrust(const struct statx& status) noexcept;
 
 // Finds out the trust in the mount and remembers it if it can't change. status: of the descriptor.
 Trust FindTrust(int descriptor, const struct statx& status) noexcept;
+
+// The trust in the mount that the path leads to, for kernels without mount numbers.
+Trust TrustAt(const char* path, const struct statx& status) noexcept;
 
 // The file system, and the subvolume if there are any.
 std::uint64_t VolumeOf(const struct statx& status) noexcept;

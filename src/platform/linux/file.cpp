@@ -115,11 +115,15 @@ Code QueryPathInfo(const WideString& path, FileInfo& info, FileKind& kind) {
   }
   kind = KindOf(status.stx_mode);
   if (kind != FileKind::kRegular) return kSuccess;
-  const Trust trust = KnownTrust(status);
-  if (trust == Trust::kUnknown) {
-    // By a descriptor, so that the path can't lead to another mount meanwhile.
+  Trust trust = KnownTrust(status);
+  if (trust == Trust::kUnknown && HasMountNumber(status)) {
+    // By a descriptor: what is remembered must be of this mount, wherever the path leads meanwhile.
     const FileDescriptor place(open(native.c_str(), O_PATH | O_CLOEXEC));
     if (place.IsOpen()) return QueryDescriptor(place.Get(), info, kind);
+  } else if (trust == Trust::kUnknown) {
+    // Faster, and good enough for what isn't remembered: even if the path leads to another mount
+    // now, the file's device and times are those of its own.
+    trust = TrustAt(native.c_str(), status);
   }
   info = InfoOf(status, trust);
   return kSuccess;
