@@ -287,12 +287,6 @@ TEST_F(StoredFacts, AreRefusedWhileAProgramHasTheFileOpenForWriting) {
   QueryUntilStored(path);
 }
 
-TEST_F(StoredFacts, MayBeThoseOfAFileWhoseTimeIsInTheFuture) {
-  std::filesystem::last_write_time(
-      PathOf(path), std::filesystem::file_time_type::clock::now() + std::chrono::hours(1));
-  QueryUntilStored(path);
-}
-
 TEST_F(StoredFacts, CanBeUsedByEightThreads) {
   const WideString large = MakeFile(LARDER_WIDE("large"), std::string(0x180000, 'x'));
   const int md5 = Md5Of(large);

@@ -106,32 +106,27 @@ TEST_F(FileFactsTest, ReadsAFileAgainOnlyIfItWasTouchedMeanwhile) {
   EXPECT_EQ(CurrentFile.opened, 2);
 }
 
-struct Circumstances {
-  std::uint64_t changed = kNow - 1;
-  std::uint64_t validity = platform::kAlwaysValid;
-  std::array<platform::Code, 2> proofs{};
-};
-
 TEST_F(FileFactsTest, MayOnlyBeStoredIfNoLaterChangeCanGoUnseen) {
-  constexpr platform::Code kWriter = platform::kSharingViolation;
-  const std::pair<Circumstances, bool> cases[] = {
-      {{}, true},
-      {{.validity = 12345}, true},
-      {{.validity = platform::kNeverValid}, false},
-      {{.proofs = {kWriter, platform::kSuccess}}, false},
-      {{.proofs = {platform::kSuccess, kWriter}}, false},
-      {{.proofs = {platform::kAccessDenied, platform::kAccessDenied}}, false},
-      {{.changed = kNow}, false},
-      {{.changed = kNow + 1}, false},
-      {{.changed = 1000 * kSecond}, false},
-      {{.changed = 999 * kSecond}, true}};
-  for (const auto& [when, isStorable] : cases) {
-    CurrentFile = {.infos = {kSteady}, .proofs = when.proofs};
-    CurrentFile.infos[0].changed = when.changed;
-    CurrentFile.infos[0].validity = when.validity;
-    EXPECT_EQ(ReadFileFacts(*library, wanted)->file.isStorable, isStorable)
-        << &when - &cases[0].first;
-    EXPECT_TRUE(!isStorable || CurrentFile.steps == "pqrqp") << CurrentFile.steps;
+  struct Case {
+    bool isStorable;
+    std::uint64_t changed = kNow - 1;
+    std::uint64_t validity = platform::kAlwaysValid;
+    std::array<platform::Code, 2> proofs{};
+  };
+  const Case cases[] = {{true},
+                        {true, 999 * kSecond},
+                        {false, 1000 * kSecond},
+                        {false, kNow},
+                        {true, kNow - 1, 12345},
+                        {false, kNow - 1, platform::kNeverValid},
+                        {false, kNow - 1, 1, {platform::kSharingViolation, platform::kSuccess}},
+                        {false, kNow - 1, 1, {platform::kSuccess, platform::kSharingViolation}}};
+  for (const Case& each : cases) {
+    CurrentFile = {.infos = {{3, kNow + 1, 1, 1, each.changed, each.validity}},
+                   .proofs = each.proofs};
+    const SeenFile seen = ReadFileFacts(*library, wanted)->file;
+    EXPECT_EQ(seen.isStorable, each.isStorable) << &each - cases;
+    EXPECT_TRUE(!seen.isStorable || CurrentFile.steps == "pqrqp") << CurrentFile.steps;
   }
 }
 

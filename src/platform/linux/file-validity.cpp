@@ -17,19 +17,17 @@
 namespace larder::platform {
 namespace {
 
-constexpr std::uint32_t kUniqueMountId = 0x4000;  // STATX_MNT_ID_UNIQUE, Linux 6.8
-constexpr std::uint32_t kSubvolume = 0x8000;      // STATX_SUBVOL, Linux 6.10
-
-// A field of statx that the C library's headers may not have yet.
+// A field of statx, by its offset: the C library's headers may not have it yet.
 std::uint64_t FieldAt(const struct statx& status, std::size_t offset) noexcept {
   std::uint64_t value = 0;
   std::memcpy(&value, reinterpret_cast<const char*>(&status) + offset, sizeof value);
   return value;
 }
 
-// The number of the mount, which the kernel gives to no other mount until the next boot; else 0.
-std::uint64_t MountIdOf(const struct statx& status) noexcept {
-  return (status.stx_mask & kUniqueMountId) != 0 ? FieldAt(status, 0x90) : 0;
+// The number of the mount, which the kernel doesn't reuse before the next boot; 0 if it reports
+// none.
+std::uint64_t MountNumberOf(const struct statx& status) noexcept {
+  return (status.stx_mask & kMountNumber) != 0 ? FieldAt(status, 0x90) : 0;
 }
 
 std::uint64_t SubvolumeOf(const struct statx& status) noexcept {
@@ -60,18 +58,18 @@ std::uint64_t BootId() noexcept {
   return id;
 }
 
-// The file systems whose change times this kernel's clock sets at every change, whose leases are
-// refused while a writable mapping exists, and whose pages nothing else holds for writing. Each was
-// tried. Not among them: tmpfs, because buffers registered with io_uring keep its pages writable
-// after the mapping is gone; overlayfs, because it grants a lease while a file is mapped for
-// writing; file systems of other machines and of user programs (NFS, SMB, FUSE), because others set
-// the times; FAT and exFAT, which have no change time.
+// The file systems on the list were tested: this kernel's clock sets the change time at every
+// change, and a lease is refused while a writable mapping exists. The others are not on it:
+// - tmpfs: buffers registered with io_uring can change a file after its mapping has gone
+// - overlayfs: it grants a lease while the file is mapped for writing
+// - NFS, SMB, FUSE and the like: a server or a program sets the times
+// - FAT and exFAT: they have no change time
 Trust TrustInType(std::uint32_t type, bool hasSubvolume) noexcept {
   switch (type) {
     case EXT4_SUPER_MAGIC:  // and ext2, ext3
     case XFS_SUPER_MAGIC:
       return Trust::kAlways;
-    case BTRFS_SUPER_MAGIC:  // subvolumes share file numbers and reuse device numbers
+    case BTRFS_SUPER_MAGIC:  // subvolumes have the same file numbers and reuse device numbers
       return hasSubvolume ? Trust::kAlways : Trust::kNone;
     case SQUASHFS_MAGIC:  // whoever made the image chose the times
     case EROFS_SUPER_MAGIC_V1:
@@ -96,8 +94,8 @@ constexpr std::uint64_t kTrustMask = 3;
 // stricter than necessary. Two mounts with the same slot replace each other.
 std::array<std::atomic<std::uint64_t>, 64> KnownMounts;
 
-std::atomic<std::uint64_t>& SlotOf(std::uint64_t mountId) noexcept {
-  return KnownMounts[mountId % KnownMounts.size()];
+std::atomic<std::uint64_t>& SlotOf(std::uint64_t mount) noexcept {
+  return KnownMounts[mount % KnownMounts.size()];
 }
 
 }  // namespace
@@ -116,16 +114,16 @@ std::uint64_t ValidityOf(const struct statx& status, Trust trust) noexcept {
   // the file system stores no fractions.
   const bool isStamped = status.stx_ctime.tv_nsec != 0;
   if (trust == Trust::kAlways && isStamped) return kAlwaysValid;
-  const std::uint64_t mount = MountIdOf(status);
+  const std::uint64_t mount = MountNumberOf(status);
   const std::uint64_t boot = BootId();
   if (mount == 0 || boot == 0) return kNeverValid;
   return (boot ^ mount) | std::uint64_t{1} << 63;
 }
 
-bool HasMountNumber(const struct statx& status) noexcept { return MountIdOf(status) != 0; }
+bool HasMountNumber(const struct statx& status) noexcept { return MountNumberOf(status) != 0; }
 
 Trust KnownTrust(const struct statx& status) noexcept {
-  const std::uint64_t mount = MountIdOf(status);
+  const std::uint64_t mount = MountNumberOf(status);
   const std::uint64_t slot = SlotOf(mount).load(std::memory_order_relaxed);
   return mount != 0 && slot >> kTrustBits == mount ? static_cast<Trust>(slot & kTrustMask)
                                                    : Trust::kUnknown;
@@ -135,7 +133,7 @@ Trust FindTrust(int descriptor, const struct statx& status) noexcept {
   struct statfs system {};
   if (fstatfs(descriptor, &system) != 0) return Trust::kUnknown;
   const Trust trust = TrustIn(system, status);
-  const std::uint64_t mount = MountIdOf(status);
+  const std::uint64_t mount = MountNumberOf(status);
   if (mount != 0 && !MayBecomeWritable(system)) {
     SlotOf(mount).store(mount << kTrustBits | static_cast<std::uint64_t>(trust),
                         std::memory_order_relaxed);

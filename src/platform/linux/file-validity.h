@@ -9,9 +9,12 @@
 
 namespace larder::platform {
 
-// What statx must be asked for.
-inline constexpr unsigned kStatusMask =
-    STATX_BASIC_STATS | 0x4000u /* STATX_MNT_ID_UNIQUE */ | 0x8000u /* STATX_SUBVOL */;
+// Bits of statx's mask that the C library's headers may not have yet.
+inline constexpr std::uint32_t kMountNumber = 0x4000;  // STATX_MNT_ID_UNIQUE, since Linux 6.8
+inline constexpr std::uint32_t kSubvolume = 0x8000;    // STATX_SUBVOL, since Linux 6.10
+
+// The mask with which statx must be called for the functions below.
+inline constexpr std::uint32_t kStatusMask = STATX_BASIC_STATS | kMountNumber | kSubvolume;
 
 // What the change times on a mount prove.
 enum class Trust : std::uint64_t { kUnknown, kNone, kMount, kAlways };
