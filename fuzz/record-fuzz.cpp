@@ -11,7 +11,8 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const unsigned char* bytes, std::size_t size) {
   if (!larder::ValidateFileDataRecord(bytes, size).empty()) return 0;
-  const std::vector<unsigned char> block(bytes, bytes + size);  // aligned as a provider's is
+  // Aligned as a provider's is, and without what UsedSize leaves out.
+  const std::vector<unsigned char> block(bytes, bytes + larder::UsedSize(bytes));
   const std::string text =
       larder::DumpFileDataRecord(reinterpret_cast<const FileDataRecord*>(block.data()), 1);
   const std::string end = "\r\n    ]\r\n  }";

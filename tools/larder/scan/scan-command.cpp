@@ -96,8 +96,8 @@ Clock::time_point NextCheck(const ScanView& view) {
   return std::min(check, view.DueTime().value_or(check));
 }
 
-// False if files are still being read after a termination request, or because nobody reads the
-// output: LarderQuery can't be cancelled.
+// Stops after a termination request, and when standard output can't be written. Returns false if
+// files are still being read then: LarderQuery can't be cancelled.
 bool ShowResults(OrderedWork& work, ScanView& view, ScanReport& report, const Output& output) {
   ScanResult result;
   const auto show = [&] {
