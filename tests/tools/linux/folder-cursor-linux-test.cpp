@@ -22,16 +22,15 @@ using testing::UnorderedElementsAre;
 
 class FolderCursorLinuxTest : public platform::MachineTest {
  protected:
-  // Creates this many folders called "d" in each other, each with one called "side", and enters
-  // them.
+  // Creates this many folders in each other, each with one called "side", and enters them.
   void Descend(int levels) {
     ASSERT_EQ(cursor.Open(root, machine.WideFolder()), kSuccess);
     std::filesystem::current_path(root);
     for (int level = 0; level < levels; ++level) {
       ASSERT_EQ(mkdir("side", 0700), 0);
-      ASSERT_EQ(mkdir("d", 0700), 0);
-      ASSERT_EQ(chdir("d"), 0);
-      ASSERT_EQ(cursor.Enter("d"), kSuccess);
+      ASSERT_EQ(mkdir(down.c_str(), 0700), 0);
+      ASSERT_EQ(chdir(down.c_str()), 0);
+      ASSERT_EQ(cursor.Enter(down), kSuccess);
     }
     std::filesystem::current_path(former);
   }
@@ -47,10 +46,11 @@ class FolderCursorLinuxTest : public platform::MachineTest {
   // A folder on the way down.
   std::filesystem::path At(int level) const {
     std::filesystem::path path = root;
-    while (level-- > 0) path /= "d";
+    while (level-- > 0) path /= down;
     return path;
   }
 
+  const std::string down = std::string(40, 'd');
   const std::string root = machine.Folder().string();
   const std::filesystem::path former = std::filesystem::current_path();
   FolderCursor cursor;
@@ -77,13 +77,13 @@ TEST_F(FolderCursorLinuxTest, LinksAndSpecialFilesAreListedAsWhatTheyAreWhatever
 }
 
 TEST_F(FolderCursorLinuxTest, NeitherDepthNorRenamedFoldersStopItAndFewDescriptorsAreOpen) {
-  constexpr int kDepth = 3000;
+  constexpr int kDepth = 120;  // with a path of 4,920 bytes
   const auto before = platform::OpenDescriptors();
   Descend(kDepth);
   EXPECT_LE(platform::OpenedSince(before).size(), 16u);
   WideString path;
   EXPECT_EQ(cursor.PathOf("file", path), platform::kNameTooLong);
-  for (const int level : {1500, 20, 3}) rename(At(level), At(level).replace_filename("renamed"));
+  for (const int level : {60, 20, 3}) rename(At(level), At(level).replace_filename("renamed"));
   for (int level = 0; level < kDepth; ++level) ASSERT_EQ(Ascend(1), kSuccess) << level;
   EXPECT_EQ(cursor.PathOf("file", path), kSuccess);
   EXPECT_EQ(path, InFolder("file"));
@@ -94,8 +94,8 @@ TEST_F(FolderCursorLinuxTest, AFolderThatIsMovedAwayCutsOffNothingNearTheRoot) {
   rename(At(30), Native("elsewhere"));
   EXPECT_EQ(Ascend(10), kSuccess);
   EXPECT_EQ(Ascend(1), platform::kPathNotFound);
-  EXPECT_EQ(Ascend(14), platform::kPathNotFound);
-  for (int level = 0; level < 15; ++level) EXPECT_EQ(Ascend(1), kSuccess) << level;
+  EXPECT_EQ(Ascend(15), platform::kPathNotFound);
+  for (int level = 0; level < 14; ++level) EXPECT_EQ(Ascend(1), kSuccess) << level;
 }
 
 }  // namespace

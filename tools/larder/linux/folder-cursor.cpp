@@ -21,8 +21,9 @@ using platform::DirectoryStream;
 using platform::kSuccess;
 
 // The folders nearest to the root stay open, so that nobody can cut off the rest of a tree by
-// moving a deep folder. Of those below, only the current one is open.
-constexpr std::size_t kMaxOpen = 15;
+// moving a deep folder. Of those below, only the current one and the one above it are open: the way
+// up leads through the current one only if others below it could be entered.
+constexpr std::size_t kStayOpen = 14;
 
 constexpr int kFlags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
 
@@ -75,8 +76,14 @@ Code OpenStream(int folder, const char* name, int flags, std::optional<Directory
   return code;
 }
 
-// Opens the folder above the current one again, unless the current one has been moved.
+void Close(Level& level) {
+  if (level.stream) level.identity = IdentityOf(level.Descriptor());
+  level.stream.reset();
+}
+
+// Opens the folder above the current one if it is closed, unless the current one has been moved.
 void Reopen(const Level& current, Level& above) {
+  if (above.stream) return;
   std::optional<DirectoryStream> opened;
   if (OpenStream(current.Descriptor(), "..", 0, opened) != kSuccess) return;
   const auto found = IdentityOf(opened->Descriptor());
@@ -116,24 +123,19 @@ Code FolderCursor::Enter(const std::string& name) {
   Level level;
   const Code code = OpenStream(above.Descriptor(), name.c_str(), O_NOFOLLOW, level.stream);
   if (code != kSuccess) return code;
-  if (state->levels.size() > kMaxOpen) {
-    above.identity = IdentityOf(above.Descriptor());
-    above.stream.reset();
-  }
   state->path += name + '/';
   level.pathSize = state->path.size();
   state->levels.push_back(std::move(level));
+  if (state->levels.size() > kStayOpen + 2) Close(state->levels[state->levels.size() - 3]);
   return kSuccess;
 }
 
 void FolderCursor::Leave() {
   std::vector<Level>& levels = state->levels;
-  if (levels.size() > 1) {
-    Level& above = levels[levels.size() - 2];
-    if (!above.stream) Reopen(levels.back(), above);
-    state->path.resize(above.pathSize);
-  }
   levels.pop_back();
+  if (levels.empty()) return;
+  state->path.resize(levels.back().pathSize);
+  if (levels.size() > 1) Reopen(levels.back(), levels[levels.size() - 2]);
 }
 
 Code FolderCursor::List(std::vector<FolderEntry>& entries) {
