@@ -42,15 +42,18 @@ void SetError(Code code, bool mayBeBadPath, FoundFile& found) {
   found.error = reason != nullptr ? reason : platform::SystemReason(code);
 }
 
-// Follows links.
-Code QueryRoot(const std::string& root, bool& isFolder, FoundFile& found) {
+// Follows links. On failure sets the error.
+bool QueryRoot(const std::string& root, bool& isFolder, FoundFile& found) {
   std::uint32_t attributes = 0;
   Code code = FullPath(root, found.fullPath);
-  if (code == kSuccess) code = platform::PathAttributes(found.fullPath, attributes);
-  if (code != kSuccess) return code;
+  bool mayBeBadPath = !root.empty();
+  if (code == kSuccess) {
+    code = platform::PathAttributes(found.fullPath, attributes);
+    mayBeBadPath = code == platform::kNameTooLong;
+  }
   isFolder = (attributes & platform::kAttributeDirectory) != 0;
-  if (!isFolder) found.size = FileInfoOf(found.fullPath).size;
-  return code;
+  if (code != kSuccess) SetError(code, mayBeBadPath, found);
+  return code == kSuccess;
 }
 
 std::string Joined(const std::string& folder, const std::string& name) {
@@ -85,12 +88,18 @@ bool TreeWalk::Advance(FoundFile& found) {
 }
 
 bool TreeWalk::EnterRoot(const std::string& root, FoundFile& found) {
+  found.path = root;
   bool isFolder = false;
-  Code code = QueryRoot(root, isFolder, found);
-  if (code == kSuccess && isFolder) code = cursor.Open(root, found.fullPath);
-  if (code != kSuccess) SetError(code, !root.empty(), found);
-  found.path = code == kSuccess ? ShownPath(root, found.fullPath) : root;
-  if (code != kSuccess || !isFolder) return true;
+  if (!QueryRoot(root, isFolder, found)) return true;
+  found.path = ShownPath(root, found.fullPath);
+  if (!isFolder) {
+    found.size = FileInfoOf(found.fullPath).size;
+    return true;
+  }
+  if (const Code code = cursor.Open(root, found.fullPath); code != kSuccess) {
+    SetError(code, false, found);
+    return true;
+  }
   shown = FolderText(found.path);
   return ListFolder(found);
 }
@@ -186,7 +195,7 @@ void TreeCount::Count() {
   TreeWalk walk(roots, rules, [this] { return isStopped.load(); });
   FoundFile found;
   while (walk.Next(found)) {
-    if (!found.error.empty()) continue;
+    if (!found.error.empty() && !found.isBadPath) continue;
     ++total.files;
     total.bytes += found.size;
   }
