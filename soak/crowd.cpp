@@ -50,7 +50,8 @@ std::filesystem::path StateFile(const std::filesystem::path& folder) { return fo
 class Member {
  public:
   Member(const WorkerArguments& arguments, Shared& state)
-      : files(FilesFolder(arguments.folder), kFiles),
+      : folder(arguments.folder),
+        files(FilesFolder(folder), kFiles),
         random(arguments.Random()),
         shared(state),
         own(state.processes[arguments.number]),
@@ -64,6 +65,8 @@ class Member {
     const auto die = random() % 1000;
     if (die == 0)
       Reopen();
+    else if (die == 1)
+      ReadStoreFiles(folder);
     else if (die < 40)
       Write(kWrittenFrom + Below(kFiles - kWrittenFrom, random));
     else if (die < 700)
@@ -120,6 +123,7 @@ class Member {
            (number >= kWrittenFrom && digest == WrittenDigest(number, 0));
   }
 
+  const std::filesystem::path folder;
   const FileSet files;
   std::mt19937_64 random;
   Shared& shared;

@@ -172,6 +172,7 @@ void WriteRecords(const WorkerArguments& arguments) {
   std::mt19937_64 random = arguments.Random();
   Client client;
   for (;;) {
+    if (random() % 50 == 0) ReadStoreFiles(arguments.folder);  // mustn't release a lock
     const int number = arguments.number * kFilesEach + Below(kFilesEach, random);
     Entry& entry = shared->entries[number];
     const std::uint64_t generation = ++entry.begun;

@@ -1,5 +1,7 @@
 #include "soak/machine.h"
 
+#include <array>
+#include <fstream>
 #include <stdexcept>
 
 #include "soak/process.h"
@@ -48,6 +50,16 @@ std::uintmax_t StoreSize(const std::filesystem::path& folder) try {
   return size;
 } catch (const std::filesystem::filesystem_error&) {
   return 0;  // there is no store at this moment
+}
+
+void ReadStoreFiles(const std::filesystem::path& folder) {
+  std::error_code none;
+  for (const auto& entry :
+       std::filesystem::directory_iterator(StoreParent(folder) / "store", none)) {
+    std::ifstream file(entry.path(), std::ios::binary);
+    std::array<char, 4096> bytes{};
+    file.read(bytes.data(), bytes.size());
+  }
 }
 
 }  // namespace larder::soak

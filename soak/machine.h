@@ -28,4 +28,7 @@ void DeleteStore(const std::filesystem::path& folder);
 // The bytes of all regular files in the store's folder.
 std::uintmax_t StoreSize(const std::filesystem::path& folder);
 
+// Opens, reads and closes the store's files, as a program does that scans the whole disk.
+void ReadStoreFiles(const std::filesystem::path& folder);
+
 }  // namespace larder::soak
