@@ -139,8 +139,7 @@ TEST_F(ToolWindowsTest, AConsoleShowsEveryNameAndKeepsItsCodePageWhenItIsInterru
   }
   scan.PressControlC();
   EXPECT_EQ(scan.Wait(), 1u);
-  EXPECT_THAT(scan.Shown(),
-              HasSubstr("larder: interrupted: 1 files, 3 bytes, 0 errors so far"));
+  EXPECT_THAT(scan.Shown(), HasSubstr("larder: interrupted: 1 files, 3 bytes, 0 errors so far"));
   EXPECT_EQ(GetConsoleOutputCP(), GetOEMCP());
 }
 
