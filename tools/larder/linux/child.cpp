@@ -122,7 +122,8 @@ Code WaitForEnd(pid_t child, int pipe, std::chrono::milliseconds limit, ChildRes
 // Format of /proc/PID/stat: "PID (NAME) STATE PARENT ...", where NAME may contain anything.
 bool IsOwnChild(const std::filesystem::path& process) {
   std::ifstream file(process / "stat");
-  const std::string text{std::istreambuf_iterator<char>(file), {}};
+  std::string text;
+  std::getline(file, text, '\0');  // fails, and throws nothing, if the process has just ended
   std::istringstream fields(text.substr(std::min(text.rfind(')') + 1, text.size())));
   char state = 0;
   pid_t parent = 0;
