@@ -30,8 +30,8 @@ enum class CertificateName { kSubject, kIssuer };
 void WriteCertificateName(const Certificate& certificate, CertificateName name, char* buffer,
                           std::uint32_t size);
 
-// The same name, whole and in UTF-8 on every system, with the NULs that its values contain. Empty if
-// the system fails.
+// The same name, whole and in UTF-8 on every system, with the NULs that its values contain. Empty
+// if the system fails.
 [[nodiscard]] std::string CertificateNameText(const Certificate& certificate, CertificateName name);
 
 // The bytes of the encoded serial number, least significant first. If the highest bit of a positive
