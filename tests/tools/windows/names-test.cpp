@@ -75,6 +75,7 @@ TEST(NamesTest, AttributesAndReparseTagsDecideWhatAnEntryIs) {
 }
 
 TEST(NamesTest, ADriveWithoutMediaOpensNoDialog) {
+  SetErrorMode(0);
   PrepareConsole();
   EXPECT_NE(GetErrorMode() & SEM_FAILCRITICALERRORS, 0u);
 }

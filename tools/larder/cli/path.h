@@ -15,8 +15,7 @@ namespace larder::tool {
 //
 // On Windows every name but "." and ".." is taken as it is: "a " isn't "a", and "AUX" isn't a
 // device. The result begins with \\?\ if Windows would read the path as another one without that
-// prefix. A given path that begins with \\?\ or //?/ has only separators and names, and no "." or
-// "..".
+// prefix. In a given path that begins with \\?\ or //?/, "." and ".." are names too.
 [[nodiscard]] platform::Code FullPath(const std::string& utf8Path, WideString& path);
 
 // The path as this system writes it, with its own separators.

@@ -9,18 +9,16 @@
 namespace larder::tool {
 
 // In a pattern '*' stands for any characters, '?' for one, and '[...]' for one of a set: "[abc]",
-// "[a-z]", "[!a-z]" or "[^a-z]" for all others. None of them stands for a separator, '/' or on
-// Windows also '\'. A pattern without a separator is for names, wherever the entry is; any other is
-// for whole paths. One separator at the beginning is ignored then ("/a" is the path "a"), and so
-// are
-// "./" and separators at the end. On Windows case doesn't matter.
+// "[a-z]"; "[!a-z]" or "[^a-z]" for all others. None of them stands for a separator: '/', or on
+// Windows also '\'. A pattern without a separator is compared with names, any other with whole
+// paths: "/a" and "./a" are the path "a". Separators at the end are ignored. On Windows case
+// doesn't matter.
 class PathPattern {
  public:
   // Throws std::invalid_argument with the reason if the pattern can't match any path.
   explicit PathPattern(const std::string& pattern);
 
-  // path: below the folder that patterns are relative to; UTF-8, but other bytes are characters
-  // too.
+  // path: relative to the folder where the pattern applies. UTF-8; any other byte is a character.
   [[nodiscard]] bool Matches(std::string_view path) const;
 
  private:
