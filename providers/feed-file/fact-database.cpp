@@ -179,13 +179,16 @@ void FactDatabase::Open(std::uint64_t maxBytes) {
 }
 
 // False if this process may only read.
-bool FactDatabase::OpenToWrite(std::uint64_t maxBytes) {
+bool FactDatabase::OpenToWrite(std::uint64_t maxBytes) try {
   Connection connection(file, Connection::Access::kWrite);
   if (sqlite3_db_readonly(connection.Native(), nullptr) == 1) return false;
   const bool isNew = connection.Number("SELECT count(*) FROM sqlite_schema") == 0;
   if (!isNew) RequireFormat(connection, file);
   writer = std::make_unique<DatabaseWriter>(std::move(connection), maxBytes);
   return true;
+} catch (const StoreError& error) {
+  if ((error.code & 0xFF) != SQLITE_READONLY) throw;
+  return false;
 }
 
 std::unique_ptr<DatabaseReader> FactDatabase::TakeReader() {

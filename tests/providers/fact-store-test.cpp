@@ -5,6 +5,7 @@
 #include <thread>
 
 #include "feed-file/store-folder.h"
+#include "feed-file/store-log.h"
 #include "platform/file.h"
 #include "platform/folder.h"
 #include "providers/provider-test.h"
@@ -178,6 +179,23 @@ TEST_F(FactStoreTest, SetsAsideWhatIsDamagedOrNewerEachTimeAndLogsIt) {
       ContentOf(PathOf(common + LARDER_WIDE("\\Velmor\\Larder\\logs\\feedf.log"))),
       testing::ContainsRegex(":  WARN: The store \".*has the format 3, not 2; it was moved to "
                              "\".*set-aside\", and a new one is created"));
+}
+
+TEST_F(FactStoreTest, ItsLogIsRotatedAndGrowsSlowly) {
+  machine.SetText(LARDER_WIDE("Logging"), LARDER_WIDE("szEnable"), LARDER_WIDE("true"));
+  WideString common;
+  ASSERT_EQ(platform::CommonFolderPath(platform::CommonFolder::kData, common), platform::kSuccess);
+  const auto log = PathOf(common + LARDER_WIDE("\\Velmor\\Larder\\logs\\feedf.log"));
+  std::filesystem::create_directories(log.parent_path());
+  std::ofstream(log) << std::string(102400, 'x');
+  for (int i = 0; i < 100; ++i) {
+    LogWarning("always the same");
+    LogWarning(std::to_string(i));
+  }
+  EXPECT_EQ(std::filesystem::file_size(log.string() + ".1"), 102400u);
+  const std::string lines = ContentOf(log);
+  EXPECT_LE(std::count(lines.begin(), lines.end(), '\n'), 20);
+  EXPECT_EQ(lines.find("always"), lines.rfind("always"));
 }
 
 TEST_F(FactStoreTest, ReplacesAStoreThatIsDamagedWhileItIsInUse) {

@@ -3,6 +3,7 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 
+#include "feed-file/store-log.h"
 #include "platform/file-time.h"
 #include "platform/linux/child-process.h"
 #include "platform/linux/open-descriptors.h"
@@ -64,23 +65,27 @@ TEST_F(FeedFileOnLinux, TakesNoRecordOfAFileThatMayChangeAgainWithoutANewTime) {
   EXPECT_TRUE(failure.ends_with("only a moment ago")) << failure;
 }
 
-constexpr std::uint64_t kLimit = std::uint64_t{64} << 20;
+// A store, and what this system lets happen to its users.
+class FactStoreOnLinux : public testing::Test {
+ protected:
+  FactStoreOnLinux() { std::filesystem::create_directory(data.parent_path()); }
 
-// A process that has set itself the limit is refused a large record at some point.
-void ExpectARefusalAndNoDamage(__rlimit_resource resource,
-                               rlim_t (*limit)(const std::filesystem::path& data)) {
+  static constexpr std::uint64_t kLimit = std::uint64_t{64} << 20;
   const TestMachine machine;
   const WideString folder = machine.WideFolder() + LARDER_WIDE("store");
   const std::filesystem::path data = machine.Folder() / "store" / "facts.db";
-  std::filesystem::create_directory(data.parent_path());
+};
+
+TEST_F(FactStoreOnLinux, TakesAFileThatCannotGrowForNoDamageAndIsNotEndedByIt) {
   { KeepNow(*std::make_unique<FactStore>(folder, kLimit), 0); }
   const int result = RunInChild([&] {
     FactStore store(folder, kLimit);
-    const rlimit both = {limit(data), RLIM_INFINITY};
-    setrlimit(resource, &both);
+    const rlimit both = {file_size(data), RLIM_INFINITY};
+    setrlimit(RLIMIT_FSIZE, &both);
     const std::string refusal = TextThrownBy([&] {
       for (int i = 1; i < 1000; ++i) KeepNow(store, i, 200'000);
     });
+    LogWarning("longer than any file may be");
     return refusal != "(nothing thrown)" && Has(store, 0) ? 0 : 1;
   });
   EXPECT_EQ(result, 0);
@@ -89,9 +94,64 @@ void ExpectARefusalAndNoDamage(__rlimit_resource resource,
   EXPECT_FALSE(std::filesystem::exists(machine.Folder() / "set-aside"));
 }
 
-TEST(FactStoreOnLinux, TakesAFileThatCannotGrowForNoDamage) {
-  ExpectARefusalAndNoDamage(RLIMIT_FSIZE,
-                            [](const std::filesystem::path& data) { return file_size(data); });
+TEST_F(FactStoreOnLinux, AForkedChildHasNoStoreAndHoldsNoLockOfIt) {
+  FactStore store(folder, kLimit);
+  KeepNow(store, 0);
+  const int result = RunInChild([&] {
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+      std::error_code closed;  // of the iterator itself
+      const std::string target = std::filesystem::read_symlink(entry, closed).string();
+      if (target.starts_with(machine.Folder().string())) return 1;
+    }
+    FactStore own(folder, kLimit);
+    for (FactStore* one : {&store, &own}) {
+      if (Has(*one, 0) ||
+          TextThrownBy([&] { KeepNow(*one, 1); }).find("forked") == std::string::npos)
+        return 2;
+    }
+    return store.IsOfParent() && !own.IsOfParent() ? 0 : 3;
+  });
+  EXPECT_EQ(result, 0);
+  KeepNow(store, 1);
+  EXPECT_TRUE(Has(store, 0) && Has(store, 1));
+}
+
+TEST_F(FactStoreOnLinux, KeepsItsLocksWhenTheProcessReadsTheStoresFiles) {
+  FactStore store(folder, kLimit);
+  KeepNow(store, 0);
+  const std::filesystem::path shared = data.string() + "-shm";
+  store.VisitAll([&](std::string_view, const platform::FileInfo&, RecordView) {
+    ContentOf(shared);
+    const int file = open(shared.c_str(), O_RDWR | O_CLOEXEC);
+    struct flock lock {};
+    lock.l_type = F_WRLCK;
+    EXPECT_EQ(fcntl(file, F_OFD_GETLK, &lock), 0);
+    EXPECT_NE(lock.l_type, F_UNLCK);
+    close(file);
+    return true;
+  });
+}
+
+TEST_F(FactStoreOnLinux, ServesAProcessThatMayOnlyReadWithAndWithoutTheFilesBesideTheDatabase) {
+  { KeepNow(*std::make_unique<FactStore>(folder, kLimit), 0); }
+  for (auto path = data.parent_path(); path != "/"; path = path.parent_path()) {
+    std::filesystem::permissions(
+        path, std::filesystem::perms::others_read | std::filesystem::perms::others_exec,
+        std::filesystem::perm_options::add);
+  }
+  for (const char* suffix : {"", "-wal", "-shm"}) chmod((data.string() + suffix).c_str(), 0644);
+  for (const bool areThere : {true, false}) {
+    if (!areThere) {
+      for (const char* suffix : {"-wal", "-shm"}) std::filesystem::remove(data.string() + suffix);
+    }
+    EXPECT_EQ(RunAsNobody([&] {
+                FactStore store(folder, kLimit);
+                const std::string refusal = TextThrownBy([&] { KeepNow(store, 1); });
+                return (Has(store, 0) ? 0 : 1) +
+                       (refusal == "this process has no right to write to the store" ? 0 : 2);
+              }),
+              0);
+  }
 }
 
 TEST(FileHasherOnLinux, NeedsNoSecondThread) {
