@@ -25,6 +25,7 @@ constexpr std::size_t kMaxWaitingBytes = std::size_t{32} << 20;
 constexpr std::chrono::microseconds kPause(1'000);
 constexpr milliseconds kLockTimeout(10'000);
 constexpr milliseconds kLockTimeoutAtEnds(1'000);  // when a client initializes or releases
+constexpr std::chrono::seconds kPatience(1);
 constexpr std::chrono::seconds kOpeningInterval(30);
 constexpr std::chrono::seconds kFollowingInterval(1);
 
@@ -151,8 +152,9 @@ void FactStore::Reopen(const std::string& damage) {
     ++generation;
   }
   const bool isInPlace = old != nullptr && old->IsInPlace();
-  // On some systems a folder can't be renamed while one of its files is open.
-  while (old.use_count() > 1) std::this_thread::sleep_for(kPause);
+  // On some systems a folder can't be renamed while one of its files is open, by a query.
+  const Clock::time_point end = Clock::now() + kPatience;
+  while (old.use_count() > 1 && Clock::now() < end) std::this_thread::sleep_for(kPause);
   old.reset();
   nextOpening = Clock::now() + kOpeningInterval;
   try {
