@@ -11,11 +11,20 @@ namespace {
   throw std::system_error(static_cast<int>(code), std::system_category(), file.string());
 }
 
+HANDLE TryOpen(const std::filesystem::path& file, DWORD disposition) {
+  return CreateFileW(file.c_str(), GENERIC_READ | GENERIC_WRITE,
+                     FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, disposition,
+                     FILE_ATTRIBUTE_NORMAL, nullptr);
+}
+
+// Waits while the provider reads the file, which it doesn't share with writers.
 HANDLE Open(const std::filesystem::path& file, DWORD disposition) {
-  const HANDLE handle = CreateFileW(file.c_str(), GENERIC_READ | GENERIC_WRITE,
-                                    FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                                    disposition, FILE_ATTRIBUTE_NORMAL, nullptr);
-  if (handle == INVALID_HANDLE_VALUE) Fail(file, GetLastError());
+  HANDLE handle = TryOpen(file, disposition);
+  for (int i = 0; handle == INVALID_HANDLE_VALUE; ++i) {
+    if (GetLastError() != ERROR_SHARING_VIOLATION || i == 10'000) Fail(file, GetLastError());
+    Sleep(1);
+    handle = TryOpen(file, disposition);
+  }
   return handle;
 }
 
