@@ -135,7 +135,7 @@ TEST_F(ToolWindowsTest, AConsoleShowsEveryNameAndKeepsItsCodePageWhenItIsInterru
   MakeFile("tree/b\xE2\x80\xAE\xC3\xA4\xE2\x82\xAC", "abc");
   MakeFile("tree/staying", "abc");
   const ConsoleProgram scan(tool, {"scan", "--threads", "1", "tree"});
-  while (scan.Shown().find("tree/b\\u202e\xC3\xA4\xE2\x82\xAC") == std::string::npos) {
+  while (scan.Shown().find("tree\\b\\u202e\xC3\xA4\xE2\x82\xAC") == std::string::npos) {
   }
   scan.PressControlC();
   EXPECT_EQ(scan.Wait(), 1u);
