@@ -43,10 +43,11 @@ BEGIN {
   outside["soak"] = "platform"
   outside["samples"] = ""
   outside["include"] = ""
-  # Within the tool: log, scan and status -> query, registry -> cli.
+  # Within the tool: find, log, scan and status -> query, registry -> cli.
   tool["cli"] = "cli"
   tool["registry"] = "registry cli"
   tool["query"] = "query cli"
+  tool["find"] = "find query cli"
   tool["log"] = "log registry cli"
   tool["scan"] = "scan query cli"
   tool["status"] = "status log query registry cli"

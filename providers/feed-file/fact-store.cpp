@@ -247,10 +247,10 @@ bool FactStore::Find(const StoredFile& file, DbBuffer* record) {
 }
 
 void FactStore::VisitAll(const FactDatabase::Visitor& visit) {
-  if (IsOfParent()) return;
-  const Opened opened = Current();
+  const Opened opened = IsOfParent() ? Opened() : Current();
+  if (opened.database == nullptr) throw StoreError(WhyNone(), false);
   try {
-    if (opened.database != nullptr) opened.database->VisitAll(visit);
+    opened.database->VisitAll(visit);
   } catch (const StoreError& error) {
     NoteDamage(error, opened.generation);
     throw;
@@ -281,13 +281,19 @@ FileFigures FactStore::Figures() {
 
 // Empty if records can be written, as far as it is known without trying.
 std::string FactStore::WhyNotWritable() {
-  if (IsOfParent()) return "this process was forked from one that had the store open";
+  if (IsOfParent()) return WhyNone();
   const Opened opened = Current();
   if (opened.database != nullptr && !opened.database->IsWritable()) {
     return "this process has no right to write to the store";
   }
+  return thread.Get() == nullptr ? WhyNone() : std::string();
+}
+
+// Why there is no store.
+std::string FactStore::WhyNone() {
+  if (IsOfParent()) return "this process was forked from one that had the store open";
   const std::lock_guard guard(lock);
-  return thread.Get() == nullptr ? reason : std::string();
+  return reason.empty() ? "it is being replaced" : reason;
 }
 
 // Null if there is no store, if the record is too large for it, or if the queue is full.

@@ -53,7 +53,8 @@ class FactStore {
   // Waits at most some seconds for a writer of another process.
   void KeepNow(const StoredFile& file, RecordView record);
 
-  // Calls visit for each entry of the database; see FactDatabase.
+  // Calls visit for each entry of the database; see FactDatabase. Throws StoreError with the reason
+  // if there is none.
   void VisitAll(const FactDatabase::Visitor& visit);
 
   // For the counts that the provider takes.
@@ -123,6 +124,7 @@ class FactStore {
   void Fail(const char* text) noexcept;
   void NoteDamage(const StoreError& error, std::uint64_t seenGeneration);
   std::string WhyNotWritable();
+  std::string WhyNone();
 
   bool FindStored(std::uint64_t key, WideView folded, const platform::FileInfo& info,
                   DbBuffer* record);

@@ -150,3 +150,7 @@ LARDER_PROVIDER_EXPORT void GetProvider(IDataProvider** out) {
 LARDER_PROVIDER_EXPORT void GetFileFigures(larder::feed::FileFigures* out) {
   *out = larder::feed::SharedFigures();
 }
+
+LARDER_PROVIDER_EXPORT void VisitStoredRecords(const larder::StoredRecordVisitor& visit) {
+  larder::feed::VisitShared(visit);
+}

@@ -57,6 +57,12 @@ void Destroy(FactStore* store) {
   if (!store->IsOfParent()) delete store;
 }
 
+// Null while nobody holds the store.
+std::shared_ptr<FactStore> HeldStore() {
+  const std::lock_guard guard(CurrentHolder.lock);
+  return CurrentHolder.store.lock();
+}
+
 }  // namespace
 
 std::shared_ptr<FactStore> SharedStore() {
@@ -68,9 +74,16 @@ std::shared_ptr<FactStore> SharedStore() {
 }
 
 FileFigures SharedFigures() {
-  const std::lock_guard guard(CurrentHolder.lock);
-  const std::shared_ptr<FactStore> store = CurrentHolder.store.lock();
+  const std::shared_ptr<FactStore> store = HeldStore();
   return store ? store->Figures() : FileFigures{};
+}
+
+void VisitShared(const StoredRecordVisitor& visit) {
+  const std::shared_ptr<FactStore> store = HeldStore();
+  if (!store) throw StoreError("the process has no provider's object", false);
+  store->VisitAll([&](std::string_view path, const platform::FileInfo&, RecordView record) {
+    return visit(path, record);
+  });
 }
 
 }  // namespace larder::feed

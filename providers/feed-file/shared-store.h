@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "feed-file/fact-store.h"
+#include "product/stored-records.h"
 
 namespace larder::feed {
 
@@ -15,5 +16,9 @@ std::shared_ptr<FactStore> SharedStore();
 
 // Zeros while nobody holds the store. May be called from any thread.
 FileFigures SharedFigures();
+
+// Calls visit for each entry; see product/stored-records.h. Throws StoreError with the reason if
+// there is no store, and as FactStore::VisitAll. May be called from any thread.
+void VisitShared(const StoredRecordVisitor& visit);
 
 }  // namespace larder::feed

@@ -8,8 +8,11 @@
 #include <stdexcept>
 #include <thread>
 
+#include "testing/certificate-file.h"
+#include "testing/file-record-bytes.h"
 #include "tools/larder/cli/path.h"
 #include "tools/larder/cli/text.h"
+#include "tools/larder/find/record-match.h"
 #include "tools/larder/registry/registry-value.h"
 #include "tools/larder/scan/ordered-work.h"
 #include "tools/larder/scan/path-pattern.h"
@@ -168,6 +171,43 @@ TEST(SizeTextTest, SizesHaveOneDigitBehindThePointAndThreeInFrontAtMost) {
       {0, "0 bytes"},        {1, "1 byte"},       {999, "999 bytes"},     {1000, "1.0 kB"},
       {999'949, "999.9 kB"}, {999'950, "1.0 MB"}, {UINT64_MAX, "18.4 EB"}};
   for (const auto& [size, text] : sizes) EXPECT_EQ(SizeText(size), text);
+}
+
+TEST(RecordMatchTest, EachDigestIsFoundByItsWholeValueAndNotTheZerosOfAnImage) {
+  FileDataRecord facts{};
+  auto* const digests = facts.fileMD5;  // the ten are side by side
+  for (std::size_t i = 0; i < 360; ++i) digests[i] = static_cast<std::uint8_t>(i % 251 + 1);
+  const RecordBytes record = FileRecordBytes(facts, {{{}}});
+  std::size_t start = offsetof(FileDataRecord, fileMD5);
+  for (const std::string front : {"", "pe-"}) {
+    for (const auto& [name, size] : {std::pair<const char*, std::size_t>{"md5", 16},
+                                     {"sha1", 20},
+                                     {"sha256", 32},
+                                     {"sha384", 48},
+                                     {"sha512", 64}}) {
+      std::string hex = Hex(std::span(record).subspan(start, size));
+      EXPECT_EQ(DigestMatch(hex)(record), front + name);
+      hex.back() = hex.back() == '0' ? '1' : '0';
+      EXPECT_EQ(DigestMatch(hex)(record), "") << front << name;
+      start += size;
+    }
+  }
+  EXPECT_EQ(DigestMatch(std::string(32, '0'))(FileRecordBytes({}, {{{}}})), "");
+}
+
+TEST(RecordMatchTest, ASubjectIsFoundInAnyChainWhateverTheCaseOfItsLetters) {
+  const RecordBytes record =
+      FileRecordBytes({}, {{CertificateFile("text"), CertificateFile("signer")},
+                           {CertificateFile("utf8"), CertificateFile("ca")}});
+  for (const char* text : {"CN=Example Signer", "o=eXAMPLE", "Žluť", "example ca"}) {
+    EXPECT_EQ(SignerMatch(text)(record), "signer") << text;
+  }
+  EXPECT_EQ(SignerMatch("Example Root")(record), "");
+  const std::span bytes(record);
+  for (const std::size_t size : {std::size_t{0}, record.size() / 2}) {
+    EXPECT_EQ(SignerMatch("example ca")(bytes.first(size)), "") << size;
+    EXPECT_EQ(DigestMatch(std::string(32, '0'))(bytes.first(size)), "") << size;
+  }
 }
 
 }  // namespace

@@ -15,9 +15,9 @@ int RunCommand(const std::vector<std::string>& arguments, Output& output) {
   CommandLine line("larder",
                    "Reads and changes the set-up of Larder, and queries files through it.",
                    "larder " LARDER_TOOL_VERSION);
-  for (const auto add :
-       {&AddSetupCommand, &AddStatusCommand, &AddQueryCommand, &AddScanCommand, &AddLogCommand,
-        &AddNotifyCommand, &AddRegistryCommand, &AddRemoveCommand, &AddProbeCommand})
+  for (const auto add : {&AddSetupCommand, &AddStatusCommand, &AddQueryCommand, &AddScanCommand,
+                         &AddFindCommand, &AddLogCommand, &AddNotifyCommand, &AddRegistryCommand,
+                         &AddRemoveCommand, &AddProbeCommand})
     add(line.Top());
   if (arguments.empty()) {
     (void)WriteText(Stream::kErrors, line.Help());

@@ -18,6 +18,9 @@ void AddQueryCommand(const Command& top);
 // larder scan: the facts of all files below folders. A client of the library, too.
 void AddScanCommand(const Command& top);
 
+// larder find: which files have a digest or a signer, from the file provider's store.
+void AddFindCommand(const Command& top);
+
 // larder log on | off | path | list | show: the log that the library writes to disk.
 void AddLogCommand(const Command& top);
 

@@ -47,7 +47,7 @@ Json Chains(const FileDataRecord& record) {
 
 }  // namespace
 
-std::string JsonLine(const FileAnswer& answer) {
+std::string JsonLine(const FileAnswer& answer, const std::string& found) {
   const FileDataRecord* record = answer.block.empty() ? nullptr : &answer.Record();
   Json line;
   line["path"] = answer.path;
@@ -58,6 +58,7 @@ std::string JsonLine(const FileAnswer& answer) {
   line["chains"] = record != nullptr ? Chains(*record) : Json::array();
   line["result"] = answer.result ? Json(*answer.result) : Json();
   line["error"] = answer.error.empty() ? Json() : Json(answer.error);
+  if (!found.empty()) line["found"] = found;
   // A path may have bytes or lone surrogates that aren't UTF-8.
   return line.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
 }

@@ -5,6 +5,7 @@
 
 #include "records/record-cursor.h"
 #include "records/record-dump.h"
+#include "tools/larder/cli/path.h"
 #include "tools/larder/cli/text.h"
 
 namespace larder::tool {
@@ -36,6 +37,25 @@ std::string NameLine(const char* label, const std::string& name, const void* cer
   return RecordLine(label, "(no readable name, " + SizeText(CertificateSize(cert)) + ")");
 }
 
+// A character of a path, escaped as by sha256sum.
+std::string Escaped(char c) {
+  switch (c) {
+    case '\\':
+      return "\\\\";
+    case '\n':
+      return "\\n";
+    case '\r':
+      return "\\r";
+    default:
+      return {c};
+  }
+}
+
+// Whether the line of a path has escapes. A backslash that is a separator needs none.
+bool NeedsEscapes(const std::string& path) {
+  return path.find_first_of(Separator() == '\\' ? "\n\r" : "\\\n\r") != std::string::npos;
+}
+
 // The certificates' subjects, and behind them who issued the last one.
 std::string ChainText(const std::vector<const void*>& certs) {
   if (IsNoChain(certs)) return RecordLine("chain", "none");
@@ -56,6 +76,13 @@ std::string HeaderText(const DataBlockHeader& header) {
 std::string RecordLine(std::string label, const std::string& value) {
   label.resize(std::max(kLabelWidth, label.size() + 1), ' ');
   return label + value + "\n";
+}
+
+std::string PathLine(const std::string& word, const std::string& path) {
+  if (!NeedsEscapes(path)) return word + "  " + path + "\n";
+  std::string escaped;
+  for (const char c : path) escaped += Escaped(c);
+  return "\\" + word + "  " + escaped + "\n";
 }
 
 std::string FileRecordText(const FileDataRecord& record) {

@@ -13,6 +13,10 @@ namespace larder::tool {
 
 std::string RecordLine(std::string label, const std::string& value);
 
+// A line of a word, two blanks and a path, in the format of sha256sum: a path with a line end, and
+// on Linux with a backslash, is escaped, and its line begins with a backslash.
+std::string PathLine(const std::string& word, const std::string& path);
+
 // record: one that ValidateFileDataRecord accepts, as in everything below.
 std::string FileRecordText(const FileDataRecord& record);
 
@@ -38,6 +42,7 @@ std::string BlockText(std::span<const unsigned char> block);
 
 // The answer for one file as a line of JSON, in UTF-8 with a line feed; docs/tool.md has the
 // format. answer: its block, if it has one, is a file record that ValidateFileDataRecord accepts.
-std::string JsonLine(const FileAnswer& answer);
+// found: the value of the key "found", which the line doesn't have if it is empty.
+std::string JsonLine(const FileAnswer& answer, const std::string& found = {});
 
 }  // namespace larder::tool

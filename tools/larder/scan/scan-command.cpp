@@ -30,37 +30,15 @@ constexpr std::size_t kWindow = 1024;  // results that may wait for the one befo
 constexpr std::chrono::milliseconds kCheckPause(100);
 constexpr std::chrono::milliseconds kPatience(500);  // with queries after a termination request
 
-// A character of a name, escaped as by sha256sum.
-std::string Escaped(char c) {
-  switch (c) {
-    case '\\':
-      return "\\\\";
-    case '\n':
-      return "\\n";
-    case '\r':
-      return "\\r";
-    default:
-      return {c};
-  }
-}
-
-// Whether the line of a name has escapes. A backslash that is a separator needs none.
-bool NeedsEscapes(const std::string& name) {
-  return name.find_first_of(Separator() == '\\' ? "\n\r" : "\\\n\r") != std::string::npos;
-}
-
-// A line in the format of sha256sum, which begins with a backslash if the name has escapes.
-std::string DigestLine(const FileAnswer& answer, const Scan& scan) {
-  const bool isEscaped = !scan.endsInNul && NeedsEscapes(answer.path);
-  std::string name;
-  for (const char c : answer.path) name += isEscaped ? Escaped(c) : std::string{c};
-  return (isEscaped ? "\\" : "") + Hex(answer.Record().fileSHA256) + "  " + name + "\n";
+std::string DigestText(const FileAnswer& answer, const Scan& scan) {
+  const std::string digest = Hex(answer.Record().fileSHA256);
+  return scan.endsInNul ? digest + "  " + answer.path + "\n" : PathLine(digest, answer.path);
 }
 
 std::string TextOf(const FileAnswer& answer, const Scan& scan) {
   std::string text;
   if (scan.form == ScanForm::kJson) text = JsonLine(answer);
-  if (scan.form == ScanForm::kDigests && !answer.block.empty()) text = DigestLine(answer, scan);
+  if (scan.form == ScanForm::kDigests && !answer.block.empty()) text = DigestText(answer, scan);
   if (scan.endsInNul && !text.empty()) text.back() = '\0';
   return text;
 }

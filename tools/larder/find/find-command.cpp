@@ -1,0 +1,162 @@
+#include <larder/feed-file.h>
+
+#include <algorithm>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "platform/message.h"
+#include "platform/module.h"
+#include "platform/scoped-handle.h"
+#include "product/product.h"
+#include "product/stored-records.h"
+#include "support/registry.h"
+#include "tools/larder/cli/client.h"
+#include "tools/larder/cli/commands.h"
+#include "tools/larder/cli/output.h"
+#include "tools/larder/cli/path.h"
+#include "tools/larder/find/record-match.h"
+#include "tools/larder/query/file-query.h"
+#include "tools/larder/query/record-text.h"
+
+namespace larder::tool {
+namespace {
+
+struct Arguments {
+  std::optional<std::string> digest;
+  std::optional<std::string> signer;
+  bool json = false;
+};
+
+struct Search {
+  RecordMatch match;
+  bool isJson;
+};
+
+// An entry of the store that matches.
+struct Match {
+  std::string path;  // as the client gave it
+  std::string where;
+};
+
+Search CheckedSearch(const Arguments& arguments) {
+  if (arguments.digest.has_value() == arguments.signer.has_value()) {
+    throw UsageError("find", "give one of DIGEST and --signer");
+  }
+  return {arguments.digest ? DigestMatch(*arguments.digest) : SignerMatch(*arguments.signer),
+          arguments.json};
+}
+
+// The module that the library has loaded, or another handle for the same.
+platform::OwnedModule FileProviderModule() {
+  const WideString path = GetRegistryString(kInstallKey, kLocationValue) +
+                          GetRegistryString(kFeedFileKey, kModuleValue);
+  platform::OwnedModule module(platform::FindLoadedModule(path));
+  if (!module.IsEmpty()) return module;
+  throw std::runtime_error("the key \"" + platform::Utf8FromWide(kFeedFileKey) +
+                           "\" names no loaded module");
+}
+
+void VisitStore(const StoredRecordVisitor& visit) {
+  const platform::OwnedModule module = FileProviderModule();
+  const auto function = reinterpret_cast<VisitStoredRecordsFunction>(
+      platform::FindSymbol(module.Get(), "VisitStoredRecords"));
+  if (function == nullptr) {
+    throw std::runtime_error("the file provider isn't the one of this version");
+  }
+  function(visit);
+}
+
+// The matching entries, sorted. Returns false, after printing the reason, if they may not be all.
+bool FindMatches(const Search& search, std::vector<Match>& matches) {
+  bool isComplete = true;
+  try {
+    VisitStore([&](std::string_view path, std::span<const unsigned char> record) {
+      std::string where = search.match(record);
+      if (!where.empty()) matches.push_back({std::string(path), std::move(where)});
+      return true;
+    });
+  } catch (const std::exception& error) {
+    PrintError(std::string("cannot read the store: ") + error.what());
+    isComplete = false;
+  }
+  std::ranges::sort(matches, {}, &Match::path);
+  return isComplete;
+}
+
+// Why a matching entry isn't one of the file as it is now.
+std::string Difference(const FileAnswer& answer, const WideString& path) {
+  const std::string changed = "changed since its facts were stored";
+  platform::FileInfo info;
+  platform::FileKind kind{};
+  const platform::Code code = platform::QueryPathInfo(path, info, kind);
+  if (code == platform::kFileNotFound || code == platform::kPathNotFound) {
+    return changed + ": it no longer exists";
+  }
+  if (code != platform::kSuccess) return platform::SystemReason(code);
+  if (kind != platform::FileKind::kRegular) return changed + ": it isn't a regular file";
+  const bool isAnswer = answer.result == LARDER_OK || answer.result == LARDER_E_NO_DATA ||
+                        answer.result == LARDER_E_FILE_ID_MISMATCH;
+  return isAnswer ? changed : answer.error;
+}
+
+// Returns whether the file still matches.
+bool ShowMatch(LarderHandle handle, const Search& search, Match match, Output& output) {
+  WideString path;
+  if (!platform::WideFromUtf8(match.path, path)) return false;  // not the provider's entry
+  FileQuestion question;
+  question.option = LARDER_FEED_FILE_STORED;
+  FileAnswer answer = QueryPath(handle, question, path, PathText(path));
+  const std::string where = answer.error.empty() ? search.match(answer.block) : "";
+  if (where.empty()) {
+    answer.error = Difference(answer, path);
+    answer.block.clear();
+    PrintError(answer.path + ": " + answer.error);
+  } else {
+    match.where = where;
+  }
+  if (search.isJson) {
+    output.Write(JsonLine(answer, match.where));
+  } else if (!where.empty()) {
+    output.Write(PathLine(where, answer.path));
+  }
+  return !where.empty();
+}
+
+bool FindFiles(LarderHandle handle, const Search& search, Output& output) {
+  std::vector<Match> matches;
+  const bool isComplete = FindMatches(search, matches);
+  bool hasFound = false;
+  for (Match& match : matches) {
+    if (output.Failed()) break;
+    hasFound |= ShowMatch(handle, search, std::move(match), output);
+  }
+  if (isComplete && matches.empty()) PrintError("no file in the store has it");
+  return isComplete && hasFound;
+}
+
+void IgnoreMessage(std::int32_t) {}
+
+int RunFind(const Search& search, Output& output) {
+  LarderHandle handle = nullptr;
+  if (!StartLibrary(&IgnoreMessage, handle)) return kExitFailed;
+  const bool succeeded = FindFiles(handle, search, output);
+  return EndLibrary() && succeeded ? kExitOk : kExitFailed;
+}
+
+}  // namespace
+
+void AddFindCommand(const Command& top) {
+  const auto arguments = std::make_shared<Arguments>();
+  const Command find = top.AddCommand("find", "Print the files with a digest or a signer");
+  find.AddOption("DIGEST", arguments->digest, "MD5, SHA-1 or SHA-2 digest of a file or an image");
+  find.AddOption("--signer", arguments->signer, "Text in the subject of a certificate");
+  find.AddFlag("--json", arguments->json, "Print a line of JSON for each file");
+  find.OnChosen([arguments] {
+    return [search = CheckedSearch(*arguments)](Output& output) { return RunFind(search, output); };
+  });
+}
+
+}  // namespace larder::tool
