@@ -81,9 +81,7 @@ FileFigures SharedFigures() {
 void VisitShared(const StoredRecordVisitor& visit) {
   const std::shared_ptr<FactStore> store = HeldStore();
   if (!store) throw StoreError("the process has no provider's object", false);
-  store->VisitAll([&](std::string_view path, const platform::FileInfo&, RecordView record) {
-    return visit(path, record);
-  });
+  store->VisitAll(visit);
 }
 
 }  // namespace larder::feed

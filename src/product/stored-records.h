@@ -6,12 +6,15 @@
 #include <span>
 #include <string_view>
 
+#include "platform/file.h"
+
 namespace larder {
 
-// Called with each entry of the store. path: as the client gave it, in UTF-8. record: at any
-// address, and not validated. Both are valid during the call. Returns false to end the visit.
-using StoredRecordVisitor =
-    std::function<bool(std::string_view path, std::span<const unsigned char> record)>;
+// Called with each entry of the store. path: as the client gave it, in UTF-8. info: the file's
+// state; the record is valid while the file is in the same one. record: at any address, and not
+// validated. All are valid during the call. Returns false to end the visit.
+using StoredRecordVisitor = std::function<bool(
+    std::string_view path, const platform::FileInfo& info, std::span<const unsigned char> record)>;
 
 // The export VisitStoredRecords of the file provider's module. Calls visit for each entry, in no
 // particular order. Throws a std::exception with the reason if there is no store, or if it can't be

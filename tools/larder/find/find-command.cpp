@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/file.h"
 #include "platform/message.h"
 #include "platform/module.h"
 #include "platform/scoped-handle.h"
@@ -37,7 +38,8 @@ struct Search {
 
 // An entry of the store that matches.
 struct Match {
-  std::string path;  // as the client gave it
+  std::string path;  // as the client gave it, in UTF-8
+  platform::FileInfo info;
   std::string where;
 };
 
@@ -73,9 +75,10 @@ void VisitStore(const StoredRecordVisitor& visit) {
 bool FindMatches(const Search& search, std::vector<Match>& matches) {
   bool isComplete = true;
   try {
-    VisitStore([&](std::string_view path, std::span<const unsigned char> record) {
+    VisitStore([&](std::string_view path, const platform::FileInfo& info,
+                   std::span<const unsigned char> record) {
       std::string where = search.match(record);
-      if (!where.empty()) matches.push_back({std::string(path), std::move(where)});
+      if (!where.empty()) matches.push_back({std::string(path), info, std::move(where)});
       return true;
     });
   } catch (const std::exception& error) {
@@ -86,8 +89,8 @@ bool FindMatches(const Search& search, std::vector<Match>& matches) {
   return isComplete;
 }
 
-// Why a matching entry isn't one of the file as it is now.
-std::string Difference(const FileAnswer& answer, const WideString& path) {
+// Why a match isn't about the file as it is now; empty if it is. path: the match's.
+std::string Difference(const Match& match, const WideString& path) {
   const std::string changed = "changed since its facts were stored";
   platform::FileInfo info;
   platform::FileKind kind{};
@@ -97,41 +100,47 @@ std::string Difference(const FileAnswer& answer, const WideString& path) {
   }
   if (code != platform::kSuccess) return platform::SystemReason(code);
   if (kind != platform::FileKind::kRegular) return changed + ": it isn't a regular file";
-  const bool isAnswer = answer.result == LARDER_OK || answer.result == LARDER_E_NO_DATA ||
-                        answer.result == LARDER_E_FILE_ID_MISMATCH;
-  return isAnswer ? changed : answer.error;
+  return info == match.info ? "" : changed;
 }
 
-// Returns whether the file still matches.
-bool ShowMatch(LarderHandle handle, const Search& search, Match match, Output& output) {
-  WideString path;
-  if (!platform::WideFromUtf8(match.path, path)) return false;  // not the provider's entry
-  FileQuestion question;
-  question.option = LARDER_FEED_FILE_STORED;
-  FileAnswer answer = QueryPath(handle, question, path, PathText(path));
-  const std::string where = answer.error.empty() ? search.match(answer.block) : "";
-  if (where.empty()) {
-    answer.error = Difference(answer, path);
-    answer.block.clear();
-    PrintError(answer.path + ": " + answer.error);
+std::string JsonOf(LarderHandle handle, const Match& match, const WideString& path,
+                   const std::string& difference) {
+  FileAnswer answer;
+  if (difference.empty()) {
+    FileQuestion question;
+    question.option = LARDER_FEED_FILE_STORED;
+    answer = QueryPath(handle, question, path, PathText(path));
   } else {
-    match.where = where;
+    answer.path = PathText(path);
+    answer.error = difference;
   }
+  return JsonLine(answer, match.where);
+}
+
+// Returns whether the file is as it was.
+bool ShowMatch(LarderHandle handle, const Search& search, const Match& match, Output& output) {
+  WideString path;
+  if (!platform::WideFromUtf8(match.path, path) || path.find(LARDER_WIDE('\0')) != path.npos) {
+    PrintError(match.path + ": the store has an entry with this path, which isn't one");
+    return false;
+  }
+  const std::string difference = Difference(match, path);
+  if (!difference.empty()) PrintError(PathText(path) + ": " + difference);
   if (search.isJson) {
-    output.Write(JsonLine(answer, match.where));
-  } else if (!where.empty()) {
-    output.Write(PathLine(where, answer.path));
+    output.Write(JsonOf(handle, match, path, difference));
+  } else if (difference.empty()) {
+    output.Write(PathLine(match.where, PathText(path)));
   }
-  return !where.empty();
+  return difference.empty();
 }
 
 bool FindFiles(LarderHandle handle, const Search& search, Output& output) {
   std::vector<Match> matches;
   const bool isComplete = FindMatches(search, matches);
   bool hasFound = false;
-  for (Match& match : matches) {
+  for (const Match& match : matches) {
     if (output.Failed()) break;
-    hasFound |= ShowMatch(handle, search, std::move(match), output);
+    hasFound |= ShowMatch(handle, search, match, output);
   }
   if (isComplete && matches.empty()) PrintError("no file in the store has it");
   return isComplete && hasFound;
