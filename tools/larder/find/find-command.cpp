@@ -121,7 +121,7 @@ std::string JsonOf(LarderHandle handle, const Match& match, const WideString& pa
 bool ShowMatch(LarderHandle handle, const Search& search, const Match& match, Output& output) {
   WideString path;
   if (!platform::WideFromUtf8(match.path, path) || path.find(LARDER_WIDE('\0')) != path.npos) {
-    PrintError(match.path + ": the store has an entry with this path, which isn't one");
+    PrintError(match.path + ": not a path, but the store has an entry for it");
     return false;
   }
   const std::string difference = Difference(match, path);
