@@ -120,7 +120,8 @@ std::string JsonOf(LarderHandle handle, const Match& match, const WideString& pa
 // Returns whether the file is as it was.
 bool ShowMatch(LarderHandle handle, const Search& search, const Match& match, Output& output) {
   WideString path;
-  if (!platform::WideFromUtf8(match.path, path) || path.find(LARDER_WIDE('\0')) != path.npos) {
+  if (!platform::WideFromUtf8(match.path, path) ||
+      path.find(LARDER_WIDE('\0')) != WideString::npos) {
     PrintError(match.path + ": not a path, but the store has an entry for it");
     return false;
   }

@@ -54,10 +54,10 @@ std::vector<unsigned char> BytesOf(const std::string& digits) {
 }
 
 const Algorithm& CheckedAlgorithm(const std::string& hex) {
-  const auto found = std::find_if(kAlgorithms.begin(), kAlgorithms.end(),
-                                  [&](const Algorithm& one) { return hex.size() == one.size * 2; });
-  if (found != kAlgorithms.end() && Lowered(hex).find_first_not_of(kDigits) == hex.npos)
-    return *found;
+  const bool isHex = Lowered(hex).find_first_not_of(kDigits) == std::string::npos;
+  for (const Algorithm& one : kAlgorithms) {
+    if (isHex && hex.size() == one.size * 2) return one;
+  }
   throw UsageError("DIGEST", "not 32, 40, 64, 96 or 128 hexadecimal digits: " + hex);
 }
 
@@ -69,12 +69,11 @@ class SubjectSearch {
 
   // cert: a CertDataRecord with its bytes.
   bool Matches(const void* cert) {
-    const std::size_t size = sizeof(CertDataRecord) + ReadUnaligned<CertDataRecord>(cert).certSize;
+    const std::size_t size = ReadUnaligned<CertDataRecord>(cert).certSize;
     if (size > kMaxKnownSize) return HasText(cert);
     if (known.size() == kMaxKnown) known.clear();
-    const auto [place, isNew] = known.try_emplace(
-        std::string(static_cast<const char*>(cert) + sizeof(CertDataRecord::nextCert),
-                    size - sizeof(CertDataRecord::nextCert)));
+    const char* bytes = static_cast<const char*>(cert) + sizeof(CertDataRecord);
+    const auto [place, isNew] = known.try_emplace(std::string(bytes, size));
     if (isNew) place->second = HasText(cert);
     return place->second;
   }
@@ -88,7 +87,7 @@ class SubjectSearch {
   }
 
   const std::string lowered;
-  std::unordered_map<std::string, bool> known;  // by the certificate's size and bytes
+  std::unordered_map<std::string, bool> known;  // by the certificate's bytes
 };
 
 bool HasSigner(Bytes record, SubjectSearch& search) {
@@ -106,7 +105,7 @@ RecordMatch DigestMatch(const std::string& hex) {
   const Algorithm& algorithm = CheckedAlgorithm(hex);
   const std::vector<unsigned char> digest = BytesOf(Lowered(hex));
   // An image's digests are zero for any other file.
-  const bool isZero = hex.find_first_not_of('0') == hex.npos;
+  const bool isZero = hex.find_first_not_of('0') == std::string::npos;
   return [algorithm, digest, isZero](Bytes record) -> std::string {
     const auto has = [&](std::size_t offset) {
       return std::memcmp(record.data() + offset, digest.data(), digest.size()) == 0;
