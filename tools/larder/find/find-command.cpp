@@ -51,7 +51,7 @@ Search CheckedSearch(const Arguments& arguments) {
           arguments.json};
 }
 
-// The module that the library has loaded, or another handle for the same.
+// A handle of its own for the module, which the library has loaded.
 platform::OwnedModule FileProviderModule() {
   const WideString path = GetRegistryString(kInstallKey, kLocationValue) +
                           GetRegistryString(kFeedFileKey, kModuleValue);
