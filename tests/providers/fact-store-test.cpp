@@ -56,7 +56,10 @@ class FactStoreTest : public testing::Test {
 };
 
 TEST_F(FactStoreTest, FindsTheLastRecordOfAPathAndNothingForAnotherState) {
+  const std::filesystem::path earlier = data.parent_path() / "data.mdb";
+  std::ofstream(earlier) << "an earlier version's store";
   FactStore store(folder, kMiB);
+  EXPECT_FALSE(std::filesystem::exists(earlier));
   KeepNow(store, 1);
   EXPECT_TRUE(Has(store, 1));
   EXPECT_FALSE(Has(store, 2));

@@ -1,5 +1,6 @@
 #include "tools/larder/scan/ordered-work.h"
 
+#include <algorithm>
 #include <exception>
 #include <stdexcept>
 #include <utility>
@@ -7,6 +8,14 @@
 #include "platform/thread.h"
 
 namespace larder::tool {
+namespace {
+
+// How many results are gathered, and for how long, before the thread that takes them is woken:
+// waking it for each would cost more than a result from the store does.
+constexpr std::size_t kGathered = 64;
+constexpr std::chrono::milliseconds kGathering(1);
+
+}  // namespace
 
 OrderedWork::OrderedWork(std::size_t threadCount, std::size_t newWindow, Next newNext,
                          Process newProcess)
@@ -37,6 +46,11 @@ OrderedWork::Taken OrderedWork::Take(ScanResult& result,
   std::unique_lock lock(mutex);
   std::optional<ScanResult>& slot = slots[taken % window];
   const auto isReady = [&] { return slot.has_value() || IsAtEnd(); };
+  if (!isReady()) {
+    wanted = std::min(kGathered, window);
+    resultStored.wait_for(lock, kGathering, [&] { return IsAtEnd() || stored >= wanted; });
+    wanted = 1;
+  }
   if (!deadline) {
     resultStored.wait(lock, isReady);
   } else if (!resultStored.wait_until(lock, *deadline, isReady)) {
@@ -45,6 +59,7 @@ OrderedWork::Taken OrderedWork::Take(ScanResult& result,
   if (!slot.has_value()) return Taken::kEnd;
   result = *std::exchange(slot, std::nullopt);
   ++taken;
+  --stored;
   slotFreed.notify_one();
   return Taken::kResult;
 }
@@ -62,6 +77,7 @@ bool OrderedWork::TakeStored(ScanResult& result) {
     std::optional<ScanResult>& slot = slots[number % window];
     if (!slot.has_value()) continue;
     result = *std::exchange(slot, std::nullopt);
+    --stored;
     return true;
   }
   return false;
@@ -120,7 +136,8 @@ void OrderedWork::ProcessFile(ScanResult& result) const {
 void OrderedWork::Store(ScanResult result, std::uint64_t number) {
   const std::lock_guard lock(mutex);
   slots[number % window] = std::move(result);
-  resultStored.notify_one();
+  ++stored;
+  if (stored >= wanted && slots[taken % window].has_value()) resultStored.notify_one();
 }
 
 }  // namespace larder::tool

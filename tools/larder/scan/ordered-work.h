@@ -80,6 +80,8 @@ class OrderedWork {
   std::vector<std::optional<ScanResult>> slots;
   std::uint64_t started = 0;  // number of files
   std::uint64_t taken = 0;    // number of results
+  std::size_t stored = 0;     // results that aren't taken yet
+  std::size_t wanted = 1;     // as many wake the thread in Take
   bool isEnded = false;       // no further file is started
 
   std::vector<AutoHandle> threads;
