@@ -84,7 +84,7 @@ void Connection::Configure() {
   int persist = 1;
   sqlite3_file_control(Native(), nullptr, SQLITE_FCNTL_PERSIST_WAL, &persist);
   sqlite3_busy_timeout(Native(), kBusyTimeout);
-  Run("PRAGMA cell_size_check=ON; PRAGMA cache_size=-2000");
+  Run("PRAGMA cell_size_check=ON; PRAGMA cache_size=-6000");
 }
 
 void Connection::Run(const char* sql) {
