@@ -87,7 +87,7 @@ void Connection::Configure() {
   Run("PRAGMA cell_size_check=ON; PRAGMA cache_size=-6000");
 }
 
-void Connection::Run(const char* sql) {
+void Connection::Run(const char* sql) const {
   const int code = sqlite3_exec(Native(), sql, nullptr, nullptr, nullptr);
   if (code != SQLITE_OK) Fail(code);
 }

@@ -47,7 +47,7 @@ class Connection {
   Connection(const WideString& path, Access access);
 
   // One statement or several, without results.
-  void Run(const char* sql);
+  void Run(const char* sql) const;
   // The number that a statement returns.
   std::int64_t Number(const char* sql);
 

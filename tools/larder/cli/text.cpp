@@ -30,7 +30,8 @@ std::string TakeShown(std::string_view& text, std::string_view kept) {
   const std::string_view taken = text.substr(0, text.size() - rest.size());
   text = rest;
   if (isInvalid) return Escape(static_cast<unsigned char>(taken.front()), "\\x%02x");
-  if (!platform::IsControl(point) || kept.find(taken) != kept.npos) return std::string(taken);
+  if (!platform::IsControl(point) || kept.find(taken) != std::string_view::npos)
+    return std::string(taken);
   return point < 0x20 ? Symbol(point) : Escape(point, "\\u%04x");
 }
 
