@@ -13,7 +13,7 @@ namespace larder::platform {
 class Lock {
  public:
   Lock() noexcept;
-  ~Lock();
+  ~Lock();  // NOLINT(performance-trivially-destructible): not trivial on every system
   Lock(const Lock&) = delete;
   Lock& operator=(const Lock&) = delete;
 

@@ -208,7 +208,9 @@ std::FILE* TakeStandardOutput() noexcept {
   const int nowhere = _open("NUL", _O_WRONLY | _O_BINARY);
   if (output < 0 || nowhere < 0 || _dup2(nowhere, _fileno(stdout)) != 0) return nullptr;
   _close(nowhere);
-  SetStdHandle(STD_OUTPUT_HANDLE, reinterpret_cast<HANDLE>(_get_osfhandle(_fileno(stdout))));
+  const std::intptr_t handle = _get_osfhandle(_fileno(stdout));
+  SetStdHandle(STD_OUTPUT_HANDLE,
+               reinterpret_cast<HANDLE>(handle));  // NOLINT(performance-no-int-to-ptr)
   return _fdopen(output, "wb");
 }
 
