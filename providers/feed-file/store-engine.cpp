@@ -76,7 +76,7 @@ Connection::Connection(const WideString& widePath, Access access) : path(NativeP
   Configure();
 }
 
-void Connection::Configure() {
+void Connection::Configure() const {
   constexpr int kBusyTimeout = 100;  // ms
   sqlite3_db_config(Native(), SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
   sqlite3_db_config(Native(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);

@@ -59,7 +59,7 @@ class Connection {
     void operator()(sqlite3* opened) const noexcept { sqlite3_close_v2(opened); }
   };
 
-  void Configure();
+  void Configure() const;
 
   const std::string path;  // UTF-8
   std::unique_ptr<sqlite3, Close> database;
