@@ -11,8 +11,8 @@ namespace larder {
 
 namespace {
 
-// For somebody who debugs a host; nothing reads it.
-[[maybe_unused]] void* ModuleInstance = nullptr;
+// For somebody who debugs a host; nothing reads it. Volatile, so that the compiler keeps it.
+void* volatile ModuleInstance = nullptr;
 
 // Runs a step with the exception handlers that loading and unloading share.
 template <typename Step>

@@ -33,8 +33,8 @@ namespace larder {
 class LogLine {
  public:
   template <typename... Pieces>
-  explicit LogLine(const Pieces&... pieces) {
-    (Insert(pieces), ...);
+  explicit LogLine(const Pieces&... pieces) : LogLine(Empty()) {
+    (Insert(pieces), ...);  // if one throws, the destructor frees the text
   }
   LogLine(const LogLine&) = delete;
   LogLine& operator=(const LogLine&) = delete;
@@ -88,6 +88,9 @@ class LogLine {
     const auto end = std::to_chars(digits, digits + sizeof digits, value).ptr;
     Append(digits, static_cast<std::size_t>(end - digits));
   }
+
+  struct Empty {};
+  explicit LogLine(Empty) noexcept {}
 
   void InsertText(const char* bytes);
   void InsertWideText(const LarderWideChar* units);

@@ -93,12 +93,14 @@ void DeleteDirectoryAndParentIfEmpty(const WideString& directory, const WideStri
 
 void DeleteLarderDataDir() {
   ScopeTrace scope("Entering DeleteLarderDataDir()", "Leaving DeleteLarderDataDir()");
-  DeleteDirectoryAndParentIfEmpty(GetLarderDataPath(), GetVelmorDataPath());
+  const WideString directory = GetLarderDataPath();
+  DeleteDirectoryAndParentIfEmpty(directory, GetVelmorDataPath());
 }
 
 void DeleteLarderProgramDir() {
   ScopeTrace scope("Entering DeleteLarderProgramDir()", "Leaving DeleteLarderProgramDir()");
-  DeleteDirectoryAndParentIfEmpty(GetLarderProgramDir(), GetVelmorProgramPath());
+  const WideString directory = GetLarderProgramDir();
+  DeleteDirectoryAndParentIfEmpty(directory, GetVelmorProgramPath());
 }
 
 void DeleteLarderDataTree() {

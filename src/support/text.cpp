@@ -43,6 +43,7 @@ std::vector<String> Split(const String& text, typename String::value_type separa
 
 // std::stoul, with the same texts in its exceptions on every system.
 unsigned long ReadHex(const std::string& piece) {
+  if (piece == "0x" || piece == "0X") return 0;  // the conversion of one system finds no digit
   try {
     return std::stoul(piece, nullptr, 16);
   } catch (const std::invalid_argument&) {

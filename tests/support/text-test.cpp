@@ -29,7 +29,7 @@ TEST(Utf8ToWide, ThrowsBadConversionForAnythingElse) {
 
 TEST(HexToBytes, ReadsPairsAsStoulDoes) {
   EXPECT_THAT(HexToBytes("00ffA9f"), ElementsAre(0, 0xFF, 0xA9, 0x0F));
-  EXPECT_THAT(HexToBytes(" f-1+21z"), ElementsAre(0x0F, 0xFF, 2, 1));
+  EXPECT_THAT(HexToBytes(" f-1+21z0x"), ElementsAre(0x0F, 0xFF, 2, 1, 0));
   EXPECT_THROW(HexToBytes("00zz"), std::invalid_argument);
   EXPECT_THROW(HexToBytes("00 "), std::invalid_argument);
 }
