@@ -29,6 +29,38 @@
 extern "C" {
 #endif
 
+/* Traps
+ *
+ * Unloading. Call the last LarderRelease before the library is unloaded (dlclose, FreeLibrary).
+ * Otherwise the handle and its threads remain, the library stays loaded with them, and an
+ * installer's signal still calls the callback, whose code must still be there. After a LarderInit
+ * that failed with the log enabled, the library stays loaded until the process exits.
+ *
+ * Static objects and entry points of a DLL (Windows). They run while the system holds its loader
+ * lock, without which no thread begins or ends. LarderInit and LarderRelease may be called there if
+ * the providers bear it, as the included ones do. Don't call LarderQuery or LarderWrite there: they
+ * may wait for a thread of the provider. At process exit the system ends all other threads before
+ * the static objects of DLLs are destroyed, wherever those threads are: log lines that are still
+ * queued are lost then, and a lock that such a thread held is never released. Release the handle
+ * before the program's main function returns.
+ *
+ * Fork. The child of a fork has no handle: every call with the parent's handle returns
+ * LARDER_E_INVALID_HANDLE. If the parent had a handle, or was inside LarderInit or LarderRelease,
+ * LarderInit fails with LARDER_E_DB_OPEN_FAILED in the child and in its children, until one of them
+ * executes another program: the parent's providers are still in the child's memory, without their
+ * threads. Don't free the parent's blocks in the child. To use Larder in processes that you fork,
+ * call LarderInit after the fork.
+ *
+ * Cancellation (pthread_cancel). LarderInit and LarderRelease aren't interrupted. The other
+ * functions are cancelled only inside a provider that doesn't prevent it; the included providers
+ * that wait for anything do. Don't enable asynchronous cancellation (PTHREAD_CANCEL_ASYNCHRONOUS)
+ * around a call.
+ *
+ * Signals. The library's threads block all signals but those of their own faults.
+ *
+ * A provider's own codes. LarderQuery returns what a provider raises, and a provider can raise 0:
+ * set *data to null before the call, and check it even after LARDER_OK. */
+
 /* Result codes. LARDER_E_ALREADY_INITIALIZED is a success: the handle is valid and the call took a
  * reference. The number in LARDER_E_PARAMETER_n isn't always the position of the argument; each
  * function documents the code that it returns. */

@@ -8,6 +8,7 @@
 
 #include "common/errors.h"
 #include "feed-file/shared-store.h"
+#include "platform/cancellation.h"
 #include "platform/file-time.h"
 #include "platform/file.h"
 #include "platform/message.h"
@@ -84,6 +85,7 @@ void FeedFileProvider::GetKey(const void* objectDescriptor, std::uint64_t* key) 
 
 void FeedFileProvider::Query(const void* objectDescriptor, std::uint32_t queryOption,
                              std::uint64_t*, DbBuffer* result) {
+  const platform::CancellationBlock noCancellation;  // it would leave locks of the store held
   const ObjectIdentity wanted = ReadDescriptor(objectDescriptor);
   switch (queryOption) {
     case LARDER_FEED_FILE_NOW:
@@ -124,6 +126,7 @@ void FeedFileProvider::Compute(const ObjectIdentity& wanted, DbBuffer* result) {
 void FeedFileProvider::FreeQuery(DbBuffer* data) { data->Reset(); }
 
 void FeedFileProvider::Write(const void* objectDescriptor, std::uint64_t*, DbBuffer* data) {
+  const platform::CancellationBlock noCancellation;
   const ObjectIdentity wanted = ReadDescriptor(objectDescriptor);
   try {
     CheckBlock(wanted, *data);

@@ -1,6 +1,7 @@
 // The exported functions but for LarderErrorToString, which is in result-text.cpp. Each opens its
 // scope trace outside its one try block and lets no exception out. Only here does a failure become
-// a result code.
+// a result code. A thread may be cancelled inside a provider, but not inside LarderInit and
+// LarderRelease.
 #include <larder/larder.h>
 
 #include <exception>
@@ -9,6 +10,7 @@
 #include "api/int-larder-handle.h"
 #include "log-file/log-files.h"
 #include "log/log-statement.h"
+#include "platform/cancellation.h"
 #include "product/product.h"
 
 namespace {
@@ -34,12 +36,13 @@ IDataProvider* ProviderOf(std::int32_t type) {
 // in the listener list if the rest fails.
 void BuildHandle(LarderNotifyCallback callback) {
   CurrentDiskLogger = CreateDiskLogger(kLogPrefix);
+  CheckFork();
   CurrentHandle.store(new IntLarderHandle(callback), std::memory_order_release);
   LogTrace(GetModuleName(), " created new handle");
 }
 
 std::int32_t InitLocked(LarderNotifyCallback callback, LarderHandle* handle) {
-  const std::lock_guard lock(HandleLock);
+  const HandleLocked locked;
   if (handle == nullptr) return LARDER_E_PARAMETER_2;
   *handle = nullptr;
   if (callback == nullptr) return LARDER_E_PARAMETER_1;
@@ -58,7 +61,7 @@ std::int32_t InitLocked(LarderNotifyCallback callback, LarderHandle* handle) {
 }
 
 std::int32_t ReleaseLocked() {
-  const std::lock_guard lock(HandleLock);
+  const HandleLocked locked;
   IntLarderHandle* const current = CurrentHandle.load(std::memory_order_relaxed);
   if (current == nullptr) {
     LogError(GetModuleName(), " tried to release handle too many times");
@@ -145,6 +148,7 @@ std::int32_t Write(LarderHandle handle, const void* objectDescriptor, std::int32
 }  // namespace
 
 std::int32_t LarderInit(LarderNotifyCallback callback, LarderHandle* handle) {
+  const platform::CancellationBlock noCancellation;
   ScopeTrace scope("Entering LarderInit()", "Leaving LarderInit()");
   try {
     return InitLocked(callback, handle);
@@ -157,6 +161,7 @@ std::int32_t LarderInit(LarderNotifyCallback callback, LarderHandle* handle) {
 }
 
 std::int32_t LarderRelease() {
+  const platform::CancellationBlock noCancellation;
   ScopeTrace scope("Entering LarderRelease()", "Leaving LarderRelease()");
   try {
     return ReleaseLocked();
@@ -179,6 +184,8 @@ std::int32_t LarderQuery(LarderHandle handle, const void* objectDescriptor,
     return error.code().value();
   } catch (const std::exception& error) {
     LogError("Error in LarderQuery ", error.what());
+  } catch (const platform::ForcedUnwind&) {
+    throw;
   } catch (...) {
     LogError("Error in LarderQuery.");
   }
@@ -191,6 +198,8 @@ std::int32_t LarderFreeQuery(LarderHandle handle, DataBlockHeader* data) {
     return FreeQuery(handle, data);
   } catch (const std::exception& error) {
     LogError("Error in LarderFreeQuery ", error.what());
+  } catch (const platform::ForcedUnwind&) {
+    throw;
   } catch (...) {
     LogError("Error in LarderFreeQuery.");
   }
@@ -204,6 +213,8 @@ std::int32_t LarderWrite(LarderHandle handle, const void* objectDescriptor,
     return Write(handle, objectDescriptor, providerType, data);
   } catch (const std::exception& error) {
     LogError("Error in LarderWrite ", error.what());
+  } catch (const platform::ForcedUnwind&) {
+    throw;
   } catch (...) {
     LogError("Error in LarderWrite.");
   }

@@ -6,7 +6,6 @@
 
 #include <atomic>
 #include <cstdint>
-#include <mutex>
 
 #include "notify/notification-mgr.h"
 #include "providers/data-provider-mgr.h"
@@ -36,10 +35,20 @@ extern std::atomic<IntLarderHandle*> CurrentHandle;
 
 // Held during the whole of LarderInit and LarderRelease, and so while modules are loaded.
 // Recursive, because a provider may call either function from its entry point or its destructor.
-extern std::recursive_mutex HandleLock;
+class HandleLocked {
+ public:
+  HandleLocked();
+  ~HandleLocked();
+  HandleLocked(const HandleLocked&) = delete;
+  HandleLocked& operator=(const HandleLocked&) = delete;
+};
 
-// Leaves a forked child without a handle; its next LarderInit builds one. The parent's objects stay
-// in the child's memory, unused, because their threads don't exist there.
+// Leaves a forked child without a handle. The parent's objects stay in the child's memory, unused,
+// because their threads don't exist there. If there were any, or the lock was held, the child can't
+// build a handle: loading the modules again would return the parent's images with their state.
 void ForgetHandleInForkedChild();
+
+// Throws std::runtime_error in such a child.
+void CheckFork();
 
 }  // namespace larder

@@ -1,7 +1,11 @@
 #include "notify/notification-mgr.h"
 
+#include <exception>
+#include <system_error>
+
 #include "log/log-statement.h"
 #include "platform/event.h"
+#include "platform/thread.h"
 #include "product/product.h"
 #include "support/registry.h"
 
@@ -22,14 +26,20 @@ NotificationManager::NotificationManager(const IntLarderHandle* handle) : owner(
   platform::MakeEvent(shutdownEvent.Out());
   ScopeTrace scope("Entering NotificationManager::NotificationManager()",
                    "Leaving NotificationManager::NotificationManager()");
-  waitThread = std::thread(&NotificationManager::WaitForNotification, this);
+  if (platform::StartThread(RunThread, this, waitThread.Out()) != platform::kSuccess) {
+    throw std::system_error(std::make_error_code(std::errc::resource_unavailable_try_again));
+  }
 }
 
 NotificationManager::~NotificationManager() {
   ScopeTrace scope("Entering NotificationManager::~NotificationManager()",
                    "Leaving NotificationManager::~NotificationManager()");
   platform::RaiseEvent(shutdownEvent.Get());
-  waitThread.join();
+  if (platform::WaitForThread(waitThread.Get()) != platform::kSuccess) std::terminate();
+}
+
+void NotificationManager::RunThread(void* manager) {
+  static_cast<NotificationManager*>(manager)->WaitForNotification();
 }
 
 void NotificationManager::WaitForNotification() noexcept {

@@ -5,7 +5,6 @@
 
 #include <atomic>
 #include <cstdint>
-#include <thread>
 
 #include "support/scoped-handles.h"
 
@@ -33,6 +32,7 @@ class NotificationManager {
   NotificationManager& operator=(const NotificationManager&) = delete;
 
  private:
+  static void RunThread(void* manager);
   void WaitForNotification() noexcept;
   void SendNotification() noexcept;
   void CallBack(std::int32_t message);
@@ -40,7 +40,7 @@ class NotificationManager {
   const IntLarderHandle* owner;
   AutoHandle installerEvent;
   AutoHandle shutdownEvent;
-  std::thread waitThread;
+  platform::OwnedHandle waitThread;
   std::atomic<bool> uninstalling{false};  // set, but never read
 };
 

@@ -48,6 +48,7 @@ inline constexpr Code kRegistryCorrupt = 1015;
 inline constexpr Code kKeyDeleted = 1018;
 inline constexpr Code kNoUnicodeTranslation = 1113;
 inline constexpr Code kIoDevice = 1117;
+inline constexpr Code kPossibleDeadlock = 1131;
 inline constexpr Code kCannotResolveName = 1921;
 
 }  // namespace larder::platform

@@ -3,9 +3,14 @@
 #include <larder/larder.h>
 
 #include <algorithm>
+#include <future>
 
 #include "host/host-machine.h"
+#include "log-file/log-files.h"
+#include "platform/event.h"
 #include "platform/module.h"
+#include "support/paths.h"
+#include "support/registry.h"
 #include "support/scoped-handles.h"
 #include "testing/process.h"
 
@@ -95,6 +100,63 @@ TEST(Unload, LeavesNothingBehindAfterAFailedInit) {
     EXPECT_EQ(Find<decltype(LarderInit)>(library, "LarderInit")(UnexpectedCall, &handle),
               LARDER_E_DB_OPEN_FAILED);
   });
+}
+
+// The module's static objects call LarderInit and LarderRelease while the system loads and unloads
+// the module, and so holds the lock without which Windows neither begins nor ends a thread.
+TEST(Unload, StaticObjectsOfAModuleMayBuildAndReleaseTheHandle) {
+  HostMachine host;
+  host.AddProvider("FeedFile", "feed-file.dll");
+  host.AddModule("stock-file-query.dll");
+  EnableLogging();
+  for (int life = 0; life < 3; ++life) {
+    AutoModuleHandle client;
+    ASSERT_EQ(platform::OpenModule(Wide(".\\fixtures\\static-client.dll"), client.Out()),
+              platform::kSuccess);
+  }
+  const std::vector<WideString> logs = GetLogFiles(LARDER_WIDE("lr_*.log"));
+  EXPECT_FALSE(logs.empty());
+  for (const WideString& log : logs)
+    EXPECT_EQ(CountLinesContaining(log, "Leaving NotificationManager::~NotificationManager()"), 1U);
+}
+
+std::promise<std::int32_t> Message;
+
+TEST(Unload, AClientThatUnloadedTheLibraryWithoutAReleaseIsStillCalled) {
+  HostMachine host;
+  host.AddProvider("FeedTest", "feed-test.dll");
+  platform::OwnedHandle event;
+  platform::MakeNamedEvent(LARDER_WIDE("InstallerEvent"), event.Out());
+  platform::LowerEvent(event.Get());
+  {
+    const AutoModuleHandle library = OpenLibrary();
+    LarderHandle handle = nullptr;
+    const auto callback = [](std::int32_t message) { Message.set_value(message); };
+    ASSERT_EQ(Find<decltype(LarderInit)>(library, "LarderInit")(callback, &handle), LARDER_OK);
+  }
+  EXPECT_TRUE(IsModuleLoaded(LARDER_LIBRARY_FILE));
+  SetRegistryString(LARDER_WIDE("Install"), LARDER_WIDE("szMessage"), LARDER_WIDE("uninstall"));
+  platform::RaiseEvent(event.Get());
+  EXPECT_EQ(Message.get_future().get(), 1);
+  platform::LowerEvent(event.Get());
+  {
+    const AutoModuleHandle library = OpenLibrary();
+    EXPECT_EQ(Find<decltype(LarderRelease)>(library, "LarderRelease")(), LARDER_OK);
+  }
+  EXPECT_FALSE(IsModuleLoaded(LARDER_LIBRARY_FILE));
+}
+
+// The last test of this program: the library stays in the process.
+TEST(Unload, TheLoggerOfAFailedInitKeepsTheLibraryLoaded) {
+  const HostMachine host;
+  EnableLogging();
+  {
+    const AutoModuleHandle library = OpenLibrary();
+    LarderHandle handle = nullptr;
+    EXPECT_EQ(Find<decltype(LarderInit)>(library, "LarderInit")(UnexpectedCall, &handle),
+              LARDER_E_DB_OPEN_FAILED);
+  }
+  EXPECT_TRUE(IsModuleLoaded(LARDER_LIBRARY_FILE));
 }
 
 }  // namespace

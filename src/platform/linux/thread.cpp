@@ -1,5 +1,7 @@
 #include "platform/thread.h"
 
+#include <dlfcn.h>
+#include <link.h>
 #include <pthread.h>
 #include <signal.h>
 #include <time.h>
@@ -7,12 +9,35 @@
 #include <cerrno>
 #include <memory>
 #include <new>
+#include <utility>
 
+#include "platform/cancellation.h"
 #include "platform/linux/kernel-object.h"
 #include "platform/linux/native.h"
 
 namespace larder::platform {
 namespace {
+
+// A reference to the image that contains this code, which keeps it mapped. For ever unless closed.
+class ImageReference {
+ public:
+  // Finds the image by the name that the loader knows it by, whatever has become of the file. The
+  // program itself has an empty name, by which dlopen returns it.
+  bool Open() noexcept {
+    Dl_info unused{};
+    void* image = nullptr;
+    const auto* code = reinterpret_cast<const void*>(&StartThread);
+    if (dladdr1(code, &unused, &image, RTLD_DL_LINKMAP) == 0) return false;
+    reference = dlopen(static_cast<const link_map*>(image)->l_name, RTLD_NOW | RTLD_NOLOAD);
+    return reference != nullptr;
+  }
+  void Close() noexcept {
+    if (reference != nullptr) dlclose(std::exchange(reference, nullptr));
+  }
+
+ private:
+  void* reference = nullptr;
+};
 
 struct ThreadObject final : KernelObject {
   ~ThreadObject() override {
@@ -20,6 +45,7 @@ struct ThreadObject final : KernelObject {
   }
   pthread_t thread{};
   bool isJoinable = false;
+  ImageReference image;
 };
 
 struct Task {
@@ -28,6 +54,7 @@ struct Task {
 };
 
 void* RunTask(void* given) noexcept {
+  const CancellationBlock noCancellation;  // a callback of the client could ask for it
   const Task task = *std::unique_ptr<Task>(static_cast<Task*>(given));
   task.body(task.argument);
   return nullptr;
@@ -61,21 +88,34 @@ Code StartThread(void (*body)(void* argument), void* argument, Handle& thread) n
   thread = nullptr;
   std::unique_ptr<Task> task(new (std::nothrow) Task{body, argument});
   std::unique_ptr<ThreadObject> object(new (std::nothrow) ThreadObject);
-  if (!task || !object) return kNotEnoughMemory;
+  if (!task || !object || !object->image.Open()) return kNotEnoughMemory;
   const int error = StartWithSignalsBlocked(object->thread, task.get());
-  if (error != 0) return CodeFromErrno(error);
+  if (error != 0) {
+    object->image.Close();
+    return CodeFromErrno(error);
+  }
   static_cast<void>(task.release());
   object->isJoinable = true;
   thread = object.release();
   return kSuccess;
 }
 
-void WaitForThread(Handle thread) noexcept {
+// The caller's own reference keeps the image mapped when this one is closed.
+Code WaitForThread(Handle thread) noexcept {
   auto* object = ObjectOf<ThreadObject>(thread);
-  if (object == nullptr || !object->isJoinable) return;
+  if (object == nullptr || !object->isJoinable) return kSuccess;
+  if (pthread_equal(object->thread, pthread_self()) != 0) return kPossibleDeadlock;
   pthread_join(object->thread, nullptr);
   object->isJoinable = false;
+  object->image.Close();
+  return kSuccess;
 }
+
+CancellationBlock::CancellationBlock() noexcept {
+  pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &stateBefore);
+}
+
+CancellationBlock::~CancellationBlock() { pthread_setcancelstate(stateBefore, nullptr); }
 
 void CallInForkedChild(void (*function)()) noexcept { pthread_atfork(nullptr, nullptr, function); }
 

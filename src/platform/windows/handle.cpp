@@ -5,7 +5,10 @@
 namespace larder::platform {
 
 void CloseObject(Handle handle) noexcept {
-  if (!IsEmpty(handle)) CloseHandle(Native(handle));
+  if (IsThread(handle))
+    CloseThread(handle);
+  else if (!IsEmpty(handle))
+    CloseHandle(Native(handle));
 }
 
 }  // namespace larder::platform

@@ -3,6 +3,8 @@
 
 #include <windows.h>
 
+#include <cstdint>
+
 #include "platform/code.h"
 #include "platform/handle.h"
 #include "platform/wide.h"
@@ -14,6 +16,14 @@ inline HANDLE Native(Handle handle) noexcept { return reinterpret_cast<HANDLE>(h
 inline bool IsEmpty(Handle handle) noexcept {
   return handle == nullptr || handle == InvalidHandle();
 }
+
+// Threads have objects of ours behind their handles. The system doesn't use the lowest bit of its
+// own handles, so it marks these.
+inline constexpr std::uintptr_t kThreadMark = 1;
+inline bool IsThread(Handle handle) noexcept {
+  return !IsEmpty(handle) && (reinterpret_cast<std::uintptr_t>(handle) & kThreadMark) != 0;
+}
+void CloseThread(Handle thread) noexcept;
 
 // The code of the system call that has just failed. Never kSuccess, even if the call set no code.
 [[nodiscard]] inline Code LastError() noexcept {

@@ -3,44 +3,142 @@
 #include <windows.h>
 
 #include <process.h>
+#include <winternl.h>
 
-#include <memory>
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
 #include <new>
 
+#include "platform/cancellation.h"
 #include "platform/windows/native.h"
 
 namespace larder::platform {
 namespace {
 
-struct Task {
+// Owned by the handle and by the running thread.
+struct ThreadObject {
+  ~ThreadObject() {
+    for (const HANDLE handle : {finished, thread})
+      if (handle != nullptr) CloseHandle(handle);
+  }
+
   void (*body)(void* argument);
   void* argument;
+  HMODULE image = nullptr;    // two references, of the handle's and the thread's
+  HANDLE finished = nullptr;  // an event: body has returned
+  HANDLE thread = nullptr;
+  DWORD id = 0;
+  std::atomic<bool> hasBegun{false};
+  std::atomic<int> owners{2};
 };
 
-unsigned __stdcall RunTask(void* given) noexcept {
-  const Task task = *std::unique_ptr<Task>(static_cast<Task*>(given));
-  task.body(task.argument);
-  return 0;
+void Disown(ThreadObject* object) noexcept {
+  if (object->owners.fetch_sub(1) == 1) delete object;
+}
+
+ThreadObject* ObjectOf(Handle thread) noexcept {
+  return reinterpret_cast<ThreadObject*>(  // NOLINT(performance-no-int-to-ptr)
+      reinterpret_cast<std::uintptr_t>(thread) & ~kThreadMark);
+}
+
+// The body is called once, by whichever thread comes first. Returns whether this one was it.
+bool CallBody(ThreadObject& object) noexcept {
+  if (object.hasBegun.exchange(true)) return false;
+  object.body(object.argument);
+  return true;
+}
+
+unsigned __stdcall RunThread(void* given) noexcept {
+  auto* const object = static_cast<ThreadObject*>(given);
+  CallBody(*object);
+  const HMODULE image = object->image;
+  SetEvent(object->finished);
+  Disown(object);
+  // The caller of WaitForThread may unload the module before this thread has left its code.
+  FreeLibraryAndExitThread(image, 0);
+}
+
+// The address is relative to a segment, which the compiler takes for an access to address 0.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Warray-bounds"
+const char* ProcessEnvironmentBlock() noexcept {
+  return reinterpret_cast<const char*>(NtCurrentTeb()->ProcessEnvironmentBlock);
+}
+#pragma GCC diagnostic pop
+
+// Whether the calling thread holds the lock under which the system loads and unloads modules, and
+// begins and ends threads. No function of the system returns that.
+bool HoldsLoaderLock() noexcept {
+  constexpr std::size_t kLoaderLockOffset = 0x110;
+  const auto* const lock = *reinterpret_cast<const CRITICAL_SECTION* const*>(
+      ProcessEnvironmentBlock() + kLoaderLockOffset);
+  return reinterpret_cast<std::uintptr_t>(lock->OwningThread) == GetCurrentThreadId();
+}
+
+void ReleaseImage(const ThreadObject& object, int references) noexcept {
+  for (; object.image != nullptr && references > 0; --references) FreeLibrary(object.image);
+}
+
+bool ReferToImage(ThreadObject& object) noexcept {
+  const auto* const code = reinterpret_cast<LPCWSTR>(&RunThread);
+  HMODULE again = nullptr;
+  return GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS, code, &object.image) != FALSE &&
+         GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS, code, &again) != FALSE;
+}
+
+bool Start(ThreadObject& object) noexcept {
+  object.finished = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+  if (object.finished == nullptr) return false;
+  unsigned id = 0;
+  const std::uintptr_t started = _beginthreadex(nullptr, 0, RunThread, &object, 0, &id);
+  object.thread = reinterpret_cast<HANDLE>(started);  // NOLINT(performance-no-int-to-ptr)
+  object.id = id;
+  return started != 0;
+}
+
+// A thread that the system has ended never raises the event.
+void WaitForBody(ThreadObject& object) noexcept {
+  if (CallBody(object)) return;
+  const HANDLE ends[] = {object.finished, object.thread};
+  WaitForMultipleObjects(2, ends, FALSE, INFINITE);
 }
 
 }  // namespace
 
 Code StartThread(void (*body)(void* argument), void* argument, Handle& thread) noexcept {
   thread = nullptr;
-  std::unique_ptr<Task> task(new (std::nothrow) Task{body, argument});
-  if (!task) return kNotEnoughMemory;
-  const std::uintptr_t started = _beginthreadex(nullptr, 0, RunTask, task.get(), 0, nullptr);
-  if (started == 0) return LastError();
-  static_cast<void>(task.release());
-  thread = reinterpret_cast<Handle>(started);  // NOLINT(performance-no-int-to-ptr)
+  auto* const object = new (std::nothrow) ThreadObject{body, argument};
+  if (object == nullptr) return kNotEnoughMemory;
+  if (!ReferToImage(*object) || !Start(*object)) {
+    const Code code = LastError();
+    ReleaseImage(*object, 2);
+    delete object;
+    return code;
+  }
+  thread = reinterpret_cast<Handle>(  // NOLINT(performance-no-int-to-ptr)
+      reinterpret_cast<std::uintptr_t>(object) | kThreadMark);
   return kSuccess;
 }
 
-void WaitForThread(Handle thread) noexcept {
-  if (!IsEmpty(thread)) WaitForSingleObject(Native(thread), INFINITE);
+void CloseThread(Handle thread) noexcept { Disown(ObjectOf(thread)); }
+
+Code WaitForThread(Handle thread) noexcept {
+  if (!IsThread(thread)) return kSuccess;
+  ThreadObject& object = *ObjectOf(thread);
+  if (object.id == GetCurrentThreadId()) return kPossibleDeadlock;
+  if (HoldsLoaderLock())
+    WaitForBody(object);
+  else
+    WaitForSingleObject(object.thread, INFINITE);
+  ReleaseImage(object, 1);
+  return kSuccess;
 }
 
 void CallInForkedChild(void (*)()) noexcept {}
+
+CancellationBlock::CancellationBlock() noexcept = default;
+CancellationBlock::~CancellationBlock() = default;
 
 FileSizeSignalBlock::FileSizeSignalBlock() noexcept = default;
 FileSizeSignalBlock::~FileSizeSignalBlock() = default;

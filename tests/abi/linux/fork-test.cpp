@@ -1,4 +1,4 @@
-// A host that forks while it logs: its children have no handle and may build one.
+// A host that forks while it logs. Its children have no handle.
 #include <gtest/gtest.h>
 #include <larder/larder.h>
 #include <sys/wait.h>
@@ -37,11 +37,17 @@ std::int32_t QueryFile(LarderHandle handle) {
 // A handle's life in a child, which exits as a program does.
 [[noreturn]] void LiveAndExit() {
   LarderHandle handle = nullptr;
-  const bool good = LarderRelease() == LARDER_E_INVALID_HANDLE &&
-                    LarderInit(UnexpectedCall, &handle) == LARDER_OK &&
-                    QueryFile(handle) == LARDER_OK && QueryFile(handle) == LARDER_OK &&
-                    LarderRelease() == LARDER_OK;
+  const bool good = LarderInit(UnexpectedCall, &handle) == LARDER_OK &&
+                    QueryFile(handle) == LARDER_OK && LarderRelease() == LARDER_OK;
   exit(good ? 0 : 1);
+}
+
+// Every call is refused. handle: the parent's.
+[[noreturn]] void BeRefusedAndExit(LarderHandle handle) {
+  const bool good = QueryFile(handle) == LARDER_E_INVALID_HANDLE &&
+                    LarderRelease() == LARDER_E_INVALID_HANDLE &&
+                    LarderInit(UnexpectedCall, &handle) == LARDER_E_DB_OPEN_FAILED;
+  exit(good && handle == nullptr ? 0 : 1);
 }
 
 int ResultOf(pid_t child) {
@@ -50,24 +56,29 @@ int ResultOf(pid_t child) {
   return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
-TEST_F(Fork, AChildMayBuildAHandleWithLogAndStoreOrExitAndTheParentContinues) {
+TEST_F(Fork, AChildMayBuildAHandleUnlessItsParentHadOneAndTheParentContinues) {
+  if (const pid_t early = fork(); early == 0)
+    LiveAndExit();
+  else
+    EXPECT_EQ(ResultOf(early), 0);
   LarderHandle handle = nullptr;
   ASSERT_EQ(LarderInit(UnexpectedCall, &handle), LARDER_OK);
   EXPECT_EQ(QueryFile(handle), LARDER_OK);
-  const pid_t living = fork();
-  if (living == 0) LiveAndExit();
+  const pid_t refused = fork();
+  if (refused == 0) BeRefusedAndExit(handle);
   EXPECT_EQ(QueryFile(handle), LARDER_OK);
-  EXPECT_EQ(ResultOf(living), 0);
-  const pid_t leaving = fork();
-  if (leaving == 0) exit(0);
-  EXPECT_EQ(ResultOf(leaving), 0);
-  EXPECT_EQ(QueryFile(handle), LARDER_OK);
+  EXPECT_EQ(ResultOf(refused), 0);
   EXPECT_EQ(LarderRelease(), LARDER_OK);
-  // One for the parent and one for the child that built a handle.
+  const pid_t late = fork();
+  if (late == 0) LiveAndExit();
+  EXPECT_EQ(ResultOf(late), 0);
+  // One for the parent and one for each child, with the reason of the refusal in one of them.
   const auto logs = GetLogFiles(LARDER_WIDE("lr_*.log"));
-  EXPECT_EQ(logs.size(), 2U);
+  EXPECT_EQ(logs.size(), 4U);
+  std::uint32_t reasons = 0;
   for (const WideString& log : logs)
-    EXPECT_EQ(CountLinesContaining(log, " created new handle"), 1U);
+    reasons += CountLinesContaining(log, "ERROR: Fatal error in LarderInit The process was forked");
+  EXPECT_EQ(reasons, 1U);
 }
 
 TEST_F(Fork, AChildNeverWaitsForThreadsThatOnlyTheParentHas) {
@@ -86,7 +97,7 @@ TEST_F(Fork, AChildNeverWaitsForThreadsThatOnlyTheParentHas) {
   }
   for (int i = 0; i < 20; ++i) {
     const pid_t child = fork();
-    if (child == 0) LiveAndExit();
+    if (child == 0) BeRefusedAndExit(kept);
     EXPECT_EQ(ResultOf(child), 0);
   }
   isDone = true;
