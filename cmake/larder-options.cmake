@@ -1,6 +1,7 @@
 # Compiler and linker options of every target in this project. Linked privately, so that none of them
 # reaches a consumer.
 add_library(larder_options INTERFACE)
+target_link_libraries(larder_options INTERFACE larder_hardening)
 target_compile_options(larder_options INTERFACE
   -Wall -Wextra -Wshadow -Wconversion
   $<$<COMPILE_LANGUAGE:CXX>:-Wsuggest-override>

@@ -16,6 +16,7 @@ endforeach()
 # and has no debug information, which would take a fifth of the compilation.
 add_library(larder_sqlite STATIC ${LARDER_SQLITE_SOURCE}/sqlite3.c)
 target_include_directories(larder_sqlite SYSTEM PUBLIC ${LARDER_SQLITE_SOURCE})
+target_link_libraries(larder_sqlite PRIVATE larder_hardening)
 target_compile_options(larder_sqlite PRIVATE -w -O2 -g0)
 target_compile_definitions(larder_sqlite PRIVATE
   SQLITE_THREADSAFE=2  # a connection belongs to one thread
