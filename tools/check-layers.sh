@@ -40,7 +40,7 @@ BEGIN {
   # builds one, with the seam for its system calls; the tool is a client that also edits the registry.
   outside["providers"] = "product platform records"
   outside["tools"] = "product platform log support log-file records"
-  outside["soak"] = "platform"
+  outside["soak"] = "product platform"
   outside["samples"] = ""
   outside["include"] = ""
   # Within the tool: find, log, scan and status -> query, registry -> cli.

@@ -61,7 +61,7 @@ std::string Ending::Text() const {
 void Worker::Closer::operator()(Process* process) const noexcept { delete process; }
 
 Worker::Worker(std::vector<std::string> texts) : arguments(std::move(texts)), process(new Process) {
-  std::vector<std::string> command = {"larder-soak", "worker"};
+  std::vector<std::string> command = {"worker-process", "worker"};
   command.insert(command.end(), arguments.begin(), arguments.end());
   process->id = Start("/proc/self/exe", command, false);
 }

@@ -68,6 +68,12 @@ HANDLE Start(const std::vector<std::string>& command, bool isQuiet) {
   return process.hProcess;
 }
 
+std::filesystem::path ProgramFile() {
+  std::wstring path(MAX_PATH, L'\0');
+  path.resize(GetModuleFileNameW(nullptr, path.data(), MAX_PATH));
+  return path;
+}
+
 // The system has no documented call for it.
 void CallOnProcess(const char* function, HANDLE process) {
   using Function = LONG(NTAPI*)(HANDLE);
@@ -97,7 +103,7 @@ std::string Ending::Text() const {
 void Worker::Closer::operator()(Process* ended) const noexcept { delete ended; }
 
 Worker::Worker(std::vector<std::string> texts) : arguments(std::move(texts)), process(new Process) {
-  std::vector<std::string> command = {(ProgramFolder() / "larder-soak.exe").string(), "worker"};
+  std::vector<std::string> command = {ProgramFile().string(), "worker"};
   command.insert(command.end(), arguments.begin(), arguments.end());
   process->handle = Start(command, false);
 }
@@ -124,11 +130,7 @@ Ending Worker::Wait(std::chrono::milliseconds most) {
           .code = static_cast<int>(code)};
 }
 
-std::filesystem::path ProgramFolder() {
-  std::wstring path(MAX_PATH, L'\0');
-  path.resize(GetModuleFileNameW(nullptr, path.data(), MAX_PATH));
-  return std::filesystem::path(path).parent_path();
-}
+std::filesystem::path ProgramFolder() { return ProgramFile().parent_path(); }
 
 bool RunProgram(const std::vector<std::string>& command) {
   const HANDLE process = Start(command, true);

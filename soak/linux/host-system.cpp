@@ -1,0 +1,56 @@
+#include "soak/host-system.h"
+
+#include <malloc.h>
+#include <stdlib.h>
+#include <unistd.h>
+
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace larder::soak {
+namespace {
+
+std::uint64_t EntriesIn(const char* folder) {
+  return static_cast<std::uint64_t>(std::distance(std::filesystem::directory_iterator(folder),
+                                                  std::filesystem::directory_iterator()));
+}
+
+std::uint64_t ResidentBytes() {
+  std::ifstream file("/proc/self/statm");
+  std::uint64_t all = 0;
+  std::uint64_t resident = 0;
+  file >> all >> resident;
+  return resident * static_cast<std::uint64_t>(::sysconf(_SC_PAGESIZE));
+}
+
+}  // namespace
+
+Footprint TakeFootprint() {
+  const struct mallinfo2 heap = ::mallinfo2();
+  return {.memory = ResidentBytes(),
+          .heap = heap.uordblks + heap.hblkhd,
+          .handles = EntriesIn("/proc/self/fd"),
+          .threads = EntriesIn("/proc/self/task")};
+}
+
+void SetVariable(const char* name, const char* text) {
+  if (*text == '\0')
+    ::unsetenv(name);
+  else
+    ::setenv(name, text, 1);
+}
+
+void HoldLogs(const std::filesystem::path& logs, std::chrono::milliseconds time) {
+  std::vector<std::ifstream> files;
+  std::error_code none;
+  for (const auto& entry : std::filesystem::directory_iterator(logs, none)) {
+    files.emplace_back(entry.path());
+    files.back().get();
+  }
+  std::this_thread::sleep_for(time);
+}
+
+}  // namespace larder::soak
