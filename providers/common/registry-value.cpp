@@ -1,5 +1,7 @@
 #include "common/registry-value.h"
 
+#include <algorithm>
+#include <iterator>
 #include <stdexcept>
 #include <string>
 
@@ -28,12 +30,13 @@ class Value {
     if (code != platform::kSuccess && code != platform::kMoreData)
       Fail(platform::SystemReason(code));
     if (type != wantedType) Fail(std::string("it isn't of type ") + typeName);
-    if (code == platform::kMoreData) {
-      Fail(type == platform::kRegSz
-               ? "it has more than " + std::to_string(kMaxRegistryCharacters) + " characters"
-               : "it is too long");
-    }
+    if (code == platform::kMoreData && type == platform::kRegSz) FailAsTooLong();
+    if (code == platform::kMoreData) Fail("it is too long");
     return true;
+  }
+
+  [[noreturn]] void FailAsTooLong() const {
+    Fail("it has more than " + std::to_string(kMaxRegistryCharacters) + " characters");
   }
 
  private:
@@ -49,10 +52,11 @@ class Value {
 }  // namespace
 
 WideString ReadRegistryText(WideView subkey, const WideString& name) {
-  // One unit more than is read, so that a value stored without a terminator is terminated.
-  LarderWideChar text[kMaxRegistryCharacters + 2] = {};
-  const std::uint32_t size = (kMaxRegistryCharacters + 1) * sizeof(LarderWideChar);
-  if (!Value(subkey, name).Read(platform::kRegSz, "REG_SZ", text, size)) return {};
+  LarderWideChar text[kMaxRegistryCharacters + 1] = {};
+  const Value value(subkey, name);
+  if (!value.Read(platform::kRegSz, "REG_SZ", text, sizeof text)) return {};
+  // Stored without a terminator, a text of one character too many fits as well.
+  if (std::ranges::find(text, LARDER_WIDE('\0')) == std::end(text)) value.FailAsTooLong();
   return text;
 }
 

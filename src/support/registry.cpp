@@ -1,5 +1,8 @@
 #include "support/registry.h"
 
+#include <algorithm>
+#include <iterator>
+
 #include "log/log-statement.h"
 
 namespace larder {
@@ -16,41 +19,49 @@ struct ReadRequest {
   const WideString& subkey;
   const WideString& valueName;
   bool hidesReasons;
+
+  [[nodiscard]] WideString Shown(platform::Code code) const {
+    return FormatSystemError(hidesReasons ? platform::kSuccess : code);
+  }
 };
+
+void LogFailedQuery(const ReadRequest& request, platform::Code code) {
+  LogWarn("RegQueryValueExW failed for \"", request.subkey, "\", ", request.valueName, ": ",
+          request.Shown(code));
+}
 
 // The key stays open until the caller returns.
 bool ReadValue(const ReadRequest& request, AutoRegKeyHandle& key, std::uint32_t& type, void* data,
                std::uint32_t& size) {
-  const auto shown = [&](platform::Code code) {
-    return FormatSystemError(request.hidesReasons ? platform::kSuccess : code);
-  };
   platform::Code code =
       platform::OpenRegistryKey(WholePath(request.subkey), platform::kKeyRead, key.Out());
   if (code != platform::kSuccess) {
-    LogWarn("RegOpenKeyExW failed for \"", request.subkey, "\": ", shown(code));
+    LogWarn("RegOpenKeyExW failed for \"", request.subkey, "\": ", request.Shown(code));
     return false;
   }
   code = platform::QueryRegistryValue(key.Get(), request.valueName, type, data, size);
-  if (code != platform::kSuccess) {
-    LogWarn("RegQueryValueExW failed for \"", request.subkey, "\", ", request.valueName, ": ",
-            shown(code));
-    return false;
-  }
-  return true;
+  if (code == platform::kSuccess) return true;
+  LogFailedQuery(request, code);
+  return false;
 }
 
 }  // namespace
 
 WideString GetRegistryString(const WideString& subkey, const WideString& valueName) {
   ScopeTrace scope("Entering GetRegistryString()", "Leaving GetRegistryString()");
+  const ReadRequest request{subkey, valueName, true};
   AutoRegKeyHandle key;
   std::uint32_t type = 0;
-  // One unit more than is read, so that a value stored without a terminator ends there.
-  LarderWideChar text[kStringRoom + 1] = {};
-  std::uint32_t size = kStringRoom * sizeof(LarderWideChar);
-  if (!ReadValue({subkey, valueName, true}, key, type, text, size)) return {};
+  LarderWideChar text[kStringRoom] = {};
+  std::uint32_t size = sizeof text;
+  if (!ReadValue(request, key, type, text, size)) return {};
   if (type != platform::kRegSz) {
     LogWarn("Unexpected type ", type);
+    return {};
+  }
+  // The value was stored without a terminator, and would have been too long with one.
+  if (std::ranges::find(text, LARDER_WIDE('\0')) == std::end(text)) {
+    LogFailedQuery(request, platform::kMoreData);
     return {};
   }
   return text;

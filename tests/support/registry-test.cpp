@@ -58,10 +58,13 @@ TEST_F(Registry, AStringOfAtMost98CharactersIsReadBack) {
 }
 
 TEST_F(Registry, AStringStoredWithoutATerminatorEndsWithItsBytes) {
-  const WideString full(98, LARDER_WIDE('y'));
-  Store(platform::kRegSz, full.data(), 196);
-  EXPECT_EQ(Read(), full);
-  Store(platform::kRegSz, full.data(), 3);
+  const WideString text(100, LARDER_WIDE('y'));
+  Store(platform::kRegSz, text.data(), 196);
+  EXPECT_EQ(Read(), text.substr(2));
+  Store(platform::kRegSz, text.data(), 198);  // fills the buffer
+  EXPECT_EQ(Read(), WideString());
+  EXPECT_EQ(Warnings(), "RegQueryValueExW failed for \"Install\", n: " + Error(0));
+  Store(platform::kRegSz, text.data(), 3);
   EXPECT_EQ(Read().substr(0, 1), LARDER_WIDE("y"));
   Store(platform::kRegSz, LARDER_WIDE("ab\0cd"), 12);
   EXPECT_EQ(Read(), LARDER_WIDE("ab"));

@@ -15,6 +15,13 @@
 namespace larder::tool {
 namespace {
 
+// The length of a text that may be stored with or without a terminator.
+std::size_t CharactersOf(const std::vector<unsigned char>& data) {
+  const std::size_t units = (data.size() + 1) / sizeof(LarderWideChar);
+  const bool isTerminated = data.size() >= 2 && data.back() == 0 && data[data.size() - 2] == 0;
+  return isTerminated ? units - 1 : units;
+}
+
 // Why the library gets no text from a value.
 std::string ReasonOfNoText(const ValueName& target) {
   platform::OwnedRegistryKey key;
@@ -29,15 +36,15 @@ std::string ReasonOfNoText(const ValueName& target) {
   code = ReadRegistryValue(key.Get(), target.name, value);
   if (code == platform::kFileNotFound) return "the value isn't there";
   if (code != platform::kSuccess) return "the value can't be read: " + platform::SystemReason(code);
-  const std::size_t characters = value.data.size() / sizeof(LarderWideChar);
-  if (characters > kMaxRegistryCharacters + 1) {
-    return "the value is too long: " + std::to_string(characters - 1) +
-           " characters, where the library reads at most " + std::to_string(kMaxRegistryCharacters);
-  }
-  if (value.type != platform::kRegSz) {
+  const std::size_t bytes = value.data.size();
+  const bool fits = bytes <= (kMaxRegistryCharacters + 1) * sizeof(LarderWideChar);
+  if (fits && value.type != platform::kRegSz) {
     return "the value has the type " + TypeName(value.type) + ", not REG_SZ";
   }
-  return "the value is empty";
+  const std::size_t characters = CharactersOf(value.data);
+  if (characters <= kMaxRegistryCharacters) return "the value is empty";
+  return "the value is too long: " + std::to_string(characters) +
+         " characters, where the library reads at most " + std::to_string(kMaxRegistryCharacters);
 }
 
 std::vector<WideString> ProviderKeys(std::string& fault) {
