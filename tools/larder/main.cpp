@@ -6,6 +6,7 @@
 #include "tools/larder/cli/command.h"
 #include "tools/larder/cli/commands.h"
 #include "tools/larder/cli/console.h"
+#include "tools/larder/cli/module-search.h"
 #include "tools/larder/cli/output.h"
 
 namespace larder::tool {
@@ -45,6 +46,7 @@ int Main(const std::vector<std::string>& arguments) {
 }  // namespace larder::tool
 
 int main(int argc, char** argv) {
+  larder::tool::LeaveCurrentFolderOutOfSearch();
   larder::tool::PrepareConsole();
   std::vector<std::string> arguments = larder::tool::ProgramArguments(argc, argv);
   if (!arguments.empty()) arguments.erase(arguments.begin());

@@ -2,7 +2,6 @@
 
 #include <windows.h>
 
-#include <array>
 #include <memory>
 #include <set>
 
@@ -33,22 +32,16 @@ std::vector<std::string> ImportsOf(HMODULE module) {
   return names;
 }
 
-WideString FindInSearchPath(const WideString& name) {
-  std::array<wchar_t, MAX_PATH> path{};
-  const DWORD length = SearchPathW(nullptr, name.c_str(), nullptr, static_cast<DWORD>(path.size()),
-                                   path.data(), nullptr);
-  return length < path.size() ? WideString(path.data(), length) : WideString();
-}
-
 class DependencySearch {
  public:
   explicit DependencySearch(std::vector<std::string>& target) : missing(target) {}
 
-  platform::Code Inspect(const WideString& path) {
+  // module: a path, or a bare name to search for.
+  platform::Code Inspect(const WideString& module) {
     // Maps the file without loading its dependencies or calling its entry point.
-    const OwnedModule module(LoadLibraryExW(path.c_str(), nullptr, DONT_RESOLVE_DLL_REFERENCES));
-    if (!module) return platform::LastError();
-    for (const std::string& name : ImportsOf(module.get())) Check(name);
+    const OwnedModule mapped(LoadLibraryExW(module.c_str(), nullptr, DONT_RESOLVE_DLL_REFERENCES));
+    if (!mapped) return platform::LastError();
+    for (const std::string& name : ImportsOf(mapped.get())) Check(name);
     return platform::kSuccess;
   }
 
@@ -57,10 +50,9 @@ class DependencySearch {
     WideString wide;
     if (!platform::WideFromUtf8(name, wide) || !seen.insert(wide).second) return;
     if (const OwnedModule found(LoadLibraryW(wide.c_str())); found) return;
-    const WideString path = FindInSearchPath(wide);
     // A file that exists but can't be loaded either lacks something itself or isn't a module.
     const std::size_t before = missing.size();
-    if (path.empty() || Inspect(path) != platform::kSuccess || missing.size() == before) {
+    if (Inspect(wide) != platform::kSuccess || missing.size() == before) {
       missing.push_back(name);
     }
   }
