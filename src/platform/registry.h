@@ -51,6 +51,14 @@ void CloseRegistryKey(RegistryKey key) noexcept;
 [[nodiscard]] Code RegistryValueName(RegistryKey key, std::uint32_t index, LarderWideChar* name,
                                      std::uint32_t& length);
 
+// A key can be marked as open to all users: it can then be opened for any access by a user who may
+// only read it. Changes fail with kAccessDenied all the same, at the operation. The mark is for one
+// key; its subkeys don't have it. Only the owner of a key can mark it. Windows has no such mark:
+// there no key has it, and setting it fails with kNotSupported.
+[[nodiscard]] bool CanBeOpenToAll() noexcept;  // whether this system has the mark
+[[nodiscard]] bool IsOpenToAll(RegistryKey key);
+[[nodiscard]] Code SetOpenToAll(RegistryKey key, bool isOpen);
+
 // Removes the key at a path with everything below it.
 [[nodiscard]] Code RemoveRegistryTree(const WideString& path);
 // Removes a key that has no subkeys, by its name below an open one.

@@ -27,6 +27,12 @@
 // Names are compared without case, but file names are not. So an operation tries the given spelling
 // first, and reads the directory for another one if there is no such file.
 //
+// Who may read and change a key is what the permissions of its directory say. They are 0755 for a
+// new key, and 0644 for the file of a value, whatever the umask is. A key that is open to all users
+// has the sticky bit, which only the directory's owner can set. It counts if that is root or the
+// owner of the hive's directory. It lets an open succeed that asks for rights to change the key;
+// each change is made with the caller's own rights, so the permissions still decide about it.
+//
 // A value is written to a temporary file, which is then renamed: a reader sees the old value or the
 // new one, also after a crash. An open key is an O_PATH descriptor, with which all operations
 // start, so they work on the same key even if another one takes its place. Symbolic links below the
@@ -37,6 +43,7 @@ namespace larder::platform {
 struct RegistryKeyObject {
   FileDescriptor directory;  // O_PATH
   std::uint32_t access;
+  uid_t hiveOwner;
 };
 
 namespace {
@@ -48,6 +55,8 @@ constexpr std::uint32_t kWriteRights = kKeySetValue | kKeyCreateSubKey | kDelete
 
 constexpr std::string_view kValueSuffix = ".value";
 constexpr int kDirectoryFlags = O_PATH | O_DIRECTORY | O_CLOEXEC;
+constexpr mode_t kDirectoryMode = 0755;
+constexpr mode_t kFileMode = 0644;
 
 enum class EntryKind { kKey, kValue, kOther };
 
@@ -175,12 +184,24 @@ Code OpenHive(FileDescriptor& hive) {
   return hive.IsOpen() ? kSuccess : CodeFromErrno(errno);
 }
 
+// Does nothing if the directory exists.
+Code CreateDirectory(int parent, const std::string& path) {
+  if (mkdirat(parent, path.c_str(), kDirectoryMode) != 0)
+    return errno == EEXIST ? kSuccess : CodeFromErrno(errno);
+  FileDescriptor created;
+  if (const Code code = OpenDirectory(parent, path, created); code != kSuccess) return code;
+  struct stat status {};
+  if (fstat(created.Get(), &status) != 0) return CodeFromErrno(errno);
+  const mode_t mode = (status.st_mode & S_ISGID) | kDirectoryMode;
+  return fchmodat(created.Get(), ".", mode, 0) == 0 ? kSuccess : CodeFromErrno(errno);
+}
+
 Code CreateHive(FileDescriptor& hive) {
   if (const Code code = OpenHive(hive); code != kFileNotFound) return code;
   std::string path = MachineRoot();
   for (const char* level : {"/etc", "/larder", "/registry"}) {
     path += level;
-    if (mkdir(path.c_str(), 0755) != 0 && errno != EEXIST) return CodeFromErrno(errno);
+    if (const Code code = CreateDirectory(AT_FDCWD, path); code != kSuccess) return code;
   }
   return OpenHive(hive);
 }
@@ -197,7 +218,7 @@ Code CreateLevel(int parent, WideView name, FileDescriptor& directory, std::stri
   if (const Code code = OpenLevel(parent, name, directory, fileName); code != kFileNotFound)
     return code;
   fileName = FileNameOf(name, EntryKind::kKey);
-  if (mkdirat(parent, fileName.c_str(), 0755) != 0 && errno != EEXIST) return CodeFromErrno(errno);
+  if (const Code code = CreateDirectory(parent, fileName); code != kSuccess) return code;
   return OpenDirectory(parent, fileName, directory);
 }
 
@@ -221,10 +242,20 @@ bool Allows(int directory, int mode) {
   return faccessat(directory, ".", mode | X_OK, AT_EACCESS) == 0;
 }
 
-Code CheckAccess(int directory, std::uint32_t access) {
+bool IsMarkTrusted(const struct stat& status, uid_t hiveOwner) {
+  return status.st_uid == 0 || status.st_uid == hiveOwner;
+}
+
+bool IsMarked(int directory, uid_t hiveOwner) {
+  struct stat status {};
+  return fstat(directory, &status) == 0 && (status.st_mode & S_ISVTX) != 0 &&
+         IsMarkTrusted(status, hiveOwner);
+}
+
+Code CheckAccess(int directory, std::uint32_t access, uid_t hiveOwner) {
   if ((access & kReadRights) != 0 && !Allows(directory, R_OK)) return kAccessDenied;
-  if ((access & kWriteRights) != 0 && !Allows(directory, W_OK)) return kAccessDenied;
-  return kSuccess;
+  if ((access & kWriteRights) == 0 || Allows(directory, W_OK)) return kSuccess;
+  return IsMarked(directory, hiveOwner) ? kSuccess : kAccessDenied;
 }
 
 Code OpenKey(const WideString& path, std::uint32_t access, bool create, RegistryKey& key) {
@@ -233,11 +264,13 @@ Code OpenKey(const WideString& path, std::uint32_t access, bool create, Registry
   FileDescriptor directory;
   Code code = create ? CreateHive(directory) : OpenHive(directory);
   if (code != kSuccess) return code;
+  struct stat hive {};
+  if (fstat(directory.Get(), &hive) != 0) return CodeFromErrno(errno);
   const std::vector<WideView> levels = LevelsOf(path);
   code = Descend(directory, levels.data(), levels.data() + levels.size(),
                  create ? CreateLevel : OpenLevel);
-  if (code == kSuccess) code = CheckAccess(directory.Get(), access);
-  if (code == kSuccess) key = new RegistryKeyObject{std::move(directory), access};
+  if (code == kSuccess) code = CheckAccess(directory.Get(), access, hive.st_uid);
+  if (code == kSuccess) key = new RegistryKeyObject{std::move(directory), access, hive.st_uid};
   return code;
 }
 
@@ -403,9 +436,10 @@ class TemporaryFile {
     constexpr int kFlags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
     do {
       name = ".tmp-" + std::to_string(getpid()) + "-" + std::to_string(++count);
-      file = FileDescriptor(openat(directory, name.c_str(), kFlags, 0644));
+      file = FileDescriptor(openat(directory, name.c_str(), kFlags, kFileMode));
     } while (!file.IsOpen() && errno == EEXIST);
-    return file.IsOpen() ? kSuccess : CodeFromErrno(errno);
+    if (!file.IsOpen() || fchmod(file.Get(), kFileMode) != 0) return CodeFromErrno(errno);
+    return kSuccess;
   }
 
   Code Write(const void* data, std::size_t size) const {
@@ -499,6 +533,22 @@ Code RegistryValueName(RegistryKey key, std::uint32_t index, LarderWideChar* nam
   const Code code = CheckKey(key, kKeyQueryValue);
   if (code != kSuccess) return code;
   return CopyName(key->directory.Get(), EntryKind::kValue, index, name, length);
+}
+
+bool CanBeOpenToAll() noexcept { return true; }
+
+bool IsOpenToAll(RegistryKey key) {
+  return key != nullptr && IsMarked(key->directory.Get(), key->hiveOwner);
+}
+
+Code SetOpenToAll(RegistryKey key, bool isOpen) {
+  if (const Code code = CheckKey(key, 0); code != kSuccess) return code;
+  struct stat status {};
+  if (fstat(key->directory.Get(), &status) != 0) return CodeFromErrno(errno);
+  if (isOpen && !IsMarkTrusted(status, key->hiveOwner)) return kAccessDenied;
+  const mode_t others = status.st_mode & 07777 & ~mode_t{S_ISVTX};
+  const mode_t mode = others | (isOpen ? mode_t{S_ISVTX} : 0);
+  return fchmodat(key->directory.Get(), ".", mode, 0) == 0 ? kSuccess : CodeFromErrno(errno);
 }
 
 Code RemoveRegistryTree(const WideString& path) {

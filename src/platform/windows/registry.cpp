@@ -99,6 +99,12 @@ Code RegistryValueName(RegistryKey key, std::uint32_t index, LarderWideChar* nam
   return CodeOf(status);
 }
 
+bool CanBeOpenToAll() noexcept { return false; }
+
+bool IsOpenToAll(RegistryKey) { return false; }
+
+Code SetOpenToAll(RegistryKey, bool isOpen) { return isOpen ? kNotSupported : kSuccess; }
+
 // Both refuse the empty path, which to the system means the hive or the parent itself.
 
 Code RemoveRegistryTree(const WideString& path) {

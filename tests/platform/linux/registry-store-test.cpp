@@ -36,19 +36,63 @@ class RegistryStoreTest : public RegistryTest {
   const path valueFile = keyFolder / "value.value";
 };
 
-TEST_F(RegistryStoreTest, KeysAreDirectoriesAndValuesFilesReadableByAllAsFarAsTheMaskAllows) {
+TEST_F(RegistryStoreTest, KeysAreDirectoriesAndValuesFilesReadableByAllWhateverTheMask) {
   for (const mode_t mask : {mode_t{0}, mode_t{077}}) {
+    std::filesystem::remove_all(hive.parent_path());
     const mode_t former = umask(mask);
+    EXPECT_EQ(key.Make("Key\\a.b"), kSuccess);
+    EXPECT_EQ(key.Make("Key"), kSuccess);
     EXPECT_EQ(key.Set("value", "\x01\x02\x03\x04", kRegDword), kSuccess);
-    EXPECT_EQ(Key().Make("Key\\a.b"), kSuccess);
     umask(former);
-    EXPECT_EQ(std::filesystem::status(keyFolder / "a%2Eb").permissions(), perms(0755 & ~mask));
-    EXPECT_EQ(std::filesystem::status(valueFile).permissions(), perms(0644 & ~mask));
+    for (const path& each : {hive.parent_path(), hive, keyFolder, keyFolder / "a%2Eb"})
+      EXPECT_EQ(std::filesystem::status(each).permissions(), perms(0755)) << each;
+    EXPECT_EQ(std::filesystem::status(valueFile).permissions(), perms(0644));
     EXPECT_EQ(key.RemoveKey("a.b"), kSuccess);
   }
   EXPECT_EQ(ContentOf(valueFile), std::string("LRV1\4\0\0\0\4\0\0\0\1\2\3\4", 16));
   ASSERT_EQ(key.Set(".dots.and/more%", ""), kSuccess);
   EXPECT_THAT(Files(), UnorderedElementsAre("value.value", "%2Edots.and%2Fmore%25.value"));
+}
+
+TEST_F(RegistryStoreTest, AKeyThatIsOpenToAllIsOpenedByEveryUserAndChangedByNone) {
+  if (geteuid() != 0) GTEST_SKIP() << "only root can become another user";
+  ASSERT_EQ(key.Make("Key\\Sub", kKeyAllAccess), kSuccess);
+  ASSERT_EQ(key.Open("Key", kKeyAllAccess), kSuccess);
+  ASSERT_EQ(key.Set("value", "data"), kSuccess);
+  const auto open = [] { return static_cast<int>(Key().Open("Key", kKeyAllAccess)); };
+  EXPECT_EQ(RunAsNobody(open), kAccessDenied);
+  EXPECT_FALSE(IsOpenToAll(key.Raw()));
+  ASSERT_EQ(SetOpenToAll(key.Raw(), true), kSuccess);
+  EXPECT_TRUE(IsOpenToAll(key.Raw()));
+  EXPECT_EQ(std::filesystem::status(keyFolder).permissions(), perms(01755));
+  const auto tryAll = [] {
+    Key opened;
+    if (opened.Open("Key", kKeyAllAccess) != kSuccess || opened.Get("value") != "data") return 100;
+    const Code codes[] = {opened.Set("value", "x"),
+                          opened.Set("new", "x"),
+                          opened.Remove("value"),
+                          opened.RemoveKey("Sub"),
+                          Key().Make("Key\\New"),
+                          RemoveTree("Key\\Sub"),
+                          RemoveTree("Key"),
+                          SetOpenToAll(opened.Raw(), false),
+                          Key().Open("Key\\Sub", kKeyAllAccess)};
+    const auto* other =
+        std::ranges::find_if(codes, [](Code code) { return code != kAccessDenied; });
+    return static_cast<int>(other - codes);
+  };
+  EXPECT_EQ(RunAsNobody(tryAll), 9);
+  EXPECT_THAT(key.Subkeys(), ElementsAre("Sub"));
+  EXPECT_EQ(key.Get("value"), "data");
+  ASSERT_EQ(SetOpenToAll(key.Raw(), false), kSuccess);
+  EXPECT_EQ(RunAsNobody(open), kAccessDenied);
+  // Only root and the owner of the hive can mark a key.
+  ASSERT_EQ(chown(keyFolder.c_str(), 12345, 12345), 0);
+  EXPECT_EQ(SetOpenToAll(key.Raw(), true), kAccessDenied);
+  ASSERT_EQ(chmod(keyFolder.c_str(), 01755), 0);
+  EXPECT_EQ(RunAsNobody(open), kAccessDenied);
+  ASSERT_EQ(chown(hive.c_str(), 12345, 12345), 0);
+  EXPECT_EQ(RunAsNobody(open), kSuccess);
 }
 
 TEST_F(RegistryStoreTest, AFileThatIsNotAWholeValueIsCorruptUntilItIsSetAgain) {
