@@ -43,7 +43,7 @@ BEGIN {
   outside["soak"] = "product platform"
   outside["samples"] = ""
   outside["include"] = ""
-  # Within the tool: find, log, scan and status -> query, registry -> cli.
+  # Within the tool: setup -> status; find, log, scan and status -> query, registry -> cli.
   tool["cli"] = "cli"
   tool["registry"] = "registry cli"
   tool["query"] = "query cli"
@@ -51,6 +51,7 @@ BEGIN {
   tool["log"] = "log registry cli"
   tool["scan"] = "scan query cli"
   tool["status"] = "status log query registry cli"
+  tool["setup"] = "setup status registry cli"
   tool["linux"] = "linux status scan cli"
   tool["windows"] = "windows status scan cli"
 

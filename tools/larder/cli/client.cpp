@@ -39,9 +39,7 @@ void WaitForLog(const std::vector<WideString>& before) {
 }
 
 void PrintHints(bool hasLog) {
-  PrintError(
-      "the provider modules must be there and loadable: \"larder registry list\" shows their "
-      "folder (Install, szLocation) and names (below DataProviders, szDLL)");
+  PrintError("run \"larder status\" to see which module or key is at fault, and why");
   PrintError(
       hasLog
           ? "run \"larder log show\" for details"

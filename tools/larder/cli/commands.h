@@ -6,7 +6,7 @@
 
 namespace larder::tool {
 
-// larder setup: registers the providers whose modules are beside this program.
+// larder setup: registers the providers of this installation.
 void AddSetupCommand(const Command& top);
 
 // larder status: what is on this machine, and what is wrong with it.

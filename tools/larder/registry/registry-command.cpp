@@ -15,16 +15,12 @@
 namespace larder::tool {
 namespace {
 
-constexpr std::size_t kMaxNameLength = 16383;  // of a value, in units; a key's name is shorter
-
-using NameReader = platform::Code (*)(platform::RegistryKey, std::uint32_t, LarderWideChar*,
-                                      std::uint32_t&);
-
 // Prints keys and values, one a line. Tabs separate the columns: subkey; name, type and data of a
-// value. What can't be read has a line on standard error and is skipped.
+// value; "everyone" for a key that is open to all users. What can't be read has a line on standard
+// error and is skipped.
 class TreePrinter {
  public:
-  explicit TreePrinter(Output& target) : output(target), buffer(kMaxNameLength + 1) {}
+  explicit TreePrinter(Output& target) : output(target) {}
 
   void PrintKey(const WideString& subkey);
   [[nodiscard]] bool HasPrintedAll() const { return hasPrintedAll; }
@@ -36,7 +32,6 @@ class TreePrinter {
   void PrintValue(platform::RegistryKey key, const WideString& subkey, const WideString& name);
 
   Output& output;
-  std::vector<LarderWideChar> buffer;
   bool hasPrintedAll = true;
 };
 
@@ -48,16 +43,9 @@ void TreePrinter::Report(const std::string& what, platform::Code code) {
 std::vector<WideString> TreePrinter::Names(platform::RegistryKey key, NameReader read,
                                            const std::string& what) {
   std::vector<WideString> names;
-  for (std::uint32_t index = 0;; ++index) {
-    auto length = static_cast<std::uint32_t>(buffer.size());
-    const platform::Code code = read(key, index, buffer.data(), length);
-    if (code == platform::kNoMoreItems) return names;
-    if (code != platform::kSuccess) {
-      Report(what, code);
-      return names;
-    }
-    names.emplace_back(buffer.data(), length);
-  }
+  const platform::Code code = ReadNames(key, read, names);
+  if (code != platform::kSuccess) Report(what, code);
+  return names;
 }
 
 void TreePrinter::PrintValue(platform::RegistryKey key, const WideString& subkey,
@@ -78,7 +66,8 @@ void TreePrinter::PrintKey(const WideString& subkey) {
   platform::OwnedRegistryKey key;
   const platform::Code code =
       platform::OpenRegistryKey(PathOfSubkey(subkey), platform::kKeyRead, key.Out());
-  if (!subkey.empty()) output.Write(Printable(platform::Utf8FromWide(subkey)) + "\n");
+  const char* mark = platform::IsOpenToAll(key.Get()) ? "\teveryone\n" : "\n";
+  if (!subkey.empty()) output.Write(Printable(platform::Utf8FromWide(subkey)) + mark);
   if (code != platform::kSuccess) return Report("open key " + label, code);
   for (const WideString& name :
        Names(key.Get(), &platform::RegistryValueName, "list the values of key " + label)) {

@@ -11,8 +11,9 @@
 namespace larder::tool {
 namespace {
 
-constexpr std::uint32_t kFirstGuess = 512;  // bytes
-constexpr int kMaxReads = 8;                // a value may grow between two reads
+constexpr std::size_t kMaxNameLength = 16383;  // of a value, in units; a key's name is shorter
+constexpr std::uint32_t kFirstGuess = 512;     // bytes
+constexpr int kMaxReads = 8;                   // a value may grow between two reads
 
 bool IsText(std::uint32_t type) {
   return type == platform::kRegSz || type == platform::kRegExpandSz;
@@ -48,6 +49,18 @@ std::string ValueLabel(const ValueName& target) {
   return "value \"" + platform::Utf8FromWide(target.name) + "\" of key " + KeyLabel(target.subkey);
 }
 
+platform::Code ReadNames(platform::RegistryKey key, NameReader read,
+                         std::vector<WideString>& names) {
+  std::vector<LarderWideChar> buffer(kMaxNameLength + 1);
+  for (std::uint32_t index = 0;; ++index) {
+    auto length = static_cast<std::uint32_t>(buffer.size());
+    const platform::Code code = read(key, index, buffer.data(), length);
+    if (code == platform::kNoMoreItems) return platform::kSuccess;
+    if (code != platform::kSuccess) return code;
+    names.emplace_back(buffer.data(), length);
+  }
+}
+
 platform::Code ReadRegistryValue(platform::RegistryKey key, const WideString& name,
                                  RegistryValue& value) {
   value.data.resize(kFirstGuess);
@@ -74,6 +87,13 @@ platform::Code DeleteValue(const ValueName& target) {
   const platform::Code code =
       platform::OpenRegistryKey(PathOfSubkey(target.subkey), platform::kKeySetValue, key.Out());
   return code == platform::kSuccess ? platform::RemoveRegistryValue(key.Get(), target.name) : code;
+}
+
+bool IsOpenToAll(const WideString& subkey) {
+  platform::OwnedRegistryKey key;
+  return platform::OpenRegistryKey(PathOfSubkey(subkey), platform::kKeyRead, key.Out()) ==
+             platform::kSuccess &&
+         platform::IsOpenToAll(key.Get());
 }
 
 std::string TypeName(std::uint32_t type) {

@@ -31,6 +31,15 @@ std::string KeyLabel(const WideString& subkey);
 // For messages: the value and its key, each in quotation marks.
 std::string ValueLabel(const ValueName& target);
 
+// RegistrySubkeyName or RegistryValueName.
+using NameReader = platform::Code (*)(platform::RegistryKey, std::uint32_t, LarderWideChar*,
+                                      std::uint32_t&);
+
+// Appends the names of a key's subkeys or values, in the registry's order. After a failure, names
+// has those before it.
+[[nodiscard]] platform::Code ReadNames(platform::RegistryKey key, NameReader read,
+                                       std::vector<WideString>& names);
+
 // Reads a whole value of any length.
 [[nodiscard]] platform::Code ReadRegistryValue(platform::RegistryKey key, const WideString& name,
                                                RegistryValue& value);
@@ -39,6 +48,9 @@ std::string ValueLabel(const ValueName& target);
 [[nodiscard]] platform::Code SetValue(const ValueName& target, const RegistryValue& value);
 
 [[nodiscard]] platform::Code DeleteValue(const ValueName& target);
+
+// Whether the key can be read, and is marked as open to all users.
+[[nodiscard]] bool IsOpenToAll(const WideString& subkey);
 
 // "REG_SZ" and so on; "REG_<number>" for a type without a name.
 std::string TypeName(std::uint32_t type);

@@ -84,6 +84,7 @@ MachineStatus FindMachineStatus(std::chrono::milliseconds limit) {
   MachineStatus status;
   status.location = ReadStatusValue({kInstallKey, kLocationValue});
   status.locationFault = LocationFault(status.location.text);
+  status.isOpenToAll = IsOpenToAll(kProvidersKey);
   status.providers = FindProviders(status.location, limit, status.providersFault);
   status.log = FindLog();
   status.verdict = Judge(status);

@@ -33,6 +33,7 @@ struct Verdict {
 struct MachineStatus {
   StatusValue location;
   std::string locationFault;   // what is wrong with a location that can be read
+  bool isOpenToAll = false;    // programs of all users may open the key DataProviders
   std::string providersFault;  // why the library sees no key, or not all, below DataProviders
   std::vector<ProviderStatus> providers;
   LogStatus log;

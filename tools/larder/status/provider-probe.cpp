@@ -25,6 +25,7 @@ namespace {
 using Json = nlohmann::json;
 
 constexpr const char* kCommand = "probe-provider";
+constexpr const char* kProviderExport = "GetProvider";
 
 // The child's report: lines with a key that the parent chose, and a JSON object. A line that names
 // a step is written before the step begins. The child has taken its standard output for the report,
@@ -46,6 +47,13 @@ constexpr const char* kDone = "";
 constexpr std::size_t kMaxExceptionText = 4096;  // a report must fit into what the parent reads
 
 // The child process: it runs RunProbe and writes the report.
+
+struct ProbeArguments {
+  std::string key;  // of the report's lines
+  std::string path;
+  std::string exportName = kProviderExport;
+  bool isLoadedOnly = false;
+};
 
 class Report {
  public:
@@ -105,11 +113,7 @@ std::string FailureOf(Call call) {
   }
 }
 
-void ProbeLoaded(platform::ModuleHandle module, Report& report) {
-  const platform::Symbol symbol = platform::FindSymbol(module, "GetProvider");
-  if (symbol == nullptr) {
-    return report.Write({{kFault, "it isn't a provider: it doesn't export GetProvider"}});
-  }
+void CallProvider(platform::Symbol symbol, Report& report) {
   IDataProvider* provider = nullptr;
   report.BeginStep(kGettingProvider);
   std::string fault = FailureOf([&] { reinterpret_cast<GetProviderFunction>(symbol)(&provider); });
@@ -126,17 +130,26 @@ void ProbeLoaded(platform::ModuleHandle module, Report& report) {
   delete provider;
 }
 
-int RunProbe(const std::string& key, const std::string& argument) {
-  Report report(key);
+void ProbeLoaded(platform::ModuleHandle module, const ProbeArguments& arguments, Report& report) {
+  const platform::Symbol symbol = platform::FindSymbol(module, arguments.exportName.c_str());
+  if (symbol == nullptr) {
+    report.Write({{kFault, "it doesn't export " + arguments.exportName}});
+  } else if (!arguments.isLoadedOnly) {
+    CallProvider(symbol, report);
+  }
+}
+
+int RunProbe(const ProbeArguments& arguments) {
+  Report report(arguments.key);
   WideString path;
-  if (!platform::WideFromUtf8(argument, path)) return kExitUsage;
+  if (!platform::WideFromUtf8(arguments.path, path)) return kExitUsage;
   report.BeginStep(kLoading);
   platform::OwnedModule module;
   const platform::Code code = platform::OpenModule(path, module.Out());
   if (code != platform::kSuccess) {
     report.Write(LoadFault(path, code));
   } else {
-    ProbeLoaded(module.Get(), report);
+    ProbeLoaded(module.Get(), arguments, report);
     report.BeginStep(kUnloading);
     module = platform::OwnedModule();
   }
@@ -211,34 +224,40 @@ std::string NewKey() {
   return std::to_string(random()) + "-" + std::to_string(random()) + " ";
 }
 
-}  // namespace
-
-ProbeResult ProbeProvider(const WideString& module, std::chrono::milliseconds limit) {
+ProbeResult Probe(const WideString& module, std::vector<std::string> options,
+                  std::chrono::milliseconds limit) {
   WideString program;
   ChildResult child;
   const std::string key = NewKey();
+  options.insert(options.begin(), kCommand);
+  options.insert(options.end(), {"--", key, platform::Utf8FromWide(module)});
   platform::Code code = platform::HostImagePath(program);
-  if (code == platform::kSuccess) {
-    code = RunChild(program, {kCommand, "--", key, platform::Utf8FromWide(module)}, limit, child);
-  }
+  if (code == platform::kSuccess) code = RunChild(program, options, limit, child);
   if (code == platform::kSuccess) return Conclude(child, key, limit);
   ProbeResult result;
   result.fault = "it can't be tried: " + platform::SystemReason(code);
   return result;
 }
 
+}  // namespace
+
+ProbeResult ProbeProvider(const WideString& module, std::chrono::milliseconds limit) {
+  return Probe(module, {}, limit);
+}
+
+std::string FindLoadFault(const WideString& module, const std::string& exportName,
+                          std::chrono::milliseconds limit) {
+  return Probe(module, {"--load-only", "--export", exportName}, limit).fault;
+}
+
 void AddProbeCommand(const Command& top) {
-  struct Arguments {
-    std::string key;
-    std::string path;
-  };
-  const auto arguments = std::make_shared<Arguments>();
+  const auto arguments = std::make_shared<ProbeArguments>();
   const Command probe = top.AddHiddenCommand(kCommand, "Load a provider module");
   probe.AddRequired("KEY", arguments->key, "");
   probe.AddRequired("MODULE", arguments->path, "");
-  probe.OnChosen([arguments] {
-    return [arguments](Output&) { return RunProbe(arguments->key, arguments->path); };
-  });
+  probe.AddOption("--export", arguments->exportName, "");
+  probe.AddFlag("--load-only", arguments->isLoadedOnly, "");
+  probe.OnChosen([arguments] { return [arguments](Output&) { return RunProbe(*arguments); }; });
 }
 
 }  // namespace larder::tool

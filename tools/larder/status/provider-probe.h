@@ -26,4 +26,10 @@ struct ProbeResult {
 // limit: the time that the child process may take.
 [[nodiscard]] ProbeResult ProbeProvider(const WideString& module, std::chrono::milliseconds limit);
 
+// Why the module can't be loaded, or that it doesn't export this function; empty if nothing is
+// wrong. Loads it in a child process as well, but calls none of its functions, so it needs no
+// registration.
+[[nodiscard]] std::string FindLoadFault(const WideString& module, const std::string& exportName,
+                                        std::chrono::milliseconds limit);
+
 }  // namespace larder::tool

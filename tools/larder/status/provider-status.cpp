@@ -47,6 +47,17 @@ std::string ReasonOfNoText(const ValueName& target) {
          " characters, where the library reads at most " + std::to_string(kMaxRegistryCharacters);
 }
 
+// What lets this user open the key DataProviders, after a refusal; empty if it isn't the mark.
+std::string RemedyFor(platform::Code code) {
+  platform::OwnedRegistryKey key;
+  const bool isMarkMissing =
+      code == platform::kAccessDenied && platform::CanBeOpenToAll() &&
+      platform::OpenRegistryKey(PathOfSubkey(kProvidersKey), platform::kKeyRead, key.Out()) ==
+          platform::kSuccess;
+  if (!isMarkMissing) return {};
+  return "; root can let the programs of all users load the providers: larder setup --everyone";
+}
+
 std::vector<WideString> ProviderKeys(std::string& fault) {
   std::vector<WideString> keys;
   platform::OwnedRegistryKey key;
@@ -64,7 +75,7 @@ std::vector<WideString> ProviderKeys(std::string& fault) {
     fault = "the key isn't there";
   } else if (key.IsEmpty()) {
     fault = "the key can't be opened for reading and writing, which the library does: " +
-            platform::SystemReason(code);
+            platform::SystemReason(code) + RemedyFor(code);
   } else if (code != platform::kNoMoreItems) {
     fault = "the keys below it can't be listed: " + platform::SystemReason(code);
   } else if (keys.empty()) {

@@ -74,6 +74,7 @@ std::string Text(const MachineStatus& status) {
       Line("registry", "HKEY_LOCAL_MACHINE\\" + Utf8(WideString(LarderRegistryRoot)));
   text += Line("location", ValueText(status.location));
   if (!status.locationFault.empty()) text += Line("  fault", status.locationFault);
+  if (status.isOpenToAll) text += Line("everyone", "may load the providers");
   if (!status.providersFault.empty())
     text += "\n" + Line("providers", "none: " + status.providersFault);
   for (const ProviderStatus& provider : status.providers) text += ProviderText(provider);
@@ -112,6 +113,7 @@ Json ToJson(const MachineStatus& status) {
   const std::string error = verdict.result ? ResultReason(*verdict.result) : std::string();
   return {{"location", ValueJson(status.location)},
           {"locationFault", OrNull(status.locationFault)},
+          {"everyone", status.isOpenToAll},
           {"providersFault", OrNull(status.providersFault)},
           {"providers", std::move(providers)},
           {"log",
