@@ -130,12 +130,9 @@ int Finish(const std::string& what, platform::Code code) {
   return Succeeded(what, code) ? kExitOk : kExitFailed;
 }
 
-int GetValue(const ValueName& target, Output& output) {
-  platform::OwnedRegistryKey key;
-  platform::Code code =
-      platform::OpenRegistryKey(PathOfSubkey(target.subkey), platform::kKeyRead, key.Out());
+int PrintData(const ValueName& target, Output& output) {
   RegistryValue value;
-  if (code == platform::kSuccess) code = ReadRegistryValue(key.Get(), target.name, value);
+  const platform::Code code = GetValue(target, value);
   if (code == platform::kSuccess) output.Write(DataText(value) + "\n");
   return Finish("read " + ValueLabel(target), code);
 }
@@ -158,7 +155,7 @@ void AddGet(const Command& registry) {
   get.AddRequired("NAME", arguments->name.emplace(), "Name of the value");
   get.OnChosen([arguments] {
     return
-        [target = CheckedTarget(*arguments)](Output& output) { return GetValue(target, output); };
+        [target = CheckedTarget(*arguments)](Output& output) { return PrintData(target, output); };
   });
 }
 

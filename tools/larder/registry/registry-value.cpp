@@ -73,6 +73,13 @@ platform::Code ReadRegistryValue(platform::RegistryKey key, const WideString& na
   return code;
 }
 
+platform::Code GetValue(const ValueName& target, RegistryValue& value) {
+  platform::OwnedRegistryKey key;
+  const platform::Code code =
+      platform::OpenRegistryKey(PathOfSubkey(target.subkey), platform::kKeyRead, key.Out());
+  return code == platform::kSuccess ? ReadRegistryValue(key.Get(), target.name, value) : code;
+}
+
 platform::Code SetValue(const ValueName& target, const RegistryValue& value) {
   platform::OwnedRegistryKey key;
   const platform::Code code =

@@ -44,6 +44,9 @@ using NameReader = platform::Code (*)(platform::RegistryKey, std::uint32_t, Lard
 [[nodiscard]] platform::Code ReadRegistryValue(platform::RegistryKey key, const WideString& name,
                                                RegistryValue& value);
 
+// Fails with kFileNotFound if the key or the value doesn't exist.
+[[nodiscard]] platform::Code GetValue(const ValueName& target, RegistryValue& value);
+
 // Creates the key, and the levels above it, if they are missing.
 [[nodiscard]] platform::Code SetValue(const ValueName& target, const RegistryValue& value);
 

@@ -42,15 +42,13 @@ bool IsSameName(WideView a, WideView b) {
   return std::ranges::equal(a, b, {}, lower, lower);
 }
 
-// A null key has no names.
-std::vector<WideString> NamesIn(const WideString& subkey, NameReader read) {
-  std::vector<WideString> names;
+// A key that doesn't exist has no names.
+platform::Code NamesIn(const WideString& subkey, NameReader read, std::vector<WideString>& names) {
   platform::OwnedRegistryKey key;
-  if (platform::OpenRegistryKey(PathOfSubkey(subkey), platform::kKeyRead, key.Out()) ==
-      platform::kSuccess) {
-    (void)ReadNames(key.Get(), read, names);  // what can't be read isn't changed either
-  }
-  return names;
+  const platform::Code code =
+      platform::OpenRegistryKey(PathOfSubkey(subkey), platform::kKeyRead, key.Out());
+  if (code == platform::kFileNotFound) return platform::kSuccess;
+  return code == platform::kSuccess ? ReadNames(key.Get(), read, names) : code;
 }
 
 // A provider that setup doesn't register, or a query module that the administrator has chosen.
@@ -81,7 +79,19 @@ class Planner {
   }
 
  private:
-  void Refuse(const std::string& reason) { plan.obstacles.push_back(reason); }
+  void Refuse(const std::string& reason) {
+    const auto known = std::ranges::find(plan.obstacles, reason);
+    if (known == plan.obstacles.end()) plan.obstacles.push_back(reason);
+  }
+  // Refuses if they can't be read: setup must know what it keeps.
+  std::vector<WideString> ListNames(const WideString& subkey, NameReader read) {
+    std::vector<WideString> names;
+    const platform::Code code = NamesIn(subkey, read, names);
+    if (code != platform::kSuccess) {
+      Refuse("the key " + KeyLabel(subkey) + " can't be listed: " + platform::SystemReason(code));
+    }
+    return names;
+  }
 
   [[nodiscard]] bool IsPlanned(const WideString& subkey, const WideString& name) const {
     return std::ranges::any_of(plan.values, [&](const PlannedValue& each) {
@@ -99,6 +109,7 @@ class Planner {
   void PlanProviders();
   void PlanMark();
   void FindKept(const WideString& subkey);
+  void KeepValue(const ValueName& target);
   void CheckLocation();
   void CheckModules();
   void CheckOthers();
@@ -115,11 +126,8 @@ class Planner {
 
 void Planner::PlanValue(const DefaultValue& value) {
   PlannedValue planned{value, {}, GetRegistryString(value.subkey, value.name) == value.data};
-  platform::OwnedRegistryKey key;
   RegistryValue stored;
-  if (platform::OpenRegistryKey(PathOfSubkey(value.subkey), platform::kKeyRead, key.Out()) ==
-          platform::kSuccess &&
-      ReadRegistryValue(key.Get(), value.name, stored) == platform::kSuccess) {
+  if (GetValue({value.subkey, value.name}, stored) == platform::kSuccess) {
     planned.former = TypeName(stored.type) + "\t" + DataText(stored);
   }
   plan.values.push_back(planned);
@@ -150,7 +158,7 @@ void Planner::PlanValues() {
 }
 
 void Planner::PlanProviders() {
-  for (const WideString& name : NamesIn(kProvidersKey, &platform::RegistrySubkeyName)) {
+  for (const WideString& name : ListNames(kProvidersKey, &platform::RegistrySubkeyName)) {
     const WideString subkey = kProvidersKey + (LARDER_WIDE('\\') + name);
     if (IsPlannedKey(subkey)) continue;
     if (options.isOnly) {
@@ -167,23 +175,24 @@ void Planner::PlanMark() {
   plan.mark.after = options.isOpenToAll.value_or(plan.mark.before);
 }
 
-void Planner::FindKept(const WideString& subkey) {
-  if (std::ranges::find(plan.deletedKeys, subkey) != plan.deletedKeys.end()) return;
-  platform::OwnedRegistryKey key;
-  if (platform::OpenRegistryKey(PathOfSubkey(subkey), platform::kKeyRead, key.Out()) !=
-      platform::kSuccess) {
-    return;
+void Planner::KeepValue(const ValueName& target) {
+  RegistryValue stored;
+  std::string columns = Utf8(target.subkey) + "\t" + Utf8(target.name);
+  if (GetValue(target, stored) == platform::kSuccess) {
+    columns += "\t" + TypeName(stored.type) + "\t" + DataText(stored);
   }
-  for (const WideString& name : NamesIn(subkey, &platform::RegistryValueName)) {
-    RegistryValue value;
-    if (IsPlanned(subkey, name)) continue;
-    if (ReadRegistryValue(key.Get(), name, value) != platform::kSuccess) continue;
-    plan.kept.push_back(Utf8(subkey) + "\t" + Utf8(name) + "\t" + TypeName(value.type) + "\t" +
-                        DataText(value));
+  plan.kept.push_back(columns);
+}
+
+void Planner::FindKept(const WideString& subkey) {
+  for (const WideString& name : ListNames(subkey, &platform::RegistryValueName)) {
+    if (!IsPlanned(subkey, name)) KeepValue({subkey, name});
   }
   const WideString prefix = subkey.empty() ? subkey : subkey + LARDER_WIDE('\\');
-  for (const WideString& name : NamesIn(subkey, &platform::RegistrySubkeyName)) {
-    FindKept(prefix + name);
+  for (const WideString& name : ListNames(subkey, &platform::RegistrySubkeyName)) {
+    if (std::ranges::find(plan.deletedKeys, prefix + name) == plan.deletedKeys.end()) {
+      FindKept(prefix + name);
+    }
   }
 }
 
