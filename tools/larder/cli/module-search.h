@@ -5,9 +5,8 @@ namespace larder::tool {
 
 // Takes the current folder out of the search for modules that are loaded by a bare name, and for
 // what they depend on. Otherwise a file that someone left in the folder where an administrator runs
-// the tool would be loaded into it. Call it before anything is loaded. On Windows the processes
-// that this one starts inherit the search. Linux doesn't search the current folder unless
-// LD_LIBRARY_PATH says so.
+// the tool would be loaded into it. Call it before anything is loaded, in each process: a child
+// need not inherit it. Linux doesn't search the current folder unless LD_LIBRARY_PATH says so.
 void LeaveCurrentFolderOutOfSearch() noexcept;
 
 }  // namespace larder::tool
