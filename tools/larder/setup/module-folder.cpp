@@ -19,7 +19,9 @@ WideString Below(WideString folder, std::string_view relative) {
   for (; relative.starts_with("../"); relative.remove_prefix(3)) {
     if (folder.size() > 1) folder = GetPath(folder.substr(0, folder.size() - 1));
   }
-  for (const char unit : relative) folder += unit == '/' ? '\\' : unit;
+  for (const char unit : relative) {
+    folder += static_cast<LarderWideChar>(unit == '/' ? '\\' : unit);
+  }
   if (!folder.ends_with(LARDER_WIDE('\\'))) folder += '\\';
   return folder;
 }
