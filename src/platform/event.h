@@ -23,9 +23,11 @@ Code RaiseEvent(Handle event) noexcept;
 Code LowerEvent(Handle event) noexcept;
 
 // Waits, without a limit, until one of the events is raised; index is that of the first raised one.
-// Fails at once with kInvalidParameter unless count is 1 to 64, and with kInvalidHandle if an event
-// is null or InvalidHandle(). Any number of threads may wait for a private event, but only one
-// thread at a time on a handle of a named one.
+// A named event that is raised during the wait ends it even if it is lowered again immediately; for
+// a private event that isn't certain. What happened before the wait doesn't count, only whether the
+// event is raised now. Fails at once with kInvalidParameter unless count is 1 to 64, and with
+// kInvalidHandle if an event is null or InvalidHandle(). Any number of threads may wait for a
+// private event, but only one thread at a time on a handle of a named one.
 [[nodiscard]] Code WaitForAny(const Handle* events, std::size_t count, std::size_t& index) noexcept;
 
 }  // namespace larder::platform

@@ -34,9 +34,14 @@
 // A waiting thread watches these directories with inotify. They may be created, replaced or closed
 // to this user while it waits, so every level from the machine root down is watched, each one
 // before the next is looked up: a level that appears in between leaves a change to be read. A
-// change that concerns a level makes the watch stale; it is closed and set up again by the next
-// query. The file is looked up only while the watch exists. So no raise is missed, and a needless
-// change costs one more query.
+// change that concerns a level makes the watch stale, and the next query sets it up again. The file
+// is looked up only while the watch exists. So no raise is missed, and a needless change costs one
+// more query.
+//
+// The file may be gone again when it is looked up. So its creation, which inotify reports, ends the
+// wait as the file itself does. That can be missed in two cases only: the directory of the events
+// wasn't watched yet, because it was created or opened to this user at the same moment, or the
+// kernel's queue of changes overflowed (16384 by default) because the waiting thread didn't run.
 
 namespace larder::platform {
 namespace {
@@ -47,8 +52,10 @@ constexpr std::array<std::string_view, 3> kLevels = {"run", "larder", "events"};
 struct EventObject : KernelObject {
   virtual Code Raise() noexcept = 0;
   virtual Code Lower() noexcept = 0;
+  // Discards what happened before. Called at the start of each wait.
+  virtual void BeginWait() noexcept {}
   // After a query that finds the event lowered, the next raise makes the descriptor readable. May
-  // replace the descriptor.
+  // open the descriptor.
   virtual Code Query(bool& isRaised) noexcept = 0;
   [[nodiscard]] virtual int Descriptor() const noexcept = 0;
   // Reads what made the descriptor readable. The event must be queried afterwards.
@@ -90,22 +97,15 @@ class PrivateEvent final : public EventObject {
   std::atomic<bool> flag = false;
 };
 
-// Whether a change may have replaced the directory of a level.
-bool ConcernsLevels(const inotify_event& change, std::string_view name) {
-  constexpr std::uint32_t kOwn =
-      IN_DELETE_SELF | IN_MOVE_SELF | IN_UNMOUNT | IN_IGNORED | IN_Q_OVERFLOW;
-  return (change.mask & kOwn) != 0 ||
-         std::find(kLevels.begin(), kLevels.end(), name) != kLevels.end();
-}
-
 class NamedEvent final : public EventObject {
  public:
-  NamedEvent(const std::string& root, const std::string& fileName) {
+  NamedEvent(const std::string& root, std::string name) : fileName(std::move(name)) {
     directories.front() = root.empty() ? "/" : root;
     std::string path = root;
     for (std::size_t level = 0; level < kLevels.size(); ++level)
       directories[level + 1] = path.append("/").append(kLevels[level]);
     file = path + '/' + fileName;
+    watches.fill(kNoWatch);
   }
 
   Code Raise() noexcept override {
@@ -118,32 +118,38 @@ class NamedEvent final : public EventObject {
     return unlink(file.c_str()) == 0 || errno == ENOENT ? kSuccess : CodeFromErrno(errno);
   }
 
+  void BeginWait() noexcept override {
+    Drain();
+    wasCreated = false;
+  }
+
   Code Query(bool& isRaised) noexcept override {
-    isRaised = false;
-    if (!watch.IsOpen()) {
+    isRaised = wasCreated;
+    if (isRaised) return kSuccess;
+    if (isStale) {
       const Code code = Arm();
-      if (!watch.IsOpen()) return code;
+      if (isStale) return code;
     }
     struct stat status {};
     isRaised = lstat(file.c_str(), &status) == 0;
     return isRaised || CanAppear(errno) ? kSuccess : CodeFromErrno(errno);
   }
 
-  [[nodiscard]] int Descriptor() const noexcept override { return watch.Get(); }
+  [[nodiscard]] int Descriptor() const noexcept override { return queue.Get(); }
 
   void Drain() noexcept override {
     alignas(inotify_event) std::array<char, 4096> buffer;
-    const ssize_t size = read(watch.Get(), buffer.data(), buffer.size());
-    bool isStale = false;
-    for (ssize_t at = 0; at < size;) {
-      const char* place = buffer.data() + at;
-      inotify_event change{};
-      std::memcpy(&change, place, sizeof(change));
-      const char* name = change.len > 0 ? place + sizeof(change) : "";
-      isStale = isStale || ConcernsLevels(change, name);
-      at += static_cast<ssize_t>(sizeof(change) + change.len);
+    for (;;) {
+      const ssize_t size = read(queue.Get(), buffer.data(), buffer.size());
+      if (size <= 0) return;
+      for (ssize_t at = 0; at < size;) {
+        const char* place = buffer.data() + at;
+        inotify_event change{};
+        std::memcpy(&change, place, sizeof(change));
+        Note(change, change.len > 0 ? place + sizeof(change) : "");
+        at += static_cast<ssize_t>(sizeof(change) + change.len);
+      }
     }
-    if (isStale) watch = FileDescriptor();
   }
 
   Code CreateDirectories() const noexcept {
@@ -158,24 +164,20 @@ class NamedEvent final : public EventObject {
   }
 
   // Watches the levels that exist, from the top. After kAccessDenied the watch covers the levels
-  // above the closed one, which may be opened to this user later. After any other failure there is
-  // no watch.
+  // above the closed one, which may be opened to this user later. After any other failure the watch
+  // is stale. The queue stays open, and with it the changes that haven't been read.
   Code Arm() noexcept {
-    watch = FileDescriptor();  // closes the previous one
-    watch = FileDescriptor(inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
-    if (!watch.IsOpen()) return CodeFromErrno(errno);
-    std::size_t watched = 0;
-    while (watched < directories.size() && Watch(watched, kAllChanges)) ++watched;
-    const int reason = watched < directories.size() ? errno : 0;
-    if (watched == 0 || (reason != 0 && !CanAppear(reason))) {
-      watch = FileDescriptor();
-      return CodeFromErrno(reason);
+    isStale = true;
+    if (!queue.IsOpen()) queue = FileDescriptor(inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
+    if (!queue.IsOpen()) return CodeFromErrno(errno);
+    const Watches before = std::exchange(watches, AddWatches());
+    const int reason = watches.back() == kNoWatch ? errno : 0;
+    for (const int watch : before) {
+      const bool isKept = std::find(watches.begin(), watches.end(), watch) != watches.end();
+      if (!isKept) inotify_rm_watch(queue.Get(), watch);
     }
-    // In the upper levels, which have many unrelated changes, only changes of the level itself are
-    // of interest. The lowest but one is watched fully: if a program holds the lowest one open, its
-    // removal is reported there only.
-    for (std::size_t level = 0; level + 2 < watched; ++level) Watch(level, kOwnChanges);
-    return reason == EACCES ? kAccessDenied : kSuccess;
+    isStale = watches.front() == kNoWatch || (reason != 0 && !CanAppear(reason));
+    return isStale || reason == EACCES ? CodeFromErrno(reason) : kSuccess;
   }
 
  private:
@@ -183,14 +185,47 @@ class NamedEvent final : public EventObject {
   static constexpr std::uint32_t kOwnChanges = IN_ONLYDIR | IN_DELETE_SELF | IN_MOVE_SELF;
   static constexpr std::uint32_t kAllChanges =
       kOwnChanges | IN_CREATE | IN_DELETE | IN_MOVED_TO | IN_ATTRIB;
+  static constexpr int kNoWatch = -1;
+
+  using Watches = std::array<int, kLevels.size() + 1>;  // by level
 
   // Whether the file may come to exist after an error of this kind.
   static bool CanAppear(int error) {
     return error == ENOENT || error == ENOTDIR || error == EACCES || error == ELOOP;
   }
 
-  bool Watch(std::size_t level, std::uint32_t changes) const noexcept {
-    return inotify_add_watch(watch.Get(), directories[level].c_str(), changes) >= 0;
+  // A level has a watch if all levels above it have one. errno is that of the first level without.
+  Watches AddWatches() const noexcept {
+    Watches added;
+    added.fill(kNoWatch);
+    std::size_t count = 0;
+    while (count < added.size() && (added[count] = Watch(count, kAllChanges)) != kNoWatch) ++count;
+    const int reason = errno;
+    // In the upper levels, which have many unrelated changes, only changes of the level itself are
+    // of interest. The lowest but one is watched fully: if a program holds the lowest one open, its
+    // removal is reported there only.
+    for (std::size_t level = 0; level + 2 < count; ++level) Watch(level, kOwnChanges);
+    errno = reason;
+    return added;
+  }
+
+  int Watch(std::size_t level, std::uint32_t changes) const noexcept {
+    return inotify_add_watch(queue.Get(), directories[level].c_str(), changes);
+  }
+
+  void Note(const inotify_event& change, std::string_view name) noexcept {
+    if (ConcernsLevels(change, name)) isStale = true;
+    if (change.wd == watches.back() && (change.mask & (IN_CREATE | IN_MOVED_TO)) != 0 &&
+        name == fileName)
+      wasCreated = true;
+  }
+
+  // Whether a change may have replaced the directory of a level.
+  static bool ConcernsLevels(const inotify_event& change, std::string_view name) {
+    constexpr std::uint32_t kOwn =
+        IN_DELETE_SELF | IN_MOVE_SELF | IN_UNMOUNT | IN_IGNORED | IN_Q_OVERFLOW;
+    return (change.mask & kOwn) != 0 ||
+           std::find(kLevels.begin(), kLevels.end(), name) != kLevels.end();
   }
 
   Code CreateFile() const noexcept {
@@ -200,8 +235,12 @@ class NamedEvent final : public EventObject {
   }
 
   std::array<std::string, kLevels.size() + 1> directories;  // from the machine root down
-  std::string file;                                         // in the last of them
-  FileDescriptor watch;                                     // closed when it is stale
+  std::string fileName;
+  std::string file;         // its path, in the last of the directories
+  FileDescriptor queue;     // of the changes
+  Watches watches;          // of the directories, in the queue
+  bool isStale = true;      // the watches must be set up again
+  bool wasCreated = false;  // the file, since the wait began
 };
 
 using EventList = std::array<EventObject*, kMaxEvents>;
@@ -217,11 +256,13 @@ Code FindRaised(const EventList& events, std::size_t count, std::size_t& index, 
   return kSuccess;
 }
 
-// Returns after a change of any event, or a signal.
+// Returns after a change of any event.
 Code SleepUntilChange(const EventList& events, std::size_t count) {
   std::array<pollfd, kMaxEvents> polled;
   for (std::size_t i = 0; i < count; ++i) polled[i] = {events[i]->Descriptor(), POLLIN, 0};
-  if (poll(polled.data(), count, -1) < 0) return errno == EINTR ? kSuccess : CodeFromErrno(errno);
+  while (poll(polled.data(), count, -1) < 0) {
+    if (errno != EINTR) return CodeFromErrno(errno);
+  }
   for (std::size_t i = 0; i < count; ++i) {
     if ((polled[i].revents & POLLNVAL) != 0) return kInvalidHandle;
     if (polled[i].revents != 0) events[i]->Drain();
@@ -269,6 +310,7 @@ Code WaitForAny(const Handle* events, std::size_t count, std::size_t& index) noe
     objects[i] = ObjectOf<EventObject>(events[i]);
     if (objects[i] == nullptr) return kInvalidHandle;
   }
+  for (std::size_t i = 0; i < count; ++i) objects[i]->BeginWait();
   for (;;) {
     bool isRaised = false;
     const Code found = FindRaised(objects, count, index, isRaised);

@@ -23,18 +23,18 @@ namespace {
 using std::filesystem::path;
 using std::filesystem::perms;
 
-// A thread that waits for an event.
+// A thread that waits for events.
 class SleepingThread {
  public:
   // Returns once the thread sleeps in its wait.
-  explicit SleepingThread(Handle event)
-      : thread([this, event] {
+  explicit SleepingThread(const std::vector<Handle>& events)
+      : thread([this, events] {
           number = gettid();
-          std::size_t index = 0;
-          code = WaitForAny(&event, 1, index);
+          code = WaitForAny(events.data(), events.size(), index);
         }) {
     AwaitSleep();
   }
+  explicit SleepingThread(Handle event) : SleepingThread(std::vector<Handle>{event}) {}
 
   // Returns once it sleeps there still or again.
   void AwaitSleep() const {
@@ -46,6 +46,8 @@ class SleepingThread {
     thread.join();
     return code;
   }
+  // Of the event that ended the wait; after Join.
+  std::size_t Index() const { return index; }
 
  private:
   bool IsInPoll() const {
@@ -60,6 +62,7 @@ class SleepingThread {
   }
 
   Code code = kSuccess;
+  std::size_t index = 0;
   std::atomic<pid_t> number = 0;
   std::thread thread;
 };
@@ -182,18 +185,63 @@ TEST_F(EventStoreTest, AWaitFailsWithoutAMachineRootAndAFileInPlaceOfADirectoryO
 }
 
 std::atomic<int> signalsHandled = 0;
+std::atomic<bool> isHeld = false;
+
+// Keeps a thread in a signal handler while it exists.
+class Hold {
+ public:
+  explicit Hold(pthread_t thread) {
+    isHeld = true;
+    pthread_kill(thread, SIGUSR1);
+    while (signalsHandled == 0) std::this_thread::yield();
+  }
+  ~Hold() {
+    signalsHandled = 0;
+    isHeld = false;
+    signal(SIGUSR1, before);
+  }
+  Hold(const Hold&) = delete;
+  Hold& operator=(const Hold&) = delete;
+
+ private:
+  void (*const before)(int) = signal(SIGUSR1, [](int) {
+    ++signalsHandled;
+    while (isHeld) sched_yield();
+  });
+};
+
+TEST_F(EventStoreTest, ARaiseThatIsUndoneBeforeTheWaiterRunsEndsItsWaitAndNoOther) {
+  const OwnedEvent event(u"Signal");
+  const OwnedEvent other;
+  const auto makeAndRemove = [](const path& made) {
+    WriteFile(made, "");
+    std::filesystem::remove(made);
+  };
+  for (const path& made : {file, levels[1] / "Signal", levels[2] / "Signa"}) {
+    makeAndRemove(file);
+    EXPECT_FALSE(IsRaised(event));
+    SleepingThread waiter({event, other});
+    {
+      const Hold hold(waiter.Native());
+      makeAndRemove(made);
+      std::filesystem::permissions(levels[2], perms(0711));  // the watch must be set up again
+      RaiseEvent(other);
+    }
+    EXPECT_EQ(waiter.Join(), kSuccess);
+    EXPECT_EQ(waiter.Index(), made == file ? 0u : 1u) << made;
+    EXPECT_FALSE(IsRaised(event)) << made;
+    LowerEvent(other);
+  }
+}
 
 TEST_F(EventStoreTest, ASignalDoesNotEndAWaitButAClosedDescriptorDoes) {
-  const auto before = signal(SIGUSR1, [](int) { ++signalsHandled; });
   const std::set<int> descriptors = OpenDescriptors();
   const OwnedEvent event;
   SleepingThread waiter(event);
-  pthread_kill(waiter.Native(), SIGUSR1);
-  while (signalsHandled == 0) std::this_thread::yield();
+  { const Hold hold(waiter.Native()); }
   waiter.AwaitSleep();
   RaiseEvent(event);
   EXPECT_EQ(waiter.Join(), kSuccess);
-  signal(SIGUSR1, before);
   LowerEvent(event);
   for (const int number : OpenedSince(descriptors)) close(number);
   const Handle handle = event;
