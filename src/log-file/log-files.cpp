@@ -65,7 +65,7 @@ WideString GetLarderLogPath() { return GetLarderDataPath() + kLogsFolder + LARDE
 std::vector<WideString> GetLogFiles(const WideString& pattern) {
   const WideString directory = GetLarderLogPath();
   std::vector<WideString> names;
-  if (platform::FindNames(directory + pattern, names) != platform::kSuccess) return {};
+  static_cast<void>(platform::FindNames(directory + pattern, names));
   for (WideString& name : names) {
     name.insert(0, directory);
     LogTrace(name);

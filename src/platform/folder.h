@@ -26,7 +26,8 @@ inline constexpr std::uint32_t kAttributeDirectory = 0x10;
 [[nodiscard]] Code MakeFolder(const WideString& path);
 
 // The names in a folder that match the last component of pattern, in which '*' stands for any
-// characters and '?' for one; in the system's order. kFileNotFound if there are none.
+// characters and '?' for one; in the system's order. kFileNotFound if there are none. If reading
+// the folder fails midway, names has those that were found until then.
 [[nodiscard]] Code FindNames(const WideString& pattern, std::vector<WideString>& names);
 
 // Deletes a file, or a folder with everything in it, permanently and without asking the user. Links

@@ -112,10 +112,9 @@ Code FindNames(const WideString& pattern, std::vector<WideString>& names) {
   std::vector<WideString> found;
   const char* directory = folder.empty() ? "." : folder.c_str();
   const Code code = FindInFolder(directory, WideView(pattern).substr(nameAt), found);
-  if (code != kSuccess) return code;
-  if (found.empty()) return kFileNotFound;
+  if (found.empty()) return code == kSuccess ? kFileNotFound : code;
   names = std::move(found);
-  return kSuccess;
+  return code;
 }
 
 Code DeleteTree(const LarderWideChar* source) {

@@ -88,9 +88,9 @@ Code FindNames(const WideString& pattern, std::vector<WideString>& names) {
   do {
     found.emplace_back(entry.cFileName);
   } while (FindNextFileW(search.get(), &entry) != FALSE);
-  if (const Code code = LastError(); code != ERROR_NO_MORE_FILES) return code;
+  const Code code = LastError();
   names = std::move(found);
-  return kSuccess;
+  return code == ERROR_NO_MORE_FILES ? kSuccess : code;
 }
 
 Code DeleteTree(const LarderWideChar* source) {

@@ -42,7 +42,7 @@ bool ReadFileInfo(const WideString& path, platform::FileInfo& info, bool& succee
   return false;
 }
 
-// The library's routine returns no names if the directory can't be read, and no reason.
+// The library's routine returns the names that can be read, but no reason why others can't.
 bool CanListLogs(const WideString& directory) {
   std::vector<WideString> names;
   const platform::Code code = platform::FindNames(directory + kPattern, names);
@@ -85,7 +85,7 @@ bool FindLogRuns(std::vector<LogRun>& runs) {
   WideString directory;
   if (!FindLogsPath(directory)) return false;
   const std::vector<WideString> paths = GetLogFiles(kPattern);
-  bool succeeded = !paths.empty() || CanListLogs(directory);
+  bool succeeded = CanListLogs(directory);
   for (const auto& [path, files] : ReadLogFiles(paths, succeeded)) {
     LogRun run{path, {}, 0};
     for (const auto& [generation, file] : files) {
