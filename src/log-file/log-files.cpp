@@ -14,10 +14,11 @@ namespace {
 
 constexpr WideView kLogExtension = LARDER_WIDE("log");
 
-// A name that is free in the directory now: a temporary file of that name is created and removed.
+// A temporary file's name that is free in the directory now, and so is the log's with its number:
+// the file is created and removed.
 WideString DrawTemporaryName(const WideString& directory, const WideString& prefix) {
   WideString name;
-  if (platform::MakeTemporaryFile(directory, prefix, name) == platform::kSuccess) {
+  if (platform::MakeTemporaryFile(directory, prefix, kLogExtension, name) == platform::kSuccess) {
     platform::RemoveFile(name);
   }
   return name;

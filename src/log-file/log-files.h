@@ -21,8 +21,9 @@ void EnableLogging();
 WideString GetLogDirectory(const WideString& name);
 
 // Creates a logger and adds it to the listener list. Null if logging is off or no file name was
-// free. prefix: three characters. The caller owns the logger and passes it to DestroyDiskLogger,
-// which removes it from the list and returns when its lines have been written; null is allowed.
+// free; on Linux a name isn't free if this process couldn't append to its file. prefix: three
+// characters. The caller owns the logger and passes it to DestroyDiskLogger, which removes it from
+// the list and returns when its lines have been written; null is allowed.
 DiskLogger* CreateDiskLogger(const WideString& prefix);
 void DestroyDiskLogger(DiskLogger* logger);
 

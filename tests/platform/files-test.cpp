@@ -96,6 +96,33 @@ TEST_F(FileTest, OneHandleHoldsALockUntilItIsReleasedOrClosed) {
   EXPECT_EQ(TryLockFile(file.Get()), kSuccess);
 }
 
+TEST_F(FileTest, ALogLetsReadersInButNoOtherWriterUntilItIsClosed) {
+  Write("log", "earlier ");
+  for (const WriteMode mode : {WriteMode::kWrite, WriteMode::kReadWrite}) {
+    OwnedHandle log;
+    ASSERT_EQ(OpenFileToWrite(InFolder("log"), mode, log.Out()), kSuccess);
+    for (const WriteMode other : {WriteMode::kWrite, WriteMode::kReadWrite})
+      EXPECT_EQ(OpenToWrite(InFolder("log"), other), kSharingViolation);
+    EXPECT_EQ(Open(InFolder("log")), kSuccess);
+  }
+  EXPECT_EQ(Content("log"), "earlier ");
+}
+
+TEST_F(FileTest, SeveralAppendersLoseNothingEvenIfTheFileIsRenamed) {
+  Write("log", "0");
+  OwnedHandle other;
+  for (OwnedHandle* opened : {&file, &other})
+    ASSERT_EQ(OpenFileToAppend(InFolder("log"), opened->Out()), kSuccess);
+  EXPECT_EQ(WriteOnce(file.Get(), "1", 1), kSuccess);
+  EXPECT_EQ(WriteOnce(other.Get(), "2", 1), kSuccess);
+  EXPECT_EQ(RenameFile(InFolder("log"), InFolder("renamed")), kSuccess);
+  EXPECT_EQ(WriteOnce(file.Get(), "3", 1), kSuccess);
+  std::uint64_t size = 0;
+  EXPECT_EQ(SeekToEnd(other.Get(), size), kSuccess);
+  EXPECT_EQ(size, 4u);
+  EXPECT_EQ(Content("renamed"), "0123");
+}
+
 TEST_F(FileTest, RenamingNeverReplacesAFileAndRemovingLeavesFolders) {
   Write("first", "first");
   Write("second", "second");
@@ -115,7 +142,7 @@ TEST_F(FileTest, ATemporaryFileIsEmptyAndNamedByPrefixAndNumber) {
   const std::string folder = machine.Folder().filename().string();
   for (const WideString& path : {machine.WideFolder(), WidePathOf(machine.Folder())}) {
     const WideString previous = made;
-    ASSERT_EQ(MakeTemporaryFile(path, Wide("lr_prefix"), made), kSuccess);
+    ASSERT_EQ(MakeTemporaryFile(path, Wide("lr_prefix"), {}, made), kSuccess);
     EXPECT_NE(made, previous);
     const std::regex pattern(".*\\\\" + folder + "\\\\lr_[0-9A-Fa-f]{1,4}\\.tmp");
     EXPECT_TRUE(std::regex_match(Utf8FromWide(made), pattern)) << Utf8FromWide(made);
@@ -123,7 +150,7 @@ TEST_F(FileTest, ATemporaryFileIsEmptyAndNamedByPrefixAndNumber) {
   }
   for (const WideString& path :
        {InFolder("missing"), InFolder("missing\\"), InFolder("file"), WideString()})
-    EXPECT_EQ(MakeTemporaryFile(path, Wide("lr_"), made), kInvalidDirectory);
+    EXPECT_EQ(Draw(path), kInvalidDirectory);
 }
 
 class FolderTest : public FileTest {

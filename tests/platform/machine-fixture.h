@@ -86,6 +86,9 @@ class FileTest : public MachineTest {
   Code OpenToWrite(const WideString& path, WriteMode mode = WriteMode::kWrite) {
     return OpenFileToWrite(path, mode, (file = {}).Out());
   }
+  Code Draw(const WideString& path) {
+    return MakeTemporaryFile(path, Wide("lr_"), LARDER_WIDE("log"), made);
+  }
   Code Delete(const std::string& name) const {
     return DeleteTree(InFolder(name).append(2, LarderWideChar()).data());
   }
@@ -116,9 +119,9 @@ class FileTest : public MachineTest {
   const std::map<std::string, std::function<Code(Path)>> operations = {
       {"FindNames", [this](Path path) { return FindNames(path, names); }},
       {"MakeFolder", MakeFolder},
-      {"MakeTemporaryFile",
-       [this](Path path) { return MakeTemporaryFile(path, Wide("lr_"), made); }},
+      {"MakeTemporaryFile", [this](Path path) { return Draw(path); }},
       {"OpenFileToRead", [this](Path path) { return Open(path); }},
+      {"OpenFileToAppend", [this](Path path) { return OpenFileToAppend(path, (file = {}).Out()); }},
       {"OpenFileToWrite", [this](Path path) { return OpenToWrite(path); }},
       {"OpenLockFile", [this](Path path) { return OpenLockFile(path, (file = {}).Out()); }},
       {"OpenModule", [this](Path path) { return OpenModule(path, (module = {}).Out()); }},

@@ -11,6 +11,7 @@
 
 #include "platform/linux/file-descriptor.h"
 #include "platform/linux/file-lease.h"
+#include "platform/linux/file-lock.h"
 #include "platform/linux/file-validity.h"
 #include "platform/linux/kernel-object.h"
 #include "platform/linux/native.h"
@@ -68,12 +69,7 @@ Code RenameInSteps(const char* from, const char* to) {
 
 Code SetLock(Handle file, short type) noexcept {
   const auto* object = ObjectOf<FileObject>(file);
-  if (object == nullptr) return kInvalidHandle;
-  struct flock lock {};
-  lock.l_type = type;
-  lock.l_whence = SEEK_SET;  // with a length of 0: the whole file
-  if (fcntl(object->descriptor.Get(), F_OFD_SETLK, &lock) == 0) return kSuccess;
-  return errno == EAGAIN || errno == EACCES ? kSharingViolation : CodeFromErrno(errno);
+  return object == nullptr ? kInvalidHandle : SetFileLock(object->descriptor.Get(), type);
 }
 
 }  // namespace

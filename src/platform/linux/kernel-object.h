@@ -16,7 +16,7 @@ struct KernelObject {
 };
 
 // A file, whatever it was opened for.
-struct FileObject final : KernelObject {
+struct FileObject : KernelObject {
   explicit FileObject(FileDescriptor opened) noexcept : descriptor(std::move(opened)) {}
   FileDescriptor descriptor;
 };

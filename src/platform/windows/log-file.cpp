@@ -13,6 +13,12 @@ Code OpenFileToWrite(const WideString& path, WriteMode mode, Handle& file) {
   return OpenNativeFile(path, {read | GENERIC_WRITE, FILE_SHARE_READ, OPEN_ALWAYS, 0}, file);
 }
 
+Code OpenFileToAppend(const WideString& path, Handle& file) {
+  // Without the right to write elsewhere, the system puts each write at the end.
+  constexpr DWORD kAccess = FILE_APPEND_DATA | FILE_READ_ATTRIBUTES | SYNCHRONIZE;
+  return OpenNativeFile(path, {kAccess, kShareAll, OPEN_ALWAYS, 0}, file);
+}
+
 Code SeekToEnd(Handle file, std::uint64_t& size) noexcept {
   if (IsEmpty(file)) return kInvalidHandle;
   LARGE_INTEGER end;
@@ -28,7 +34,8 @@ Code WriteOnce(Handle file, const void* bytes, std::uint32_t size) noexcept {
   return written == size ? kSuccess : kDiskFull;
 }
 
-Code MakeTemporaryFile(const WideString& directory, const WideString& prefix, WideString& path) {
+Code MakeTemporaryFile(const WideString& directory, const WideString& prefix,
+                       WideView /*extension*/, WideString& path) {
   if (directory.empty()) return kInvalidDirectory;
   if (directory.find(L'\0') != WideString::npos) return kInvalidName;
   std::array<wchar_t, MAX_PATH> buffer;

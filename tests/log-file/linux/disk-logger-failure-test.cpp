@@ -29,6 +29,26 @@ TEST_F(DiskLog, LosesLinesWhileTheDiskIsFullAndGoesOnAfterwards) {
   EXPECT_FALSE(std::filesystem::exists(File(1)));
 }
 
+TEST_F(DiskLog, AForkedChildDoesNotKeepTheLogFromBeingOpenedAgain) {
+  std::filesystem::create_directory(File(1));  // so that the file is opened again for each line
+  int gate[2];
+  ASSERT_EQ(pipe(gate), 0);
+  pid_t child = 0;
+  const auto forkBetweenLines = [&](DiskLogger& logger) {
+    logger.Log("before\n");
+    while (Read().empty()) sched_yield();
+    child = StartChild([&] {
+      char byte = 0;
+      return close(gate[1]) == 0 && read(gate[0], &byte, 1) == 0 ? 0 : 1;
+    });
+    logger.Log("after\n");
+  };
+  WithLogger(forkBetweenLines, 1, 1);
+  for (const int end : gate) close(end);
+  EXPECT_EQ(WaitForChild(child), 0);
+  EXPECT_EQ(Read(), "before\nafter\n");
+}
+
 TEST_F(DiskLog, AKilledHostLeavesItsLinesInOrder) {
   int started[2];
   ASSERT_EQ(pipe(started), 0);

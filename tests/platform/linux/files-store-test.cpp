@@ -29,6 +29,7 @@ namespace {
 using std::filesystem::create_directory;
 using std::filesystem::create_symlink;
 using std::filesystem::path;
+using std::filesystem::perms;
 using ::testing::ElementsAre;
 using ::testing::Pair;
 using ::testing::UnorderedElementsAre;
@@ -49,6 +50,11 @@ class SpecialFilesTest : public FileTest {
     create_symlink("missing", Native("dangling"));
     create_symlink("loop", Native("loop"));
     EXPECT_EQ(mkfifo(Native("fifo").c_str(), 0600), 0);
+    for (const char* name : {"twin", "foreign"}) Write(name);
+    create_hard_link(Native("twin"), Native("hard-link"));
+    // Another user's file, or, if this user can't give files away, one that can't be written.
+    if (chown(Native("foreign").c_str(), 65534, 65534) != 0)
+      permissions(Native("foreign"), perms(0444));
   }
 };
 
@@ -71,12 +77,32 @@ TEST_F(SpecialFilesTest, ReadingFollowsLinksAndReportsSpecialFilesWithoutOpening
 TEST_F(SpecialFilesTest, WritingNeitherFollowsALinkNorWaitsForASpecialFile) {
   ASSERT_EQ(mkfifo(Native("read").c_str(), 0600), 0);
   const int reader = open(Native("read").c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
-  for (const WriteMode mode : {WriteMode::kWrite, WriteMode::kReadWrite}) {
-    for (const char* name : {"link", "dangling", "fifo", "read"})
-      EXPECT_NE(OpenToWrite(InFolder(name), mode), kSuccess) << name;
+  for (const char* name : {"link", "dangling", "fifo", "read", "foreign", "hard-link"}) {
+    EXPECT_NE(OpenToWrite(InFolder(name), WriteMode::kWrite), kSuccess) << name;
+    EXPECT_NE(OpenToWrite(InFolder(name), WriteMode::kReadWrite), kSuccess) << name;
+    EXPECT_NE(OpenFileToAppend(InFolder(name), file.Out()), kSuccess) << name;
   }
   close(reader);
   EXPECT_FALSE(Exists("missing"));
+}
+
+TEST_F(SpecialFilesTest, ANumberIsDrawnUnlessItIsInUseOrItsLogCannotBeWritten) {
+  int number = 1;
+  for (const char* name : {"folder", "link", "dangling", "fifo", "foreign", "hard-link", "loop"})
+    rename(Native(name), Native("lr_" + std::to_string(number++) + ".log"));
+  Write("lr_8.log", "of an earlier run");
+  ASSERT_EQ(OpenToWrite(InFolder("lr_9.log")), kSuccess);
+  for (number = 10; number <= 0xFFFF; ++number) {
+    char name[16];
+    snprintf(name, sizeof(name), "lr_%X.tmp", number);
+    ASSERT_EQ(symlink("x", Native(name).c_str()), 0);
+  }
+  EXPECT_EQ(Draw(machine.WideFolder()), kSuccess);
+  EXPECT_EQ(made, InFolder("lr_8.tmp"));
+  EXPECT_EQ(Draw(machine.WideFolder()), kAlreadyExists);
+  file = {};
+  EXPECT_EQ(Draw(machine.WideFolder()), kSuccess);
+  EXPECT_EQ(made, InFolder("lr_9.tmp"));
 }
 
 TEST_F(SpecialFilesTest, AttributesAreThoseOfALinksTarget) {
@@ -116,7 +142,6 @@ TEST_F(FilesStoreTest, TimesOfAllAgesAreCountedFrom1601) {
 
 TEST_F(FilesStoreTest, WhatDoesNotFitOnTheDiskIsLostWithACode) {
   const auto fill = [this] {
-    umask(022);
     const rlimit limit = {150, 150};
     if (setrlimit(RLIMIT_FSIZE, &limit) != 0 || signal(SIGXFSZ, SIG_IGN) == SIG_ERR) return 1;
     if (OpenToWrite(InFolder("file")) != kSuccess) return 2;
@@ -127,7 +152,19 @@ TEST_F(FilesStoreTest, WhatDoesNotFitOnTheDiskIsLostWithACode) {
   };
   EXPECT_EQ(RunInChild(fill), 0);
   EXPECT_EQ(std::filesystem::file_size(Native("file")), 150u);
-  EXPECT_EQ(std::filesystem::status(Native("file")).permissions(), std::filesystem::perms(0644));
+}
+
+TEST_F(FilesStoreTest, NewLogsAreOpenToTheirUserOnlyWhateverTheMask) {
+  for (const mode_t mask : {0, 0777}) {
+    const mode_t before = umask(mask);
+    EXPECT_EQ(OpenToWrite(InFolder("write")), kSuccess);
+    EXPECT_EQ(OpenFileToAppend(InFolder("append"), (file = {}).Out()), kSuccess);
+    umask(before);
+    for (const char* name : {"write", "append"}) {
+      EXPECT_EQ(std::filesystem::status(Native(name)).permissions(), perms(0600)) << name;
+      EXPECT_EQ(RemoveFile(InFolder(name)), kSuccess);
+    }
+  }
 }
 
 // Makes a system call fail in this process from now on.
@@ -165,27 +202,27 @@ TEST_F(FilesStoreTest, ARenameReplacesNothingOnFileSystemsWithoutAConditionalRen
   }
 }
 
+TEST_F(FilesStoreTest, WritersWhoseFileSystemHasNoLocksStillAppend) {
+  const auto write = [this] {
+    OwnedHandle other;
+    if (!LetFail(SYS_fcntl, ENOLCK) || OpenToWrite(InFolder("log")) != kSuccess) return 1;
+    if (OpenFileToWrite(InFolder("log"), WriteMode::kWrite, other.Out()) != kSuccess) return 2;
+    for (const OwnedHandle* writer : {&file, &other, &file}) WriteOnce(writer->Get(), "line\n", 5);
+    return 0;
+  };
+  EXPECT_EQ(RunInChild(write), 0);
+  EXPECT_EQ(Content("log"), "line\nline\nline\n");
+}
+
 TEST_F(FilesStoreTest, ProcessesThatRunAtOnceGetDistinctTemporaryFiles) {
   const auto make = [this] {
     for (int i = 0; i < 50; ++i)
-      if (MakeTemporaryFile(machine.WideFolder(), u"lr_", made) != kSuccess) return 1;
+      if (Draw(machine.WideFolder()) != kSuccess) return 1;
     return 0;
   };
   EXPECT_EQ(RunInChildren(20, make), 0);
   EXPECT_EQ(FindNames(InFolder("lr_*.tmp"), names), kSuccess);
   EXPECT_EQ(names.size(), 20u * 50u);
-}
-
-TEST_F(FilesStoreTest, TheLastFreeNumberIsFoundAndThenThereIsNone) {
-  for (int number = 1; number <= 0xFFFF; ++number) {
-    char name[16];
-    snprintf(name, sizeof(name), "lr_%X.tmp", number);
-    if (number == 0xFA1C) continue;
-    ASSERT_EQ(symlink("x", Native(name).c_str()), 0);
-  }
-  EXPECT_EQ(MakeTemporaryFile(machine.WideFolder(), u"lr_", made), kSuccess);
-  EXPECT_EQ(MakeTemporaryFile(machine.WideFolder(), u"lr_", made), kAlreadyExists);
-  EXPECT_EQ(made, InFolder("lr_FA1C.tmp"));
 }
 
 TEST_F(FilesStoreTest, TheCommonFoldersAreTheSystemsOrMadeBelowTheMachineRoot) {
