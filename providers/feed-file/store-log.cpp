@@ -21,6 +21,8 @@
 namespace larder::feed {
 namespace {
 
+constexpr LarderWideChar kLockName[] = LARDER_WIDE("feedf.lock");
+
 bool IsLoggingEnabled() { return ReadRegistryText(kLoggingKey, kLoggingValue) == kLoggingOn; }
 
 // "24/02/29 11:09:55:  WARN: ", in UTC: the beginning of the library's own lines.
@@ -57,26 +59,36 @@ WideString Generation(const WideString& path, std::uint32_t number) {
   return path + WideString(digits.begin(), digits.end());
 }
 
-void Rotate(const WideString& path) {
+// Opens the log for appending. Returns its size, or 0 if that fails.
+std::uint64_t OpenAtEnd(const WideString& path, platform::OwnedHandle& file) {
+  platform::OpenFileToAppend(path, file.Out());
+  std::uint64_t size = 0;
+  return platform::SeekToEnd(file.Get(), size) == platform::kSuccess ? size : 0;
+}
+
+// Returns without rotating while another process does, or if it has just done so: rotating twice
+// would drop a generation for an almost empty one.
+void Rotate(const WideString& path, const WideString& lockPath) {
+  platform::OwnedHandle lock;
+  platform::OpenLockFile(lockPath, lock.Out());
+  if (platform::TryLockFile(lock.Get()) == platform::kSharingViolation) return;
+  platform::OwnedHandle current;
+  if (OpenAtEnd(path, current) < kMaxLogSize) return;
+  current = platform::InvalidHandle();
   platform::RemoveFile(Generation(path, kMaxLogGenerations));
   for (std::uint32_t i = kMaxLogGenerations; i > 0; --i) {
     platform::RenameFile(Generation(path, i - 1), Generation(path, i));
   }
 }
 
-// Opens the log and goes to its end. Returns its size, or 0 if that fails.
-std::uint64_t OpenAtEnd(const WideString& path, platform::OwnedHandle& file) {
-  platform::OpenFileToWrite(path, platform::WriteMode::kWrite, file.Out());
-  std::uint64_t size = 0;
-  return platform::SeekToEnd(file.Get(), size) == platform::kSuccess ? size : 0;
-}
-
-void Append(const WideString& path, const std::string& line) {
+// If the file is renamed after it was opened, the line is in the generation ".1".
+void Append(const WideString& folder, const std::string& line) {
   const platform::FileSizeSignalBlock block;
+  const WideString path = folder + kFeedFileLog;
   platform::OwnedHandle file;
   if (OpenAtEnd(path, file) >= kMaxLogSize) {
     file = platform::InvalidHandle();
-    Rotate(path);
+    Rotate(path, folder + kLockName);
     OpenAtEnd(path, file);
   }
   platform::WriteOnce(file.Get(), line.data(), static_cast<std::uint32_t>(line.size()));
@@ -117,12 +129,12 @@ Rate CurrentRate;
 }  // namespace
 
 void LogWarning(const std::string& text) noexcept try {
-  WideString path;
+  WideString folder;
   unsigned leftOut = 0;
-  if (!IsLoggingEnabled() || !CurrentRate.Allows(text, leftOut) || !CreateLogFolder(path)) return;
+  if (!IsLoggingEnabled() || !CurrentRate.Allows(text, leftOut) || !CreateLogFolder(folder)) return;
   const std::string note =
       leftOut == 0 ? "" : " (before this, " + std::to_string(leftOut) + " lines were left out)";
-  Append(path.append(LARDER_WIDE("\\")).append(kFeedFileLog), Stamp() + text + note + "\r\n");
+  Append(folder + LARDER_WIDE("\\"), Stamp() + text + note + "\r\n");
 } catch (const std::exception&) {
   return;
 }

@@ -8,6 +8,7 @@
 #include "feed-file/store-log.h"
 #include "platform/file.h"
 #include "platform/folder.h"
+#include "platform/log-file.h"
 #include "providers/provider-test.h"
 #include "providers/store-files.h"
 #include "tools/run-program.h"
@@ -184,18 +185,26 @@ TEST_F(FactStoreTest, SetsAsideWhatIsDamagedOrNewerEachTimeAndLogsIt) {
                              "\".*set-aside\", and a new one is created"));
 }
 
-TEST_F(FactStoreTest, ItsLogIsRotatedAndGrowsSlowly) {
+TEST_F(FactStoreTest, ItsLogIsRotatedByOneProcessAtATimeAndGrowsSlowly) {
   machine.SetText(LARDER_WIDE("Logging"), LARDER_WIDE("szEnable"), LARDER_WIDE("true"));
   WideString common;
   ASSERT_EQ(platform::CommonFolderPath(platform::CommonFolder::kData, common), platform::kSuccess);
-  const auto log = PathOf(common + LARDER_WIDE("\\Velmor\\Larder\\logs\\feedf.log"));
+  const WideString logs = common + LARDER_WIDE("\\Velmor\\Larder\\logs\\");
+  const auto log = PathOf(logs + LARDER_WIDE("feedf.log"));
   std::filesystem::create_directories(log.parent_path());
   std::ofstream(log) << std::string(102400, 'x');
+  platform::OwnedHandle appending;  // another process, as the next one
+  ASSERT_EQ(platform::OpenFileToAppend(logs + LARDER_WIDE("feedf.log"), appending.Out()), 0u);
+  platform::OwnedHandle rotating;
+  platform::OpenLockFile(logs + LARDER_WIDE("feedf.lock"), rotating.Out());
+  EXPECT_EQ(platform::TryLockFile(rotating.Get()), platform::kSuccess);
+  LogWarning("to the full file");
+  rotating = platform::InvalidHandle();
   for (int i = 0; i < 100; ++i) {
     LogWarning("always the same");
     LogWarning(std::to_string(i));
   }
-  EXPECT_EQ(std::filesystem::file_size(log.string() + ".1"), 102400u);
+  EXPECT_THAT(ContentOf(log.string() + ".1"), testing::EndsWith(":  WARN: to the full file\r\n"));
   const std::string lines = ContentOf(log);
   EXPECT_LE(std::count(lines.begin(), lines.end(), '\n'), 20);
   EXPECT_EQ(lines.find("always"), lines.rfind("always"));
