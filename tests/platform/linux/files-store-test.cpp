@@ -95,7 +95,8 @@ TEST_F(SpecialFilesTest, ANumberIsDrawnUnlessItIsInUseOrItsLogCannotBeWritten) {
   for (number = 10; number <= 0xFFFF; ++number) {
     char name[16];
     snprintf(name, sizeof(name), "lr_%X.tmp", number);
-    ASSERT_EQ(symlink("x", Native(name).c_str()), 0);
+    // Links are made quickly, but some file systems allow less than 65535 of one file.
+    create_hard_link(Native(number % 2 == 0 ? "file" : "twin"), Native(name));
   }
   EXPECT_EQ(Draw(machine.WideFolder()), kSuccess);
   EXPECT_EQ(made, InFolder("lr_8.tmp"));
