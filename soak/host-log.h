@@ -8,9 +8,10 @@
 namespace larder::soak {
 
 enum class Expect {
-  kAllSafe,   // every number up to `safe`, and whole lines
-  kNewest,    // the same, but the oldest numbers may have been rotated away
-  kAnything,  // the folder couldn't be used at times
+  kAllSafe,         // every number up to `safe`, and whole lines
+  kAllGenerations,  // the same, but if the log has all its generations, the oldest may be gone
+  kNewest,          // the oldest may be gone in any case
+  kAnything,        // the folder couldn't be used at times
 };
 
 // Reads the logs in the folder, compares them with the life's numbers and adds to the totals.

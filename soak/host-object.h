@@ -29,6 +29,6 @@ struct SoakBlock {
 // If set, the module of a type fails when it is loaded: "TYPE FAULT", where FAULT is one of
 // kLoadFaults.
 inline constexpr char kLoadFaultVariable[] = "LARDER_SOAK_LOAD_FAULT";
-inline constexpr const char* kLoadFaults[] = {"throws", "null", "bad-type", "other-type"};
+inline constexpr const char* kLoadFaults[] = {"throws", "bad-type", "other-type"};
 
 }  // namespace larder::soak

@@ -178,11 +178,11 @@ void WriteMuch(HostProcess& host, Random& random) {
   std::thread reader([&, own = Random(random())]() mutable {
     while (!isOver) HoldLogs(LogsFolder(host.folder), milliseconds(own() % 20));
   });
-  host.CallFromThreads(handle, kMaxThreads, Between(20, 200, random), random);
+  host.CallFromThreads(handle, kMaxThreads, Between(10, 70, random), random);
   host.Release();
   isOver = true;
   reader.join();
-  life.End(Expect::kNewest);
+  life.End(HoldingPreventsRenaming() ? Expect::kNewest : Expect::kAllGenerations);
   host.Unload();
   host.MustBeUnmapped();
 }

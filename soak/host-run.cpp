@@ -25,13 +25,26 @@ constexpr std::uint64_t kStop = ~std::uint64_t{0};
 constexpr int kResidentSlot = kSlots - 1;
 
 struct Kind {
+  const char* name;
   void (*function)(HostProcess& host, Random& random);
   int weight;
 };
 
-constexpr Kind kResidentKinds[] = {
-    {Cycle, 8}, {LoadAndUnload, 4}, {MeetSignals, 3}, {FailToLoad, 3}, {UseProduct, 1}};
-constexpr Kind kOwnKinds[] = {{WriteMuch, 4}, {FailWithLog, 4}, {LoseFolder, 3}, {Fork, 3}};
+constexpr Kind kResidentKinds[] = {{"cycles", Cycle, 8},
+                                   {"loads", LoadAndUnload, 4},
+                                   {"signals", MeetSignals, 3},
+                                   {"failing modules", FailToLoad, 3},
+                                   {"the product's providers", UseProduct, 1}};
+constexpr Kind kOwnKinds[] = {{"much logged", WriteMuch, 4},
+                              {"failed init with the log", FailWithLog, 4},
+                              {"bad folder", LoseFolder, 3},
+                              {"forks", Fork, 3}};
+
+void Do(const Kind& kind, HostProcess& host, Random& random) try {
+  kind.function(host, random);
+} catch (const std::exception& error) {
+  throw Fault(std::string(kind.name) + ": " + error.what());
+}
 
 template <typename Kinds>
 void DoOneOf(const Kinds& kinds, HostProcess& host, Random& random) {
@@ -41,7 +54,7 @@ void DoOneOf(const Kinds& kinds, HostProcess& host, Random& random) {
   for (const Kind& kind : kinds) {
     die -= kind.weight;
     if (die >= 0) continue;
-    kind.function(host, random);
+    Do(kind, host, random);
     return;
   }
 }

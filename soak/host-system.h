@@ -14,9 +14,9 @@ Footprint TakeFootprint();
 // The environment of this process, as modules read it. Empty text removes the variable.
 void SetVariable(const char* name, const char* text);
 
-// Opens the files of the folder as a program that reads logs, and keeps them for the time. On
-// Windows they can't be renamed meanwhile.
+// Opens the files of the folder as a program that reads logs, and keeps them for the time.
 void HoldLogs(const std::filesystem::path& logs, std::chrono::milliseconds time);
+bool HoldingPreventsRenaming();
 
 // Once in a process, before BadFolder.
 void PrepareBadFolder(const std::filesystem::path& folder);

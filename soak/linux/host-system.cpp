@@ -53,4 +53,6 @@ void HoldLogs(const std::filesystem::path& logs, std::chrono::milliseconds time)
   std::this_thread::sleep_for(time);
 }
 
+bool HoldingPreventsRenaming() { return false; }
+
 }  // namespace larder::soak

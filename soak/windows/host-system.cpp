@@ -61,4 +61,6 @@ void HoldLogs(const std::filesystem::path& logs, std::chrono::milliseconds time)
   }
 }
 
+bool HoldingPreventsRenaming() { return true; }
+
 }  // namespace larder::soak
