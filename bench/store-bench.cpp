@@ -106,7 +106,9 @@ class Machine {
   }
 
   void Fill(std::int64_t entries) const {
-    feed::FactDatabase store(feed::MakeStoreFolder(), kLimitInMiB << 20);
+    const WideString folder = feed::MakeStoreFolder();
+    feed::PrepareStoreFolder(folder);
+    feed::FactDatabase store(folder, kLimitInMiB << 20);
     std::vector<std::unique_ptr<feed::StoreEntry>> batch;
     const Record record = MakeRecord();
     for (std::int64_t i = 0; i < entries; ++i) {

@@ -11,6 +11,7 @@
 
 #include "common/registry-value.h"
 #include "platform/file.h"
+#include "platform/folder-access.h"
 #include "platform/folder.h"
 #include "platform/lock.h"
 #include "platform/log-file.h"
@@ -40,7 +41,7 @@ std::string Stamp() {
   return text.data();
 }
 
-// Creates the logs directory and the levels above it.
+// Creates the logs directory and the levels above it. False if others could redirect it.
 bool CreateLogFolder(WideString& path) {
   if (platform::CommonFolderPath(platform::CommonFolder::kData, path) != platform::kSuccess) {
     return false;
@@ -50,7 +51,7 @@ bool CreateLogFolder(WideString& path) {
     const platform::Code code = platform::MakeFolder(path.append(level));
     if (code != platform::kSuccess && code != platform::kAlreadyExists) return false;
   }
-  return true;
+  return platform::DataFolderDistrust(path, platform::OtherUsers::kMayAdd).reason.empty();
 }
 
 WideString Generation(const WideString& path, std::uint32_t number) {

@@ -2,6 +2,7 @@
 
 #include "log/log-statement.h"
 #include "platform/file.h"
+#include "platform/folder-access.h"
 #include "platform/folder.h"
 #include "platform/log-file.h"
 #include "product/product.h"
@@ -22,6 +23,12 @@ WideString DrawTemporaryName(const WideString& directory, const WideString& pref
     platform::RemoveFile(name);
   }
   return name;
+}
+
+// Others must not redirect what this process creates, renames and deletes there.
+bool IsTrusted(const WideString& directory) {
+  using platform::OtherUsers;
+  return platform::DataFolderDistrust(directory, OtherUsers::kMayAdd).reason.empty();
 }
 
 }  // namespace
@@ -47,7 +54,9 @@ WideString GetLogDirectory(const WideString& name) {
 
 DiskLogger* CreateDiskLogger(const WideString& prefix) {
   if (!IsLoggingEnabled()) return nullptr;
-  WideString name = DrawTemporaryName(GetLogDirectory({}), prefix);
+  const WideString directory = GetLogDirectory({});
+  if (!IsTrusted(directory)) return nullptr;
+  WideString name = DrawTemporaryName(directory, prefix);
   if (name.size() <= kLogExtension.size()) return nullptr;
   name.replace(name.size() - kLogExtension.size(), kLogExtension.size(), kLogExtension);
   auto logger = std::make_unique<DiskLogger>(name, kMaxLogSize, kMaxLogGenerations);

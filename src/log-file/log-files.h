@@ -20,7 +20,8 @@ void EnableLogging();
 // the path as far as it could be created.
 WideString GetLogDirectory(const WideString& name);
 
-// Creates a logger and adds it to the listener list. Null if logging is off or no file name was
+// Creates a logger and adds it to the listener list. Null if logging is off, if other users could
+// replace or redirect the logs directory (see platform/folder-access.h), or if no file name was
 // free; on Linux a name isn't free if this process couldn't append to its file. prefix: three
 // characters. The caller owns the logger and passes it to DestroyDiskLogger, which removes it from
 // the list and returns when its lines have been written; null is allowed.

@@ -49,6 +49,8 @@ inline constexpr LarderWideChar kMakerFolder[] = LARDER_WIDE("Velmor");
 inline constexpr LarderWideChar kProductFolder[] = LARDER_WIDE("Larder");
 inline constexpr LarderWideChar kLogsFolder[] = LARDER_WIDE("logs");
 inline constexpr LarderWideChar kDatabasesFolder[] = LARDER_WIDE("db");
+inline constexpr LarderWideChar kFeedFileFolder[] = LARDER_WIDE("feed-file");
+inline constexpr LarderWideChar kStoreFolder[] = LARDER_WIDE("store");  // in kFeedFileFolder
 
 // The library's logs are "lr_<number>.log", the file provider's is "feedf.log".
 inline constexpr LarderWideChar kLogPrefix[] = LARDER_WIDE("lr_");

@@ -9,6 +9,7 @@
 #include "host/host-machine.h"
 #include "log-file/log-files.h"
 #include "log/log-pieces.h"
+#include "platform/folder-access.h"
 #include "platform/wide.h"
 #include "support/paths.h"
 #include "support/registry.h"
@@ -94,6 +95,20 @@ TEST_F(FileLog, AFileInTheProductFoldersPlaceMeansNoLog) {
   Session();
   const std::filesystem::directory_iterator entries(maker);
   EXPECT_EQ(std::distance(begin(entries), end(entries)), 1);
+}
+
+TEST_F(FileLog, AFolderThatOthersMayChangeMeansNoLog) {
+  EnableLogging();
+  WideString folder = GetLogDirectory({});
+  for (std::size_t count = 1; count <= 3; ++count) {
+    folder.erase(folder.find_last_of('\\'));
+    Session();
+    EXPECT_THAT(Logs(), SizeIs(count));
+    OpenToEverybody(PathOf(folder));
+    Session();
+    EXPECT_THAT(Logs(), SizeIs(count));
+    ASSERT_EQ(platform::ProtectFolder(folder, platform::Readers::kEverybody), platform::kSuccess);
+  }
 }
 
 TEST_F(FileLog, TheFeedLogsAreListedByName) {

@@ -32,4 +32,7 @@ class TestMachine {
   const std::filesystem::path folder;  // in base
 };
 
+// Lets every user change a folder or a file.
+void OpenToEverybody(const std::filesystem::path& path);
+
 }  // namespace larder

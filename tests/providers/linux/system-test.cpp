@@ -3,6 +3,7 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 
+#include "feed-file/store-folder.h"
 #include "feed-file/store-log.h"
 #include "platform/file-time.h"
 #include "platform/linux/child-process.h"
@@ -152,6 +153,55 @@ TEST_F(FactStoreOnLinux, ServesAProcessThatMayOnlyReadWithAndWithoutTheFilesBesi
               }),
               0);
   }
+}
+
+TEST_F(FactStoreOnLinux, IsNotUsedIfAnotherUserCouldHaveWrittenIt) {
+  const ProviderMachine own;
+  own.SetText(LARDER_WIDE("Logging"), LARDER_WIDE("szEnable"), LARDER_WIDE("true"));
+  const auto whyNone = [] {
+    return TextThrownBy(
+        [] { FactStore(MakeStoreFolder(), kLimit).VisitAll([](auto&&...) { return true; }); });
+  };
+  { KeepNow(*std::make_unique<FactStore>(MakeStoreFolder(), kLimit), 0); }
+  EXPECT_EQ(whyNone(), "(nothing thrown)");
+  const std::filesystem::path file = PathOf(MakeStoreFolder()) / "facts.db";
+  std::filesystem::path path = file;
+  for (int level = 0; level < 6; ++level, path = path.parent_path()) {
+    const auto former = status(path).permissions();
+    permissions(path, former | std::filesystem::perms::others_write);
+    EXPECT_THAT(whyNone(), testing::HasSubstr(path.filename().string() + "\" may be written by "));
+    permissions(path, former);
+    if (geteuid() == 0) {
+      EXPECT_EQ(chown(path.c_str(), 12345, 0), 0);
+      EXPECT_THAT(whyNone(), testing::HasSubstr("belongs to user 12345"));
+      EXPECT_EQ(chown(path.c_str(), 0, 0), 0);
+    }
+    EXPECT_TRUE(Has(*std::make_unique<FactStore>(MakeStoreFolder(), kLimit), 0));
+  }
+  rename(file.parent_path(), machine.Folder() / "elsewhere");
+  create_directory_symlink(machine.Folder() / "elsewhere", file.parent_path());
+  EXPECT_THAT(whyNone(), testing::EndsWith("store\" is a symbolic link"));
+  EXPECT_THAT(ContentOf(path / "Velmor/Larder/logs/feedf.log"),
+              testing::HasSubstr("store\" is a symbolic link; there is no store"));
+}
+
+TEST_F(FactStoreOnLinux, IsSetAsideBesideWhatCannotBeDeleted) {
+  if (geteuid() != 0) GTEST_SKIP() << "only root can make a folder that this user can't delete";
+  const std::filesystem::path aside = machine.Folder() / "set-aside";
+  const std::filesystem::path kept = machine.Folder() / "kept";
+  std::filesystem::create_directory(kept);
+  std::ofstream(kept / "file") << "kept";
+  std::filesystem::create_symlink(kept, aside);
+  EXPECT_EQ(PathOf(SetStoreAside(folder)), aside);
+  EXPECT_TRUE(std::filesystem::exists(kept / "file"));
+  rename(kept, aside / "foreign");
+  for (const auto& path : {machine.Folder(), aside, data.parent_path()}) {
+    EXPECT_EQ(chown(path.c_str(), 65534, 65534), 0);
+  }
+  EXPECT_EQ(
+      RunAsNobody([&] { return PathOf(SetStoreAside(folder)) == aside.string() + "-2" ? 0 : 1; }),
+      0);
+  EXPECT_EQ(ContentOf(aside / "foreign" / "file"), "kept");
 }
 
 TEST(FileHasherOnLinux, NeedsNoSecondThread) {

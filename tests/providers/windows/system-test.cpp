@@ -1,5 +1,6 @@
 #include <windows.h>
 
+#include "feed-file/store-folder.h"
 #include "providers/provider-test.h"
 
 namespace larder {
@@ -33,6 +34,25 @@ TEST_F(FeedFileOnWindows, SharesTheFileWithAWriterAndLeavesItClosed) {
   CloseHandle(other);
   TextThrownBy([&] { QueryOf(*provider, Descriptor(path, 1)); });
   EXPECT_NE(DeleteFileW(path.c_str()), 0);
+}
+
+TEST_F(FeedFileOnWindows, SetsAStoreAsideBesideWhatCannotBeDeleted) {
+  const WideString folder = machine.WideFolder() + LARDER_WIDE("store");
+  const WideString aside = machine.WideFolder() + LARDER_WIDE("set-aside");
+  std::filesystem::create_directories(PathOf(folder));
+  std::filesystem::create_directories(PathOf(aside));
+  const HANDLE held = Open(MakeFile(LARDER_WIDE("set-aside\\file"), "kept"), GENERIC_READ, 0);
+  EXPECT_EQ(feed::SetStoreAside(folder), aside + L"-2");
+  CloseHandle(held);
+  EXPECT_EQ(feed::SetStoreAside(folder), aside);
+}
+
+TEST_F(FeedFileOnWindows, UsesNoStoreThatEverybodyMayWrite) {
+  const WideString folder = feed::MakeStoreFolder();
+  feed::PrepareStoreFolder(folder);
+  OpenToEverybody(PathOf(folder));
+  EXPECT_THAT(TextThrownBy([&] { feed::PrepareStoreFolder(folder); }),
+              testing::HasSubstr("store\" may be written by the account S-1-1-0"));
 }
 
 }  // namespace

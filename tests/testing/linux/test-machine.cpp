@@ -1,6 +1,7 @@
 #include "testing/test-machine.h"
 
 #include <stdlib.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -30,12 +31,17 @@ std::filesystem::path MakeBase() {
 }  // namespace
 
 TestMachine::TestMachine() : base(MakeBase()), folder(base / "folder") {
+  umask(022);  // folders that others may write aren't used
   std::filesystem::create_directory(folder);
   std::filesystem::create_directory(base / "root");
   setenv("LARDER_ROOT", (base / "root").c_str(), 1);
 }
 
 void TestMachine::UseOwnCommonFolders() {}
+
+void OpenToEverybody(const std::filesystem::path& path) {
+  std::filesystem::permissions(path, std::filesystem::perms(0777));
+}
 
 TestMachine::~TestMachine() {
   unsetenv("LARDER_ROOT");

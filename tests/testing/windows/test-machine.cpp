@@ -2,6 +2,9 @@
 
 #include <windows.h>
 
+#include <sddl.h>
+
+#include <stdexcept>
 #include <system_error>
 
 namespace larder {
@@ -78,6 +81,16 @@ TestMachine::~TestMachine() {
   RegOverridePredefKey(HKEY_LOCAL_MACHINE, nullptr);
   RegDeleteTreeW(HKEY_CURRENT_USER, HiveOf(base).c_str());
   RemoveTree(L"\\\\?\\" + base.wstring());
+}
+
+void OpenToEverybody(const std::filesystem::path& path) {
+  PSECURITY_DESCRIPTOR rights = nullptr;
+  const bool isOpen =
+      ConvertStringSecurityDescriptorToSecurityDescriptorW(
+          L"D:(A;OICI;FA;;;BA)(A;OICI;FA;;;WD)", SDDL_REVISION_1, &rights, nullptr) != FALSE &&
+      SetFileSecurityW(path.c_str(), DACL_SECURITY_INFORMATION, rights) != FALSE;
+  LocalFree(rights);
+  if (!isOpen) throw std::runtime_error("can't open to everybody: " + path.string());
 }
 
 WideString TestMachine::WideFolder() const { return folder.wstring() + L'\\'; }
