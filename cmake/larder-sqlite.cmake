@@ -20,7 +20,7 @@ target_link_libraries(larder_sqlite PRIVATE larder_hardening)
 target_compile_options(larder_sqlite PRIVATE -w -O2 -g0)
 target_compile_definitions(larder_sqlite PRIVATE
   SQLITE_THREADSAFE=2  # a connection belongs to one thread
-  SQLITE_DEFAULT_FILE_PERMISSIONS=0660
+  SQLITE_DEFAULT_FILE_PERMISSIONS=0640
   SQLITE_DEFAULT_MEMSTATUS=0
   SQLITE_DEFAULT_WAL_SYNCHRONOUS=1
   SQLITE_DQS=0

@@ -184,7 +184,7 @@ Code OpenLockFile(const WideString& path, Handle& file) {
   std::string native;
   if (const Code code = NativePath(path, native); code != kSuccess) return code;
   constexpr int kFlags = O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY;
-  FileDescriptor descriptor(open(native.c_str(), kFlags, 0660));
+  FileDescriptor descriptor(open(native.c_str(), kFlags, 0600));
   if (!descriptor.IsOpen()) return CodeFromErrno(errno);
   file = new FileObject(std::move(descriptor));
   return kSuccess;

@@ -162,7 +162,9 @@ TEST_F(FactStoreOnLinux, IsNotUsedIfAnotherUserCouldHaveWrittenIt) {
     return TextThrownBy(
         [] { FactStore(MakeStoreFolder(), kLimit).VisitAll([](auto&&...) { return true; }); });
   };
+  const mode_t mask = umask(0);  // the store's files have their own rights
   { KeepNow(*std::make_unique<FactStore>(MakeStoreFolder(), kLimit), 0); }
+  umask(mask);
   EXPECT_EQ(whyNone(), "(nothing thrown)");
   const std::filesystem::path file = PathOf(MakeStoreFolder()) / "facts.db";
   std::filesystem::path path = file;
