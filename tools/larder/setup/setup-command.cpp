@@ -9,6 +9,7 @@
 #include "tools/larder/cli/output.h"
 #include "tools/larder/cli/text.h"
 #include "tools/larder/registry/registry-value.h"
+#include "tools/larder/setup/data-tree.h"
 #include "tools/larder/setup/setup-plan.h"
 
 namespace larder::tool {
@@ -77,12 +78,15 @@ int SetUp(const SetupOptions& options, Output& output) {
   const SetupPlan plan = MakeSetupPlan(options);
   for (const std::string& obstacle : plan.obstacles) PrintError("nothing was changed: " + obstacle);
   if (!plan.obstacles.empty()) return kExitFailed;
-  // Everything has been checked. From here on the machine is changed.
+  // The configuration has been checked. From here on the machine is changed, first the folders: if
+  // they can't be used, the registry stays as it is.
+  bool hasChangedFolders = false;
+  if (!SetUpDataTree(output, hasChangedFolders)) return kExitFailed;
   if (!DeleteKeys(plan, output) || !SetValues(plan, output) || !SetMark(plan.mark, output)) {
     return kExitFailed;
   }
   for (const std::string& columns : plan.kept) Report(output, "kept", columns);
-  if (ChangesNothing(plan)) output.Write("nothing changed\n");
+  if (ChangesNothing(plan) && !hasChangedFolders) output.Write("nothing changed\n");
   return kExitOk;
 }
 
