@@ -43,7 +43,7 @@ std::uint32_t LimitInMiB() try {
 
 std::unique_ptr<FactStore> OpenStore() {
   const std::uint64_t limit = std::uint64_t{LimitInMiB()} << 20;
-  if (limit == 0) return std::make_unique<FactStore>(WideString(), 0, "dwStoreLimitMiB is 0");
+  if (limit == 0) return std::make_unique<FactStore>(WideString(), 0, kStoreIsOff);
   try {
     return std::make_unique<FactStore>(MakeStoreFolder(), limit);
   } catch (const std::runtime_error& error) {

@@ -17,6 +17,9 @@ Code MakeEvent(Handle& event) noexcept;
 // exist.
 Code MakeNamedEvent(const WideString& name, Handle& event);
 
+// Whether the event of this name is raised now; not raised if there is none. Creates nothing.
+[[nodiscard]] Code QueryNamedEvent(const WideString& name, bool& isRaised);
+
 // kInvalidHandle for null and InvalidHandle(). Fails for a named event that this process has no
 // right to change.
 Code RaiseEvent(Handle event) noexcept;

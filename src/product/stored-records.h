@@ -16,6 +16,9 @@ namespace larder {
 using StoredRecordVisitor = std::function<bool(
     std::string_view path, const platform::FileInfo& info, std::span<const unsigned char> record)>;
 
+// The reason why there is no store if the registry switches it off.
+inline constexpr char kStoreIsOff[] = "dwStoreLimitMiB is 0";
+
 // The export VisitStoredRecords of the file provider's module. Calls visit for each entry, in no
 // particular order. Throws a std::exception with the reason if there is no store, or if it can't be
 // read to its end; entries may have been visited then. The process must have a provider's object.

@@ -18,12 +18,17 @@ class EventTest : public MachineTest {
 };
 
 TEST_F(EventTest, AnEventIsLoweredAtFirstAndRaisedUntilItIsLowered) {
+  bool isRaised = true;
+  EXPECT_EQ(QueryNamedEvent(name, isRaised), kSuccess);  // there is none
+  EXPECT_FALSE(isRaised);
   const OwnedEvent named(name);
   for (const Handle each : {Handle{event}, Handle{named}}) {
     EXPECT_FALSE(IsRaised(each));
     for (int round = 0; round < 2; ++round) {
       for (int i = 0; i < 2; ++i) EXPECT_EQ(RaiseEvent(each), kSuccess);
       for (int i = 0; i < 2; ++i) EXPECT_TRUE(IsRaised(each));
+      EXPECT_EQ(QueryNamedEvent(name, isRaised), kSuccess);
+      EXPECT_EQ(isRaised, each == named);
       for (int i = 0; i < 2; ++i) EXPECT_EQ(LowerEvent(each), kSuccess);
       EXPECT_FALSE(IsRaised(each));
     }

@@ -152,6 +152,13 @@ class NamedEvent final : public EventObject {
     }
   }
 
+  // Without a watch.
+  Code QueryOnce(bool& isRaised) const noexcept {
+    struct stat status {};
+    isRaised = lstat(file.c_str(), &status) == 0;
+    return isRaised || errno == ENOENT || errno == ENOTDIR ? kSuccess : CodeFromErrno(errno);
+  }
+
   Code CreateDirectories() const noexcept {
     for (std::size_t level = 1; level < directories.size(); ++level) {
       const char* path = directories[level].c_str();
@@ -270,6 +277,12 @@ Code SleepUntilChange(const EventList& events, std::size_t count) {
   return kSuccess;
 }
 
+Code EventFileName(const WideString& name, std::string& fileName) {
+  if (name.empty() || name.find(u'\0') != WideString::npos) return kInvalidName;
+  fileName = FileNameOf(name, Dots::kFirst);
+  return fileName.size() > NAME_MAX ? kNameTooLong : kSuccess;
+}
+
 }  // namespace
 
 Code MakeEvent(Handle& event) noexcept {
@@ -282,15 +295,20 @@ Code MakeEvent(Handle& event) noexcept {
 
 Code MakeNamedEvent(const WideString& name, Handle& event) {
   event = nullptr;
-  if (name.empty() || name.find(u'\0') != WideString::npos) return kInvalidName;
-  const std::string fileName = FileNameOf(name, Dots::kFirst);
-  if (fileName.size() > NAME_MAX) return kNameTooLong;
+  std::string fileName;
+  if (const Code code = EventFileName(name, fileName); code != kSuccess) return code;
   auto named = std::make_unique<NamedEvent>(MachineRoot(), fileName);
   // A process that isn't allowed to create them waits until another one does.
   static_cast<void>(named->CreateDirectories());
   const Code code = named->Arm();
   if (code == kSuccess) event = named.release();
   return code;
+}
+
+Code QueryNamedEvent(const WideString& name, bool& isRaised) {
+  std::string fileName;
+  if (const Code code = EventFileName(name, fileName); code != kSuccess) return code;
+  return NamedEvent(MachineRoot(), fileName).QueryOnce(isRaised);
 }
 
 Code RaiseEvent(Handle event) noexcept {

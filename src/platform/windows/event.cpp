@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 
+#include "platform/scoped-handle.h"
 #include "platform/windows/native.h"
 
 namespace larder::platform {
@@ -23,6 +24,20 @@ Code MakeNamedEvent(const WideString& name, Handle& event) {
   event = nullptr;
   if (name.empty() || name.find(L'\0') != WideString::npos) return kInvalidName;
   return MakeManualEvent(name.c_str(), event);
+}
+
+Code QueryNamedEvent(const WideString& name, bool& isRaised) {
+  if (name.empty() || name.find(L'\0') != WideString::npos) return kInvalidName;
+  const OwnedHandle event(reinterpret_cast<Handle>(OpenEventW(SYNCHRONIZE, FALSE, name.c_str())));
+  if (event.Get() == nullptr) {
+    const Code code = LastError();
+    if (code == kFileNotFound) isRaised = false;
+    return code == kFileNotFound ? kSuccess : code;
+  }
+  const DWORD result = WaitForSingleObject(Native(event.Get()), 0);
+  if (result != WAIT_OBJECT_0 && result != WAIT_TIMEOUT) return LastError();
+  isRaised = result == WAIT_OBJECT_0;
+  return kSuccess;
 }
 
 Code RaiseEvent(Handle event) noexcept {

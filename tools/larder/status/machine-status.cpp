@@ -2,13 +2,11 @@
 
 #include <larder/larder.h>
 
-#include "log-file/log-files.h"
 #include "platform/folder.h"
 #include "platform/message.h"
 #include "platform/wide.h"
 #include "product/product.h"
-#include "support/paths.h"
-#include "tools/larder/log/log-runs.h"
+#include "tools/larder/status/machine-root.h"
 
 namespace larder::tool {
 namespace {
@@ -23,23 +21,6 @@ std::string LocationFault(const WideString& location) {
   if (code != platform::kSuccess) return "the folder isn't there: " + platform::SystemReason(code);
   const bool isFolder = (attributes & platform::kAttributeDirectory) != 0;
   return isFolder ? "" : "it isn't a folder";
-}
-
-LogStatus FindLog() {
-  LogStatus log;
-  log.isOn = IsLoggingEnabled();
-  log.value = ReadStatusValue({kLoggingKey, kLoggingValue});
-  log.folder = GetLarderLogPath();
-  std::uint32_t attributes = 0;
-  log.hasFolder = platform::PathAttributes(log.folder, attributes) == platform::kSuccess &&
-                  (attributes & platform::kAttributeDirectory) != 0;
-  std::vector<LogRun> runs;
-  if (!log.hasFolder || !FindLogRuns(runs)) return log;
-  for (const LogRun& run : runs) {
-    log.files += run.files.size();
-    for (const LogFile& file : run.files) log.bytes += file.info.size;
-  }
-  return log;
 }
 
 std::string CulpritOf(const ProviderStatus& provider) {
@@ -86,7 +67,10 @@ MachineStatus FindMachineStatus(std::chrono::milliseconds limit) {
   status.locationFault = LocationFault(status.location.text);
   status.isOpenToAll = IsOpenToAll(kProvidersKey);
   status.providers = FindProviders(status.location, limit, status.providersFault);
-  status.log = FindLog();
+  status.rootFault = MachineRootFault();
+  status.log = FindLogStatus();
+  status.store = FindStoreStatus(status.providers);
+  status.event = FindEventStatus();
   status.verdict = Judge(status);
   return status;
 }

@@ -8,18 +8,10 @@
 #include <vector>
 
 #include "platform/wide.h"
+#include "tools/larder/status/data-status.h"
 #include "tools/larder/status/provider-status.h"
 
 namespace larder::tool {
-
-struct LogStatus {
-  bool isOn = false;
-  StatusValue value;  // of the switch
-  WideString folder;
-  bool hasFolder = false;
-  std::size_t files = 0;
-  std::uint64_t bytes = 0;
-};
 
 // What the next LarderInit returns.
 struct Verdict {
@@ -36,8 +28,16 @@ struct MachineStatus {
   bool isOpenToAll = false;    // programs of all users may open the key DataProviders
   std::string providersFault;  // why the library sees no key, or not all, below DataProviders
   std::vector<ProviderStatus> providers;
+  std::string rootFault;  // why the library finds nothing on this machine
   LogStatus log;
+  StoreStatus store;
+  EventStatus event;
   Verdict verdict;
+  // Whether all that programs of this user use is as it should be.
+  [[nodiscard]] bool IsGood() const {
+    return verdict.IsGood() && rootFault.empty() && log.fault.empty() && store.fault.empty() &&
+           event.fault.empty();
+  }
 };
 
 // limit: the time that each module may take. Tries the modules one after the other, each in a child

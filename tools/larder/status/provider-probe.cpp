@@ -14,6 +14,7 @@
 #include "platform/module.h"
 #include "platform/scoped-handle.h"
 #include "platform/wide.h"
+#include "product/stored-records.h"
 #include "tools/larder/cli/commands.h"
 #include "tools/larder/cli/output.h"
 #include "tools/larder/status/child.h"
@@ -34,12 +35,14 @@ constexpr const char* kStep = "step";
 constexpr const char* kFault = "fault";
 constexpr const char* kMissing = "missing";
 constexpr const char* kType = "type";
+constexpr const char* kStoreFault = "storeFault";
 constexpr const char* kIsFatal = "fatal";  // the fault would end the host
 
 // Steps, as the end of the sentence "it crashes while ...".
 constexpr const char* kLoading = "it is being loaded";
 constexpr const char* kGettingProvider = "its GetProvider runs";
 constexpr const char* kGettingType = "its GetType runs";
+constexpr const char* kReadingStore = "its store is read";
 constexpr const char* kDestroying = "its provider is destroyed";
 constexpr const char* kUnloading = "it is being unloaded";
 constexpr const char* kDone = "";
@@ -113,7 +116,21 @@ std::string FailureOf(Call call) {
   }
 }
 
-void CallProvider(platform::Symbol symbol, Report& report) {
+void ProbeStore(platform::ModuleHandle module, Report& report) {
+  const auto visit = reinterpret_cast<VisitStoredRecordsFunction>(
+      platform::FindSymbol(module, "VisitStoredRecords"));
+  if (visit == nullptr) return;
+  report.BeginStep(kReadingStore);
+  std::string fault;
+  try {
+    visit([](auto&&...) { return false; });
+  } catch (const std::exception& error) {
+    fault = error.what();
+  }
+  report.Write({{kStoreFault, fault.substr(0, kMaxExceptionText)}});
+}
+
+void CallProvider(platform::ModuleHandle module, platform::Symbol symbol, Report& report) {
   IDataProvider* provider = nullptr;
   report.BeginStep(kGettingProvider);
   std::string fault = FailureOf([&] { reinterpret_cast<GetProviderFunction>(symbol)(&provider); });
@@ -126,6 +143,7 @@ void CallProvider(platform::Symbol symbol, Report& report) {
   report.BeginStep(kGettingType);
   fault = FailureOf([&] { report.Write({{kType, provider->GetType()}}); });
   if (!fault.empty()) return report.Write({{kFault, "in GetType, " + fault}});
+  ProbeStore(module, report);
   report.BeginStep(kDestroying);
   delete provider;
 }
@@ -135,7 +153,7 @@ void ProbeLoaded(platform::ModuleHandle module, const ProbeArguments& arguments,
   if (symbol == nullptr) {
     report.Write({{kFault, "it doesn't export " + arguments.exportName}});
   } else if (!arguments.isLoadedOnly) {
-    CallProvider(symbol, report);
+    CallProvider(module, symbol, report);
   }
 }
 
@@ -208,6 +226,9 @@ ProbeResult Conclude(const ChildResult& child, const std::string& key,
   result.missing = report.facts.value(kMissing, std::vector<std::string>());
   result.fault = report.facts.value(kFault, std::string());
   result.isFatal = report.facts.value(kIsFatal, false);
+  if (report.facts.contains(kStoreFault)) {
+    result.storeFault = report.facts[kStoreFault].get<std::string>();
+  }
   if (report.step == kDone) return result;
   const std::string what = DescribeEnd(child, limit) + " while " + report.step;
   if (result.type) {

@@ -19,6 +19,8 @@ struct ProbeResult {
   std::string fault;
   // Whether LarderInit doesn't return because of the fault.
   bool isFatal = false;
+  // For a module with a store of records: why it can't use it, or empty.
+  std::optional<std::string> storeFault;
   // What goes wrong when the library releases the module; empty if nothing does.
   std::string endFault;
 };

@@ -30,6 +30,10 @@ std::string Line(const std::string& label, const std::string& value) {
   return RecordLine(label, Printable(value));
 }
 
+std::string LineIfAny(const std::string& label, const std::string& value) {
+  return value.empty() ? std::string() : Line(label, value);
+}
+
 // The status as text.
 
 std::string ValueText(const StatusValue& value) {
@@ -58,7 +62,18 @@ std::string LogText(const LogStatus& log) {
                       std::to_string(log.bytes) + " bytes";
   if (!log.hasFolder) files = "none: the folder isn't there";
   return "\n" + Line("log", state) + Line("  folder", PathText(log.folder)) +
-         Line("  files", files);
+         Line("  files", files) + LineIfAny("  note", log.note) + LineIfAny("  fault", log.fault);
+}
+
+std::string StoreText(const StoreStatus& store) {
+  if (!store.isThere) return {};
+  return "\n" + Line("store", store.state) + Line("  folder", PathText(store.folder)) +
+         LineIfAny("  note", store.note) + LineIfAny("  fault", store.fault);
+}
+
+std::string EventText(const EventStatus& event) {
+  return "\n" + Line("event", event.isRaised ? "raised" : "not raised") +
+         LineIfAny("  fault", event.fault);
 }
 
 std::string VerdictText(const Verdict& verdict) {
@@ -72,13 +87,14 @@ std::string VerdictText(const Verdict& verdict) {
 std::string Text(const MachineStatus& status) {
   std::string text =
       Line("registry", "HKEY_LOCAL_MACHINE\\" + Utf8(WideString(LarderRegistryRoot)));
+  text += LineIfAny("  fault", status.rootFault);
   text += Line("location", ValueText(status.location));
-  if (!status.locationFault.empty()) text += Line("  fault", status.locationFault);
+  text += LineIfAny("  fault", status.locationFault);
   if (status.isOpenToAll) text += Line("everyone", "may load the providers");
   if (!status.providersFault.empty())
     text += "\n" + Line("providers", "none: " + status.providersFault);
   for (const ProviderStatus& provider : status.providers) text += ProviderText(provider);
-  text += LogText(status.log);
+  text += LogText(status.log) + StoreText(status.store) + EventText(status.event);
   return text + "\n" + Printable(VerdictText(status.verdict)) + "\n";
 }
 
@@ -104,6 +120,14 @@ Json ProviderJson(const ProviderStatus& provider) {
           {"endFault", OrNull(probe.endFault)}};
 }
 
+Json StoreJson(const StoreStatus& store) {
+  if (!store.isThere) return {};
+  return {{"folder", PathText(store.folder)},
+          {"state", store.state},
+          {"note", OrNull(store.note)},
+          {"fault", OrNull(store.fault)}};
+}
+
 Json ToJson(const MachineStatus& status) {
   Json providers = Json::array();
   for (const ProviderStatus& provider : status.providers) {
@@ -111,7 +135,8 @@ Json ToJson(const MachineStatus& status) {
   }
   const Verdict& verdict = status.verdict;
   const std::string error = verdict.result ? ResultReason(*verdict.result) : std::string();
-  return {{"location", ValueJson(status.location)},
+  return {{"rootFault", OrNull(status.rootFault)},
+          {"location", ValueJson(status.location)},
           {"locationFault", OrNull(status.locationFault)},
           {"everyone", status.isOpenToAll},
           {"providersFault", OrNull(status.providersFault)},
@@ -120,7 +145,11 @@ Json ToJson(const MachineStatus& status) {
            {{"on", status.log.isOn},
             {"folder", PathText(status.log.folder)},
             {"files", status.log.files},
-            {"bytes", status.log.bytes}}},
+            {"bytes", status.log.bytes},
+            {"note", OrNull(status.log.note)},
+            {"fault", OrNull(status.log.fault)}}},
+          {"store", StoreJson(status.store)},
+          {"event", {{"raised", status.event.isRaised}, {"fault", OrNull(status.event.fault)}}},
           {"init",
            {{"result", verdict.result ? Json(*verdict.result) : Json()},
             {"text", OrNull(error)},
@@ -135,7 +164,7 @@ int RunStatus(bool isJson, std::chrono::milliseconds limit, Output& output) {
   } else {
     output.Write(Text(status));
   }
-  return status.verdict.IsGood() ? kExitOk : kExitFailed;
+  return status.IsGood() ? kExitOk : kExitFailed;
 }
 
 }  // namespace
