@@ -34,11 +34,13 @@ Code CheckFolder(const std::string& path) {
   return S_ISDIR(status.st_mode) ? kSuccess : kPathNotFound;
 }
 
-// Every system has these folders, but a machine root other than "/" may not have them yet.
+// Every system has these folders, but a machine root other than "/" may not have them yet. The
+// umask has no effect on them.
 Code CreateInMachineRoot(const std::string& root, const char* first, const char* second) {
   std::string path = root;
   for (const char* level : {first, second}) {
     const Code code = CreateNativeFolder(path += level);
+    if (code == kSuccess) static_cast<void>(chmod(path.c_str(), kFolderMode));
     if (code != kSuccess && code != kAlreadyExists) return code;
   }
   return kSuccess;
