@@ -156,7 +156,7 @@ TEST_F(FilesStoreTest, WhatDoesNotFitOnTheDiskIsLostWithACode) {
 }
 
 TEST_F(FilesStoreTest, NewLogsAreOpenToTheirUserOnlyWhateverTheMask) {
-  for (const mode_t mask : {0, 0777}) {
+  for (const mode_t mask : {0u, 0777u}) {
     const mode_t before = umask(mask);
     EXPECT_EQ(OpenToWrite(InFolder("write")), kSuccess);
     EXPECT_EQ(OpenFileToAppend(InFolder("append"), (file = {}).Out()), kSuccess);
