@@ -15,6 +15,8 @@ namespace {
 
 using std::chrono::milliseconds;
 
+constexpr int kMaxLoggedCalls = 200;  // of one handle, so that all generations of the log have them
+
 int Between(int least, int most, Random& random) {
   return least + static_cast<int>(random() % static_cast<std::uint64_t>(most - least + 1));
 }
@@ -247,7 +249,8 @@ void LiveUntilKilled(HostProcess& host, Random& random) {
   for (;;) {
     host.Load();
     for (int i = Between(1, 5, random); i > 0; --i) {
-      host.CallFromThreads(host.Init(), Between(1, kMaxThreads, random), Between(1, 15, random),
+      const int threads = Between(1, kMaxThreads, random);
+      host.CallFromThreads(host.Init(), threads, Between(1, kMaxLoggedCalls / threads, random),
                            random);
       host.Release();
       host.AllSafe();

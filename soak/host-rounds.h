@@ -17,10 +17,7 @@ void UseProduct(HostProcess& host, Random& random);     // the product's own pro
 void WriteMuch(HostProcess& host, Random& random);    // rotates the log, which others read
 void FailWithLog(HostProcess& host, Random& random);  // the logger of a failed LarderInit stays
 void LoseFolder(HostProcess& host, Random& random);   // the log's folder comes and goes
-void Fork(HostProcess& host, Random& random);         // Linux; does nothing elsewhere
-
-// Whether this process can do the round: one of the sanitizers may not support it.
-bool CanFork();
+void Fork(HostProcess& host, Random& random);         // Linux without a sanitizer; else nothing
 
 // The same until it is killed, with lines that must be in the log.
 void LiveUntilKilled(HostProcess& host, Random& random);

@@ -143,11 +143,11 @@ class HostRun {
   // At a random time after its start, or soon after it has entered a random phase.
   void Kill(Worker& victim, const Life& life, Random& random) {
     const int wanted = static_cast<int>(random() % (2 * kPhaseCount));
-    const auto delay = std::chrono::microseconds(random() % 500);
+    const auto delay = std::chrono::microseconds(random() % 2 * (random() % 500));
     const auto most = Clock::now() + milliseconds(random() % 300);
     const auto deadline = wanted < kPhaseCount ? Clock::now() + std::chrono::seconds(10) : most;
     while (Clock::now() < deadline && life.phase != wanted) std::this_thread::yield();
-    std::this_thread::sleep_for(delay);
+    if (delay.count() != 0) std::this_thread::sleep_for(delay);
     const Ending ending = victim.Wait(milliseconds(0));
     if (ending.kind != Ending::Kind::kStillRunning)
       throw Fault("a process that was to be killed ended: " + ending.Text());

@@ -2,8 +2,6 @@
 
 namespace larder::soak {
 
-bool CanFork() { return false; }
-
 void Fork(HostProcess&, Random&) {}
 
 }  // namespace larder::soak
