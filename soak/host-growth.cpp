@@ -11,7 +11,7 @@ namespace {
 constexpr int kFirstRounds = 60;
 constexpr int kInARow = 10;
 // The allocator keeps what threads have freed; a sanitizer keeps what its reports need.
-constexpr std::uint64_t kMemoryNoise = (LARDER_SOAK_SANITIZED ? 256u : 32u) << 20;
+constexpr std::uint64_t kMemoryNoise = (LARDER_SOAK_SANITIZED ? 512u : 32u) << 20;
 constexpr std::uint64_t kHeapNoise = 2u << 20;
 // wine's thread library keeps some for later threads.
 constexpr std::uint64_t kHandleNoise = LARDER_SOAK_EXACT ? 0 : 24;

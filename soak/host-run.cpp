@@ -23,6 +23,9 @@ using std::chrono::milliseconds;
 constexpr auto kHang = std::chrono::minutes(5);  // for one round; the machine may be busy
 constexpr std::uint64_t kStop = ~std::uint64_t{0};
 constexpr int kResidentSlot = kSlots - 1;
+// A sanitizer keeps memory for each image that was ever loaded. It reports leaks when the process
+// ends.
+constexpr int kMaxResidentRounds = LARDER_SOAK_SANITIZED ? 150 : 1'000'000'000;
 
 struct Kind {
   const char* name;
@@ -83,8 +86,7 @@ class HostRun {
       next = now + pause;
       PrintProgress(now - begin);
     }
-    state->command = kStop;
-    resident->MustSucceed(kHang);
+    StopResident();
     PrintTotals();
   } catch (const std::exception& error) {
     throw Fault("seed " + std::to_string(options.seed) + ", round " + std::to_string(round) + ": " +
@@ -109,7 +111,21 @@ class HostRun {
     DeleteLogs(options.folder);
   }
 
+  void StopResident() {
+    state->command = kStop;
+    resident->MustSucceed(kHang);
+  }
+
+  void ReplaceResident() {
+    StopResident();
+    state->command = state->done.load();
+    resident = std::make_unique<Worker>(Start("resident", kResidentSlot));
+    growth = {};
+    residentRounds = 0;
+  }
+
   void ResidentRound() {
+    if (residentRounds++ == kMaxResidentRounds) ReplaceResident();
     state->command = round;
     const auto deadline = Clock::now() + kHang;
     while (state->done != round) {
@@ -195,6 +211,7 @@ class HostRun {
   const SharedState<HostState> state;
   std::uint64_t round;
   std::unique_ptr<Worker> resident;
+  int residentRounds = 0;
   Growth growth;
   std::uint64_t killed[kPhaseCount] = {};
 };
