@@ -72,4 +72,5 @@ check_library() {
 while IFS= read -r -d '' file; do check_file; done < <(find "$folder" -name images -prune -o -type f -print0)
 if [[ -e $folder/liblarder.so ]]; then check_library "$folder/liblarder.so"; fi
 echo "$checked files"
+if ((failed)); then echo "If these are files of an earlier build: delete $folder"; fi
 exit $((failed || checked < 10))
