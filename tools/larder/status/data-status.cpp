@@ -26,6 +26,7 @@ constexpr const char* kSetUp = "run \"larder setup\" as an administrator";
 struct Finding {
   std::string reason;  // empty if there is none
   std::string step;
+  bool isMissingRight = false;  // it works for other users
 };
 
 std::string Quoted(const WideString& path) { return '"' + PathText(path) + '"'; }
@@ -59,7 +60,8 @@ Finding FindFolderFault(const WideString& folder, OtherUsers others) {
     const bool isItself = nearest == WithoutSeparator(folder);
     return {"this user can't create " + std::string(isItself ? "files" : "a folder") + " in " +
                 Quoted(nearest) + ": " + platform::SystemReason(code),
-            isItself ? "run the program as an administrator or as the folder's owner" : kSetUp};
+            isItself ? "run the program as an administrator or as the folder's owner" : kSetUp,
+            code == platform::kAccessDenied};
   }
   if (space >= kMinSpace) return {};
   return {
@@ -124,10 +126,11 @@ StoreStatus FindStoreStatus(const std::vector<ProviderStatus>& providers) {
     store.state = "off: " + *fault;
   } else {
     store.state = "none: every record is computed";
-    store.fault = *fault + "; " +
-                  (finding.step.empty() ? "\"larder log on\" and \"larder log show feedf.log\" "
-                                          "show what the provider reports"
-                                        : finding.step);
+    (finding.isMissingRight ? store.note : store.fault) =
+        *fault + "; " +
+        (finding.step.empty() ? "\"larder log on\" and \"larder log show feedf.log\" "
+                                "show what the provider reports"
+                              : finding.step);
   }
   return store;
 }
