@@ -12,7 +12,7 @@ void PrepareMachine(const std::filesystem::path& folder, int limitMiB) {
   std::filesystem::remove_all(folder);
   std::filesystem::create_directories(folder / "root");
   UseMachine(folder);
-  RunTool({"setup"});
+  RunTool({"setup", "--only"});  // a Windows prefix may have been used before
   // Relative, since the library reads 98 characters at most; the program's folder is the current
   // one.
   RunTool({"registry", "set", "Install", "szLocation", ".\\"});

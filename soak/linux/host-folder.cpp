@@ -15,17 +15,17 @@ namespace larder::soak {
 namespace {
 
 constexpr rlim_t kMaxFileBytes = 20'000;
-constexpr char kDiskSize[] = "size=1m";
+constexpr char kDiskOptions[] = "size=1m,mode=0755";  // logs aren't written where all may
 enum State : std::uint64_t { kFull, kLimited, kReadOnly, kGone, kStates };
 
 void Mount(const std::filesystem::path& folder) {
   std::filesystem::create_directories(folder);
-  if (::mount("none", folder.c_str(), "tmpfs", 0, kDiskSize) != 0)
+  if (::mount("none", folder.c_str(), "tmpfs", 0, kDiskOptions) != 0)
     throw std::system_error(errno, std::generic_category(), "mount");
 }
 
 void Remount(const std::filesystem::path& folder, unsigned long flags) {
-  ::mount("none", folder.c_str(), nullptr, MS_REMOUNT | flags, kDiskSize);
+  ::mount("none", folder.c_str(), nullptr, MS_REMOUNT | flags, kDiskOptions);
 }
 
 void SetMaxFileBytes(rlim_t bytes) {
