@@ -1,6 +1,7 @@
 #include "feed-test/feed-test-provider.h"
 
 #include <cstring>
+#include <mutex>
 #include <stdexcept>
 #include <string>
 #include <utility>

@@ -41,12 +41,12 @@
 #include <cstddef>
 #include <cstdint>
 #include <map>
-#include <mutex>
 #include <unordered_map>
 #include <vector>
 
 #include "common/object-identity.h"
 #include "feed-test/failure-script.h"
+#include "platform/lock.h"
 
 namespace larder::feed {
 
@@ -72,7 +72,7 @@ class FeedTestProvider final : public IDataProvider {
   void Remember(const unsigned char* block, const Outcome& freeOutcome);
   Outcome TakeFreeOutcome(const unsigned char* block);
 
-  std::mutex mutex;  // guards the two tables
+  platform::Lock mutex;  // guards the two tables
   std::unordered_map<ObjectIdentity, Block, HashIdentity> objects;
   std::map<const unsigned char*, Outcome> freeOutcomes;  // of the blocks that clients hold
 };

@@ -1,17 +1,19 @@
 #include "api/int-larder-handle.h"
 
-#include <mutex>
 #include <new>
 #include <stdexcept>
+#include <thread>
 
 #include "log-file/log-files.h"
 #include "log/log-statement.h"
+#include "platform/lock.h"
 
 namespace larder {
 
 namespace {
 
-std::recursive_mutex HandleLock;
+platform::Lock HandleLock;
+std::atomic<std::thread::id> LockOwner;
 constinit std::atomic<int> LockDepth{0};
 constinit std::atomic<bool> HasParentsModules{false};
 
@@ -20,12 +22,16 @@ constinit std::atomic<bool> HasParentsModules{false};
 constinit std::atomic<IntLarderHandle*> CurrentHandle{nullptr};
 
 HandleLocked::HandleLocked() {
-  HandleLock.lock();
+  if (LockOwner != std::this_thread::get_id()) {
+    HandleLock.lock();
+    LockOwner = std::this_thread::get_id();
+  }
   ++LockDepth;
 }
 
 HandleLocked::~HandleLocked() {
-  --LockDepth;
+  if (--LockDepth != 0) return;
+  LockOwner = std::thread::id();
   HandleLock.unlock();
 }
 
@@ -33,7 +39,8 @@ LarderNotifyCallback CallbackOf(const IntLarderHandle& handle) noexcept { return
 
 void ForgetHandleInForkedChild() {
   if (CurrentHandle.load() != nullptr || LockDepth.load() != 0) HasParentsModules = true;
-  new (&HandleLock) std::recursive_mutex;  // another thread of the parent may hold it
+  new (&HandleLock) platform::Lock;  // another thread of the parent may hold it
+  LockOwner = std::thread::id();
   LockDepth = 0;
   CurrentHandle.store(nullptr);
   CurrentDiskLogger = nullptr;

@@ -34,7 +34,7 @@ class IntLarderHandle {
 extern std::atomic<IntLarderHandle*> CurrentHandle;
 
 // Held during the whole of LarderInit and LarderRelease, and so while modules are loaded.
-// Recursive, because a provider may call either function from its entry point or its destructor.
+// Recursive: a provider may call either function from its entry point or its destructor.
 class HandleLocked {
  public:
   HandleLocked();

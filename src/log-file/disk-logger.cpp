@@ -1,5 +1,6 @@
 #include "log-file/disk-logger.h"
 
+#include <mutex>
 #include <utility>
 
 #include "platform/event.h"

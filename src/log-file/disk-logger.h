@@ -4,10 +4,10 @@
 #include <cstdint>
 #include <deque>
 #include <memory>
-#include <mutex>
 #include <string>
 
 #include "log/log-listener-list.h"
+#include "platform/lock.h"
 #include "support/scoped-handles.h"
 
 namespace larder {
@@ -52,7 +52,7 @@ class DiskLogger : public LRLogListener {
   WideString fileName;
   std::uint32_t maxFileSize;
   std::uint32_t maxBackups;
-  std::recursive_mutex mutex;  // guards queue; declared before the thread, which locks it first
+  platform::Lock mutex;  // guards queue; declared before the thread, which locks it first
   AutoHandle file;
   AutoHandle stopEvent;
   AutoHandle wakeEvent;

@@ -11,7 +11,9 @@
 #include "log/log-listener-list.h"
 
 #include <algorithm>
+#include <chrono>
 #include <new>
+#include <thread>
 #include <utility>
 
 namespace larder {
@@ -36,11 +38,7 @@ class LRLogListenerList::Reading {
   Reading& operator=(const Reading&) = delete;
 
  private:
-  void Leave() noexcept {
-    if (list.readers[mine].fetch_sub(1) != 1 || !list.isRemovalWaiting.load()) return;
-    const std::lock_guard lock(list.mutex);
-    list.readersGone.notify_all();
-  }
+  void Leave() noexcept { list.readers[mine].fetch_sub(1); }
 
   LRLogListenerList& list;
   std::uint32_t mine = 0;
@@ -78,12 +76,11 @@ std::atomic<LRLogListener*>* LRLogListenerList::Find(const LRLogListener* listen
   return found == end ? nullptr : found;
 }
 
+// A reader leaves within microseconds unless it isn't scheduled. The system's objects to wait on
+// would cost the readers more.
 void LRLogListenerList::WaitForReaders() noexcept {
   const std::uint32_t old = period.fetch_add(1) & 1;
-  std::unique_lock lock(mutex);
-  isRemovalWaiting = true;
-  readersGone.wait(lock, [&] { return readers[old].load() == 0; });
-  isRemovalWaiting = false;
+  while (readers[old].load() != 0) std::this_thread::sleep_for(std::chrono::microseconds(100));
 }
 
 void LRLogListenerList::AddListener(LRLogListener* listener) {
@@ -112,9 +109,6 @@ void LRLogListenerList::RemoveListener(LRLogListener* listener) noexcept {
 void LRLogListenerList::ForgetInForkedChild() noexcept {
   current = nullptr;
   for (std::atomic<std::uint32_t>& count : readers) count = 0;
-  isRemovalWaiting = false;
-  new (&mutex) std::mutex;
-  new (&readersGone) std::condition_variable;
 }
 
 void LRLogListenerList::Log(const char* line) {

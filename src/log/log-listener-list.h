@@ -2,10 +2,8 @@
 #pragma once
 
 #include <atomic>
-#include <condition_variable>
 #include <cstddef>
 #include <cstdint>
-#include <mutex>
 
 namespace larder {
 
@@ -74,10 +72,6 @@ class LRLogListenerList {
   // Readers are counted under the parity of the period in which they entered.
   std::atomic<std::uint32_t> period{0};
   std::atomic<std::uint32_t> readers[2]{};
-  // A removal sleeps here. (std::atomic's wait loses wake-ups with MinGW's runtime.)
-  std::atomic<bool> isRemovalWaiting{false};
-  std::mutex mutex;
-  std::condition_variable readersGone;
 };
 
 }  // namespace larder
