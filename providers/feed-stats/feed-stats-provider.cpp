@@ -6,6 +6,7 @@
 
 #include "common/file-figures.h"
 #include "common/registry-value.h"
+#include "platform/cancellation.h"
 #include "platform/file-time.h"
 #include "platform/scoped-handle.h"
 #include "product/product.h"
@@ -46,6 +47,7 @@ void FeedStatsProvider::GetKey(const void*, std::uint64_t* key) {
 }
 
 void FeedStatsProvider::Query(const void*, std::uint32_t, std::uint64_t*, DbBuffer* result) {
+  const platform::CancellationBlock noCancellation;  // destructors below close files
   queryCalls.Add(1);
   const FeedStatsRecord record = MakeRecord();
   DbBuffer block(sizeof record);

@@ -15,12 +15,14 @@ namespace {
 
 constexpr std::int32_t kSleeping = 0;  // its functions sleep, and a thread may be cancelled there
 constexpr std::int32_t kFiles = 1;
+constexpr std::int32_t kFigures = 3;
 
 class Threads : public testing::Test {
  protected:
   Threads() {
     host.AddProvider("A", "sleeps.dll");
     host.AddProvider("F", "feed-file.dll");
+    host.AddProvider("S", "feed-stats.dll");
     host.AddModule("stock-file-query.dll");
   }
 
@@ -68,6 +70,7 @@ void LiveOnCancelledThreads() {
   ASSERT_EQ(LarderQuery(handle, &file, kSleeping, 0, &block, LARDER_QUERY_VERSION), LARDER_OK);
   const DataBlockHeader written{sizeof written, kSleeping};
   EXPECT_TRUE(ReturnsThoughCancelled([&] { QueryAndFree(handle, kFiles); }));
+  EXPECT_TRUE(ReturnsThoughCancelled([&] { QueryAndFree(handle, kFigures); }));
   EXPECT_FALSE(ReturnsThoughCancelled([&] { QueryAndFree(handle, kSleeping); }));
   EXPECT_FALSE(ReturnsThoughCancelled([&] { LarderFreeQuery(handle, block); }));
   EXPECT_FALSE(ReturnsThoughCancelled([&] { LarderWrite(handle, &file, kSleeping, &written); }));
