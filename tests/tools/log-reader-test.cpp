@@ -65,9 +65,12 @@ platform::Code platform::ReadNext(Handle file, void* buffer, std::size_t size,
   return kSuccess;
 }
 
-// A host's loggers call these; none runs here.
+// Hosts' loggers and the list of runs call these; neither is used here.
 void platform::CloseObject(Handle) noexcept {}
 
+platform::Code platform::QueryPathInfo(const WideString&, FileInfo&, FileKind&) {
+  return kNotSupported;
+}
 platform::Code platform::RemoveFile(const WideString&) { return kNotSupported; }
 platform::Code platform::RenameFile(const WideString&, const WideString&) { return kNotSupported; }
 

@@ -7,7 +7,6 @@
 #include "log-file/log-files.h"
 #include "platform/folder.h"
 #include "product/product.h"
-#include "support/scoped-handles.h"
 #include "tools/larder/cli/output.h"
 #include "tools/larder/cli/path.h"
 
@@ -31,14 +30,10 @@ WideString RunOf(const WideString& path, std::uint32_t& generation) {
 
 // Returns false for what isn't a file, or is gone since it was listed because the host renamed it.
 bool ReadFileInfo(const WideString& path, platform::FileInfo& info, bool& succeeded) {
-  AutoHandle file;
   platform::FileKind kind{};
-  platform::Code code = platform::OpenFileToRead(path, file.Out(), kind);
-  if (code == platform::kFileNotFound) return false;
-  if (code == platform::kSuccess && file.IsEmpty()) return false;
-  if (code == platform::kSuccess) code = platform::QueryFileInfo(file.Get(), info);
-  if (Succeeded("read " + PathText(path), code)) return true;
-  succeeded = false;
+  const platform::Code code = platform::QueryPathInfo(path, info, kind);
+  if (code == platform::kSuccess) return kind == platform::FileKind::kRegular;
+  if (code != platform::kFileNotFound) succeeded = Succeeded("read " + PathText(path), code);
   return false;
 }
 

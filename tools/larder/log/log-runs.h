@@ -29,8 +29,8 @@ struct LogRun {
 // folder above it, prints the reason and returns false.
 [[nodiscard]] bool FindLogsPath(WideString& path);
 
-// Appends all runs, the newest last. If something can't be read, prints the reason and returns
-// false; runs has the others then.
+// Appends all runs, the newest last, whether their files may be read or not. If something can't be
+// queried, prints the reason and returns false; runs has the others then.
 [[nodiscard]] bool FindLogRuns(std::vector<LogRun>& runs);
 
 }  // namespace larder::tool
