@@ -46,12 +46,21 @@ WideString NearestFolder(const WideString& folder) {
   return path;
 }
 
+// The system's own folder must not be deleted.
+std::string StepAgainst(const platform::Distrust& distrust) {
+  WideString common;
+  if (platform::CommonFolderPath(platform::CommonFolder::kData, common) != platform::kSuccess) {
+    return kSetUp;
+  }
+  if (distrust.folder == common) return "let only the administrator change that folder";
+  return std::string("delete it or move it away, and ") + kSetUp;
+}
+
 // Why programs of this user can't create files in a folder of the product, which needn't exist.
 Finding FindFolderFault(const WideString& folder, OtherUsers others) {
   const platform::Distrust distrust = platform::DataFolderDistrust(folder, others);
   if (!distrust.reason.empty()) {
-    return {Quoted(distrust.folder) + " " + distrust.reason,
-            std::string("delete it or move it away, and ") + kSetUp};
+    return {Quoted(distrust.folder) + " " + distrust.reason, StepAgainst(distrust)};
   }
   const WideString nearest = NearestFolder(folder);
   std::uint64_t space = 0;
