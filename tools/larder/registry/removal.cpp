@@ -4,6 +4,7 @@
 #include <stdexcept>
 #include <vector>
 
+#include "platform/folder-access.h"
 #include "platform/folder.h"
 #include "platform/registry.h"
 #include "platform/scoped-handle.h"
@@ -70,6 +71,14 @@ std::string ProgramObstacle(const WideString& path, const std::optional<WideStri
          platform::Utf8FromWide(path) + "\"";
 }
 
+// Another user who may change a folder above it chooses what would be deleted.
+std::string DataObstacle() {
+  const platform::Distrust distrust = platform::DataFolderDistrust(
+      WithoutLastSeparator(GetVelmorDataPath()), platform::OtherUsers::kMayAdd);
+  if (distrust.reason.empty()) return {};
+  return '"' + PathText(distrust.folder) + "\" " + distrust.reason;
+}
+
 }  // namespace
 
 Removal::Removal(Kind newKind) : kind(newKind), path(PathOf(newKind)) {}
@@ -83,7 +92,7 @@ std::string Removal::Obstacle(const std::optional<WideString>& named) const {
     return "\"" + platform::Utf8FromWide(path) +
            "\" isn't the full path of a folder at least two levels deep";
   }
-  return kind == Kind::kProgram ? ProgramObstacle(path, named) : std::string();
+  return kind == Kind::kProgram ? ProgramObstacle(path, named) : DataObstacle();
 }
 
 std::string Removal::Label() const {
