@@ -22,7 +22,7 @@ using platform::Readers;
 struct Level {
   WideString path;  // below the common data folder, with a separator at its start
   Readers readers;
-  bool isStore;  // records that others have put there would be used
+  bool isStore;  // never adopted: others may have put records there, which would be used
 };
 
 std::vector<Level> Levels() {
@@ -43,8 +43,8 @@ void Report(const char* what, const WideString& path, Output& output) {
   output.Write(std::string(what) + "\t" + Printable(PathText(path)) + "\n");
 }
 
-// Returns why an existing folder isn't trusted, after giving it rights of its own if it only lacks
-// these.
+// Gives an existing folder rights of its own if others may only add to it. Returns why the folder
+// still isn't trusted, or an empty text.
 std::string Adopt(const WideString& path, const Level& level, Output& output, bool& hasChanged) {
   std::string distrust = FolderDistrust(path, OtherUsers::kMayNotWrite);
   if (distrust.empty() || level.isStore) return distrust;

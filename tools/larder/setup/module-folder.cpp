@@ -13,8 +13,8 @@
 namespace larder::tool {
 namespace {
 
-// folder: with a backslash at its end, as the result. The result has no "..", so that it is short
-// and doesn't depend on the folders in between.
+// folder and the result have a backslash at the end. The result has no "..", so it is short and
+// doesn't depend on the folders in between.
 WideString Below(WideString folder, std::string_view relative) {
   for (; relative.starts_with("../"); relative.remove_prefix(3)) {
     if (folder.size() > 1) folder = GetPath(folder.substr(0, folder.size() - 1));

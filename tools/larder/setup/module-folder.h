@@ -8,9 +8,9 @@
 
 namespace larder::tool {
 
-// The first folder that has one of these files: the one of this program, or the one that an
+// Returns the folder of this program if it has one of these files, otherwise the folder that an
 // installation has for the modules, relative to this program. With a backslash at its end, as
-// szLocation needs it. If there is none, it is empty and fault says why.
+// szLocation needs it. Empty if neither folder has one; fault then has the reason.
 [[nodiscard]] WideString FindModuleFolder(const std::vector<WideString>& files, std::string& fault);
 
 }  // namespace larder::tool

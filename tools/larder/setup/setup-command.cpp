@@ -59,8 +59,8 @@ bool SetMark(const PlannedMark& mark, Output& output) {
   platform::Code code =
       platform::OpenRegistryKey(PathOfSubkey(kProvidersKey), platform::kKeyRead, key.Out());
   if (code == platform::kSuccess) code = platform::SetOpenToAll(key.Get(), mark.after);
-  if (!Succeeded(mark.after ? "let everyone open key \"DataProviders\""
-                            : "take the key \"DataProviders\" from everyone",
+  if (!Succeeded(mark.after ? "open key \"DataProviders\" to all users"
+                            : "close key \"DataProviders\" to other users",
                  code)) {
     return false;
   }
@@ -119,7 +119,7 @@ void AddSetupCommand(const Command& top) {
   setup.AddFlag("--test-provider", arguments->options.withTestProvider,
                 "Register feed-test.dll, too");
   setup.AddFlag("--everyone", arguments->isForEveryone,
-                "Let programs of all users load the providers (Linux)");
+                "Let the programs of all users load the providers (Linux)");
   setup.AddFlag("--no-everyone", arguments->isNotForEveryone, "The reverse of --everyone");
   setup.Exclude("--everyone", "--no-everyone");
   setup.OnChosen([arguments] { return ChosenAction(*arguments); });

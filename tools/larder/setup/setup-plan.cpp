@@ -34,7 +34,8 @@ constexpr IncludedProvider kIncluded[] = {{kFeedFileKey, LARDER_FEED_FILE_TYPE},
 
 std::string Utf8(const WideString& text) { return platform::Utf8FromWide(text); }
 
-// The registry compares names without case. All names that are compared here have letters A to Z.
+// The registry compares names without regard to case. One of the two names is always the product's
+// own, which has letters A to Z only.
 bool IsSameName(WideView a, WideView b) {
   const auto lower = [](LarderWideChar unit) {
     return unit >= 'A' && unit <= 'Z' ? static_cast<LarderWideChar>(unit + ('a' - 'A')) : unit;
@@ -83,7 +84,7 @@ class Planner {
     const auto known = std::ranges::find(plan.obstacles, reason);
     if (known == plan.obstacles.end()) plan.obstacles.push_back(reason);
   }
-  // Refuses if they can't be read: setup must know what it keeps.
+  // Refuses if they can't be listed: setup must know what it keeps.
   std::vector<WideString> ListNames(const WideString& subkey, NameReader read) {
     std::vector<WideString> names;
     const platform::Code code = NamesIn(subkey, read, names);
@@ -199,8 +200,8 @@ void Planner::FindKept(const WideString& subkey) {
 void Planner::CheckLocation() {
   if (location.size() <= kMaxRegistryCharacters) return;
   Refuse("the path of the modules has " + std::to_string(location.size()) +
-         " characters, and the library reads " + std::to_string(kMaxRegistryCharacters) +
-         " at most: " + PathText(location));
+         " characters, and the library reads at most " + std::to_string(kMaxRegistryCharacters) +
+         ": " + PathText(location));
 }
 
 void Planner::CheckModules() {
@@ -229,7 +230,7 @@ void Planner::CheckOthers() {
 void Planner::CheckPlace(const OtherModule& other) {
   Refuse("the key " + KeyLabel(other.key) + " names \"" + Utf8(other.file) + "\", which isn't in " +
          PathText(location) + "; szLocation, now \"" + Utf8(formerLocation) +
-         "\", applies to all modules. Copy the module there, or say --only");
+         "\", applies to all modules. Copy the module there, or use --only");
 }
 
 void Planner::CheckType(const OtherModule& other) {
@@ -238,7 +239,7 @@ void Planner::CheckType(const OtherModule& other) {
     if (probe.type != included.type || !IsPlannedKey(included.key)) continue;
     Refuse("the provider of the key " + KeyLabel(other.key) + " has the type " +
            std::to_string(included.type) + ", which " + KeyLabel(included.key) +
-           " has too. Delete the key, or say --only");
+           " has too. Delete the key, or use --only");
   }
 }
 
@@ -254,7 +255,7 @@ platform::Code TryToOpen(WideString path) {
   }
 }
 
-// Without any registry yet, the first change finds out.
+// If there is no registry yet, the first change shows whether it can be created.
 void Planner::CheckRights() {
   std::vector<WideString> changed = plan.deletedKeys;
   for (const PlannedValue& each : plan.values) {

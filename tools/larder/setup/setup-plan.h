@@ -1,4 +1,4 @@
-// What "larder setup" would change on this machine, and why it must not.
+// What "larder setup" would change on this machine, and what prevents it.
 #pragma once
 
 #include <optional>
@@ -14,7 +14,7 @@ struct SetupOptions {
   bool withLog = false;
   bool withTestProvider = false;
   bool isOnly = false;              // no other providers
-  std::optional<bool> isOpenToAll;  // nothing: as it is
+  std::optional<bool> isOpenToAll;  // no value: unchanged
 };
 
 struct PlannedValue {
@@ -35,7 +35,7 @@ struct SetupPlan {
   std::vector<WideString> deletedKeys;
   std::vector<std::string> kept;  // other values, each as "registry list" prints it
   PlannedMark mark;
-  // Why nothing may be changed; empty if all is well.
+  // Why nothing may be changed; empty if nothing prevents it.
   std::vector<std::string> obstacles;
 };
 
