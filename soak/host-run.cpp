@@ -187,21 +187,21 @@ class HostRun {
   }
 
   void PrintTotals() const {
-    std::printf("%" PRIu64 " rounds without a fault\n", round);
+    std::printf("%" PRIu64 " rounds without a fault\n", round + 1 - options.firstRound);
     std::printf("%" PRIu64 " cycles of LarderInit and LarderRelease with %" PRIu64
                 " handles; %" PRIu64 " inits failed as they had to; %" PRIu64 " loads\n",
                 state->cycles.load(), state->handles.load(), state->failedInits.load(),
                 state->loads.load());
     std::printf("%" PRIu64 " queries and writes, of which %" PRIu64
                 " failed as they had to; %" PRIu64 " forks; %" PRIu64 " signals raised, %" PRIu64
-                " handles heard one\n",
+                " callbacks\n",
                 state->calls.load(), state->failedCalls.load(), state->forks.load(),
                 state->raised.load(), state->heard.load());
     std::printf("%" PRIu64 " kills:", Kills());
     for (int phase = 0; phase < kPhaseCount; ++phase)
       std::printf("%s %s %" PRIu64, phase == 0 ? "" : ",", kPhaseNames[phase], killed[phase]);
-    std::printf("\n%" PRIu64 " lines of logs; %" PRIu64 " of the calls' lines are there, %" PRIu64
-                " were lost by kills, rotation and unusable folders, 0 otherwise\n",
+    std::printf("\n%" PRIu64 " lines of logs; %" PRIu64 " of the calls' lines are there; %" PRIu64
+                " were lost by kills, rotation and unusable folders, and no other\n",
                 state->lines.load(), state->found.load(), state->lost.load());
     std::printf("%s\n", growth.Summary().c_str());
     std::fflush(stdout);
