@@ -31,32 +31,34 @@ extern "C" {
 
 /* Traps
  *
- * Unloading. Call the last LarderRelease before the library is unloaded (dlclose, FreeLibrary).
- * Otherwise the handle and its threads remain, the library stays loaded with them, and an
- * installer's signal still calls the callback, whose code must still be there. After a LarderInit
- * that failed with the log enabled, the library stays loaded until the process exits.
+ * Unloading. Call the last LarderRelease before you unload the library (dlclose, FreeLibrary).
+ * Otherwise the handle and its threads remain and keep the library loaded, and an installer's
+ * signal still calls the callback, whose code must still be loaded. After a LarderInit that failed
+ * with the log enabled, the library stays loaded until the process exits.
  *
  * Static objects and entry points of a DLL (Windows). They run while the system holds its loader
  * lock, without which no thread begins or ends. LarderInit and LarderRelease may be called there if
- * the providers bear it, as the included ones do. Don't call LarderQuery or LarderWrite there: they
- * may wait for a thread of the provider. At process exit the system ends all other threads before
- * the static objects of DLLs are destroyed, wherever those threads are: log lines that are still
- * queued are lost then, and a lock that such a thread held is never released. Release the handle
- * before the program's main function returns.
+ * the providers support it, as the included ones do. Don't call LarderQuery or LarderWrite there:
+ * they may wait for a thread of the provider.
+ *
+ * Process exit (Windows). The system ends all other threads, wherever they are, before it destroys
+ * the static objects of DLLs: queued log lines are lost, and a lock that such a thread held is
+ * never released. Release the handle before the program's main function returns.
  *
  * Fork. The child of a fork has no handle: every call with the parent's handle returns
  * LARDER_E_INVALID_HANDLE. If the parent had a handle, or was inside LarderInit or LarderRelease,
  * LarderInit fails with LARDER_E_DB_OPEN_FAILED in the child and in its children, until one of them
  * executes another program: the parent's providers are still in the child's memory, without their
- * threads. Don't free the parent's blocks in the child. To use Larder in processes that you fork,
- * call LarderInit after the fork.
+ * threads. The child must not use or free the parent's blocks. To use Larder in processes that you
+ * fork, fork them while no handle exists.
  *
- * Cancellation (pthread_cancel). LarderInit and LarderRelease aren't interrupted. The other
- * functions are cancelled only inside a provider that doesn't prevent it; the included providers
- * that wait for anything do. Don't enable asynchronous cancellation (PTHREAD_CANCEL_ASYNCHRONOUS)
+ * Cancellation (pthread_cancel). A thread isn't cancelled inside LarderInit and LarderRelease. In
+ * the other functions it is cancelled only inside a provider that doesn't prevent it; the included
+ * providers that may wait do. Don't enable asynchronous cancellation (PTHREAD_CANCEL_ASYNCHRONOUS)
  * around a call.
  *
- * Signals. The library's threads block all signals but those of their own faults.
+ * Signals. The library's threads block all signals except those that report their own faults
+ * (SIGSEGV and the like).
  *
  * A provider's own codes. LarderQuery returns what a provider raises, and a provider can raise 0:
  * set *data to null before the call, and check it even after LARDER_OK. */

@@ -14,24 +14,25 @@
 //
 // Traps:
 // - Unloading. The host unloads the module right after it has destroyed the object. Every thread of
-//   the module must have ended by then. A client's process may unload the host without a release:
-//   then neither the destructor is called nor the module unloaded.
+//   the module must have ended by then. If a client never releases its handle, the destructor isn't
+//   called, and the module isn't unloaded.
 // - The loader lock (Windows). A client may call LarderInit and LarderRelease from a DLL's entry
-//   point. There a new thread doesn't begin, and one that ends doesn't finish, before the entry
-//   point has returned. So don't wait in GetProvider or in the destructor for a thread to begin, nor
-//   for its handle.
-// - Static objects. An exception out of a constructor that runs while the module is loaded ends the
-//   process. So does one out of the destructor of IDataProvider.
-// - GetProvider must not call LarderInit: it would load the modules again, and so on.
+//   point. Until the entry point returns, a new thread doesn't begin, and a thread that ends
+//   doesn't signal its handle. So don't wait for either in GetProvider or in the destructor.
+// - Exceptions. One that leaves the constructor of a static object or the destructor of
+//   IDataProvider ends the process.
+// - GetProvider must not call LarderInit, which would load the modules again, without end.
 // - If GetType throws, the host unloads the module without destroying the object.
-// - A std::system_error with the value 0 reads as LARDER_OK to the client, without a block.
-// - Write may take the block out of the buffer (Release) in place of copying it, and then frees it
-//   with delete[].
-// - Fork. The object is copied to a forked child like all memory, without the module's threads. No
-//   function is called there, but destructors of static objects run when the child exits.
+// - If GetKey or Query throws a std::system_error with the value 0, the client gets LARDER_OK and no
+//   block.
+// - Write may take the block out of the buffer (Release) instead of copying it. It then owns the
+//   block and must free it with delete[].
+// - Fork. The object is copied to the child of a fork like all memory, without the module's
+// threads.
+//   No function is called there, but destructors of static objects run when the child exits.
 // - Cancellation (pthread_cancel). A client may cancel a thread inside GetKey, Query, FreeQuery and
-//   Write, at any call that waits. Objects are destroyed as by an exception; a handler for all
-//   exceptions must rethrow that one. To prevent it, call pthread_setcancelstate.
+//   Write, at any call that waits. The stack is unwound as by an exception. A catch (...) must
+//   rethrow it, or the process ends. To prevent cancellation, call pthread_setcancelstate.
 #ifndef LARDER_PROVIDER_H
 #define LARDER_PROVIDER_H
 
