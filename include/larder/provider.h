@@ -23,13 +23,12 @@
 //   IDataProvider ends the process.
 // - GetProvider must not call LarderInit, which would load the modules again, without end.
 // - If GetType throws, the host unloads the module without destroying the object.
-// - If GetKey or Query throws a std::system_error with the value 0, the client gets LARDER_OK and no
-//   block.
+// - If GetKey or Query throws a std::system_error with the value 0, the client gets LARDER_OK and
+//   no block.
 // - Write may take the block out of the buffer (Release) instead of copying it. It then owns the
 //   block and must free it with delete[].
-// - Fork. The object is copied to the child of a fork like all memory, without the module's
-// threads.
-//   No function is called there, but destructors of static objects run when the child exits.
+// - Fork. The child has a copy of the object, as of all memory, but not the module's threads. No
+//   function is called there, but destructors of static objects run when the child exits.
 // - Cancellation (pthread_cancel). A client may cancel a thread inside GetKey, Query, FreeQuery and
 //   Write, at any call that waits. The stack is unwound as by an exception. A catch (...) must
 //   rethrow it, or the process ends. To prevent cancellation, call pthread_setcancelstate.
