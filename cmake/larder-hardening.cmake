@@ -1,5 +1,5 @@
-# larder_hardening: what makes a fault in this project's code harder to exploit. larder_options and
-# larder_sqlite link it, and so every target of ours has it; tests/abi reads the built files.
+# larder_hardening: options that make faults in the code harder to exploit. larder_options and
+# larder_sqlite link it, so every target has them; tests/abi checks the built files.
 include(CheckCXXCompilerFlag)
 include(CheckCXXSourceCompiles)
 include(CheckPIESupported)

@@ -1,4 +1,4 @@
-// Whether a process that should stay as it is grows.
+// Detects that a process grows which should not.
 #pragma once
 
 #include <string>

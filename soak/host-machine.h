@@ -19,7 +19,7 @@ void UseProviders(Providers providers);
 void SwitchLog(bool on);
 
 std::filesystem::path LogsFolder(const std::filesystem::path& folder);
-// As far as the system lets it: a process may have one open.
+// As far as the system permits: a process may have one open.
 void DeleteLogs(const std::filesystem::path& folder);
 
 class InstallerSignal {

@@ -23,7 +23,7 @@ int Between(int least, int most, Random& random) {
 
 bool OneIn(int count, Random& random) { return random() % static_cast<std::uint64_t>(count) == 0; }
 
-// The log is on or off. At its end, what must be in the log is looked for.
+// With the log on or off. At the end it checks what must be in the log.
 class LoggedLife {
  public:
   LoggedLife(HostProcess& itsHost, bool on) : host(itsHost), isOn(on) {
@@ -207,7 +207,7 @@ void FailWithLog(HostProcess& host, Random& random) {
   std::this_thread::sleep_for(milliseconds(random() % 20));
 }
 
-// The folder gets bad before the handle exists, or while it does.
+// The folder becomes unusable before the handle exists, or while it does.
 void UseBadFolder(HostProcess& host, Random& random) {
   const std::filesystem::path logs = LogsFolder(host.folder);
   LoggedLife life(host, true);

@@ -32,7 +32,7 @@ struct Sequence {
   std::atomic<std::uint64_t> safe;  // calls up to this one were followed by the last release
 };
 
-// Some time in a process. It has a number that no other has.
+// A period of a process, with a unique number.
 struct Life {
   std::atomic<std::uint64_t> id;
   std::atomic<int> phase;

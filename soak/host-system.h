@@ -21,8 +21,8 @@ bool HoldingPreventsRenaming();
 // Once in a process, before BadFolder.
 void PrepareBadFolder(const std::filesystem::path& folder);
 
-// For this process, the folder can't be used until the end of the scope, for a reason with this
-// number: there is no room in it, it can't be written, it is gone.
+// While an object exists, this process can't use the folder. number chooses the reason: the folder
+// is full, can't be written to, or doesn't exist.
 class BadFolder {
  public:
   BadFolder(std::filesystem::path folder, std::uint64_t number);

@@ -34,19 +34,20 @@ void Require(const WideString& folder, platform::Code made) {
   Fail("Can't create the folder ", folder, made);
 }
 
-// A folder that the library creates as well, or one of the store's own.
+// A folder that the library creates, too: others may add to it (Windows).
 void CreateShared(const WideString& folder) {
   Require(folder, platform::MakeFolder(folder));
   RequireTrust(folder, platform::FolderDistrust(folder, OtherUsers::kMayAdd));
 }
 
+// A folder of the store's own.
 void CreateOwn(const WideString& folder) {
   Require(folder, platform::MakeProtectedFolder(folder, platform::Readers::kEverybody));
   RequireTrust(folder, platform::FolderDistrust(folder, OtherUsers::kMayNotWrite));
 }
 
-// Throws if others could change what the store has. What else is wrong with its files is found when
-// they are opened.
+// Throws if others could change the store. Other faults of its files are found when they are
+// opened.
 void RequireTrustInStore(const WideString& storeFolder) {
   RequireTrust(storeFolder, platform::FolderDistrust(storeFolder, OtherUsers::kMayNotWrite));
   for (const WideView name : {LARDER_WIDE("\\facts.db"), LARDER_WIDE("\\facts.db-wal"),

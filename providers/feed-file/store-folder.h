@@ -2,8 +2,8 @@
 //
 // The folder "feed-file\" in the product's database directory contains "store\", the store itself;
 // "turn.lock"; and possibly "set-aside\", the last store that was found to be damaged or of another
-// format. A store that another user could have written isn't used: platform/folder-access.h states
-// the conditions for its folder and for all those above it.
+// format. A store that another user could have written isn't used; platform/folder-access.h states
+// the conditions for its folder and for those above it.
 #pragma once
 
 #include "platform/wide.h"

@@ -15,8 +15,8 @@ namespace {
 
 constexpr WideView kLogExtension = LARDER_WIDE("log");
 
-// A temporary file's name that is free in the directory now, and so is the log's with its number:
-// the file is created and removed.
+// Returns a temporary file's name whose number is free for a log, too. The temporary file is
+// created and removed.
 WideString DrawTemporaryName(const WideString& directory, const WideString& prefix) {
   WideString name;
   if (platform::MakeTemporaryFile(directory, prefix, kLogExtension, name) == platform::kSuccess) {

@@ -35,7 +35,7 @@ extern DiskLogger* CurrentDiskLogger;
 // The logs directory; nothing is created.
 WideString GetLarderLogPath();
 // Full paths of the files in the logs directory that match a pattern ('*', '?'), in the system's
-// order; if reading the directory fails midway, of those that were found until then.
+// order. If reading the directory fails midway, those found until then.
 std::vector<WideString> GetLogFiles(const WideString& pattern);
 // The log files of the file provider.
 std::vector<WideString> GetFeedFileLogFiles();

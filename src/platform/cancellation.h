@@ -6,13 +6,13 @@
 
 namespace larder::platform {
 
-// Unwinds a thread that was cancelled or called pthread_exit. Nothing may catch it for good: the
-// system then ends the process. So a handler of all exceptions comes behind one for this type,
-// which rethrows. Never thrown on Windows.
+// Unwinds a thread that was cancelled or called pthread_exit. A handler that catches it must
+// rethrow it, or the system ends the process. So a handler for this type, which rethrows, precedes
+// each catch (...). Never thrown on Windows.
 using ForcedUnwind = abi::__forced_unwind;
 
-// While an object of this class exists, its thread isn't cancelled; a cancellation that is pending
-// takes effect later. For the thread that created it. Does nothing on Windows.
+// While an object of this class exists, the thread that created it isn't cancelled; a pending
+// cancellation takes effect later. The same thread destroys the object. Does nothing on Windows.
 class CancellationBlock {
  public:
   CancellationBlock() noexcept;

@@ -38,8 +38,7 @@ enum class OtherUsers { kMayNotWrite, kMayAdd };
 // at the end of the path, which may have a trailing separator.
 [[nodiscard]] std::string FolderDistrust(const WideString& folder, OtherUsers others);
 
-// The same for a file. Nothing is said about its type: a link or a folder is judged by its own
-// owner.
+// The same for a file, of any type: of a link or a folder only its own owner and rights count.
 [[nodiscard]] std::string FileDistrust(const WideString& file);
 
 // Why others could replace a folder in the common data folder; empty if they can't. On Linux they
@@ -57,22 +56,22 @@ struct Distrust {
 // are passed over. A folder elsewhere isn't trusted.
 [[nodiscard]] Distrust DataFolderDistrust(const WideString& folder, OtherUsers others);
 
-// Whom the files in a folder are readable by; everybody may list it.
+// Who may read the files in a folder; everybody may list it.
 enum class Readers {
   kEverybody,
-  kAdministrators,  // and the file's creator. On Linux a file's own mode must ensure this.
+  kAdministrators,  // and the folder's creator. On Linux the files' own modes must ensure this.
 };
 
-// Creates one level with rights of its own, whatever the umask and the folder above are. Linux:
-// 0755. Windows: full access for Administrators and SYSTEM and, unless it is an administrator's,
-// for this process's user. kAlreadyExists if anything exists at the path.
+// Creates one level with rights of its own, independent of the umask and of the folder above.
+// Linux: 0755. Windows: full access for Administrators, SYSTEM and, if this process isn't an
+// administrator's, its user; the readers may read. kAlreadyExists if anything exists at the path.
 [[nodiscard]] Code MakeProtectedFolder(const WideString& path, Readers readers);
 
 // Gives these rights to an existing folder, but not to what it contains. Follows no link.
 [[nodiscard]] Code ProtectFolder(const WideString& path, Readers readers);
 
-// kSuccess if this process may create a file in the folder, otherwise the code that the attempt
-// would return, as far as it is known without trying. freeBytes: how much it may still write there.
+// Returns kSuccess if this process may create a file in the folder, otherwise the code that the
+// attempt would return, as far as that is known without trying. freeBytes: the space that is left.
 [[nodiscard]] Code QueryCreation(const WideString& folder, std::uint64_t& freeBytes);
 
 }  // namespace larder::platform

@@ -37,9 +37,8 @@ Code WriteOnce(Handle file, const void* bytes, std::uint32_t size) noexcept;
 // a hexadecimal number, ".tmp". kInvalidDirectory if there is no such directory, kAlreadyExists if
 // every number is in use.
 //
-// extension: what the caller will put in place of "tmp" for a file of its own. On Linux a number is
-// also in use if OpenFileToWrite would fail for that name: it is the name of something else than a
-// file of this user, or of one that a writer has open.
+// extension: what the caller will replace "tmp" with, to name a file of its own. On Linux a number
+// is also in use if OpenFileToWrite would fail for that name.
 [[nodiscard]] Code MakeTemporaryFile(const WideString& directory, const WideString& prefix,
                                      WideView extension, WideString& path);
 

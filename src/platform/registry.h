@@ -51,10 +51,10 @@ void CloseRegistryKey(RegistryKey key) noexcept;
 [[nodiscard]] Code RegistryValueName(RegistryKey key, std::uint32_t index, LarderWideChar* name,
                                      std::uint32_t& length);
 
-// A key can be marked as open to all users: it can then be opened for any access by a user who may
-// only read it. Changes fail with kAccessDenied all the same, at the operation. The mark is for one
-// key; its subkeys don't have it. Only the owner of a key can mark it. Windows has no such mark:
-// there no key has it, and setting it fails with kNotSupported.
+// A key can be marked as open to all users: then a user who may only read it can open it for any
+// access. Each change by that user still fails with kAccessDenied. The mark applies to one key, not
+// to its subkeys. Only root and the owner of a key can mark it. Windows has no such mark: no key
+// has it there, and setting it fails with kNotSupported.
 [[nodiscard]] bool CanBeOpenToAll() noexcept;  // whether this system has the mark
 [[nodiscard]] bool IsOpenToAll(RegistryKey key);
 [[nodiscard]] Code SetOpenToAll(RegistryKey key, bool isOpen);

@@ -85,12 +85,12 @@ std::string FileDistrust(const WideString& file) {
   struct stat status {};
   std::string reason;
   if (!ReadStatus(file, status, reason)) return reason;
-  // The permissions of anything else aren't about a content, and a link has all.
+  // Only a regular file has content to protect, and a link always has all permissions.
   if (!S_ISREG(status.st_mode)) status.st_mode = 0;
   return AccessDistrust(status);
 }
 
-// A machine root may be shared, and the levels below it are the library's.
+// The machine root itself may be shared; only what is below it is the library's.
 std::string CommonFolderDistrust(const WideString& common) {
   std::string native;
   if (const Code code = NativePath(common, native); code != kSuccess) {

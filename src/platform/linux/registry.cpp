@@ -27,11 +27,11 @@
 // Names are compared without case, but file names are not. So an operation tries the given spelling
 // first, and reads the directory for another one if there is no such file.
 //
-// Who may read and change a key is what the permissions of its directory say. They are 0755 for a
+// The permissions of a key's directory decide who may read and change the key. They are 0755 for a
 // new key, and 0644 for the file of a value, whatever the umask is. A key that is open to all users
-// has the sticky bit, which only the directory's owner can set. It counts if that is root or the
-// owner of the hive's directory. It lets an open succeed that asks for rights to change the key;
-// each change is made with the caller's own rights, so the permissions still decide about it.
+// has the sticky bit, which only the directory's owner can set. The bit counts if the owner is root
+// or owns the hive's directory. With it an open that asks for rights to change the key succeeds;
+// the changes are made with the caller's own rights, so the permissions still decide about them.
 //
 // A value is written to a temporary file, which is then renamed: a reader sees the old value or the
 // new one, also after a crash. An open key is an O_PATH descriptor, with which all operations

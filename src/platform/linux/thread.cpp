@@ -18,11 +18,12 @@
 namespace larder::platform {
 namespace {
 
-// A reference to the image that contains this code, which keeps it mapped. For ever unless closed.
+// A reference to the image that contains this code. Keeps it mapped until closed; never released
+// otherwise.
 class ImageReference {
  public:
-  // Finds the image by the name that the loader knows it by, whatever has become of the file. The
-  // program itself has an empty name, by which dlopen returns it.
+  // Finds the image by the name that the loader has for it, even if the file was renamed or
+  // deleted. The program itself has an empty name, for which dlopen returns it.
   bool Open() noexcept {
     Dl_info unused{};
     void* image = nullptr;
