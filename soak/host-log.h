@@ -9,7 +9,8 @@ namespace larder::soak {
 
 enum class Expect {
   kAllSafe,         // every number up to `safe`, and whole lines
-  kAllGenerations,  // the same, but if the log has all its generations, the oldest may be gone
+  kKilled,          // the same, but the line that was being written may be cut
+  kAllGenerations,  // as kAllSafe, but if the log has all its generations, the oldest may be gone
   kNewest,          // the oldest may be gone in any case
   kAnything,        // the folder couldn't be used at times
 };

@@ -153,7 +153,7 @@ class HostRun {
     InstallerSignal().Lower();
     if (!isLogged) return;
     for (int slot = 0; slot < count; ++slot)
-      CheckLog(LogsFolder(options.folder), state->slots[slot], Expect::kAllSafe, *state);
+      CheckLog(LogsFolder(options.folder), state->slots[slot], Expect::kKilled, *state);
   }
 
   // At a random time after its start, or soon after it has entered a random phase.
