@@ -92,9 +92,9 @@ typedef struct LarderHandleObject* LarderHandle;
 /* Called when an installer announces an upgrade (message 0) or an uninstallation (message 1).
  *
  * Called at most once in a handle's lifetime, on a thread that the library owns, with no lock held,
- * possibly before LarderInit returns. The callback must not throw. It must not call LarderInit or
- * LarderRelease: the last LarderRelease holds the library's lock while it waits for a running
- * callback. */
+ * possibly before LarderInit returns. The callback must not throw and must not end its thread. It
+ * must not call LarderInit or LarderRelease: the last LarderRelease holds the library's lock while
+ * it waits for a running callback. */
 typedef void (*LarderNotifyCallback)(int32_t message);
 
 /* Takes a reference to the process's handle. Creates the handle if none exists, which loads every
