@@ -55,17 +55,17 @@ check_file() {
   checked=$((checked + 1))
 }
 
-# WORD EXPRESSION TEXT: what the compiler leaves of a protection in the library's code.
+# WORD EXPRESSION TEXT: what the compiler leaves of a protection in the library.
 check_protection() {
   [[ $protections == *" $1 "* ]] || return 0
-  grep -qE -- "$2" <<<"$code" || report "$3"
+  grep -qE -- "$2" <<<"$traces" || report "$3"
 }
 
 check_library() {
-  file=$1 code=$("$objdump" --disassemble --no-show-raw-insn "$1" | grep -A 1 '<')
-  check_protection stack '<__stack_chk_fail' 'no stack protector'
-  check_protection fortify '<__[a-z]+_chk@' 'no _FORTIFY_SOURCE'
-  code=$(grep -A 1 '<LarderQuery[^>]*>:$' <<<"$code")
+  file=$1 traces=$("$readelf" --wide --dyn-syms "$1")
+  check_protection stack ' __stack_chk_fail(@|$)' 'no stack protector'
+  check_protection fortify ' __[a-z]+_chk(@|$)' 'no _FORTIFY_SOURCE'
+  traces=$("$objdump" --disassemble --no-show-raw-insn "$1" | grep -A 1 '<LarderQuery[^>]*>:$')
   check_protection branch 'endbr64' 'no -fcf-protection'
 }
 
