@@ -1,11 +1,8 @@
 #include "log/log-statement.h"
 
-#include "platform/cancellation.h"
-
 namespace larder {
 
 void WriteStatement(const char* word, LogBody body) noexcept {
-  const platform::CancellationBlock noCancellation;
   try {
     {
       LogLine line = body.Build();

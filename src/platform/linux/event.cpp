@@ -19,6 +19,7 @@
 #include <string_view>
 #include <utility>
 
+#include "platform/cancellation.h"
 #include "platform/linux/file-descriptor.h"
 #include "platform/linux/kernel-object.h"
 #include "platform/linux/native.h"
@@ -91,7 +92,11 @@ class PrivateEvent final : public EventObject {
   }
 
  private:
-  void Wake() const noexcept { eventfd_write(descriptor.Get(), 1); }
+  // The only system call behind a log statement, on a thread of the client's.
+  void Wake() const noexcept {
+    const CancellationBlock noCancellation;
+    eventfd_write(descriptor.Get(), 1);
+  }
 
   FileDescriptor descriptor;
   std::atomic<bool> flag = false;
