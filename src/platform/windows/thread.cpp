@@ -9,6 +9,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <new>
+#include <utility>
 
 #include "platform/cancellation.h"
 #include "platform/windows/native.h"
@@ -25,7 +26,8 @@ struct ThreadObject {
 
   void (*body)(void* argument);
   void* argument;
-  HMODULE image = nullptr;    // two references, of the handle's and the thread's
+  HMODULE image = nullptr;    // the thread's reference, which it releases as it ends
+  HMODULE kept = nullptr;     // the handle's, released by the first WaitForThread
   HANDLE finished = nullptr;  // an event: body has returned
   HANDLE thread = nullptr;
   DWORD id = 0;
@@ -76,15 +78,13 @@ bool HoldsLoaderLock() noexcept {
   return reinterpret_cast<std::uintptr_t>(lock->OwningThread) == GetCurrentThreadId();
 }
 
-void ReleaseImage(const ThreadObject& object, int references) noexcept {
-  for (; object.image != nullptr && references > 0; --references) FreeLibrary(object.image);
+bool ReferToImage(HMODULE& image) noexcept {
+  return GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS,
+                            reinterpret_cast<LPCWSTR>(&RunThread), &image) != FALSE;
 }
 
-bool ReferToImage(ThreadObject& object) noexcept {
-  const auto* const code = reinterpret_cast<LPCWSTR>(&RunThread);
-  HMODULE again = nullptr;
-  return GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS, code, &object.image) != FALSE &&
-         GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS, code, &again) != FALSE;
+void ReleaseImage(HMODULE& image) noexcept {
+  if (image != nullptr) FreeLibrary(std::exchange(image, nullptr));
 }
 
 bool Start(ThreadObject& object) noexcept {
@@ -110,9 +110,10 @@ Code StartThread(void (*body)(void* argument), void* argument, Handle& thread) n
   thread = nullptr;
   auto* const object = new (std::nothrow) ThreadObject{body, argument};
   if (object == nullptr) return kNotEnoughMemory;
-  if (!ReferToImage(*object) || !Start(*object)) {
+  if (!ReferToImage(object->image) || !ReferToImage(object->kept) || !Start(*object)) {
     const Code code = LastError();
-    ReleaseImage(*object, 2);
+    ReleaseImage(object->image);
+    ReleaseImage(object->kept);
     delete object;
     return code;
   }
@@ -131,7 +132,7 @@ Code WaitForThread(Handle thread) noexcept {
     WaitForBody(object);
   else
     WaitForSingleObject(object.thread, INFINITE);
-  ReleaseImage(object, 1);
+  ReleaseImage(object.kept);
   return kSuccess;
 }
 
