@@ -5,18 +5,14 @@
 #include <unistd.h>
 
 #include <fstream>
-#include <iterator>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "testing/process.h"
+
 namespace larder::soak {
 namespace {
-
-std::uint64_t EntriesIn(const char* folder) {
-  return static_cast<std::uint64_t>(std::distance(std::filesystem::directory_iterator(folder),
-                                                  std::filesystem::directory_iterator()));
-}
 
 std::uint64_t ResidentBytes() {
   std::ifstream file("/proc/self/statm");
@@ -30,10 +26,11 @@ std::uint64_t ResidentBytes() {
 
 Footprint TakeFootprint() {
   const struct mallinfo2 heap = ::mallinfo2();
+  const larder::Footprint counts = larder::TakeFootprint();
   return {.memory = ResidentBytes(),
           .heap = heap.uordblks + heap.hblkhd,
-          .handles = EntriesIn("/proc/self/fd"),
-          .threads = EntriesIn("/proc/self/task")};
+          .handles = counts.handles,
+          .threads = counts.threads};
 }
 
 void SetVariable(const char* name, const char* text) {

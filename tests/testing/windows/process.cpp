@@ -22,7 +22,7 @@ std::size_t CountThreads() {
 
 // Probes each possible handle value, since not every system implements GetProcessHandleCount.
 std::size_t CountHandles() {
-  constexpr ULONG_PTR kBeyondAnyHandle = 0x2000;
+  constexpr ULONG_PTR kBeyondAnyHandle = 0x4000;
   std::size_t count = 0;
   for (ULONG_PTR value = 4; value < kBeyondAnyHandle; value += 4) {
     DWORD flags = 0;
