@@ -1,65 +1,100 @@
-// The library's share of a query: a query through the exports and the test provider.
-#include <benchmark/benchmark.h>
-#include <larder/larder.h>
+// The library's own share of a query and of a write: the calls of a client, beside the calls that
+// the library makes to the provider.
+#include <larder/provider.h>
 
-#include <filesystem>
+#include <cstring>
 #include <stdexcept>
+#include <vector>
 
-#include "log/log-listener-list.h"
-#include "support/registry.h"
-#include "testing/test-machine.h"
+#include "machine.h"
+#include "platform/scoped-handle.h"
+#include "suite.h"
 
 namespace larder {
 namespace {
 
-void NoCall(std::int32_t) {}
+constexpr std::int32_t kType = 4;
+constexpr std::size_t kBlockSize = std::size_t{1} << 20;
 
-struct Descriptor {
-  std::uint32_t lastModified[2] = {0, 0};
-  LarderWideChar filePath[2] = {'a', 0};
+struct ReadyMachine : Machine {
+  ReadyMachine() { Register({"feed-ready.dll"}); }
 };
 
-// A host with the test provider, which holds one block.
-class Host {
- public:
-  Host() {
-    std::filesystem::copy_file(std::filesystem::path(LARDER_BENCH_MODULES) / "feed-test.dll",
-                               machine.Folder() / "feed-test.dll");
-    SetRegistryString(LARDER_WIDE("Install"), LARDER_WIDE("szLocation"), machine.WideFolder());
-    SetRegistryString(LARDER_WIDE("DataProviders\\T"), LARDER_WIDE("szDLL"),
-                      LARDER_WIDE("feed-test.dll"));
-    const DataBlockHeader block{sizeof block, 2};
-    if (LarderInit(NoCall, &handle) != LARDER_OK ||
-        LarderWrite(handle, &descriptor, 2, &block) != LARDER_OK) {
-      throw std::runtime_error("the host can't be set up");
-    }
-    DiskLogEnabled = false;
-  }
-  ~Host() { LarderRelease(); }
-
-  TestMachine machine;
-  Descriptor descriptor;
-  LarderHandle handle = nullptr;
+struct Client {
+  const FileObjectDescriptor descriptor{{0, 0}, {'a'}};
+  ReadyMachine& machine = Shared<ReadyMachine>();
+  Host host;
 };
 
 void QueryAndFree(benchmark::State& state) {
-  Host host;
+  const Client& client = Shared<Client>();
   for (auto _ : state) {
     DataBlockHeader* data = nullptr;
-    LarderQuery(host.handle, &host.descriptor, 2, 0, &data, LARDER_QUERY_VERSION);
-    LarderFreeQuery(host.handle, data);
+    LarderQuery(client.host.handle, &client.descriptor, kType, 0, &data, LARDER_QUERY_VERSION);
+    LarderFreeQuery(client.host.handle, data);
   }
 }
 BENCHMARK(QueryAndFree);
+BENCHMARK(QueryAndFree)->Name("QueryAndFreeBy2")->Threads(2);
 
-void InvalidHandle(benchmark::State& state) {
-  const Host host;
+// Another object of the provider's class, from the same module.
+struct Provider {
+  Provider() {
+    const WideString path = Shared<ReadyMachine>().WidePath("feed-ready.dll");
+    if (platform::OpenModule(path, module.Out()) != platform::kSuccess) {
+      throw std::runtime_error("feed-ready.dll can't be loaded");
+    }
+    IDataProvider* created = nullptr;
+    const platform::Symbol symbol = platform::FindSymbol(module.Get(), "GetProvider");
+    reinterpret_cast<GetProviderFunction>(symbol)(&created);
+    object.reset(created);
+  }
+
+  platform::OwnedModule module;
+  std::unique_ptr<IDataProvider> object;  // destroyed before its module is unloaded
+};
+
+void VirtualCalls(benchmark::State& state) {
+  IDataProvider* const provider = Shared<Provider>().object.get();
+  const FileObjectDescriptor descriptor{{0, 0}, {'a'}};
   for (auto _ : state) {
-    DataBlockHeader* data = nullptr;
-    benchmark::DoNotOptimize(LarderFreeQuery(nullptr, data));
+    std::uint64_t key = 0;
+    DbBuffer result;
+    provider->GetKey(&descriptor, &key);
+    provider->Query(&descriptor, 0, &key, &result);
+    DbBuffer freed;
+    freed.TakeOwnership(result.Release(), 0);
+    provider->FreeQuery(&freed);
   }
 }
-BENCHMARK(InvalidHandle);
+BENCHMARK(VirtualCalls);
+
+std::vector<unsigned char> MakeBlock() {
+  std::vector<unsigned char> block(kBlockSize, 'x');
+  const DataBlockHeader header{kBlockSize, kType};
+  std::memcpy(block.data(), &header, sizeof header);
+  return block;
+}
+
+void Write(benchmark::State& state) {
+  const Client& client = Shared<Client>();
+  const auto block = MakeBlock();
+  const auto* data = reinterpret_cast<const DataBlockHeader*>(block.data());
+  for (auto _ : state) LarderWrite(client.host.handle, &client.descriptor, kType, data);
+}
+BENCHMARK(Write);
+
+void CopyAndDelete(benchmark::State& state) {
+  const auto block = MakeBlock();
+  for (auto _ : state) {
+    auto* const copy = new unsigned char[block.size()];
+    std::memcpy(copy, block.data(), block.size());
+    benchmark::DoNotOptimize(copy);
+    benchmark::ClobberMemory();
+    delete[] copy;
+  }
+}
+BENCHMARK(CopyAndDelete);
 
 }  // namespace
 }  // namespace larder

@@ -1,0 +1,92 @@
+// The log on disk: what a statement costs its caller, how fast lines reach the file, and how much
+// memory a line takes that waits in the queue.
+#include "logger-bench.h"
+
+#include <atomic>
+#include <cstring>
+#include <fstream>
+#include <string>
+#include <thread>
+
+#include "log-file/disk-logger.h"
+#include "log/log-statement.h"
+#include "memory.h"
+
+namespace larder {
+namespace {
+
+class DiskLog {
+ public:
+  explicit DiskLog(const std::filesystem::path& file)
+      : logger(Shared<Machine>().WidePath(file.filename().string()), kMaxLogSize,
+               kMaxLogGenerations) {
+    LRLogListenerList::Instance().AddListener(&logger);
+  }
+  ~DiskLog() { LRLogListenerList::Instance().RemoveListener(&logger); }
+  DiskLog(const DiskLog&) = delete;
+  DiskLog& operator=(const DiskLog&) = delete;
+
+  static void Line() { LogTrace("Reading data for key ", kKey); }
+
+ private:
+  DiskLogger logger;
+};
+
+void Burst(benchmark::State& state) { BurstInto<DiskLog>(state, "lr_1.log"); }
+BENCHMARK(Burst)->Iterations(kLines);
+BENCHMARK(Burst)->Name("BurstBy2")->Iterations(kLines)->Threads(2);
+
+void Drained(benchmark::State& state) { DrainedInto<DiskLog>(state, "lr_1.log"); }
+BENCHMARK(Drained)->Iterations(1)->UseManualTime();
+
+// Stops the logger's thread at the first line that this thread itself logs, so that no queued line
+// is written. Measures the lines of the other threads.
+class Barrier final : public LRLogListener {
+ public:
+  Barrier() { LRLogListenerList::Instance().AddListener(this); }
+  ~Barrier() { LRLogListenerList::Instance().RemoveListener(this); }
+  Barrier(const Barrier&) = delete;
+  Barrier& operator=(const Barrier&) = delete;
+
+  void Log(const char* line) override {
+    if (std::this_thread::get_id() == owner) {
+      text = std::strlen(line);
+      return;
+    }
+    isReached = true;
+    isReached.notify_one();
+    isOpen.wait(false);
+  }
+  void WaitUntilReached() const { isReached.wait(false); }
+  void Open() {
+    isOpen = true;
+    isOpen.notify_all();
+  }
+  std::size_t TextSize() const { return text; }
+
+ private:
+  const std::thread::id owner = std::this_thread::get_id();
+  std::size_t text = 0;
+  std::atomic<bool> isReached = false;
+  std::atomic<bool> isOpen = false;
+};
+
+void QueuedLine(benchmark::State& state) {
+  for (auto _ : state) {
+    const std::filesystem::path file = Shared<Machine>().Folder() / "lr_2.log";
+    std::ofstream(file) << std::string(kMaxLogSize, 'x');
+    Barrier barrier;
+    const DiskLog log(file);
+    log.Line();  // the thread finds the file full, opens a new one, and logs that
+    barrier.WaitUntilReached();
+    const std::size_t before = AllocatedBytes();
+    for (int i = 0; i < kLines; ++i) log.Line();
+    const double taken = static_cast<double>(AllocatedBytes() - before) / kLines;
+    state.counters[kFigure] = taken - static_cast<double>(barrier.TextSize());
+    barrier.Open();
+  }
+}
+BENCHMARK(QueuedLine)->Iterations(1);
+
+}  // namespace
+}  // namespace larder
