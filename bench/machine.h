@@ -25,6 +25,8 @@ class Machine {
 
   // Makes LarderInit load these modules of the folder and no others.
   void Register(const std::vector<std::string>& modules) const;
+  // Deletes the file provider's store, and all else that the library keeps on disk.
+  void RemoveData() const { std::filesystem::remove_all(machine.Data()); }
   // Adds keys that name no module.
   void AddEmptyKeys(std::int64_t count) const;
 

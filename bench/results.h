@@ -13,7 +13,7 @@
 namespace larder {
 
 // Prints the median of each benchmark and keeps it. The key is the benchmark's name with its
-// argument: "StoreHit/1000".
+// argument: "InitAndRelease/3".
 class Medians final : public benchmark::BenchmarkReporter {
  public:
   bool ReportContext(const Context&) override { return true; }

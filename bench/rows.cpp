@@ -32,6 +32,23 @@ constexpr Row kRows[] = {
      "dlopen + dlsym + dlclose, a thread", kTimes, kNanoseconds, 1.5, 1.2},
     {"subkeys", "LarderInit, for each of 10,000 subkeys without a module", "InitWithSubkeys/10000",
      "InitWithSubkeys/1000", "for each of 1,000", kFigure, kNanoseconds, 40'000, 15'000},
+    {"digests", "five digests of 256 MiB", "FiveDigests", "RhashDigests", "rhash", kSpeed,
+     kNanoseconds, 1.9, 2.25},
+    {"digests", "ten digests of a signed image of 256 MiB", "TenDigests", "RhashDigests",
+     "rhash, five", kSpeed, kNanoseconds, 1.0, 1.15},
+    {"store", "a hit for a file asked about again", "StoreHit", "Select", "SQLite, prepared SELECT",
+     kTimes, kNanoseconds, 0.6, 0.4},
+    {"store", "a hit for the same file again and again", "StoreHitSameFile", "SelectSameRow",
+     "SQLite, prepared SELECT", kTimes, kNanoseconds, 0.6, 0.4},
+    {"store", "a first hit among 1,000,000 entries", "StoreFirstHit/1000000", "StoreFirstHit/1000",
+     "among 1,000", kTimes, kNanoseconds, 1.8, 1.5},
+    {"scan", "scan of /usr/include, nothing stored", "ScanWithEmptyStore", "RhashTree", "rhash -r",
+     kSpeed, kNanoseconds, 2.0, 2.5},
+    {"scan", "scan of /usr/include, all stored", "ScanWithFullStore", "RhashTree", "rhash -r",
+     kSpeed, kNanoseconds, 60, 100},
+    {"dump", "dump of a record with 12 certificates", "Dump", "ParseCertificates",
+     "openssl parses them", kTimes, kNanoseconds, 1.5, 1.0},
+    {"size", "the library, stripped", "LibrarySize", "", "", kFigure, kBytes, 200'000, 150'000},
 };
 
 }  // namespace

@@ -18,7 +18,7 @@ enum class Unit { kNanoseconds, kBytes };
 struct Row {
   std::string_view subject;  // rows of one subject follow each other and run as one group
   std::string_view measure;
-  std::string_view ours;      // name of a benchmark, with its argument: "StoreHit/1000"
+  std::string_view ours;      // name of a benchmark, with its argument: "InitAndRelease/3"
   std::string_view peer;      // the same; empty: none
   std::string_view peerText;  // what the peer is
   Kind kind;

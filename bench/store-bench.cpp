@@ -1,40 +1,33 @@
-// The time of a query that the file provider answers from its store, through the exports and with
-// the check of the file, compared with a prepared SELECT of the same record from an SQLite database
-// without such a check.
-#include <benchmark/benchmark.h>
+// A query that the file provider answers from its store, through the exports and with the look at
+// the file, beside a prepared SELECT of the same record from an SQLite database without any look.
 #include <larder/feed-file.h>
-#include <larder/larder.h>
 #include <sqlite3.h>
 
 #include <algorithm>
-#include <filesystem>
+#include <chrono>
 #include <fstream>
-#include <memory>
+#include <numeric>
 #include <random>
 #include <stdexcept>
-#include <string>
-#include <vector>
 
 #include "feed-file/fact-database.h"
 #include "feed-file/store-folder.h"
-#include "log/log-listener-list.h"
+#include "machine.h"
 #include "platform/file.h"
 #include "platform/registry.h"
 #include "platform/scoped-handle.h"
-#include "platform/wide.h"
-#include "product/product.h"
+#include "suite.h"
 #include "support/registry.h"
-#include "testing/test-machine.h"
+#include "testing/files.h"
 
 namespace larder {
 namespace {
 
 constexpr std::uint64_t kLimitInMiB = 16384;
-constexpr std::size_t kFiles = 1000;  // existing files; the other entries belong to none
+constexpr std::int64_t kFiles = 10'000;  // existing files; the other entries belong to none
+constexpr std::int64_t kSmallStore = 1000;
 constexpr std::uint32_t kCertificate = 100;
-constexpr int kRounds = 300'000;  // fixed, so that each store is filled only once
-
-void NoCall(std::int32_t) {}
+constexpr std::size_t kBatch = 250'000;
 
 struct Record {
   FileDataRecord file;
@@ -51,57 +44,59 @@ Record MakeRecord() {
   return record;
 }
 
-feed::RecordView ViewOf(const Record& record) {
-  return {reinterpret_cast<const unsigned char*>(&record), sizeof record};
-}
-
-// A host on a machine whose store has the given number of entries.
-class Machine {
+// A machine with files and with stores that contain their records, one for each number of entries.
+// One of the stores is in its place.
+class StoreMachine : public Machine {
  public:
-  explicit Machine(std::int64_t entries) {
-    for (const char* module : {"feed-file.dll", "stock-file-query.dll"}) {
-      std::filesystem::copy_file(std::filesystem::path(LARDER_BENCH_MODULES) / module,
-                                 machine.Folder() / module);
-    }
-    SetRegistryString(LARDER_WIDE("Install"), LARDER_WIDE("szLocation"), machine.WideFolder());
-    SetRegistryString(LARDER_WIDE("DataProviders\\F"), LARDER_WIDE("szDLL"),
-                      LARDER_WIDE("feed-file.dll"));
+  StoreMachine() {
+    Register({});
+    SetRegistryString(kFeedFileKey, kModuleValue, LARDER_WIDE("feed-file.dll"));
     SetLimit();
     MakeFiles();
-    Fill(entries);
-    if (LarderInit(NoCall, &handle) != LARDER_OK) throw std::runtime_error("no host");
-    DiskLogEnabled = false;
   }
-  ~Machine() { LarderRelease(); }
 
+  // No host may exist. Fills the store when it is used for the first time.
+  void UseStore(std::int64_t entries) {
+    if (entries == current) return;
+    const std::filesystem::path store = PathOf(feed::MakeStoreFolder());
+    if (current != 0) std::filesystem::rename(store, AsideOf(current));
+    if (std::filesystem::exists(AsideOf(entries))) {
+      std::filesystem::rename(AsideOf(entries), store);
+    } else {
+      Fill(entries);
+    }
+    current = entries;
+  }
+
+  // Existing files whose records are in a store.
+  static std::int64_t FilesIn(std::int64_t entries) { return std::min(entries, kFiles); }
   const void* Descriptor(std::size_t index) const { return descriptors[index].data(); }
-
-  TestMachine machine;
-  LarderHandle handle = nullptr;
 
  private:
   static void SetLimit() {
-    const WideString path =
-        WideString(LarderRegistryRoot).append(LARDER_WIDE("DataProviders\\FeedFile"));
+    const WideString path = WideString(LarderRegistryRoot) + kFeedFileKey;
     const std::uint32_t limit = kLimitInMiB;
     platform::OwnedRegistryKey key;
     if (platform::MakeRegistryKey(path, platform::kKeySetValue, key.Out()) != 0 ||
         platform::SetRegistryValue(key.Get(), LARDER_WIDE("dwStoreLimitMiB"), platform::kRegDword,
                                    &limit, sizeof limit) != 0) {
-      throw std::runtime_error("no registry");
+      throw std::runtime_error("the store's limit can't be set");
     }
   }
 
+  std::filesystem::path AsideOf(std::int64_t entries) const {
+    return Folder() / ("store-" + std::to_string(entries));
+  }
+
   void MakeFiles() {
-    for (std::size_t i = 0; i < kFiles; ++i) {
+    for (std::int64_t i = 0; i < kFiles; ++i) {
       const std::string name = "file-" + std::to_string(i);
-      std::ofstream(machine.Folder() / name) << name;
-      WideString path = machine.WideFolder() + WideString(name.begin(), name.end());
-      std::vector<unsigned char> descriptor(8 + (path.size() + 1) * 2);
-      std::copy_n(reinterpret_cast<const unsigned char*>(path.c_str()), (path.size() + 1) * 2,
+      std::ofstream(Folder() / name) << name;
+      paths.push_back(WidePath(name));
+      const std::size_t size = (paths.back().size() + 1) * sizeof(LarderWideChar);
+      std::vector<unsigned char>& descriptor = descriptors.emplace_back(8 + size);
+      std::copy_n(reinterpret_cast<const unsigned char*>(paths.back().c_str()), size,
                   descriptor.begin() + 8);
-      descriptors.push_back(std::move(descriptor));
-      paths.push_back(std::move(path));
     }
   }
 
@@ -110,64 +105,106 @@ class Machine {
     feed::PrepareStoreFolder(folder);
     feed::FactDatabase store(folder, kLimitInMiB << 20);
     std::vector<std::unique_ptr<feed::StoreEntry>> batch;
-    const Record record = MakeRecord();
     for (std::int64_t i = 0; i < entries; ++i) {
-      feed::StoredFile file{{}, {}};
-      const std::string name = "\\no file " + std::to_string(i);
-      const WideString other(name.begin(), name.end());
-      file.path = other;
-      platform::FileKind kind{};
-      // Spreads the existing files over all entries.
-      if (i % (entries / static_cast<std::int64_t>(kFiles)) == 0) {
-        file.path =
-            paths[static_cast<std::size_t>(i * static_cast<std::int64_t>(kFiles) / entries)];
-        if (platform::QueryPathInfo(WideString(file.path), file.info, kind) != 0) std::abort();
-      }
-      batch.push_back(
-          std::make_unique<feed::StoreEntry>(file, WideString(file.path), ViewOf(record)));
-      if (batch.size() == 5000 || i + 1 == entries) Write(store, batch);
+      batch.push_back(MakeEntry(i, entries));
+      if (batch.size() == kBatch || i + 1 == entries) Write(store, batch);
     }
     store.Tidy();
+  }
+
+  // Spreads the existing files over all entries.
+  std::unique_ptr<feed::StoreEntry> MakeEntry(std::int64_t number, std::int64_t entries) const {
+    static const Record record = MakeRecord();
+    const std::string name = "\\no file " + std::to_string(number);
+    WideString path(name.begin(), name.end());
+    feed::StoredFile file{{}, {}};
+    if (number % (entries / FilesIn(entries)) == 0) {
+      path = paths[static_cast<std::size_t>(number * FilesIn(entries) / entries)];
+      platform::FileKind kind{};
+      if (platform::QueryPathInfo(path, file.info, kind) != platform::kSuccess) {
+        throw std::runtime_error("a file's state can't be queried");
+      }
+    }
+    file.path = path;
+    return std::make_unique<feed::StoreEntry>(
+        file, path,
+        feed::RecordView{reinterpret_cast<const unsigned char*>(&record), sizeof record});
   }
 
   static void Write(feed::FactDatabase& store,
                     std::vector<std::unique_ptr<feed::StoreEntry>>& batch) {
     std::vector<const feed::StoreEntry*> pointers;
     for (const auto& entry : batch) pointers.push_back(entry.get());
+    std::ranges::sort(pointers, {}, &feed::StoreEntry::key);  // reads and writes each page once
     store.Write({pointers, {}});
     batch.clear();
   }
 
+  std::int64_t current = 0;
   std::vector<WideString> paths;
   std::vector<std::vector<unsigned char>> descriptors;
 };
 
-void AnswerFromStore(benchmark::State& state) {
-  const Machine machine(state.range(0));
-  std::minstd_rand random;
-  for (auto _ : state) {
-    DataBlockHeader* data = nullptr;
-    const std::int32_t result =
-        LarderQuery(machine.handle, machine.Descriptor(random() % kFiles), LARDER_FEED_FILE_TYPE,
-                    LARDER_FEED_FILE_STORED, &data, LARDER_QUERY_VERSION);
-    if (result != LARDER_OK) {
-      state.SkipWithError("no answer");
-      break;
-    }
-    LarderFreeQuery(machine.handle, data);
+void Query(const Host& host, const void* descriptor) {
+  DataBlockHeader* data = nullptr;
+  if (LarderQuery(host.handle, descriptor, LARDER_FEED_FILE_TYPE, LARDER_FEED_FILE_STORED, &data,
+                  LARDER_QUERY_VERSION) != LARDER_OK) {
+    throw std::runtime_error("the store doesn't answer");
   }
+  LarderFreeQuery(host.handle, data);
 }
-BENCHMARK(AnswerFromStore)->Arg(1000)->Arg(1'000'000)->Iterations(kRounds);
+
+// Asks about some of the files again and again, in random order.
+void AskAgain(benchmark::State& state, std::size_t files) {
+  auto& machine = Shared<StoreMachine>();
+  machine.UseStore(kSmallStore);
+  const Host host;
+  for (std::size_t i = 0; i < files; ++i) Query(host, machine.Descriptor(i));
+  std::minstd_rand random;
+  for (auto _ : state) Query(host, machine.Descriptor(random() % files));
+}
+
+void StoreHit(benchmark::State& state) { AskAgain(state, kSmallStore); }
+BENCHMARK(StoreHit);
+
+void StoreHitSameFile(benchmark::State& state) { AskAgain(state, 1); }
+BENCHMARK(StoreHitSameFile);
+
+std::vector<std::size_t> Shuffled(std::int64_t count) {
+  std::vector<std::size_t> numbers(static_cast<std::size_t>(count));
+  std::iota(numbers.begin(), numbers.end(), 0);
+  std::ranges::shuffle(numbers, std::minstd_rand());
+  return numbers;
+}
+
+// Asks once about half of the files, in random order, when the other half has filled the caches.
+void StoreFirstHit(benchmark::State& state) {
+  auto& machine = Shared<StoreMachine>();
+  machine.UseStore(state.range(0));
+  const std::vector<std::size_t> files = Shuffled(StoreMachine::FilesIn(state.range(0)));
+  const std::size_t half = files.size() / 2;
+  for (auto _ : state) {
+    const Host host;
+    for (std::size_t i = 0; i < half; ++i) Query(host, machine.Descriptor(files[i]));
+    const auto begin = std::chrono::steady_clock::now();
+    for (std::size_t i = half; i < files.size(); ++i) Query(host, machine.Descriptor(files[i]));
+    const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - begin;
+    state.SetIterationTime(taken.count());
+  }
+  state.counters[kEach] = static_cast<double>(files.size() - half);
+}
+BENCHMARK(StoreFirstHit)->Arg(1000)->Arg(1'000'000)->Iterations(1)->UseManualTime();
 
 class Database {
  public:
-  Database(const std::filesystem::path& path, std::int64_t rows) {
+  Database() {
+    const std::string path = (Shared<StoreMachine>().Folder() / "facts.db").string();
     if (sqlite3_open(path.c_str(), &database) != SQLITE_OK) throw std::runtime_error("no database");
-    Run("PRAGMA journal_mode=WAL; PRAGMA synchronous=OFF; PRAGMA mmap_size=17179869184;"
+    Run("PRAGMA journal_mode=WAL; PRAGMA synchronous=OFF;"
         "CREATE TABLE facts (key INTEGER PRIMARY KEY, record BLOB NOT NULL); BEGIN");
-    sqlite3_stmt* insert = Prepare("INSERT INTO facts VALUES (?, ?)");
+    sqlite3_stmt* const insert = Prepare("INSERT INTO facts VALUES (?, ?)");
     const Record record = MakeRecord();
-    for (std::int64_t key = 0; key < rows; ++key) {
+    for (std::int64_t key = 0; key < kSmallStore; ++key) {
       sqlite3_bind_int64(insert, 1, key);
       sqlite3_bind_blob(insert, 2, &record, sizeof record, SQLITE_STATIC);
       sqlite3_step(insert);
@@ -181,17 +218,17 @@ class Database {
     sqlite3_finalize(select);
     sqlite3_close(database);
   }
+  Database(const Database&) = delete;
+  Database& operator=(const Database&) = delete;
 
   // Returns a copy of the record, as a query does.
-  std::unique_ptr<unsigned char[]> Find(std::int64_t key) {
-    sqlite3_bind_int64(select, 1, key);
-    std::unique_ptr<unsigned char[]> copy;
-    if (sqlite3_step(select) == SQLITE_ROW) {
-      const auto size = static_cast<std::size_t>(sqlite3_column_bytes(select, 0));
-      copy.reset(new unsigned char[size]);
-      std::copy_n(static_cast<const unsigned char*>(sqlite3_column_blob(select, 0)), size,
-                  copy.get());
-    }
+  std::unique_ptr<unsigned char[]> Find(std::size_t key) {
+    sqlite3_bind_int64(select, 1, static_cast<std::int64_t>(key));
+    if (sqlite3_step(select) != SQLITE_ROW) throw std::runtime_error("no row");
+    const auto size = static_cast<std::size_t>(sqlite3_column_bytes(select, 0));
+    std::unique_ptr<unsigned char[]> copy(new unsigned char[size]);
+    std::copy_n(static_cast<const unsigned char*>(sqlite3_column_blob(select, 0)), size,
+                copy.get());
     sqlite3_reset(select);
     return copy;
   }
@@ -212,22 +249,17 @@ class Database {
   sqlite3_stmt* select = nullptr;
 };
 
-// Reads as many different rows as the other benchmark has files.
-void SelectFromSqlite(benchmark::State& state) {
-  const TestMachine machine;
-  Database database(machine.Folder() / "facts.db", state.range(0));
+void SelectRows(benchmark::State& state, std::size_t rows) {
+  auto& database = Shared<Database>();
   std::minstd_rand random;
-  const std::int64_t step = state.range(0) / static_cast<std::int64_t>(kFiles);
-  for (auto _ : state) {
-    const auto copy = database.Find(static_cast<std::int64_t>(random() % kFiles) * step);
-    if (!copy) {
-      state.SkipWithError("no row");
-      break;
-    }
-    benchmark::DoNotOptimize(copy.get());
-  }
+  for (auto _ : state) benchmark::DoNotOptimize(database.Find(random() % rows));
 }
-BENCHMARK(SelectFromSqlite)->Arg(1000)->Arg(1'000'000)->Iterations(kRounds);
+
+void Select(benchmark::State& state) { SelectRows(state, kSmallStore); }
+BENCHMARK(Select);
+
+void SelectSameRow(benchmark::State& state) { SelectRows(state, 1); }
+BENCHMARK(SelectSameRow);
 
 }  // namespace
 }  // namespace larder
