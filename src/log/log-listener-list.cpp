@@ -18,8 +18,6 @@
 
 namespace larder {
 
-constinit std::atomic<bool> DiskLogEnabled{false};
-
 // Registers this thread as a reader during its lifetime.
 class LRLogListenerList::Reading {
  public:
@@ -95,7 +93,7 @@ void LRLogListenerList::AddListener(LRLogListener* listener) {
     grown->retired = old;  // readers may still use it; the next removal frees it
     current.store(grown);
   }
-  DiskLogEnabled.store(true, std::memory_order_relaxed);
+  LogGate.fetch_or(kDiskSink);
 }
 
 void LRLogListenerList::RemoveListener(LRLogListener* listener) noexcept {

@@ -5,6 +5,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "log/log-gate.h"
+
 namespace larder {
 
 // A sink for finished lines. Log is called on the thread that executes a statement, on several
@@ -22,10 +24,6 @@ class LRLogListener {
   ~LRLogListener() = default;
 };
 
-// Becomes true at the first AddListener of the process and stays true.
-extern std::atomic<bool> DiskLogEnabled;
-inline bool IsDiskLogEnabled() noexcept { return DiskLogEnabled.load(std::memory_order_relaxed); }
-
 // The list. It doesn't own the listeners.
 //
 // Threads: Log may be called from any thread, also while a listener is added or removed, and takes
@@ -39,8 +37,8 @@ class alignas(64) LRLogListenerList {
  public:
   static LRLogListenerList& Instance();
 
-  // Appends the listener unless it is in the list already, and sets DiskLogEnabled. Throws
-  // std::bad_alloc, with the list unchanged.
+  // Appends the listener unless it is in the list already, and opens the gate (log-gate.h) for the
+  // disk. Throws std::bad_alloc, with the list unchanged.
   void AddListener(LRLogListener* listener);
   // Removes the listener; the others keep their order. Does nothing if it isn't in the list.
   void RemoveListener(LRLogListener* listener) noexcept;

@@ -5,23 +5,22 @@
 //
 // A statement has two sinks, a trace session (trace-session.h) and the listeners of this process
 // (log-listener-list.h), and builds a line for each. TRACE, WARN and ERROR are words at the head of
-// the line, not levels: one gate serves all three. With the gate closed a statement costs the reads
-// of the gate, and its arguments aren't evaluated; with the gate open they are evaluated once for
-// each line that is built. A statement never throws: a failure inside ends it silently. log-line.h
-// lists the types of arguments.
+// the line, not levels: one gate (log-gate.h) serves all three. With the gate closed a statement
+// costs one read, and its arguments aren't evaluated; with the gate open they are evaluated once
+// for each line that is built. A statement never throws: a failure inside ends it silently.
+// log-line.h lists the types of arguments.
 #pragma once
 
 #include <cstddef>
 #include <type_traits>
 
+#include "log/log-gate.h"
 #include "log/log-line.h"
 #include "log/log-listener-list.h"
 #include "log/log-pieces.h"
 #include "log/trace-session.h"
 
 namespace larder {
-
-inline bool IsLogGateOpen() noexcept { return IsTraceEnabled() || IsDiskLogEnabled(); }
 
 // Builds the line at each call. Refers to a callable that outlives it.
 class LogBody {
@@ -49,7 +48,7 @@ void WriteStatement(const char* word, LogBody body) noexcept;
 // Declares no names around the arguments, so it can hide none of theirs.
 #define LARDER_LOG_STATEMENT(word, ...)                                                            \
   do {                                                                                             \
-    if (::larder::IsLogGateOpen())                                                                 \
+    if (::larder::IsLogGateOpen()) [[unlikely]]                                                    \
       ::larder::WriteStatement(word,                                                               \
                                ::larder::LogBody([&] { return ::larder::LogLine(__VA_ARGS__); })); \
   } while (false)
@@ -73,10 +72,13 @@ class LogLiteral {
 class ScopeTrace {
  public:
   ScopeTrace(LogLiteral enter, LogLiteral leave) noexcept : leaveText(leave.text) {
-    if (IsLogGateOpen()) Write(enter.text);
+    if (IsLogGateOpen()) [[unlikely]]
+      Write(enter.text);
   }
-  ~ScopeTrace() {
-    if (IsLogGateOpen()) Write(leaveText);
+  // Inlined in exception handling too: a call would force the object into memory, on every path.
+  [[gnu::always_inline]] ~ScopeTrace() {
+    if (IsLogGateOpen()) [[unlikely]]
+      Write(leaveText);
   }
   ScopeTrace(const ScopeTrace&) = delete;
   ScopeTrace& operator=(const ScopeTrace&) = delete;

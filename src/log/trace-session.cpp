@@ -2,11 +2,37 @@
 
 #include <cstring>
 
+#include "log/log-gate.h"
+
 namespace larder {
 
 constinit TraceControlBlock TraceBlock;
 constinit const TraceControlBlock UnregisteredTraceBlock;
 constinit std::atomic<const TraceControlBlock*> TraceControl{&UnregisteredTraceBlock};
+
+namespace {
+
+bool WantsLines(const TraceControlBlock& block) noexcept {
+  // Acquire: whoever sees a session's flags sees its level and its handle too.
+  return (block.flags.load(std::memory_order_acquire) & kTraceFlag) != 0 &&
+         block.level.load(std::memory_order_relaxed) >= kTraceLevel;
+}
+
+// Looks again afterwards: of several threads the last one to change the gate sees what all of them
+// stored before, so the gate ends as the block does.
+void PublishTraceSink() noexcept {
+  bool isWanted = false;
+  do {
+    isWanted = WantsLines(*TraceControl.load());
+    if (isWanted) {
+      LogGate.fetch_or(kTraceSink);
+    } else {
+      LogGate.fetch_and(~kTraceSink);
+    }
+  } while (WantsLines(*TraceControl.load()) != isWanted);
+}
+
+}  // namespace
 
 void AttachTrace() noexcept {
   TraceBlock.logger = 0;
@@ -30,6 +56,7 @@ void DetachTrace() noexcept {
     if (handle != 0) platform::UnregisterTrace(handle);
   }
   TraceControl = &UnregisteredTraceBlock;
+  PublishTraceSink();
 }
 
 platform::Code TraceControlCallback(std::uint32_t requestCode, void* context,
@@ -50,6 +77,7 @@ platform::Code TraceControlCallback(std::uint32_t requestCode, void* context,
   block->logger.store(logger, std::memory_order_relaxed);
   // Last, with release: a statement that sees these flags sees this session too.
   block->flags.store(flags, std::memory_order_release);
+  PublishTraceSink();
   return platform::kSuccess;
 }
 
@@ -57,8 +85,7 @@ void TraceOut(const char* line) noexcept {
   const TraceControlBlock* const block = TraceControl.load(std::memory_order_relaxed);
   if (block == &UnregisteredTraceBlock) return;
   // Checked again: the gate may be open for the disk alone, or the session may have ended.
-  if ((block->flags.load(std::memory_order_acquire) & kTraceFlag) == 0) return;
-  if (block->level.load(std::memory_order_relaxed) < kTraceLevel) return;
+  if (!WantsLines(*block)) return;
   if (line == nullptr) line = "NULL";
   platform::EmitTrace(block->logger.load(std::memory_order_relaxed),
                       platform::kTraceMessageSequence | platform::kTraceMessageGuid |

@@ -25,11 +25,10 @@ struct TraceControlBlock {
 
 extern TraceControlBlock TraceBlock;
 
-// The block while the library isn't registered. It stays zero, so that the gate, which reads
-// through TraceControl without checking, is closed.
+// The block while the library isn't registered. It stays zero: no session wants lines.
 extern const TraceControlBlock UnregisteredTraceBlock;
 
-// The block that statements read: TraceBlock while the module is attached, otherwise
+// The block that counts: TraceBlock while the module is attached, otherwise
 // UnregisteredTraceBlock.
 extern std::atomic<const TraceControlBlock*> TraceControl;
 
@@ -45,21 +44,15 @@ inline constexpr platform::Guid kTraceMessageGuidValue = {
     0x6d1a6c5e, 0x2f0b, 0x4e57, {0x9c, 0x3a, 0x71, 0xe4, 0x0d, 0x58, 0xb2, 0x96}};
 inline constexpr std::uint16_t kTraceMessageNumber = 10;
 
-// The gate of the trace sink.
-inline bool IsTraceEnabled() noexcept {
-  const TraceControlBlock* const block = TraceControl.load(std::memory_order_relaxed);
-  return (block->flags.load(std::memory_order_relaxed) & kTraceFlag) != 0 &&
-         block->level.load(std::memory_order_relaxed) >= kTraceLevel;
-}
-
 // Called when the module is attached and detached. A failed registration leaves level and flags at
 // 0 and has no other effect. A second detach does nothing.
 void AttachTrace() noexcept;
 void DetachTrace() noexcept;
 
 // Stores what a controller requests in the TraceControlBlock that context points to: a session's
-// handle, level and flags, or zeros when the session ends. kInvalidParameter, with nothing stored,
-// for any other request code. ETW calls it on a thread of its own.
+// handle, level and flags, or zeros when the session ends, and opens or closes the gate
+// (log-gate.h) for the trace. kInvalidParameter, with nothing stored, for any other request code.
+// ETW calls it on a thread of its own.
 platform::Code TraceControlCallback(std::uint32_t requestCode, void* context,
                                     std::uint32_t* bufferSize, void* buffer) noexcept;
 

@@ -3,6 +3,7 @@
 
 #include <gmock/gmock.h>
 
+#include <atomic>
 #include <cstdio>
 #include <stdexcept>
 #include <string>
@@ -38,7 +39,7 @@ class LogStatement : public testing::Test {
   LogStatement() {
     TraceFacility() = {};
     EmittedMessages().clear();
-    DiskLogEnabled = false;
+    LogGate = 0;
   }
   ~LogStatement() override { Detach(); }
 
@@ -80,6 +81,7 @@ TEST_F(LogStatement, IsEmittedAsTheDecodersFileDescribesFromAttachToDetach) {
   Detach();
   EXPECT_EQ(TraceFacility().registrations, 1);
   EXPECT_THAT(TraceFacility().ended, ElementsAre(0x77U));
+  EXPECT_FALSE(IsLogGateOpen());
   LogTrace("detached");
   TraceOut("detached");
 
@@ -97,20 +99,26 @@ TEST_F(LogStatement, IsEmittedAsTheDecodersFileDescribesFromAttachToDetach) {
 
 TEST_F(LogStatement, AControllerOpensChangesAndClosesTheGateAnyNumberOfTimes) {
   Attach();
-  LogTrace("before");
+  int evaluations = 0;
+  const auto counted = [&](const char* text) {
+    ++evaluations;
+    return text;
+  };
+  LogTrace(counted("before"));
   Enable();
-  LogTrace("first");
+  LogTrace(counted("first"));
   Enable(5, 3);
-  LogTrace("lower level");
+  LogTrace(counted("lower level"));
   Enable(5, 5, 1);
-  LogTrace("other flags");
+  LogTrace(counted("other flags"));
   Enable(6, 5, 0xFFFFFFFF);
   for (const std::uint32_t unknown : {0U, 6U}) EXPECT_EQ(Request(unknown), 87U);
-  LogWarn("another session");
+  LogWarn(counted("another session"));
   EXPECT_EQ(Request(kTraceDisableEvents), platform::kSuccess);
   EXPECT_EQ(TraceBlock.logger + TraceBlock.level + TraceBlock.flags, 0U);
-  LogError("after");
+  LogError(counted("after"));
   EXPECT_THAT(Emitted(), ElementsAre("5 TRACE: first", "6  WARN: another session"));
+  EXPECT_EQ(evaluations, 2);
 }
 
 TEST_F(LogStatement, AFailedRegistrationLeavesTheGateClosed) {
@@ -140,6 +148,28 @@ TEST_F(LogStatement, AControllerMaySwitchWhileOtherThreadsLog) {
   threads.clear();
   EXPECT_THAT(Emitted(), IsEmpty());
   EXPECT_EQ(log.Lines().size(), 4U * kLines);
+}
+
+TEST_F(LogStatement, TheGateForgetsNoListenerThatIsAddedWhileAControllerSwitches) {
+  Attach();
+  Enable();
+  RecordedLog log;
+  std::atomic<bool> isDone = false;
+  std::jthread controller([&] {
+    for (int i = 0; i < 200000; ++i) {
+      TraceFacility().Request(kTraceDisableEvents);
+      TraceFacility().Request(kTraceEnableEvents);
+    }
+    isDone = true;
+  });
+  int forgotten = 0;
+  while (!isDone) {
+    LogGate.fetch_and(~kDiskSink);
+    LRLogListenerList::Instance().AddListener(&log);
+    for (int look = 0; look < 50; ++look) forgotten += IsDiskLogEnabled() ? 0 : 1;
+  }
+  EXPECT_EQ(forgotten, 0);
+  EXPECT_EQ(LogGate, kTraceSink | kDiskSink);
 }
 
 TEST_F(LogStatement, EvaluatesItsPiecesOnceForEachLineThatIsBuilt) {
@@ -187,7 +217,7 @@ TEST_F(LogStatement, AScopeDecidesOnItsTwoLinesIndependently) {
   }
   {
     ScopeTrace scope("Entering B()", "Leaving B()");
-    TraceBlock.flags = 0;
+    Request(kTraceDisableEvents);
   }
   EXPECT_THAT(Emitted(), ElementsAre("5 TRACE: Leaving A()", "5 TRACE: Entering B()"));
 }
