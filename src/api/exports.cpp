@@ -12,6 +12,7 @@
 #include "log/log-statement.h"
 #include "platform/cancellation.h"
 #include "product/product.h"
+#include "providers/db-buffer.h"
 
 namespace {
 
@@ -27,8 +28,10 @@ bool IsCurrentHandle(LarderHandle handle) noexcept {
   return handle != nullptr && handle == PublicHandle(CurrentHandle.load(std::memory_order_acquire));
 }
 
+void LogMisuse(const char* text) { LogError(GetModuleName(), text); }
+
 // Reads CurrentHandle at each call; it stays the same while the caller keeps its reference.
-IDataProvider* ProviderOf(std::int32_t type) {
+inline IDataProvider* ProviderOf(std::int32_t type) {
   return CurrentHandle.load(std::memory_order_acquire)->dataProviderManager.GetDataProvider(type);
 }
 
@@ -64,7 +67,7 @@ std::int32_t ReleaseLocked() {
   const HandleLocked locked;
   IntLarderHandle* const current = CurrentHandle.load(std::memory_order_relaxed);
   if (current == nullptr) {
-    LogError(GetModuleName(), " tried to release handle too many times");
+    LogMisuse(" tried to release handle too many times");
     return LARDER_E_INVALID_HANDLE;
   }
   --current->refCount;
@@ -80,15 +83,15 @@ std::int32_t ReleaseLocked() {
 std::int32_t Query(LarderHandle handle, const void* objectDescriptor, std::int32_t providerType,
                    std::uint32_t queryOption, DataBlockHeader** data, std::uint8_t version) {
   if (!IsCurrentHandle(handle)) {
-    LogError(GetModuleName(), " tried to query with an invalid handle");
+    LogMisuse(" tried to query with an invalid handle");
     return LARDER_E_INVALID_HANDLE;
   }
   if (objectDescriptor == nullptr) {
-    LogError(GetModuleName(), " tried to query with a null object descriptor");
+    LogMisuse(" tried to query with a null object descriptor");
     return LARDER_E_PARAMETER_2;
   }
   if (data == nullptr) {
-    LogError(GetModuleName(), " tried to query with a null data pointer");
+    LogMisuse(" tried to query with a null data pointer");
     return LARDER_E_PARAMETER_3;
   }
   if (version != LARDER_QUERY_VERSION) {
@@ -109,11 +112,11 @@ std::int32_t Query(LarderHandle handle, const void* objectDescriptor, std::int32
 
 std::int32_t FreeQuery(LarderHandle handle, DataBlockHeader* data) {
   if (!IsCurrentHandle(handle)) {
-    LogError(GetModuleName(), " tried to query with an invalid handle");
+    LogMisuse(" tried to query with an invalid handle");
     return LARDER_E_INVALID_HANDLE;
   }
   if (data == nullptr) {
-    LogError(GetModuleName(), " tried to query with a null data pointer");
+    LogMisuse(" tried to query with a null data pointer");
     return LARDER_E_PARAMETER_2;
   }
   DbBuffer buffer;
@@ -125,15 +128,15 @@ std::int32_t FreeQuery(LarderHandle handle, DataBlockHeader* data) {
 std::int32_t Write(LarderHandle handle, const void* objectDescriptor, std::int32_t providerType,
                    const DataBlockHeader* data) {
   if (!IsCurrentHandle(handle)) {
-    LogError(GetModuleName(), " tried to write with an invalid handle");
+    LogMisuse(" tried to write with an invalid handle");
     return LARDER_E_INVALID_HANDLE;
   }
   if (objectDescriptor == nullptr) {
-    LogError(GetModuleName(), " tried to write with a null object descriptor");
+    LogMisuse(" tried to write with a null object descriptor");
     return LARDER_E_PARAMETER_2;
   }
   if (data == nullptr) {
-    LogError(GetModuleName(), " tried to write with a null data pointer");
+    LogMisuse(" tried to write with a null data pointer");
     return LARDER_E_PARAMETER_3;
   }
   std::uint64_t key = 0;

@@ -5,8 +5,6 @@
 #include <utility>
 
 #include "log/log-pieces.h"
-#include "log/log-statement.h"
-#include "product/product.h"
 #include "providers/provider-discovery.h"
 
 namespace larder {
@@ -25,8 +23,6 @@ std::string TypeText(std::int32_t type) {
 // Thrown in place of a module's own exception: unwinding unloads the module, and with it the code
 // and data of that exception.
 struct UnknownFailure {};
-
-bool IsInRange(std::int32_t type) { return type >= 0 && type < kProviderTypeCount; }
 
 }  // namespace
 
@@ -112,7 +108,7 @@ void DataProviderManager::Load(const WideString& path) {
   const std::int32_t type = provider.GetType();
   // The handle has moved into the provider, so the two texts name the null handle that is left, not
   // the module's.
-  if (!IsInRange(type)) {
+  if (!IsProviderType(type)) {
     throw Failure(
         110, "Unexpected data provider type " + TypeText(type) + " in " + PointerText(nullptr));
   }
@@ -124,14 +120,10 @@ void DataProviderManager::Load(const WideString& path) {
   slot = std::move(provider);
 }
 
-IDataProvider* DataProviderManager::GetDataProvider(std::int32_t type) {
-  ScopeTrace scope("Entering DataProviderManager::GetDataProvider()",
-                   "Leaving DataProviderManager::GetDataProvider()");
-  if (!IsInRange(type)) {
+void DataProviderManager::ThrowNoProvider(std::int32_t type) {
+  if (!IsProviderType(type)) {
     throw Failure(144, "Unexpected data provider type " + TypeText(type) + " requested.");
   }
-  IDataProvider* const provider = providers[static_cast<std::size_t>(type)].Get();
-  if (provider != nullptr) return provider;
   throw Failure(149, "No provider for provider type " + TypeText(type));
 }
 

@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <vector>
 
+#include "log/log-statement.h"
+#include "product/product.h"
 #include "support/scoped-handles.h"
 
 namespace larder {
@@ -55,8 +57,23 @@ class DataProviderManager {
 
  private:
   void Load(const WideString& path);
+  [[noreturn]] static void ThrowNoProvider(std::int32_t type);
 
   std::vector<Provider> providers;
 };
+
+inline bool IsProviderType(std::int32_t type) noexcept {
+  return type >= 0 && type < kProviderTypeCount;
+}
+
+// Inline for the sake of the exports, whose time consists of such short calls.
+inline IDataProvider* DataProviderManager::GetDataProvider(std::int32_t type) {
+  ScopeTrace scope("Entering DataProviderManager::GetDataProvider()",
+                   "Leaving DataProviderManager::GetDataProvider()");
+  IDataProvider* const provider =
+      IsProviderType(type) ? providers[static_cast<std::size_t>(type)].Get() : nullptr;
+  if (provider == nullptr) ThrowNoProvider(type);
+  return provider;
+}
 
 }  // namespace larder

@@ -1,5 +1,6 @@
+#include "providers/db-buffer.h"
+
 #include <gtest/gtest.h>
-#include <larder/provider.h>
 
 #include <cstdlib>
 #include <new>
