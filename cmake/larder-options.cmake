@@ -11,6 +11,11 @@ target_compile_options(larder_options INTERFACE
   -ffile-prefix-map=${PROJECT_BINARY_DIR}=build)
 target_compile_definitions(larder_options INTERFACE
   $<$<PLATFORM_ID:Windows>:UNICODE;_UNICODE;NOMINMAX;WIN32_LEAN_AND_MEAN;_WIN32_WINNT=0x0A00>)
+if(NOT LARDER_SANITIZE)
+  # A file is linked without those functions of its objects that it doesn't use.
+  target_compile_options(larder_options INTERFACE -ffunction-sections -fdata-sections)
+  target_link_options(larder_options INTERFACE LINKER:--gc-sections)
+endif()
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND NOT WIN32)
   # A module with unique symbols would never be unloaded by dlclose.
   target_compile_options(larder_options INTERFACE $<$<COMPILE_LANGUAGE:CXX>:-fno-gnu-unique>)
