@@ -1,6 +1,7 @@
 #include "log-file/disk-logger.h"
 
-#include <mutex>
+#include <new>
+#include <string>
 #include <utility>
 
 #include "platform/event.h"
@@ -34,12 +35,27 @@ DiskLogger::~DiskLogger() {
   platform::WaitForThread(thread.Get());
 }
 
+// Takes no lock, so no thread waits for one that is preempted here. Of the memory orders, release
+// makes the record visible to the thread that takes the queue, also if other records are pushed on
+// top of it: their exchanges continue its release sequence. Acquire puts the raise after the
+// lowering that precedes the mark.
 void DiskLogger::Log(const char* line) {
   if (thread.Get() == nullptr) return;
-  auto info = std::make_shared<LRLogDiskWriterInfo>(LRLogDiskWriterInfo{line, this});
-  const std::lock_guard lock(mutex);
-  queue.push_back(std::move(info));
-  platform::RaiseEvent(wakeEvent.Get());
+  LRLogDiskWriterInfo* const record = MakeRecord(line);
+  LRLogDiskWriterInfo* before = queue.load(std::memory_order_relaxed);
+  do {
+    record->next = before;
+  } while (!queue.compare_exchange_weak(before, record, std::memory_order_acq_rel,
+                                        std::memory_order_relaxed));
+  // From here on the record may be written and deleted.
+  if (before == &sleepMark) platform::RaiseEvent(wakeEvent.Get());
+}
+
+DiskLogger::LRLogDiskWriterInfo* DiskLogger::MakeRecord(std::string_view line) {
+  void* const memory = ::operator new(sizeof(LRLogDiskWriterInfo) + line.size());
+  char* const text = static_cast<char*>(memory) + sizeof(LRLogDiskWriterInfo);
+  line.copy(text, line.size());
+  return new (memory) LRLogDiskWriterInfo{{text, line.size()}, this, nullptr};
 }
 
 void DiskLogger::WriterThread(void* logger) {
@@ -47,31 +63,52 @@ void DiskLogger::WriterThread(void* logger) {
 }
 
 void DiskLogger::WriteUntilStopped() {
-  const platform::Handle events[] = {stopEvent.Get(), wakeEvent.Get()};
+  bool isStopped = false;
   for (;;) {
-    // Lowered before the queue is checked: a line that is queued after the check raises it again.
-    platform::LowerEvent(wakeEvent.Get());
-    if (!IsQueueEmpty()) {
-      Write(*TakeFront());
-      continue;
+    LRLogDiskWriterInfo* const oldest = TakeAll();
+    if (oldest != nullptr) {
+      WriteAll(oldest);
+    } else if (isStopped) {  // no line was queued before the stop either
+      return;
+    } else {
+      isStopped = SleepUntilStopped();
     }
-    std::size_t index = kStopIndex + 1;
-    const platform::Code code = platform::WaitForAny(events, std::size(events), index);
-    // Checked again: lines may have been queued, and then the stop event raised, since the check.
-    if (code == platform::kSuccess && index == kStopIndex && IsQueueEmpty()) return;
   }
 }
 
-bool DiskLogger::IsQueueEmpty() {
-  const std::lock_guard lock(mutex);
-  return queue.empty();
+// Returns the queued lines in order; null if there are none.
+DiskLogger::LRLogDiskWriterInfo* DiskLogger::TakeAll() noexcept {
+  LRLogDiskWriterInfo* newest = queue.exchange(nullptr, std::memory_order_acquire);
+  LRLogDiskWriterInfo* oldest = nullptr;
+  while (newest != nullptr && newest != &sleepMark) {
+    LRLogDiskWriterInfo* const next = newest->next;
+    newest->next = oldest;
+    oldest = newest;
+    newest = next;
+  }
+  return oldest;
 }
 
-std::shared_ptr<DiskLogger::LRLogDiskWriterInfo> DiskLogger::TakeFront() {
-  const std::lock_guard lock(mutex);
-  std::shared_ptr<LRLogDiskWriterInfo> front = std::move(queue.front());
-  queue.pop_front();
-  return front;
+// Returns true if the stop event ended the sleep. Returns false at once if there are lines.
+bool DiskLogger::SleepUntilStopped() noexcept {
+  // Lowered before the mark is set, because the line that finds the mark raises it.
+  platform::LowerEvent(wakeEvent.Get());
+  LRLogDiskWriterInfo* none = nullptr;
+  if (!queue.compare_exchange_strong(none, &sleepMark, std::memory_order_release,
+                                     std::memory_order_relaxed)) {
+    return false;
+  }
+  const platform::Handle events[] = {stopEvent.Get(), wakeEvent.Get()};
+  std::size_t index = kStopIndex + 1;
+  const platform::Code code = platform::WaitForAny(events, std::size(events), index);
+  return code == platform::kSuccess && index == kStopIndex;
+}
+
+void DiskLogger::WriteAll(LRLogDiskWriterInfo* oldest) {
+  while (oldest != nullptr) {
+    Write(*oldest);
+    ::operator delete(std::exchange(oldest, oldest->next));
+  }
 }
 
 void DiskLogger::Write(const LRLogDiskWriterInfo& info) {

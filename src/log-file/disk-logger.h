@@ -1,13 +1,11 @@
 // The listener that writes the log to disk, on a thread of its own.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
-#include <deque>
-#include <memory>
-#include <string>
+#include <string_view>
 
 #include "log/log-listener-list.h"
-#include "platform/lock.h"
 #include "support/scoped-handles.h"
 
 namespace larder {
@@ -36,23 +34,28 @@ class DiskLogger : public LRLogListener {
  private:
   // One queued line, owned by the queue and then by the thread.
   struct LRLogDiskWriterInfo {
-    std::string text;
+    std::string_view text;  // in the same allocation, behind this struct
     DiskLogger* logger;
+    LRLogDiskWriterInfo* next;
   };
 
+  LRLogDiskWriterInfo* MakeRecord(std::string_view line);
+  LRLogDiskWriterInfo* TakeAll() noexcept;
+  bool SleepUntilStopped() noexcept;
   static void WriterThread(void* logger);
   void WriteUntilStopped();
-  std::shared_ptr<LRLogDiskWriterInfo> TakeFront();
-  bool IsQueueEmpty();
+  void WriteAll(LRLogDiskWriterInfo* oldest);
   void Write(const LRLogDiskWriterInfo& info);
   void Rotate();
   WideString MakeBackupName(std::uint32_t index) const;
 
-  std::deque<std::shared_ptr<LRLogDiskWriterInfo>> queue;
+  // The newest line, linked to the older ones. At the old end is sleepMark, if the thread has found
+  // the queue empty and sleeps.
+  std::atomic<LRLogDiskWriterInfo*> queue{nullptr};
+  LRLogDiskWriterInfo sleepMark{};
   WideString fileName;
   std::uint32_t maxFileSize;
   std::uint32_t maxBackups;
-  platform::Lock mutex;  // guards queue; declared before the thread, which locks it first
   AutoHandle file;
   AutoHandle stopEvent;
   AutoHandle wakeEvent;

@@ -1,5 +1,7 @@
 #include "log-file/log-files.h"
 
+#include <memory>
+
 #include "log/log-statement.h"
 #include "platform/file.h"
 #include "platform/folder-access.h"
