@@ -1,7 +1,9 @@
 #include "log/log-pieces.h"
 
+#include <atomic>
 #include <chrono>
 #include <cstdint>
+#include <cstring>
 
 #include "log/log-line.h"
 #include "log/log-statement.h"
@@ -15,10 +17,33 @@ namespace {
 constexpr std::size_t kModuleNameRoom = 520;
 constexpr std::size_t kMessageEnd = 2;  // the CR LF that the system's texts end in
 
-void WriteTwoDigits(char*& text, unsigned value, char separator) noexcept {
-  *text++ = static_cast<char>('0' + value / 10 % 10);
-  *text++ = static_cast<char>('0' + value % 10);
-  if (separator != '\0') *text++ = separator;
+using Days = std::chrono::sys_days;
+
+// A date in one word, so that a cache of it needs no lock: the day's number in the upper half, and
+// below it year of the century, month and day, a byte each.
+std::uint64_t PackDate(Days day) noexcept {
+  const std::chrono::year_month_day date(day);
+  const auto number = static_cast<std::uint32_t>(day.time_since_epoch().count());
+  const auto year = static_cast<unsigned>(static_cast<int>(date.year())) % 100;
+  const auto month = static_cast<unsigned>(date.month());
+  return std::uint64_t{number} << 32 | year << 16 | month << 8 | static_cast<unsigned>(date.day());
+}
+
+// The date of the last stamp. Calendar arithmetic takes longer than the rest of a stamp.
+constinit std::atomic<std::uint64_t> LastDate{0};
+
+unsigned DateOf(Days day) noexcept {
+  std::uint64_t date = LastDate.load(std::memory_order_relaxed);
+  if (date == 0 || date >> 32 != static_cast<std::uint32_t>(day.time_since_epoch().count())) {
+    date = PackDate(day);
+    LastDate.store(date, std::memory_order_relaxed);
+  }
+  return static_cast<unsigned>(date);
+}
+
+void WriteTwoDigits(char* text, unsigned value) noexcept {
+  text[0] = static_cast<char>('0' + value / 10);
+  text[1] = static_cast<char>('0' + value % 10);
 }
 
 }  // namespace
@@ -59,14 +84,15 @@ void WriteTimeStamp(char* stamp) noexcept {
   using namespace std::chrono;
   const auto now = floor<seconds>(system_clock::now());
   const auto day = floor<days>(now);
-  const year_month_day date(day);
-  const hh_mm_ss time(now - day);
-  WriteTwoDigits(stamp, static_cast<unsigned>(static_cast<int>(date.year())) % 100, '/');
-  WriteTwoDigits(stamp, static_cast<unsigned>(date.month()), '/');
-  WriteTwoDigits(stamp, static_cast<unsigned>(date.day()), ' ');
-  WriteTwoDigits(stamp, static_cast<unsigned>(time.hours().count()), ':');
-  WriteTwoDigits(stamp, static_cast<unsigned>(time.minutes().count()), ':');
-  WriteTwoDigits(stamp, static_cast<unsigned>(time.seconds().count()), '\0');
+  const unsigned date = DateOf(day);
+  const auto second = static_cast<unsigned>((now - day).count());
+  std::memcpy(stamp, "yy/mm/dd HH:MM:SS", kLogStampSize);
+  WriteTwoDigits(stamp, date >> 16);
+  WriteTwoDigits(stamp + 3, date >> 8 & 0xFF);
+  WriteTwoDigits(stamp + 6, date & 0xFF);
+  WriteTwoDigits(stamp + 9, second / 3600);
+  WriteTwoDigits(stamp + 12, second / 60 % 60);
+  WriteTwoDigits(stamp + 15, second % 60);
 }
 
 std::string GetTimeStamp() {
