@@ -1,6 +1,7 @@
 #include "log/log-line.h"
 
 #include <algorithm>
+#include <charconv>
 
 #include "log/log-pieces.h"
 
@@ -43,6 +44,18 @@ void LogLine::InsertPointer(const void* pointer) {
   char digits[kPointerDigits];
   WritePointerDigits(pointer, digits);
   Append(digits, sizeof digits);
+}
+
+void LogLine::InsertInteger(std::int64_t value) {
+  if (value < 0) Append("-", 1);
+  const auto magnitude = static_cast<std::uint64_t>(value);
+  InsertInteger(value < 0 ? 0 - magnitude : magnitude);
+}
+
+void LogLine::InsertInteger(std::uint64_t value) {
+  char digits[20];
+  const auto end = std::to_chars(digits, digits + sizeof digits, value).ptr;
+  Append(digits, static_cast<std::size_t>(end - digits));
 }
 
 void LogLine::Append(const char* bytes, std::size_t count) {

@@ -1,9 +1,8 @@
 // One log line under construction.
 #pragma once
 
-#include <charconv>
-#include <concepts>
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
 #include <stdexcept>
 #include <string>
@@ -67,26 +66,23 @@ class LogLine {
       const WideView units = piece;
       InsertWide(units.substr(0, units.find(LarderWideChar{})));
     } else if constexpr (std::is_same_v<Type, bool>) {
-      InsertInteger(piece ? 1 : 0);
+      InsertInteger(std::int64_t{piece});
     } else if constexpr (std::is_integral_v<Type>) {
       static_assert(!std::is_same_v<Type, wchar_t> && !std::is_same_v<Type, char8_t> &&
                         !std::is_same_v<Type, char16_t> && !std::is_same_v<Type, char32_t>,
                     "a single wide character can't be logged");
-      InsertInteger(piece);
+      if constexpr (std::is_signed_v<Type>) {
+        InsertInteger(std::int64_t{piece});
+      } else {
+        InsertInteger(std::uint64_t{piece});
+      }
     } else if constexpr (std::is_enum_v<Type>) {
       static_assert(std::is_convertible_v<Type, int>, "a scoped enumeration can't be logged");
-      InsertInteger(+piece);
+      InsertInteger(std::int64_t{+piece});
     } else {
       static_assert(std::is_convertible_v<Type, const void*>, "this type can't be logged");
       InsertPointer(piece);
     }
-  }
-
-  template <typename Integer>
-  void InsertInteger(Integer value) {
-    char digits[24];
-    const auto end = std::to_chars(digits, digits + sizeof digits, value).ptr;
-    Append(digits, static_cast<std::size_t>(end - digits));
   }
 
   struct Empty {};
@@ -96,6 +92,8 @@ class LogLine {
   void InsertWideText(const LarderWideChar* units);
   void InsertWide(WideView units);
   void InsertPointer(const void* pointer);
+  void InsertInteger(std::int64_t value);
+  void InsertInteger(std::uint64_t value);
   void Append(const char* bytes, std::size_t count);
   void Grow(std::size_t needed);
 
