@@ -8,6 +8,9 @@
 // have left. Each reader increments one of two counters, chosen by the parity of the current
 // period. A removal advances the period and waits until the old period's counter is zero: it waits
 // for exactly the readers that entered before the change, however many new ones arrive.
+//
+// There are several pairs of counters, so that threads that log at the same time seldom write to
+// the same cache line. A removal waits for one after the other.
 #include "log/log-listener-list.h"
 
 #include <algorithm>
@@ -21,11 +24,11 @@ namespace larder {
 // Registers this thread as a reader during its lifetime.
 class LRLogListenerList::Reading {
  public:
-  explicit Reading(LRLogListenerList& owner) noexcept : list(owner) {
+  explicit Reading(LRLogListenerList& list) noexcept : counters(list.counters[Index()]) {
     for (;;) {
       const std::uint32_t now = list.period.load();
       mine = now & 1;
-      list.readers[mine].fetch_add(1);
+      counters.readers[mine].fetch_add(1);
       // If the period is still the same, a removal from here on sees this reader in the counter.
       if (list.period.load() == now) return;
       Leave();
@@ -36,9 +39,16 @@ class LRLogListenerList::Reading {
   Reading& operator=(const Reading&) = delete;
 
  private:
-  void Leave() noexcept { list.readers[mine].fetch_sub(1); }
+  void Leave() noexcept { counters.readers[mine].fetch_sub(1); }
 
-  LRLogListenerList& list;
+  // By the address of this object, which is on the thread's stack: it costs less than the thread's
+  // number. The multiplication distributes stacks at any distance; its upper three bits remain.
+  std::size_t Index() const noexcept {
+    const auto address = reinterpret_cast<std::uintptr_t>(this);
+    return static_cast<std::uint32_t>(address >> 16) * 0x9E3779B9u >> 29;
+  }
+
+  Counters& counters;
   std::uint32_t mine = 0;
 };
 
@@ -51,7 +61,7 @@ LRLogListenerList& LRLogListenerList::Instance() {
 // Nothing waits here: arrays that a thread may be reading are leaked.
 LRLogListenerList::~LRLogListenerList() {
   Array* const last = current.exchange(nullptr);
-  if (readers[0].load() == 0 && readers[1].load() == 0) FreeArrays(last);
+  if (!HasReaders(0) && !HasReaders(1)) FreeArrays(last);
 }
 
 LRLogListenerList::Array* LRLogListenerList::MakeArray(std::size_t room) {
@@ -74,11 +84,16 @@ std::atomic<LRLogListener*>* LRLogListenerList::Find(const LRLogListener* listen
   return found == end ? nullptr : found;
 }
 
+bool LRLogListenerList::HasReaders(std::uint32_t parity) const noexcept {
+  return std::any_of(std::begin(counters), std::end(counters),
+                     [parity](const Counters& each) { return each.readers[parity].load() != 0; });
+}
+
 // A reader leaves within microseconds unless it isn't scheduled. The system's objects to wait on
 // would cost the readers more.
 void LRLogListenerList::WaitForReaders() noexcept {
   const std::uint32_t old = period.fetch_add(1) & 1;
-  while (readers[old].load() != 0) std::this_thread::sleep_for(std::chrono::microseconds(100));
+  while (HasReaders(old)) std::this_thread::sleep_for(std::chrono::microseconds(100));
 }
 
 void LRLogListenerList::AddListener(LRLogListener* listener) {
@@ -106,7 +121,9 @@ void LRLogListenerList::RemoveListener(LRLogListener* listener) noexcept {
 
 void LRLogListenerList::ForgetInForkedChild() noexcept {
   current = nullptr;
-  for (std::atomic<std::uint32_t>& count : readers) count = 0;
+  for (Counters& each : counters) {
+    for (std::atomic<std::uint32_t>& count : each.readers) count = 0;
+  }
 }
 
 void LRLogListenerList::Log(const char* line) {

@@ -32,7 +32,7 @@ class LRLogListener {
 // it, so the caller may delete it. RemoveListener waits for threads that are inside any listener,
 // so it must not be called from within a listener's Log.
 //
-// In cache lines of its own: the readers' counters change with every line that is logged.
+// In cache lines of its own, because its readers write to it.
 class alignas(64) LRLogListenerList {
  public:
   static LRLogListenerList& Instance();
@@ -68,10 +68,17 @@ class alignas(64) LRLogListenerList {
   std::atomic<LRLogListener*>* Find(const LRLogListener* listener) noexcept;
   void WaitForReaders() noexcept;
 
+  // In a cache line of its own. Readers are counted under the parity of the period in which they
+  // entered.
+  struct alignas(64) Counters {
+    std::atomic<std::uint32_t> readers[2]{};
+  };
+
+  bool HasReaders(std::uint32_t parity) const noexcept;
+
   std::atomic<Array*> current{nullptr};
-  // Readers are counted under the parity of the period in which they entered.
   std::atomic<std::uint32_t> period{0};
-  std::atomic<std::uint32_t> readers[2]{};
+  Counters counters[8];  // which one a reader uses, depends on its thread
 };
 
 }  // namespace larder
