@@ -18,6 +18,10 @@ inline constinit std::atomic<std::uint32_t> LogGate{0};
 
 inline bool IsLogGateOpen() noexcept { return LogGate.load(std::memory_order_relaxed) != 0; }
 
+inline bool IsTraceEnabled() noexcept {
+  return (LogGate.load(std::memory_order_relaxed) & kTraceSink) != 0;
+}
+
 inline bool IsDiskLogEnabled() noexcept {
   return (LogGate.load(std::memory_order_relaxed) & kDiskSink) != 0;
 }

@@ -23,10 +23,8 @@ const char* LogLine::ForDisk(const char* stamp, const char* word) {
 }
 
 void LogLine::InsertText(const char* bytes) {
-  if (bytes == nullptr) {
-    ended = true;
-    return;
-  }
+  if (bytes == nullptr) ended = true;
+  if (ended) return;
   Append(bytes, std::strlen(bytes));
 }
 
@@ -36,6 +34,7 @@ void LogLine::InsertWideText(const LarderWideChar* units) {
 }
 
 void LogLine::InsertWide(WideView units) {
+  if (ended) return;
   const std::string bytes = WideToUtf8(units);
   Append(bytes.data(), bytes.size());
 }
@@ -53,6 +52,7 @@ void LogLine::InsertInteger(std::int64_t value) {
 }
 
 void LogLine::InsertInteger(std::uint64_t value) {
+  if (ended) return;
   char digits[20];
   const auto end = std::to_chars(digits, digits + sizeof digits, value).ptr;
   Append(digits, static_cast<std::size_t>(end - digits));

@@ -14,6 +14,9 @@
 
 namespace larder {
 
+// Whether anybody wants a line. Into an unwanted one nothing is inserted.
+enum class LineUse { kWanted, kUnwanted };
+
 // Holds a body made of pieces, and space in front of it for what the two sinks add: the seven
 // characters of the word and, before them, the time stamp and ": ". One body so serves as the trace
 // line and as the disk line without being copied.
@@ -32,7 +35,9 @@ namespace larder {
 class LogLine {
  public:
   template <typename... Pieces>
-  explicit LogLine(const Pieces&... pieces) : LogLine(Empty()) {
+  explicit LogLine(const Pieces&... pieces) : LogLine(LineUse::kWanted, pieces...) {}
+  template <typename... Pieces>
+  explicit LogLine(LineUse use, const Pieces&... pieces) : LogLine(Empty(), use) {
     (Insert(pieces), ...);  // if one throws, the destructor frees the text
   }
   LogLine(const LogLine&) = delete;
@@ -86,7 +91,7 @@ class LogLine {
   }
 
   struct Empty {};
-  explicit LogLine(Empty) noexcept {}
+  LogLine(Empty, LineUse use) noexcept : ended(use == LineUse::kUnwanted) {}
 
   void InsertText(const char* bytes);
   void InsertWideText(const LarderWideChar* units);
@@ -101,7 +106,7 @@ class LogLine {
   char* text = room;
   std::size_t size = kLogBodyStart;
   std::size_t capacity = sizeof room;
-  bool ended = false;
+  bool ended;
 };
 
 }  // namespace larder

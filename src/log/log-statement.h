@@ -4,11 +4,12 @@
 //   LogWarn("RegEnumKeyEx failed: ", FormatSystemError(status));
 //
 // A statement has two sinks, a trace session (trace-session.h) and the listeners of this process
-// (log-listener-list.h), and builds a line for each. TRACE, WARN and ERROR are words at the head of
-// the line, not levels: one gate (log-gate.h) serves all three. With the gate closed a statement
-// costs one read, and its arguments aren't evaluated; with the gate open they are evaluated once
-// for each line that is built. A statement never throws: a failure inside ends it silently.
-// log-line.h lists the types of arguments.
+// (log-listener-list.h), and evaluates its arguments for each. TRACE, WARN and ERROR are words at
+// the head of the line, not levels: one gate (log-gate.h) serves all three. With the gate closed a
+// statement costs one read, and its arguments aren't evaluated; with the gate open they are
+// evaluated once for the trace session, even if none wants the line, and once for the listeners, if
+// there has been one. A statement never throws: a failure inside ends it silently. log-line.h lists
+// the types of arguments.
 #pragma once
 
 #include <cstddef>
@@ -22,20 +23,20 @@
 
 namespace larder {
 
-// Builds the line at each call. Refers to a callable that outlives it.
+// Evaluates the arguments and builds the line at each call. Refers to a callable that outlives it.
 class LogBody {
  public:
   template <typename Callable>
   explicit LogBody(const Callable& callable) noexcept
-      : object(&callable), invoke([](const void* body) -> LogLine {
-          return (*static_cast<const Callable*>(body))();
+      : object(&callable), invoke([](const void* body, LineUse use) -> LogLine {
+          return (*static_cast<const Callable*>(body))(use);
         }) {}
 
-  LogLine Build() const { return invoke(object); }
+  LogLine Build(LineUse use) const { return invoke(object, use); }
 
  private:
   const void* object;
-  LogLine (*invoke)(const void* body);
+  LogLine (*invoke)(const void* body, LineUse use);
 };
 
 inline constexpr char kTraceWord[] = "TRACE: ";
@@ -45,12 +46,13 @@ inline constexpr char kErrorWord[] = "ERROR: ";
 // What a statement does when the gate is open.
 void WriteStatement(const char* word, LogBody body) noexcept;
 
-// Declares no names around the arguments, so it can hide none of theirs.
-#define LARDER_LOG_STATEMENT(word, ...)                                                            \
-  do {                                                                                             \
-    if (::larder::IsLogGateOpen()) [[unlikely]]                                                    \
-      ::larder::WriteStatement(word,                                                               \
-                               ::larder::LogBody([&] { return ::larder::LogLine(__VA_ARGS__); })); \
+// Declares one name around the arguments. No argument uses it.
+#define LARDER_LOG_STATEMENT(word, ...)                                                       \
+  do {                                                                                        \
+    if (::larder::IsLogGateOpen()) [[unlikely]]                                               \
+      ::larder::WriteStatement(word, ::larder::LogBody([&](::larder::LineUse larderLineUse) { \
+                                 return ::larder::LogLine(larderLineUse, __VA_ARGS__);        \
+                               }));                                                           \
   } while (false)
 #define LogTrace(...) LARDER_LOG_STATEMENT(::larder::kTraceWord, __VA_ARGS__)
 #define LogWarn(...) LARDER_LOG_STATEMENT(::larder::kWarnWord, __VA_ARGS__)
