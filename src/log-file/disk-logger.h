@@ -47,6 +47,8 @@ class DiskLogger : public LRLogListener {
   void WriteAll(LRLogDiskWriterInfo* oldest);
   void Write(const LRLogDiskWriterInfo& info);
   void Rotate();
+  void FindEnd() noexcept;
+  bool IsFull() const noexcept { return static_cast<std::uint32_t>(size) >= maxFileSize; }
   WideString MakeBackupName(std::uint32_t index) const;
 
   // The newest line, linked to the older ones. At the old end is sleepMark, if the thread has found
@@ -57,6 +59,8 @@ class DiskLogger : public LRLogListener {
   std::uint32_t maxFileSize;
   std::uint32_t maxBackups;
   AutoHandle file;
+  std::uint64_t size = 0;    // of the open file
+  bool isSizeKnown = false;  // by adding up what was written
   AutoHandle stopEvent;
   AutoHandle wakeEvent;
   AutoHandle thread;

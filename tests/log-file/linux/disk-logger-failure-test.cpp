@@ -4,6 +4,8 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include <filesystem>
+#include <fstream>
 #include <string>
 
 #include "log-file/disk-log.h"
@@ -27,6 +29,22 @@ TEST_F(DiskLog, LosesLinesWhileTheDiskIsFullAndGoesOnAfterwards) {
   EXPECT_EQ(RunInChild(fillDisk), 0);
   EXPECT_EQ(Read(), "ten bytes\nten bytes\nten broom again\n");
   EXPECT_FALSE(std::filesystem::exists(File(1)));
+}
+
+TEST_F(DiskLog, FindsTheFileAsOtherProgramsLeftIt) {
+  WithLogger([&](DiskLogger& logger) {
+    logger.Log("a\n");
+    while (Read() != "a\n") sched_yield();
+    std::ofstream(File(), std::ios::binary | std::ios::app) << std::string(kLimit, '.');
+    logger.Log("b\n");
+    while (Read() != "b\n") sched_yield();
+    std::filesystem::resize_file(File(), kLimit);
+    std::filesystem::resize_file(File(), 0);
+    logger.Log("c\n");
+  });
+  EXPECT_EQ(Read(), "c\n");
+  EXPECT_EQ(Read(1).size(), kLimit + 2);
+  EXPECT_FALSE(std::filesystem::exists(File(2)));
 }
 
 TEST_F(DiskLog, AForkedChildDoesNotKeepTheLogFromBeingOpenedAgain) {
