@@ -352,6 +352,7 @@ void FactStore::WriteUntilStopped() {
     }
   }
   try {
+    RepairInTurn();  // the client may release right after the call that found the damage
     TidyAtEnd();
   } catch (const std::bad_alloc&) {
     return;
