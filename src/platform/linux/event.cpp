@@ -20,6 +20,7 @@
 #include <utility>
 
 #include "platform/cancellation.h"
+#include "platform/linux/change-queue.h"
 #include "platform/linux/file-descriptor.h"
 #include "platform/linux/kernel-object.h"
 #include "platform/linux/native.h"
@@ -110,8 +111,11 @@ class NamedEvent final : public EventObject {
     for (std::size_t level = 0; level < kLevels.size(); ++level)
       directories[level + 1] = path.append("/").append(kLevels[level]);
     file = path + '/' + fileName;
-    watches.fill(kNoWatch);
   }
+
+  ~NamedEvent() override { GiveBackChangeQueue(std::move(queue)); }
+  NamedEvent(const NamedEvent&) = delete;
+  NamedEvent& operator=(const NamedEvent&) = delete;
 
   Code Raise() noexcept override {
     if (const Code code = CreateFile(); code != kFileNotFound) return code;
@@ -140,12 +144,14 @@ class NamedEvent final : public EventObject {
     return isRaised || CanAppear(errno) ? kSuccess : CodeFromErrno(errno);
   }
 
-  [[nodiscard]] int Descriptor() const noexcept override { return queue.Get(); }
+  [[nodiscard]] int Descriptor() const noexcept override {
+    return queue == nullptr ? -1 : queue->descriptor.Get();
+  }
 
   void Drain() noexcept override {
     alignas(inotify_event) std::array<char, 4096> buffer;
     for (;;) {
-      const ssize_t size = read(queue.Get(), buffer.data(), buffer.size());
+      const ssize_t size = read(Descriptor(), buffer.data(), buffer.size());
       if (size <= 0) return;
       for (ssize_t at = 0; at < size;) {
         const char* place = buffer.data() + at;
@@ -180,16 +186,22 @@ class NamedEvent final : public EventObject {
   // is stale. The queue stays open, and with it the changes that haven't been read.
   Code Arm() noexcept {
     isStale = true;
-    if (!queue.IsOpen()) queue = FileDescriptor(inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
-    if (!queue.IsOpen()) return CodeFromErrno(errno);
+    if (queue == nullptr) queue = TakeChangeQueue();
+    if (queue == nullptr) return CodeFromErrno(errno);
+    Watches& watches = queue->watches;
     const Watches before = std::exchange(watches, AddWatches());
     const int reason = watches.back() == kNoWatch ? errno : 0;
     for (const int watch : before) {
       const bool isKept = std::find(watches.begin(), watches.end(), watch) != watches.end();
-      if (!isKept) inotify_rm_watch(queue.Get(), watch);
+      if (watch != kNoWatch && !isKept) inotify_rm_watch(Descriptor(), watch);
     }
     isStale = watches.front() == kNoWatch || (reason != 0 && !CanAppear(reason));
     return isStale || reason == EACCES ? CodeFromErrno(reason) : kSuccess;
+  }
+
+  // Whether all levels existed when the watch was set up.
+  [[nodiscard]] bool HasLevels() const noexcept {
+    return queue != nullptr && queue->watches.back() != kNoWatch;
   }
 
  private:
@@ -197,37 +209,49 @@ class NamedEvent final : public EventObject {
   static constexpr std::uint32_t kOwnChanges = IN_ONLYDIR | IN_DELETE_SELF | IN_MOVE_SELF;
   static constexpr std::uint32_t kAllChanges =
       kOwnChanges | IN_CREATE | IN_DELETE | IN_MOVED_TO | IN_ATTRIB;
-  static constexpr int kNoWatch = -1;
-
-  using Watches = std::array<int, kLevels.size() + 1>;  // by level
+  static_assert(std::tuple_size_v<Watches> == kLevels.size() + 1);  // by level
 
   // Whether the file may come to exist after an error of this kind.
   static bool CanAppear(int error) {
     return error == ENOENT || error == ENOTDIR || error == EACCES || error == ELOOP;
   }
 
-  // A level has a watch if all levels above it have one. errno is that of the first level without.
+  // In the upper levels, which have many unrelated changes, only changes of the level itself are of
+  // interest while the next level exists. The lowest but one is watched fully: if a program holds
+  // the lowest one open, its removal is reported there only.
+  static bool IsUpper(std::size_t level, std::size_t count) { return level + 2 < count; }
+
   Watches AddWatches() const noexcept {
     Watches added;
-    added.fill(kNoWatch);
-    std::size_t count = 0;
-    while (count < added.size() && (added[count] = Watch(count, kAllChanges)) != kNoWatch) ++count;
+    if (WatchLevels(added, kOwnChanges) == added.size()) return added;
+    // A level is missing. It may have appeared since, so the upper ones must have been watched
+    // fully when it is looked up.
+    const std::size_t count = WatchLevels(added, kAllChanges);
     const int reason = errno;
-    // In the upper levels, which have many unrelated changes, only changes of the level itself are
-    // of interest. The lowest but one is watched fully: if a program holds the lowest one open, its
-    // removal is reported there only.
-    for (std::size_t level = 0; level + 2 < count; ++level) Watch(level, kOwnChanges);
+    for (std::size_t level = 0; IsUpper(level, count); ++level) Watch(level, kOwnChanges);
     errno = reason;
     return added;
   }
 
+  // A level has a watch if all levels above it have one. Returns their number; errno is that of the
+  // first level without.
+  std::size_t WatchLevels(Watches& added, std::uint32_t changesOfUpper) const noexcept {
+    added.fill(kNoWatch);
+    std::size_t count = 0;
+    for (; count < added.size(); ++count) {
+      added[count] = Watch(count, IsUpper(count, added.size()) ? changesOfUpper : kAllChanges);
+      if (added[count] == kNoWatch) break;
+    }
+    return count;
+  }
+
   int Watch(std::size_t level, std::uint32_t changes) const noexcept {
-    return inotify_add_watch(queue.Get(), directories[level].c_str(), changes);
+    return inotify_add_watch(Descriptor(), directories[level].c_str(), changes);
   }
 
   void Note(const inotify_event& change, std::string_view name) noexcept {
     if (ConcernsLevels(change, name)) isStale = true;
-    if (change.wd == watches.back() && (change.mask & (IN_CREATE | IN_MOVED_TO)) != 0 &&
+    if (change.wd == queue->watches.back() && (change.mask & (IN_CREATE | IN_MOVED_TO)) != 0 &&
         name == fileName)
       wasCreated = true;
   }
@@ -248,9 +272,8 @@ class NamedEvent final : public EventObject {
 
   std::array<std::string, kLevels.size() + 1> directories;  // from the machine root down
   std::string fileName;
-  std::string file;         // its path, in the last of the directories
-  FileDescriptor queue;     // of the changes
-  Watches watches;          // of the directories, in the queue
+  std::string file;  // its path, in the last of the directories
+  std::unique_ptr<ChangeQueue> queue;
   bool isStale = true;      // the watches must be set up again
   bool wasCreated = false;  // the file, since the wait began
 };
@@ -303,9 +326,12 @@ Code MakeNamedEvent(const WideString& name, Handle& event) {
   std::string fileName;
   if (const Code code = EventFileName(name, fileName); code != kSuccess) return code;
   auto named = std::make_unique<NamedEvent>(MachineRoot(), fileName);
-  // A process that isn't allowed to create them waits until another one does.
-  static_cast<void>(named->CreateDirectories());
-  const Code code = named->Arm();
+  Code code = named->Arm();
+  if (!named->HasLevels()) {
+    // A process that isn't allowed to create them waits until another one does.
+    static_cast<void>(named->CreateDirectories());
+    code = named->Arm();
+  }
   if (code == kSuccess) event = named.release();
   return code;
 }

@@ -2,6 +2,7 @@
 #include <poll.h>
 #include <signal.h>
 #include <stdlib.h>
+#include <sys/inotify.h>
 #include <sys/prctl.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
@@ -232,6 +233,33 @@ TEST_F(EventStoreTest, ARaiseThatIsUndoneBeforeTheWaiterRunsEndsItsWaitAndNoOthe
     EXPECT_FALSE(IsRaised(event)) << made;
     LowerEvent(other);
   }
+}
+
+// The queue of an event is kept for the next one. A child has it too, but would take the changes
+// from its parent.
+TEST_F(EventStoreTest, AForkedChildOpensAQueueOfItsOwn) {
+  OwnedEvent(u"Signal");
+  const auto countOpened = [] {
+    const std::set<int> before = OpenDescriptors();
+    const OwnedEvent event(u"Signal");
+    return static_cast<int>(OpenedSince(before).size());
+  };
+  EXPECT_EQ(RunInChild(countOpened), 1);
+  EXPECT_EQ(countOpened(), 0);
+}
+
+TEST_F(EventStoreTest, ADescriptorThatReplacedAKeptOneIsNotUsed) {
+  const std::set<int> before = OpenDescriptors();
+  OwnedEvent(u"Signal");
+  const std::set<int> kept = OpenedSince(before);
+  ASSERT_EQ(kept.size(), 1u);
+  const int number = *kept.begin();
+  close(number);
+  ASSERT_EQ(inotify_init1(IN_CLOEXEC | IN_NONBLOCK), number);
+  const OwnedEvent event(u"Signal");
+  EXPECT_EQ(inotify_rm_watch(number, 1), -1) << "it has a watch";
+  EXPECT_FALSE(IsRaised(event));
+  EXPECT_EQ(close(number), 0);
 }
 
 TEST_F(EventStoreTest, ASignalDoesNotEndAWaitButAClosedDescriptorDoes) {
