@@ -104,6 +104,21 @@ TEST_F(RegistryTest, SubkeysAreListedByNameWithoutCase) {
   }
 }
 
+TEST_F(RegistryTest, AnEnumerationSeesTheChangesThatAreMadeMeanwhile) {
+  const auto nameAt = [this](std::uint32_t index) {
+    LarderWideChar name[8] = {};
+    std::uint32_t length = 8;
+    const Code code = RegistrySubkeyName(key.Raw(), index, name, length);
+    return code == kSuccess ? WideString(name) : Wide(std::to_string(code));
+  };
+  for (const std::string name : {"a", "c"}) ASSERT_EQ(Key().Make("Key\\" + name), kSuccess);
+  EXPECT_EQ(nameAt(0), Wide("a"));
+  ASSERT_EQ(Key().Make("Key\\b"), kSuccess);
+  EXPECT_EQ(nameAt(1), Wide("b"));
+  ASSERT_EQ(RemoveTree("Key\\c"), kSuccess);
+  EXPECT_EQ(nameAt(2), Wide("259"));
+}
+
 TEST_F(RegistryTest, NamesMayHaveAnyCharacters) {
   const std::vector<std::string> all = {
       "a",      "a.value", "%41",   ".",    "..",    ".tmp-1", "with/slash",   "50%",

@@ -41,8 +41,10 @@ Code WidePath(const std::string& native, WideString& path) {
 
 std::string FileNameOf(WideView name, Dots escaped) {
   constexpr std::string_view kDigits = "0123456789ABCDEF";
+  const std::string plain = Utf8FromWide(name);
   std::string fileName;
-  for (const char character : Utf8FromWide(name)) {
+  fileName.reserve(plain.size());
+  for (const char character : plain) {
     const auto byte = static_cast<unsigned char>(character);
     if (NeedsEscape(byte, fileName.empty(), escaped))
       fileName.append({'%', kDigits[byte >> 4], kDigits[byte & 0xF]});
