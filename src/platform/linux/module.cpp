@@ -6,9 +6,11 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <string>
 #include <string_view>
 
@@ -23,11 +25,29 @@ namespace {
 
 void* NativeModule(ModuleHandle module) { return reinterpret_cast<void*>(module); }
 
-template <typename Record>
-bool ReadAt(int descriptor, std::uint64_t offset, Record& record) {
-  return pread(descriptor, &record, sizeof(record), static_cast<off_t>(offset)) ==
-         static_cast<ssize_t>(sizeof(record));
-}
+// An open file, of which the beginning is read at once: it has all headers of an ordinary image.
+class ImageFile {
+ public:
+  explicit ImageFile(int opened) : descriptor(opened) {
+    const ssize_t size = pread(descriptor, start.data(), start.size(), 0);
+    startSize = size < 0 ? 0 : static_cast<std::size_t>(size);
+  }
+
+  template <typename Record>
+  bool ReadAt(std::uint64_t offset, Record& record) const {
+    if (offset <= startSize && sizeof(record) <= startSize - offset) {
+      std::memcpy(&record, start.data() + offset, sizeof(record));
+      return true;
+    }
+    return pread(descriptor, &record, sizeof(record), static_cast<off_t>(offset)) ==
+           static_cast<ssize_t>(sizeof(record));
+  }
+
+ private:
+  int descriptor;
+  std::array<char, 1024> start;
+  std::size_t startSize;
+};
 
 bool IsForThisMachine(const ElfW(Ehdr) & header) {
   const std::string_view magic(ELFMAG, SELFMAG);
@@ -41,10 +61,10 @@ bool IsForThisMachine(const ElfW(Ehdr) & header) {
 
 // Whether the file contains everything that the loader would map. The loader doesn't check this,
 // and the first access to a missing page would end the process.
-bool IsComplete(int descriptor, const ElfW(Ehdr) & header, std::uint64_t size) {
+bool IsComplete(const ImageFile& file, const ElfW(Ehdr) & header, std::uint64_t size) {
   for (std::uint64_t i = 0; i < header.e_phnum; ++i) {
     ElfW(Phdr) segment{};
-    if (!ReadAt(descriptor, header.e_phoff + i * sizeof(segment), segment)) return false;
+    if (!file.ReadAt(header.e_phoff + i * sizeof(segment), segment)) return false;
     if (segment.p_type != PT_LOAD) continue;
     if (segment.p_filesz > size || segment.p_offset > size - segment.p_filesz) return false;
   }
@@ -58,12 +78,12 @@ Code ExamineImage(const std::string& path) {
     return errno == ENOENT || errno == ENOTDIR ? kModuleNotFound : CodeFromErrno(errno);
   if (S_ISDIR(status.st_mode)) return kAccessDenied;
   if (!S_ISREG(status.st_mode)) return kBadExeFormat;
-  const FileDescriptor file(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY));
-  if (!file.IsOpen() || fstat(file.Get(), &status) != 0) return CodeFromErrno(errno);
+  const FileDescriptor opened(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY));
+  if (!opened.IsOpen() || fstat(opened.Get(), &status) != 0) return CodeFromErrno(errno);
+  const ImageFile file(opened.Get());
   ElfW(Ehdr) header{};
-  if (!ReadAt(file.Get(), 0, header) || !IsForThisMachine(header)) return kBadExeFormat;
-  const bool isComplete =
-      IsComplete(file.Get(), header, static_cast<std::uint64_t>(status.st_size));
+  if (!file.ReadAt(0, header) || !IsForThisMachine(header)) return kBadExeFormat;
+  const bool isComplete = IsComplete(file, header, static_cast<std::uint64_t>(status.st_size));
   return isComplete ? kSuccess : kBadExeFormat;
 }
 
