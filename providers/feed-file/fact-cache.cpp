@@ -32,16 +32,16 @@ bool FactCache::Find(std::uint64_t key, WideView folded, const platform::FileInf
   const auto place = shard.index.find(key);
   if (place == shard.index.end()) return false;
   const Item& item = *place->second;
-  if (item.info != info || item.folded != folded) return false;
+  if (item.info != info || !IsSame(item.folded, folded)) return false;
   record->Copy(item.record.data(), item.record.size());
   shard.items.splice(shard.items.begin(), shard.items, place->second);
   return true;
 }
 
-void FactCache::Add(Ticket ticket, std::uint64_t key, WideString folded,
+void FactCache::Add(Ticket ticket, std::uint64_t key, WideView folded,
                     const platform::FileInfo& info, RecordView record) noexcept try {
   std::list<Item> made;
-  made.push_back({key, std::move(folded), info, {record.begin(), record.end()}});
+  made.push_back({key, WideString(folded), info, {record.begin(), record.end()}});
   const std::size_t size = made.front().Size();
   Shard& shard = ShardOf(key);
   const std::lock_guard lock(shard.lock);

@@ -27,7 +27,7 @@ class FactCache {
   // Copies the record and returns true, or sets ticket.
   bool Find(std::uint64_t key, WideView folded, const platform::FileInfo& info, DbBuffer* record,
             Ticket& ticket);
-  void Add(Ticket ticket, std::uint64_t key, WideString folded, const platform::FileInfo& info,
+  void Add(Ticket ticket, std::uint64_t key, WideView folded, const platform::FileInfo& info,
            RecordView record) noexcept;
   void Remove(std::uint64_t key) noexcept;
   void Clear();

@@ -71,8 +71,8 @@ struct Row {
 
 bool IsPath(std::string_view path, WideView folded) {
   WideString wide;
-  return platform::WideFromUtf8(std::string(path), wide) &&
-         platform::FoldCase(std::move(wide)) == folded;
+  WideString memory;
+  return platform::WideFromUtf8(path, wide) && IsSame(platform::FoldCase(wide, memory), folded);
 }
 
 }  // namespace

@@ -228,7 +228,8 @@ void FactStore::FollowOtherWriters() {
 
 bool FactStore::Find(const StoredFile& file, DbBuffer* record) {
   if (IsOfParent()) return false;
-  WideString folded = platform::FoldCase(WideString(file.path));
+  WideString memory;
+  const WideView folded = platform::FoldCase(file.path, memory);
   const std::uint64_t key = StoreKey(folded);
   FactCache::Ticket ticket = 0;
   FollowOtherWriters();
@@ -237,7 +238,7 @@ bool FactStore::Find(const StoredFile& file, DbBuffer* record) {
       cache.Find(key, folded, file.info, record, ticket);
   if (!found) {
     found = FindStored(key, folded, file.info, record);
-    if (found) cache.Add(ticket, key, std::move(folded), file.info, {record->data, record->size});
+    if (found) cache.Add(ticket, key, folded, file.info, {record->data, record->size});
   }
   if (found && isCrowded.load(std::memory_order_relaxed) && uses.Note(key)) {
     platform::RaiseEvent(work.Get());
@@ -300,7 +301,8 @@ std::string FactStore::WhyNone() {
 std::shared_ptr<FactStore::Waiting> FactStore::Enqueue(const StoredFile& file, RecordView record,
                                                        bool isAwaited) {
   if (record.size() > LargestRecord(limit) || !WhyNotWritable().empty()) return {};
-  auto one = std::make_shared<Waiting>(file, platform::FoldCase(WideString(file.path)), record);
+  WideString memory;
+  auto one = std::make_shared<Waiting>(file, platform::FoldCase(file.path, memory), record);
   if (isAwaited) {
     platform::MakeEvent(one->done.Out());
     if (one->done.Get() == nullptr) throw std::runtime_error("the system can't create an event");

@@ -70,8 +70,8 @@ class FactStore {
  private:
   enum class State { kWaiting, kStored, kFailed };
   struct Waiting {
-    Waiting(const StoredFile& file, WideString folded, RecordView record)
-        : entry(file, std::move(folded), record) {}
+    Waiting(const StoredFile& file, WideView folded, RecordView record)
+        : entry(file, WideString(folded), record) {}
 
     const StoreEntry entry;
     platform::OwnedHandle done{nullptr};  // set when state has changed; null if nobody waits

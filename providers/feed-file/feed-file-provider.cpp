@@ -79,8 +79,9 @@ FeedFileProvider::FeedFileProvider() : query(QueryModulePath()), store(SharedSto
 std::int32_t FeedFileProvider::GetType() { return LARDER_FEED_FILE_TYPE; }
 
 void FeedFileProvider::GetKey(const void* objectDescriptor, std::uint64_t* key) {
-  ObjectIdentity wanted = ReadDescriptor(objectDescriptor);
-  *key = StoreKey(platform::FoldCase(std::move(wanted.path)));
+  const ObjectIdentity wanted = ReadDescriptor(objectDescriptor);
+  WideString memory;
+  *key = StoreKey(platform::FoldCase(wanted.path, memory));
 }
 
 void FeedFileProvider::Query(const void* objectDescriptor, std::uint32_t queryOption,

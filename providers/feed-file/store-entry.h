@@ -3,6 +3,7 @@
 
 #include <larder/provider.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <span>
 #include <string>
@@ -28,13 +29,18 @@ using RecordView = std::span<const unsigned char>;
 // The 64-bit XXH3 hash of the path's units. folded: the path after FoldCase.
 std::uint64_t StoreKey(WideView folded) noexcept;
 
+// Whether two paths are equal. Compares bytes, while the operator of WideView compares units.
+inline bool IsSame(WideView one, WideView other) noexcept {
+  return std::equal(one.begin(), one.end(), other.begin(), other.end());
+}
+
 // An entry on its way to the database.
 struct StoreEntry {
   StoreEntry(const StoredFile& file, WideString foldedPath, RecordView bytes);
 
   // Whether the record is valid for a file in this state.
   bool IsOf(WideView otherFolded, const platform::FileInfo& other) const {
-    return folded == otherFolded && info == other;
+    return info == other && IsSame(folded, otherFolded);
   }
   std::size_t Size() const { return path.size() + sizeof info + record.size(); }
 

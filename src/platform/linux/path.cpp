@@ -23,11 +23,11 @@ int HexDigit(char digit) {
 
 }  // namespace
 
-WideString FoldCase(WideString path) { return path; }
+WideView FoldCase(WideView path, WideString&) { return path; }
 
 Code NativePath(WideView path, std::string& native) {
-  if (path.find(u'\0') != WideView::npos) return kInvalidName;
   native = Utf8FromWide(path);
+  if (native.find('\0') != std::string::npos) return kInvalidName;
   std::replace(native.begin(), native.end(), '\\', '/');
   return kSuccess;
 }

@@ -35,12 +35,12 @@ WideString VerbatimPath(const WideString& full) {
   return isShare ? L"\\\\?\\UNC" + full.substr(1) : L"\\\\?\\" + full;
 }
 
-WideString FoldCase(WideString path) {
+WideView FoldCase(WideView path, WideString& memory) {
   const auto length = static_cast<int>(path.size());
-  WideString folded(path.size(), L'\0');
+  memory.resize(path.size());
   const int written = LCMapStringEx(LOCALE_NAME_INVARIANT, LCMAP_UPPERCASE, path.data(), length,
-                                    folded.data(), length, nullptr, nullptr, 0);
-  return written == length ? folded : path;
+                                    memory.data(), length, nullptr, nullptr, 0);
+  return written == length ? WideView(memory) : path;
 }
 
 Code FullNativePath(const WideString& path, WideString& full) {

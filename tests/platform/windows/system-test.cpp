@@ -87,8 +87,9 @@ TEST_F(FileSystemTest, AFileThatOthersMayNotReadIsASharingViolationButHasItsInfo
   EXPECT_EQ(QueryPathInfo(path, info, kind), kSuccess);
   EXPECT_NE(info.changed, 0u);
   CloseHandle(holder);
-  EXPECT_EQ(FoldCase(L"c:\\b\u00FC \u0444"), L"C:\\B\u00DC \u0424");
-  EXPECT_EQ(FoldCase({}), WideString());
+  WideString memory;
+  EXPECT_EQ(FoldCase(L"c:\\b\u00FC \u0444", memory), L"C:\\B\u00DC \u0424");
+  EXPECT_EQ(FoldCase({}, memory), WideView());
 }
 
 TEST_F(FileSystemTest, ALogIsReadOnlyInItsReadWriteMode) {

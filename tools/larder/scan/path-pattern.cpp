@@ -16,7 +16,8 @@ namespace {
 std::string Folded(std::string_view text) {
   WideString wide;
   if (!platform::WideFromUtf8(text, wide)) return std::string(text);
-  return platform::Utf8FromWide(platform::FoldCase(wide));
+  WideString memory;
+  return platform::Utf8FromWide(platform::FoldCase(wide, memory));
 }
 
 // Removes the part in front of the first separator, and the separator.
