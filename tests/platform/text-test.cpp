@@ -32,6 +32,19 @@ TEST(UtfTest, PairsAreJoinedAndLoneSurrogatesSurviveBothWays) {
   }
 }
 
+// Runs of ASCII characters are converted eight at a time.
+TEST(UtfTest, OneCharacterBeyondAsciiIsConvertedAtEachPlaceOfALongText) {
+  for (std::size_t place = 0; place < 20; ++place) {
+    WideString wide(20, 0x7F);
+    wide[place] = 0xE4;
+    std::string utf8(20, '\x7F');
+    utf8.replace(place, 1, "\xC3\xA4");
+    EXPECT_EQ(Utf8FromWide(wide), utf8) << place;
+    WideString converted;
+    EXPECT_TRUE(WideFromUtf8(utf8, converted) && converted == wide) << place;
+  }
+}
+
 TEST(UtfTest, BytesThatAreNotUtf8AreRefusedAndLeaveTheResultUntouched) {
   const std::pair<const char*, std::vector<std::string>> bad[] = {
       {"continuation alone", {"\x80", "\xBF"}},
