@@ -1,7 +1,6 @@
 // A query that the file provider answers from its store, through the exports and with the look at
-// the file, beside a prepared SELECT of the same record from an SQLite database without any look.
+// the file, beside the store's own prepared SELECT of the same record without any look.
 #include <larder/feed-file.h>
-#include <sqlite3.h>
 
 #include <algorithm>
 #include <chrono>
@@ -11,6 +10,7 @@
 #include <stdexcept>
 
 #include "feed-file/fact-database.h"
+#include "feed-file/store-engine.h"
 #include "feed-file/store-folder.h"
 #include "machine.h"
 #include "platform/file.h"
@@ -70,6 +70,7 @@ class StoreMachine : public Machine {
 
   // Existing files whose records are in a store.
   static std::int64_t FilesIn(std::int64_t entries) { return std::min(entries, kFiles); }
+  const WideString& Path(std::size_t index) const { return paths[index]; }
   const void* Descriptor(std::size_t index) const { return descriptors[index].data(); }
 
  private:
@@ -195,64 +196,41 @@ void StoreFirstHit(benchmark::State& state) {
 }
 BENCHMARK(StoreFirstHit)->Arg(1000)->Arg(1'000'000)->Iterations(1)->UseManualTime();
 
-class Database {
+// The statement of a hit, as the store prepares it, on the same database: what a hit would cost at
+// least if nothing were kept in memory, and without a look at the file.
+class StoreSelect {
  public:
-  Database() {
-    const std::string path = (Shared<StoreMachine>().Folder() / "facts.db").string();
-    if (sqlite3_open(path.c_str(), &database) != SQLITE_OK) throw std::runtime_error("no database");
-    Run("PRAGMA journal_mode=WAL; PRAGMA synchronous=OFF;"
-        "CREATE TABLE facts (key INTEGER PRIMARY KEY, record BLOB NOT NULL); BEGIN");
-    sqlite3_stmt* const insert = Prepare("INSERT INTO facts VALUES (?, ?)");
-    const Record record = MakeRecord();
-    for (std::int64_t key = 0; key < kSmallStore; ++key) {
-      sqlite3_bind_int64(insert, 1, key);
-      sqlite3_bind_blob(insert, 2, &record, sizeof record, SQLITE_STATIC);
-      sqlite3_step(insert);
-      sqlite3_reset(insert);
+  StoreSelect() {
+    for (std::int64_t i = 0; i < kSmallStore; ++i) {
+      keys.push_back(feed::StoreKey(Shared<StoreMachine>().Path(static_cast<std::size_t>(i))));
     }
-    sqlite3_finalize(insert);
-    Run("COMMIT; PRAGMA wal_checkpoint(TRUNCATE)");
-    select = Prepare("SELECT record FROM facts WHERE key = ?");
   }
-  ~Database() {
-    sqlite3_finalize(select);
-    sqlite3_close(database);
-  }
-  Database(const Database&) = delete;
-  Database& operator=(const Database&) = delete;
 
   // Returns a copy of the record, as a query does.
-  std::unique_ptr<unsigned char[]> Find(std::size_t key) {
-    sqlite3_bind_int64(select, 1, static_cast<std::int64_t>(key));
-    if (sqlite3_step(select) != SQLITE_ROW) throw std::runtime_error("no row");
-    const auto size = static_cast<std::size_t>(sqlite3_column_bytes(select, 0));
-    std::unique_ptr<unsigned char[]> copy(new unsigned char[size]);
-    std::copy_n(static_cast<const unsigned char*>(sqlite3_column_blob(select, 0)), size,
-                copy.get());
-    sqlite3_reset(select);
+  std::unique_ptr<unsigned char[]> Find(std::size_t index) {
+    const feed::ResetAtEnd end(select);
+    if (!select.Bind(0, static_cast<std::int64_t>(keys[index])).Step()) {
+      throw std::runtime_error("no row");
+    }
+    const auto record = select.Bytes(3);
+    std::unique_ptr<unsigned char[]> copy(new unsigned char[record.size()]);
+    std::ranges::copy(record, copy.get());
     return copy;
   }
 
  private:
-  void Run(const char* text) {
-    if (sqlite3_exec(database, text, nullptr, nullptr, nullptr) != SQLITE_OK) {
-      throw std::runtime_error(sqlite3_errmsg(database));
-    }
-  }
-  sqlite3_stmt* Prepare(const char* text) {
-    sqlite3_stmt* statement = nullptr;
-    sqlite3_prepare_v2(database, text, -1, &statement, nullptr);
-    return statement;
-  }
-
-  sqlite3* database = nullptr;
-  sqlite3_stmt* select = nullptr;
+  const feed::Engine engine;
+  feed::Connection connection{feed::MakeStoreFolder() + LARDER_WIDE("\\facts.db"),
+                              feed::Connection::Access::kRead};
+  feed::Statement select{connection, "SELECT path, info, checksum, record FROM fact WHERE key = ?"};
+  std::vector<std::uint64_t> keys;
 };
 
 void SelectRows(benchmark::State& state, std::size_t rows) {
-  auto& database = Shared<Database>();
+  Shared<StoreMachine>().UseStore(kSmallStore);
+  StoreSelect store;
   std::minstd_rand random;
-  for (auto _ : state) benchmark::DoNotOptimize(database.Find(random() % rows));
+  for (auto _ : state) benchmark::DoNotOptimize(store.Find(random() % rows));
 }
 
 void Select(benchmark::State& state) { SelectRows(state, kSmallStore); }
