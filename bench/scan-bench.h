@@ -5,7 +5,7 @@
 
 namespace larder {
 
-inline constexpr char kTree[] = "/usr/include";
+inline constexpr char kTree[] = "/usr/bin";
 
 struct ScanMachine : Machine {
   ScanMachine() { Register({"feed-file.dll"}); }
