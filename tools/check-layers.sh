@@ -19,7 +19,7 @@ check_sources() {
     echo "no sources below $PWD" >&2
     exit 2
   fi
-  find "${folders[@]}" -type f \( -name '*.h' -o -name '*.c' -o -name '*.cpp' \) -print0 | sort -z |
+  find "${folders[@]}" -type f \( -name '*.h' -o -name '*.hpp' -o -name '*.c' -o -name '*.cpp' \) -print0 | sort -z |
     xargs -0 awk "$rules"
 }
 
@@ -140,8 +140,9 @@ FNR == 1 {
 /^[[:space:]]*#[[:space:]]*(if|ifdef|ifndef|elif|elifdef|elifndef)[^a-z]/ { in_condition = 1 }
 in_condition {
   text = " " $0 " "
-  # The public headers need to know one thing: how a system spells its exports and its wide units.
-  if (top == "include") gsub(/[^A-Za-z0-9_]_WIN32[^A-Za-z0-9_]/, " ", text)
+  # The public headers need to know how a system spells its exports, its wide units and its file
+  # times. The samples are for readers outside.
+  if (top == "include" || top == "samples") gsub(/[^A-Za-z0-9_]_WIN32[^A-Za-z0-9_]/, " ", text)
   if (!system_folder() && FILENAME !~ /^src\/platform\// && text ~ ("[^A-Za-z0-9_]" systems "[^A-Za-z0-9_]"))
     report("#if on the system outside the folders of a system")
   if ($0 !~ /\\$/) in_condition = 0
