@@ -169,7 +169,7 @@ inline bool AppendUtf16(std::string_view text, Units& units) {
 inline void AppendPath(std::string_view path, const std::filesystem::path& full, Units& units) {
   constexpr std::size_t kMaxBytes = 4095;  // the system's limit
   if (path.size() > kMaxBytes) RefusePath(full, std::errc::filename_too_long, "too long");
-  if (path.find('\\') != path.npos) {
+  if (path.find('\\') != std::string_view::npos) {
     RefusePath(full, std::errc::invalid_argument, "a name has a backslash");
   }
   const std::size_t start = units.size();
@@ -311,7 +311,8 @@ class FileObject {
   // it isn't UTF-8 or has a backslash in a name.
   explicit FileObject(const std::filesystem::path& path, std::uint64_t lastModified = 0) {
     if (path.empty()) detail::RefusePath(path, std::errc::invalid_argument, "it is empty");
-    if (path.native().find(std::filesystem::path::value_type{}) != path.native().npos) {
+    if (path.native().find(std::filesystem::path::value_type{}) !=
+        std::filesystem::path::string_type::npos) {
       detail::RefusePath(path, std::errc::invalid_argument, "it has a NUL");
     }
     if (detail::IsFull(path)) {
