@@ -34,7 +34,7 @@ import sys
 import sysconfig
 import weakref
 from collections.abc import Callable, Iterator
-from dataclasses import dataclass
+from dataclasses import dataclass, replace
 from pathlib import Path
 from typing import Optional, Union
 
@@ -159,7 +159,8 @@ class Record:
             raise RecordError(f"the block's type is {provider_type}")
         chains = tuple(_chains(memoryview(block)[:size]))
         is_placeholder = chains == (Chain((Certificate(b""),)),)
-        return cls(*facts, chains=() if is_placeholder else chains)
+        record = cls(*facts)
+        return record if is_placeholder else replace(record, chains=chains)
 
     def pack(self) -> bytes:
         """The record as a data block. RecordError if a digest hasn't its length."""
@@ -306,18 +307,15 @@ def _open() -> ctypes.CDLL:
 @functools.lru_cache(maxsize=None)
 def _library() -> ctypes.CDLL:
     library = _open()
-    pointer, i32, u32 = ctypes.c_void_p, ctypes.c_int32, ctypes.c_uint32
-    for name, result, *arguments in (
-            ("LarderInit", i32, _Notify, ctypes.POINTER(pointer)),
-            ("LarderRelease", i32),
-            ("LarderQuery", i32, pointer, ctypes.c_char_p, i32, u32, ctypes.POINTER(pointer),
-             ctypes.c_uint8),
-            ("LarderFreeQuery", i32, pointer, pointer),
-            ("LarderWrite", i32, pointer, ctypes.c_char_p, i32, ctypes.c_char_p),
-            ("LarderErrorToString", u32, i32, u32, pointer)):
-        function = getattr(library, name)
-        function.restype = result
-        function.argtypes = arguments
+    pointer, text = ctypes.c_void_p, ctypes.c_char_p
+    out, i32, u32 = ctypes.POINTER(pointer), ctypes.c_int32, ctypes.c_uint32
+    library.LarderInit.argtypes = [_Notify, out]
+    library.LarderRelease.argtypes = []
+    library.LarderQuery.argtypes = [pointer, text, i32, u32, out, ctypes.c_uint8]
+    library.LarderFreeQuery.argtypes = [pointer, pointer]
+    library.LarderWrite.argtypes = [pointer, text, i32, text]
+    library.LarderErrorToString.argtypes = [i32, u32, pointer]
+    library.LarderErrorToString.restype = u32  # the others return int
     return library
 
 
