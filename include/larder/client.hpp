@@ -1,5 +1,4 @@
-// Larder: the client interface as C++20 classes. Header-only; needs nothing but larder/larder.h and
-// the standard library, and works with every compiler.
+// Larder: the client interface as classes. Header-only, standard C++20 over larder/larder.h.
 //
 //   larder::Session session;
 //   if (const auto file = session.QueryFile("/usr/bin/env")) {
@@ -202,6 +201,18 @@ inline bool IsFull(const std::filesystem::path& path) {
   return path.is_absolute() || (text.size() > 1 && isSeparator(text[0]) && isSeparator(text[1]));
 }
 
+#ifdef _WIN32
+// The path as the system's functions take it, with the prefix that long paths need.
+inline std::wstring PathOfAnyLength(const std::filesystem::path& path) {
+  constexpr std::size_t kMaxPlain = 248;
+  auto full = IsFull(path) ? path : std::filesystem::absolute(path);
+  const std::wstring& name = full.make_preferred().native();
+  if (name.size() < kMaxPlain || name.starts_with(L"\\\\?\\")) return name;
+  if (name.starts_with(L"\\\\")) return L"\\\\?\\UNC" + name.substr(1);
+  return L"\\\\?\\" + full.lexically_normal().native();  // behind it, ".." would be a name
+}
+#endif
+
 // The library requires a callback.
 inline void IgnoreNotification(std::int32_t) {}
 
@@ -267,18 +278,12 @@ inline std::vector<std::byte> MakeFileRecord(FileDataRecord facts, std::vector<C
 inline std::uint64_t LastModified(const std::filesystem::path& path) {
 #ifdef _WIN32
   // std::filesystem::last_write_time has whole seconds with some runtimes.
-  constexpr std::size_t kMaxPlain = 248;
-  auto full = detail::IsFull(path) ? path : std::filesystem::absolute(path);
-  std::wstring name = full.make_preferred().native();
-  if (name.size() >= kMaxPlain && !name.starts_with(L"\\\\?\\")) {
-    name = name.starts_with(L"\\\\") ? L"\\\\?\\UNC" + name.substr(1) : L"\\\\?\\" + name;
-  }
   constexpr unsigned long kReadAttributes = 0x80;
   constexpr unsigned long kShareAll = 7;
   constexpr unsigned long kOpenExisting = 3;
   constexpr unsigned long kBackupSemantics = 0x02000000;  // opens folders, too
-  void* const file = CreateFileW(name.c_str(), kReadAttributes, kShareAll, nullptr, kOpenExisting,
-                                 kBackupSemantics, nullptr);
+  void* const file = CreateFileW(detail::PathOfAnyLength(path).c_str(), kReadAttributes, kShareAll,
+                                 nullptr, kOpenExisting, kBackupSemantics, nullptr);
   const bool isOpen = reinterpret_cast<std::intptr_t>(file) != -1;
   std::uint32_t time[2] = {};
   const bool isRead =

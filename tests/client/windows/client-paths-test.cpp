@@ -57,6 +57,9 @@ TEST(ClientPaths, OfAnyLengthHaveAModificationTime) {
   CloseHandle(handle);
   EXPECT_EQ(LastModified(file), 0x01D0123489ABCDEF);
   EXPECT_EQ(LastModified(file.substr(4)), 0x01D0123489ABCDEF);
+  EXPECT_EQ(
+      LastModified(folder.substr(4) + L"/../" + folder.substr(folder.size() - 100) + L"/./file"),
+      0x01D0123489ABCDEF);
 }
 
 }  // namespace
