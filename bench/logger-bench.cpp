@@ -79,10 +79,10 @@ void QueuedLine(benchmark::State& state) {
     std::ofstream(file) << std::string(kMaxLogSize, 'x');
     Barrier barrier;
     const DiskLog log(file);
-    log.Line();  // the thread finds the file full, opens a new one, and logs that
+    DiskLog::Line();  // the thread finds the file full, opens a new one, and logs that
     barrier.WaitUntilReached();
     const std::size_t before = AllocatedBytes();
-    for (int i = 0; i < kQueued; ++i) log.Line();
+    for (int i = 0; i < kQueued; ++i) DiskLog::Line();
     const double taken = static_cast<double>(AllocatedBytes() - before) / kQueued;
     state.counters[kFigure] = taken - static_cast<double>(barrier.TextSize());
     barrier.Open();

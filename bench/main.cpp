@@ -42,6 +42,7 @@ Options ParseOptions(int count, char** arguments) {
 
 bool InitializeBenchmark(std::vector<std::string>& flags) {
   std::vector<char*> pointers;
+  pointers.reserve(flags.size());
   for (std::string& flag : flags) pointers.push_back(flag.data());
   int count = static_cast<int>(pointers.size());
   benchmark::Initialize(&count, pointers.data());
@@ -95,6 +96,7 @@ int Run(Options options) {
   Medians medians;
   RunGroups(rows, medians);
   std::vector<Result> results;
+  results.reserve(rows.size());
   for (const Row* row : rows) results.push_back(ResultOf(*row, medians));
   std::cout << '\n' << MakeTable(results);
   if (medians.HasFailed()) return 1;

@@ -135,6 +135,7 @@ class StoreMachine : public Machine {
   static void Write(feed::FactDatabase& store,
                     std::vector<std::unique_ptr<feed::StoreEntry>>& batch) {
     std::vector<const feed::StoreEntry*> pointers;
+    pointers.reserve(batch.size());
     for (const auto& entry : batch) pointers.push_back(entry.get());
     std::ranges::sort(pointers, {}, &feed::StoreEntry::key);  // reads and writes each page once
     store.Write({pointers, {}});
