@@ -1,3 +1,5 @@
+#include <algorithm>
+#include <iterator>
 #include <memory>
 #include <optional>
 #include <string>
@@ -7,6 +9,7 @@
 #include "platform/registry.h"
 #include "platform/scoped-handle.h"
 #include "platform/wide.h"
+#include "product/product.h"
 #include "tools/larder/cli/commands.h"
 #include "tools/larder/cli/output.h"
 #include "tools/larder/cli/text.h"
@@ -113,6 +116,34 @@ ValueName CheckedTarget(const Arguments& arguments) {
   return {CheckedSubkey(arguments.subkey), WideArgument("NAME", arguments.name.value_or(""))};
 }
 
+// The names are ASCII.
+bool IsSameName(WideView one, WideView other) {
+  const auto upper = [](LarderWideChar c) {
+    const bool isLower = c >= LARDER_WIDE('a') && c <= LARDER_WIDE('z');
+    return isLower ? static_cast<LarderWideChar>(c - LARDER_WIDE('a') + LARDER_WIDE('A')) : c;
+  };
+  return std::equal(one.begin(), one.end(), other.begin(), other.end(),
+                    [&](LarderWideChar a, LarderWideChar b) { return upper(a) == upper(b); });
+}
+
+// A shell removes backslashes that aren't between quotes. What is left names no key of the library
+// and no folder.
+void RefuseLostBackslashes(const ValueName& target, const Arguments& arguments) {
+  const WideView first = WideView(target.subkey).substr(0, target.subkey.find(LARDER_WIDE('\\')));
+  const auto isFirst = [&](WideView key) { return IsSameName(first, key); };
+  const WideView keys[] = {WideView(), kInstallKey, kProvidersKey, kLoggingKey};
+  if (std::none_of(std::begin(keys), std::end(keys), isFirst)) {
+    throw UsageError("SUBKEY", "the library has no key " + arguments.subkey +
+                                   ", but Install, Logging and DataProviders\\NAME; in a shell, "
+                                   "put a subkey in single quotes");
+  }
+  const bool isLocation = isFirst(kInstallKey) && IsSameName(target.name, kLocationValue);
+  if (isLocation && !arguments.data.empty() && arguments.data.find('\\') == std::string::npos) {
+    throw UsageError("DATA", "not a folder with backslashes, also at its end: " + arguments.data +
+                                 "; in a shell, put it in single quotes");
+  }
+}
+
 RegistryValue CheckedValue(const Arguments& arguments) {
   if (arguments.type == "REG_DWORD") {
     const std::optional<RegistryValue> value = DwordValue(arguments.data);
@@ -168,7 +199,9 @@ void AddSet(const Command& registry) {
   set.AddChoice("--type", arguments->type, {"REG_SZ", "REG_EXPAND_SZ", "REG_DWORD"},
                 "Type of the value (default REG_SZ)");
   set.OnChosen([arguments] {
-    return [target = CheckedTarget(*arguments), value = CheckedValue(*arguments)](Output&) {
+    const ValueName target = CheckedTarget(*arguments);
+    RefuseLostBackslashes(target, *arguments);
+    return [target, value = CheckedValue(*arguments)](Output&) {
       return Finish("set " + ValueLabel(target), SetValue(target, value));
     };
   });
