@@ -52,8 +52,8 @@ BEGIN {
   tool["scan"] = "scan query cli"
   tool["status"] = "status log query registry cli"
   tool["setup"] = "setup status registry cli"
-  tool["linux"] = "linux status scan cli"
-  tool["windows"] = "windows status scan cli"
+  tool["linux"] = "linux status scan query cli"
+  tool["windows"] = "windows status scan query cli"
 
   split("assert complex ctype errno fenv float inttypes iso646 limits locale math setjmp signal " \
         "stdalign stdarg stdatomic stdbool stddef stdint stdio stdlib stdnoreturn string tgmath " \

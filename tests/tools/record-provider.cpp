@@ -41,6 +41,13 @@ std::vector<std::vector<RecordBytes>> ChainsOf(const std::string& name) {
           {{}}};
 }
 
+// Says that the record goes on where no memory is.
+void LinkFar(RecordBytes& block) {
+  const std::uint32_t chain = 0x80000000 - sizeof(FileDataRecord) - sizeof(CertChainRecord);
+  std::fill_n(block.begin(), sizeof(FileDataRecord::dataSize), 0xFF);
+  std::memcpy(&block[sizeof(FileDataRecord)], &chain, sizeof chain);
+}
+
 RecordBytes RecordOf(const std::string& name, std::uint32_t option) {
   FileDataRecord facts{};
   facts.providerType = name == "foreign" ? kType + 1 : kType;
@@ -49,6 +56,7 @@ RecordBytes RecordOf(const std::string& name, std::uint32_t option) {
   if (name == "certified") std::memset(facts.peMD5, 0x77, sizeof facts.peMD5);
   RecordBytes block = larder::FileRecordBytes(facts, ChainsOf(name));
   if (name == "long") std::fill_n(block.begin(), sizeof facts.dataSize, 0xFF);
+  if (name == "far") LinkFar(block);
   if (name == "tiny") block[0] = 7, block[1] = 0;
   if (name == "cut") block.back() = 1;  // of the certificate's size
   return block;

@@ -6,66 +6,55 @@
 #include <vector>
 
 #include "platform/message.h"
+#include "platform/scoped-handle.h"
 #include "records/record-cursor.h"
 #include "tools/larder/cli/client.h"
 #include "tools/larder/cli/path.h"
+#include "tools/larder/query/readable-memory.h"
 
 namespace larder::tool {
 namespace {
 
-// A FileObjectDescriptor with space for the whole path.
-class Descriptor {
- public:
-  Descriptor(const WideString& path, std::uint64_t lastModified) : words(WordCount(path)) {
-    words[0] = static_cast<std::uint32_t>(lastModified);
-    words[1] = static_cast<std::uint32_t>(lastModified >> 32);
-    auto* start = reinterpret_cast<unsigned char*>(words.data());
-    std::memcpy(start + offsetof(FileObjectDescriptor, filePath), path.c_str(),
-                (path.size() + 1) * sizeof(LarderWideChar));
+// What is wrong with a file record of which `size` bytes can be read. A record may end before its
+// dataSize if nothing in it leads there.
+std::string RecordFaultOf(const void* block, const DataBlockHeader& header, std::size_t size) {
+  if (size >= header.dataSize) return ValidateFileDataRecord(block, size);
+  RecordCursor cursor(block, size);
+  while (cursor.NextChain()) {
   }
+  return cursor.Fault();
+}
 
-  [[nodiscard]] const void* Data() const { return words.data(); }
-
- private:
-  static std::size_t WordCount(const WideString& path) {
-    const std::size_t bytes =
-        offsetof(FileObjectDescriptor, filePath) + (path.size() + 1) * sizeof(LarderWideChar);
-    return (bytes + sizeof(std::uint32_t) - 1) / sizeof(std::uint32_t);
-  }
-
-  std::vector<std::uint32_t> words;
-};
-
-// What is wrong with a block; empty if it is valid. Nothing beyond its dataSize is read.
-std::string FaultOf(const void* block, const DataBlockHeader& header,
+// What is wrong with a block; empty if it is valid. size: the bytes that can be read of it.
+std::string FaultOf(const void* block, const DataBlockHeader& header, std::size_t size,
                     const FileQuestion& question) {
   if (header.dataSize < sizeof header) {
     return std::to_string(header.dataSize) + " bytes are too few for a header";
   }
-  if (header.providerType == LARDER_FEED_FILE_TYPE)
-    return ValidateFileDataRecord(block, header.dataSize);
+  if (header.providerType == LARDER_FEED_FILE_TYPE) return RecordFaultOf(block, header, size);
   return question.onlyFileRecords ? "its type is " + std::to_string(header.providerType) : "";
 }
 
-// Copies no more than is printed, because the block may be shorter than its dataSize.
+// Copies no more than is printed, because the block may be shorter than its dataSize, and reads
+// nothing that isn't memory.
 void TakeBlock(const void* block, const FileQuestion& question, FileAnswer& answer) {
   const auto header = ReadUnaligned<DataBlockHeader>(block);
-  const std::string fault = FaultOf(block, header, question);
+  const std::size_t readable = ReadableBytes(block, header.dataSize);
+  const std::string fault = FaultOf(block, header, readable, question);
   if (!fault.empty()) {
     answer.error = "malformed record: " + fault;
     return;
   }
   const bool isFileRecord = header.providerType == LARDER_FEED_FILE_TYPE;
-  const std::size_t size =
-      isFileRecord ? UsedSize(block) : std::min<std::size_t>(header.dataSize, kMaxUnknownBytes);
+  const std::size_t size = isFileRecord ? UsedSize(block) : std::min(readable, kMaxUnknownBytes);
   const auto* bytes = static_cast<const unsigned char*>(block);
   answer.block.assign(bytes, bytes + size);
 }
 
-void AskLibrary(LarderHandle handle, const FileQuestion& question, const Descriptor& descriptor,
-                FileAnswer& answer) {
+void AskLibrary(LarderHandle handle, const FileQuestion& question,
+                const std::vector<unsigned char>& descriptor, FileAnswer& answer) {
   DataBlockHeader* data = nullptr;
-  answer.result = LarderQuery(handle, descriptor.Data(), question.type, question.option, &data,
+  answer.result = LarderQuery(handle, descriptor.data(), question.type, question.option, &data,
                               LARDER_QUERY_VERSION);
   if (answer.result == LARDER_OK && data == nullptr) answer.result = LARDER_E_NO_DATA;
   if (answer.result != LARDER_OK) {
@@ -79,7 +68,33 @@ void AskLibrary(LarderHandle handle, const FileQuestion& question, const Descrip
   answer.error = "cannot free the record: " + ResultReason(result);
 }
 
+// Why this process can't read the path as a file; empty if it can. The library's result doesn't
+// say.
+std::string FileFaultOf(const WideString& path) {
+  platform::OwnedHandle file;
+  platform::FileKind kind{};
+  const platform::Code code = platform::OpenFileToRead(path, file.Out(), kind);
+  if (code != platform::kSuccess) return platform::SystemReason(code);
+  if (kind == platform::FileKind::kRegular) return {};
+  return kind == platform::FileKind::kDirectory ? "it is a folder" : "it isn't a regular file";
+}
+
+void AddFileFault(const WideString& path, FileAnswer& answer) {
+  const std::string fault = FileFaultOf(path);
+  if (!fault.empty()) answer.error += ": " + fault;
+}
+
 }  // namespace
+
+std::vector<unsigned char> FileDescriptor(const WideString& path, std::uint64_t lastModified) {
+  const std::size_t pathBytes = (path.size() + 1) * sizeof(LarderWideChar);
+  std::vector<unsigned char> bytes(offsetof(FileObjectDescriptor, filePath) + pathBytes);
+  const std::uint32_t halves[] = {static_cast<std::uint32_t>(lastModified),
+                                  static_cast<std::uint32_t>(lastModified >> 32)};
+  std::memcpy(bytes.data(), halves, sizeof halves);
+  std::memcpy(bytes.data() + offsetof(FileObjectDescriptor, filePath), path.c_str(), pathBytes);
+  return bytes;
+}
 
 platform::FileInfo FileInfoOf(const WideString& path) {
   platform::FileInfo info;
@@ -105,7 +120,11 @@ FileAnswer QueryPath(LarderHandle handle, const FileQuestion& question, const Wi
   const platform::FileInfo info = FileInfoOf(path);
   answer.lastModified = info.lastModified;
   answer.size = info.size;
-  AskLibrary(handle, question, Descriptor(path, info.lastModified), answer);
+  AskLibrary(handle, question, FileDescriptor(path, info.lastModified), answer);
+  const bool isFile = question.type == LARDER_FEED_FILE_TYPE;
+  if (isFile && answer.block.empty() && answer.result == LARDER_E_GENERIC) {
+    AddFileFault(path, answer);
+  }
   return answer;
 }
 

@@ -46,6 +46,9 @@ struct FileAnswer {
   }
 };
 
+// The bytes of a FileObjectDescriptor with the whole path.
+std::vector<unsigned char> FileDescriptor(const WideString& path, std::uint64_t lastModified);
+
 // The file's size and time of last change, zeros if they can't be read. No error: the provider
 // reports what is wrong with a file.
 platform::FileInfo FileInfoOf(const WideString& path);
