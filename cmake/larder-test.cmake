@@ -41,3 +41,14 @@ function(larder_test name)
   endforeach()
   larder_discover_tests(${name} PROPERTIES ${T_PROPERTIES})
 endfunction()
+
+# larder_provider_check_exports(NAME [list]): a test that reads the built module.
+function(larder_provider_check_exports name)
+  set(list ${PROJECT_SOURCE_DIR}/cmake/larder-provider-exports.txt)
+  if(ARGC GREATER 1)
+    set(list ${ARGV1})
+  endif()
+  add_test(NAME exports-of-${name} COMMAND ${CMAKE_COMMAND}
+    -DLIBRARY=$<TARGET_FILE:${name}> -DLIST=${list} -DPE=$<BOOL:${WIN32}>
+    -DOBJDUMP=${CMAKE_OBJDUMP} -DNM=${CMAKE_NM} -P ${PROJECT_SOURCE_DIR}/tests/check-exports.cmake)
+endfunction()

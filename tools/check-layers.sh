@@ -43,17 +43,19 @@ BEGIN {
   outside["soak"] = "product platform"
   outside["samples"] = ""
   outside["include"] = ""
-  # Within the tool: setup -> status; find, log, scan and status -> query, registry -> cli.
+  # Within the tool: check and setup -> status; check -> query; find, log, scan and status -> query, registry -> cli.
+  tool["check"] = "check status query cli"
   tool["cli"] = "cli"
   tool["registry"] = "registry cli"
   tool["query"] = "query cli"
   tool["find"] = "find query cli"
+  tool["new"] = "new cli"
   tool["log"] = "log registry cli"
   tool["scan"] = "scan query cli"
   tool["status"] = "status log query registry cli"
   tool["setup"] = "setup status registry cli"
-  tool["linux"] = "linux status scan query cli"
-  tool["windows"] = "windows status scan query cli"
+  tool["linux"] = "linux check status scan query cli"
+  tool["windows"] = "windows check status scan query cli"
 
   split("assert complex ctype errno fenv float inttypes iso646 limits locale math setjmp signal " \
         "stdalign stdarg stdatomic stdbool stddef stdint stdio stdlib stdnoreturn string tgmath " \

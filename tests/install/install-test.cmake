@@ -13,17 +13,19 @@ function(must_run)
   endif()
 endfunction()
 
-function(build_consumer)
+# build(source folder [-D...])
+function(build source folder)
   set(settings -DCMAKE_BUILD_TYPE=${BUILD_TYPE} -DCMAKE_CXX_COMPILER=${CXX} -DCMAKE_C_COMPILER=${CC}
-    -DCMAKE_PREFIX_PATH=${prefix} -DSAMPLE=${SAMPLE} -DPROVIDER=${PROVIDER})
+    -DCMAKE_PREFIX_PATH=${prefix} ${ARGN})
   if(TOOLCHAIN)  # it looks for packages below its own root alone
     list(APPEND settings -DCMAKE_TOOLCHAIN_FILE=${TOOLCHAIN} -Dlarder_DIR=${prefix}/${LIBDIR}/cmake/larder)
   endif()
   if(SANITIZE)  # the program itself must contain the runtime
-    list(APPEND settings -DCMAKE_C_FLAGS=-fsanitize=${SANITIZE} -DCMAKE_CXX_FLAGS=-fsanitize=${SANITIZE})
+    list(APPEND settings -DCMAKE_C_FLAGS=-fsanitize=${SANITIZE} -DCMAKE_CXX_FLAGS=-fsanitize=${SANITIZE}
+      -DLARDER_SANITIZE=${SANITIZE})
   endif()
-  must_run(${CMAKE_COMMAND} -G ${GENERATOR} -S ${CONSUMER} -B ${consumer} ${settings})
-  must_run(${CMAKE_COMMAND} --build ${consumer})
+  must_run(${CMAKE_COMMAND} -G ${GENERATOR} -S ${source} -B ${folder} ${settings})
+  must_run(${CMAKE_COMMAND} --build ${folder})
 endfunction()
 
 # expect(expression COMMAND...): succeeds, and prints what matches the expression. No pipe is used,
@@ -65,7 +67,7 @@ file(GLOB headers RELATIVE ${prefix}/include/larder ${prefix}/include/larder/*)
 if(NOT headers STREQUAL "client.hpp;feed-file.h;feed-stats.h;larder.h;provider.h;records.h")
   message(FATAL_ERROR "the installed headers are ${headers}")
 endif()
-build_consumer()
+build(${CONSUMER} ${consumer} -DSAMPLE=${SAMPLE} -DPROVIDER=${PROVIDER})
 
 # Only the installed files run: programs find the library and the C++ runtime there.
 set(ENV{WINEPATH} Z:${prefix}/${BINDIR})
@@ -106,3 +108,20 @@ if(PYTHON AND NOT SANITIZE)  # it contains no runtime of a sanitizer
   expect("${digest}\n" ${PYTHON} ${SAMPLE}.py ${file})
 endif()
 clear_registry()
+
+# What "larder new provider" makes can be built, tested and registered at once.
+set(feed ${FOLDER}/my-feed)
+execute_process(COMMAND ${EMULATOR} ${TOOL} new provider my-feed --type 5
+  WORKING_DIRECTORY ${FOLDER} OUTPUT_FILE ${FOLDER}/out COMMAND_ERROR_IS_FATAL ANY)
+build(${feed} ${feed}/build)
+execute_process(COMMAND ${CMAKE_COMMAND} --build ${feed}/build --target test
+  OUTPUT_FILE ${FOLDER}/out RESULT_VARIABLE status)
+file(READ ${FOLDER}/out out)
+if(NOT status EQUAL 0 OR NOT out MATCHES "my-feed-keeps-the-rules .*Passed")
+  message(FATAL_ERROR "the tests of the new provider:\n${out}")
+endif()
+if(NOT EXE)  # a Windows machine has no root but its own
+  must_run(${CMAKE_COMMAND} --build ${feed}/build --target register)
+  set(ENV{LARDER_ROOT} ${feed}/build/machine)
+  expect("file .*\ntype +5\nsize +12\n.*" ${TOOL} query --type 5 ${file})
+endif()

@@ -4,12 +4,14 @@
 
 #include <algorithm>
 #include <atomic>
+#include <fstream>
 #include <future>
 #include <stdexcept>
 #include <thread>
 
 #include "testing/certificate-file.h"
 #include "testing/file-record-bytes.h"
+#include "tools/larder/check/rules.h"
 #include "tools/larder/cli/path.h"
 #include "tools/larder/cli/text.h"
 #include "tools/larder/find/record-match.h"
@@ -208,6 +210,21 @@ TEST(RecordMatchTest, ASubjectIsFoundInAnyChainWhateverTheCaseOfItsLetters) {
     EXPECT_EQ(SignerMatch(text)(std::span(record).first(sizeof(FileDataRecord) + 9)), "") << text;
   }
   EXPECT_EQ(SignerMatch("Example Root")(record), "");
+}
+
+TEST(RulesTest, TheGuideHasTheSameOnesInTheSameOrder) {
+  std::ifstream guide(LARDER_PROVIDER_GUIDE);
+  std::vector<std::string> rows;
+  for (std::string line; std::getline(guide, line);) {
+    if (line.starts_with("| ") && std::isdigit(static_cast<unsigned char>(line[2])) != 0)
+      rows.push_back(line);
+  }
+  std::vector<testing::Matcher<std::string>> rules;
+  for (const RuleEntry& rule : AllRules()) {
+    rules.emplace_back(testing::StartsWith("| " + std::to_string(static_cast<int>(rule.rule)) +
+                                           " | " + rule.text + " | "));
+  }
+  EXPECT_THAT(rows, testing::ElementsAreArray(rules));
 }
 
 }  // namespace

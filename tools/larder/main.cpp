@@ -18,7 +18,7 @@ int RunCommand(const std::vector<std::string>& arguments, Output& output) {
                    "larder " LARDER_TOOL_VERSION);
   for (const auto add : {&AddSetupCommand, &AddStatusCommand, &AddQueryCommand, &AddScanCommand,
                          &AddFindCommand, &AddLogCommand, &AddNotifyCommand, &AddRegistryCommand,
-                         &AddRemoveCommand, &AddProbeCommand})
+                         &AddRemoveCommand, &AddCheckCommand, &AddNewCommand, &AddProbeCommand})
     add(line.Top());
   if (arguments.empty()) {
     (void)WriteText(Stream::kErrors, line.Help());

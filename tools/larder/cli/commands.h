@@ -33,6 +33,12 @@ void AddRegistryCommand(const Command& top);
 // larder remove: deletes what an installation left on the machine.
 void AddRemoveCommand(const Command& top);
 
+// larder check: whether a provider module keeps the rules.
+void AddCheckCommand(const Command& top);
+
+// larder new provider: a folder with the beginning of a provider.
+void AddNewCommand(const Command& top);
+
 // larder probe-provider: loads one provider module. Not listed: "status" runs it in a child
 // process. Its source is status/provider-probe.cpp.
 void AddProbeCommand(const Command& top);

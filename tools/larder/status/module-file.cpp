@@ -9,6 +9,7 @@
 
 #include "platform/file.h"
 #include "platform/folder.h"
+#include "platform/message.h"
 #include "platform/module.h"
 #include "support/scoped-handles.h"
 
@@ -93,6 +94,12 @@ std::string Describe(Bytes head, const Form& own) {
   return form.machine != own.machine ? "it is a module for another kind of processor" : "";
 }
 
+std::string Quoted(const std::vector<std::string>& names) {
+  std::string text;
+  for (const std::string& name : names) text += (text.empty() ? "\"" : ", \"") + name + "\"";
+  return text;
+}
+
 }  // namespace
 
 bool IsThere(const WideString& path) {
@@ -109,6 +116,20 @@ std::string DescribeForeignModule(const WideString& path) {
   const Form own = FormOf({buffer.data(), size});
   if (!ReadHead(path, buffer, size)) return {};
   return Describe({buffer.data(), size}, own);
+}
+
+// The system's code is the same for a missing module and for one whose dependency is missing.
+std::string DescribeLoadFault(const WideString& path, platform::Code code,
+                              std::vector<std::string>& missing) {
+  const std::string reason = platform::SystemReason(code);
+  if (!IsThere(path)) return "the file isn't there: " + reason;
+  const std::string form = DescribeForeignModule(path);
+  if (!form.empty()) return "it can't be loaded: " + form + ": " + reason;
+  if (FindMissingDependencies(path, missing) != platform::kSuccess || missing.empty()) {
+    return "the file is there but can't be loaded: " + reason;
+  }
+  return "the file is there, but what it needs isn't: " + Quoted(missing) +
+         (missing.size() == 1 ? " isn't found" : " aren't found");
 }
 
 }  // namespace larder::tool

@@ -23,4 +23,9 @@ std::string DescribeForeignModule(const WideString& path);
 [[nodiscard]] platform::Code FindMissingDependencies(const WideString& path,
                                                      std::vector<std::string>& names);
 
+// Why OpenModule failed with a code for the module. Adds the names of missing dependencies; the
+// process must have one thread.
+std::string DescribeLoadFault(const WideString& path, platform::Code code,
+                              std::vector<std::string>& missing);
+
 }  // namespace larder::tool

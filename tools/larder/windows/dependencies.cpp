@@ -7,6 +7,7 @@
 
 #include "platform/wide.h"
 #include "platform/windows/native.h"
+#include "tools/larder/windows/image-imports.h"
 
 namespace larder::tool {
 namespace {
@@ -15,22 +16,6 @@ struct FreeModule {
   void operator()(HMODULE module) const noexcept { FreeLibrary(module); }
 };
 using OwnedModule = std::unique_ptr<HINSTANCE__, FreeModule>;
-
-// The names in an image's import table (PE format). module: mapped by the system, which has checked
-// the headers.
-std::vector<std::string> ImportsOf(HMODULE module) {
-  const auto* base = reinterpret_cast<const unsigned char*>(module);
-  const auto* dos = reinterpret_cast<const IMAGE_DOS_HEADER*>(base);
-  const auto* headers = reinterpret_cast<const IMAGE_NT_HEADERS*>(base + dos->e_lfanew);
-  const IMAGE_DATA_DIRECTORY& table =
-      headers->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT];
-  std::vector<std::string> names;
-  if (table.Size == 0) return names;
-  const auto* entry = reinterpret_cast<const IMAGE_IMPORT_DESCRIPTOR*>(base + table.VirtualAddress);
-  for (; entry->Name != 0; ++entry)
-    names.emplace_back(reinterpret_cast<const char*>(base + entry->Name));
-  return names;
-}
 
 class DependencySearch {
  public:
@@ -41,7 +26,7 @@ class DependencySearch {
     // Maps the file without loading its dependencies or calling its entry point.
     const OwnedModule mapped(LoadLibraryExW(module.c_str(), nullptr, DONT_RESOLVE_DLL_REFERENCES));
     if (!mapped) return platform::LastError();
-    for (const std::string& name : ImportsOf(mapped.get())) Check(name);
+    for (const ImportedLibrary& library : ImportsOf(mapped.get())) Check(library.name);
     return platform::kSuccess;
   }
 

@@ -1,0 +1,188 @@
+#include <algorithm>
+#include <chrono>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "platform/file.h"
+#include "platform/message.h"
+#include "platform/scoped-handle.h"
+#include "tools/larder/check/module-trial.h"
+#include "tools/larder/check/process-resources.h"
+#include "tools/larder/cli/command.h"
+#include "tools/larder/cli/commands.h"
+#include "tools/larder/cli/console.h"
+#include "tools/larder/cli/output.h"
+#include "tools/larder/cli/path.h"
+#include "tools/larder/cli/text.h"
+#include "tools/larder/query/file-query.h"
+
+namespace larder::tool {
+namespace {
+
+constexpr const char* kTrialCommand = "try-module";
+constexpr std::uint64_t kMaxSeconds = 3600;
+constexpr std::size_t kDescriptorSize = 0x10000;  // bytes
+
+// --- The child process, which tries the module.
+
+struct TrialArguments {
+  std::string key;
+  std::string module;
+  std::string file;
+  std::string descriptor;
+};
+
+ObjectDescriptor Padded(ObjectDescriptor bytes) {
+  bytes.resize(std::max(bytes.size(), kDescriptorSize));
+  return bytes;
+}
+
+ObjectDescriptor FileObject(const WideString& path) {
+  return Padded(FileDescriptor(path, FileInfoOf(path).lastModified));
+}
+
+// A file that is there, one that isn't, and none.
+std::vector<ObjectDescriptor> FileObjects(const WideString& path) {
+  return {FileObject(path), FileObject(path + LARDER_WIDE(".missing")), FileObject({})};
+}
+
+ObjectDescriptor ReadDescriptor(const WideString& path) {
+  ObjectDescriptor bytes(kDescriptorSize);
+  std::size_t size = 0;
+  platform::OwnedHandle file;
+  platform::FileKind kind{};
+  platform::Code code = platform::OpenFileToRead(path, file.Out(), kind);
+  if (code == platform::kSuccess) {
+    code = platform::ReadNext(file.Get(), bytes.data(), bytes.size(), size);
+  }
+  if (code == platform::kSuccess) return bytes;
+  throw std::runtime_error("cannot read the descriptor " + PathText(path) + ": " +
+                           platform::SystemReason(code));
+}
+
+// No code of the module runs after the report: the process might not end.
+[[noreturn]] void RunTrial(const TrialArguments& arguments) {
+  CheckReport report(arguments.key);
+  WatchArrayNew();
+  const WideString module = WideArgument("MODULE", arguments.module);
+  const auto objects = arguments.descriptor.empty()
+                           ? FileObjects(WideArgument("--file", arguments.file))
+                           : std::vector<ObjectDescriptor>{ReadDescriptor(
+                                 WideArgument("--descriptor", arguments.descriptor))};
+  TryModule(module, objects, report);
+  report.End();
+  EndProcess(kExitOk);
+}
+
+// --- The parent process, which starts the child and prints what it has found.
+
+struct Arguments {
+  std::optional<std::string> module;
+  std::optional<std::string> file;
+  std::optional<std::string> descriptor;
+  std::string seconds = "60";
+  bool isList = false;
+};
+
+std::string RuleLine(const RuleEntry& entry, const std::string& text) {
+  const std::string number = std::to_string(static_cast<int>(entry.rule));
+  std::string line = std::string(2 - number.size(), ' ') + number + "  " + entry.name;
+  line.resize(std::max<std::size_t>(line.size() + 2, 18), ' ');
+  return line + Printable(text) + "\n";
+}
+
+int ListRules(Output& output) {
+  for (const RuleEntry& entry : AllRules()) output.Write(RuleLine(entry, entry.text));
+  return kExitOk;
+}
+
+std::string Verdict(const Finding& finding) {
+  if (finding.kind == Finding::Kind::kKept) return "ok";
+  const std::string word = finding.kind == Finding::Kind::kBroken ? "FAILED" : "not run";
+  return finding.reason.empty() ? word : word + ": " + finding.reason;
+}
+
+int PrintFindings(std::map<Rule, Finding> findings, Output& output) {
+  bool isGood = true;
+  for (const RuleEntry& entry : AllRules()) {
+    const Finding& finding = findings[entry.rule];
+    isGood = isGood && finding.kind == Finding::Kind::kKept;
+    output.Write(RuleLine(entry, Verdict(finding)));
+  }
+  return isGood ? kExitOk : kExitFailed;
+}
+
+struct Check {
+  WideString module;
+  std::vector<std::string> options;  // of the child
+  std::chrono::seconds limit;
+};
+
+int RunCheck(const Check& check, Output& output) {
+  ReportingChild child;
+  const platform::Code code =
+      RunReportingChild(kTrialCommand, check.options, check.module, check.limit, child);
+  if (!Succeeded("start a process for the module", code)) return kExitFailed;
+  return PrintFindings(Conclude(child, check.limit), output);
+}
+
+WideString CheckedPath(const std::string& name, const std::string& argument) {
+  WideString path;
+  const platform::Code code = FullPath(argument, path);
+  if (code != platform::kSuccess) {
+    throw UsageError(name, argument + ": " + platform::SystemReason(code));
+  }
+  return path;
+}
+
+Check CheckedCheck(const Arguments& arguments) {
+  if (!arguments.module) throw UsageError("MODULE", "is missing");
+  const auto seconds = ParseUnsigned(arguments.seconds, kMaxSeconds);
+  if (!seconds || *seconds == 0) {
+    throw UsageError("--timeout", "not a number from 1 to 3600: " + arguments.seconds);
+  }
+  Check check{CheckedPath("MODULE", *arguments.module), {}, std::chrono::seconds(*seconds)};
+  const bool isFile = !arguments.descriptor;
+  const std::string given =
+      isFile ? arguments.file.value_or(*arguments.module) : *arguments.descriptor;
+  check.options = {isFile ? "--file" : "--descriptor",
+                   platform::Utf8FromWide(CheckedPath(isFile ? "FILE" : "--descriptor", given))};
+  return check;
+}
+
+Action CheckedAction(const Arguments& arguments) {
+  if (arguments.isList) return &ListRules;
+  return [check = CheckedCheck(arguments)](Output& output) { return RunCheck(check, output); };
+}
+
+void AddTrialCommand(const Command& top) {
+  const auto arguments = std::make_shared<TrialArguments>();
+  const Command trial = top.AddHiddenCommand(kTrialCommand, "Try the rules on a module");
+  trial.AddRequired("KEY", arguments->key, "");
+  trial.AddRequired("MODULE", arguments->module, "");
+  trial.AddOption("--file", arguments->file, "");
+  trial.AddOption("--descriptor", arguments->descriptor, "");
+  trial.OnChosen([arguments] { return [arguments](Output&) -> int { RunTrial(*arguments); }; });
+}
+
+}  // namespace
+
+void AddCheckCommand(const Command& top) {
+  const auto arguments = std::make_shared<Arguments>();
+  const Command check = top.AddCommand("check", "Try the rules for providers on a module");
+  check.AddOption("MODULE", arguments->module, "File of the module");
+  check.AddOption("FILE", arguments->file,
+                  "File that the provider is asked about (default: the module)");
+  check.AddOption("--descriptor", arguments->descriptor,
+                  "File with the bytes of a descriptor, for providers of other objects");
+  check.AddOption("--timeout", arguments->seconds, "Seconds that the module may take (default 60)");
+  check.AddFlag("--rules", arguments->isList, "Print the rules instead");
+  check.Exclude("--descriptor", "FILE");
+  check.OnChosen([arguments] { return CheckedAction(*arguments); });
+  AddTrialCommand(top);
+}
+
+}  // namespace larder::tool

@@ -1,0 +1,80 @@
+#include "tools/larder/check/process-resources.h"
+
+#include <malloc.h>
+
+#include <atomic>
+#include <filesystem>
+#include <iterator>
+#include <mutex>
+#include <new>
+#include <unordered_set>
+
+// Defined in programs with a sanitizer, whose allocator doesn't count for mallinfo2.
+extern "C" __attribute__((weak)) std::size_t __sanitizer_get_current_allocated_bytes();  // NOLINT
+
+namespace larder::tool {
+namespace {
+
+// The blocks of "new T[]" since the watch began, which only the process that tries a module does.
+class ArrayBlocks {
+ public:
+  void Add(const void* block) {
+    const std::lock_guard guard(lock);
+    blocks.insert(block);
+  }
+  void Remove(const void* block) noexcept {
+    const std::lock_guard guard(lock);
+    blocks.erase(block);
+  }
+  bool Contains(const void* block) {
+    const std::lock_guard guard(lock);
+    return blocks.contains(block);
+  }
+
+ private:
+  std::mutex lock;
+  std::unordered_set<const void*> blocks;
+};
+
+std::atomic<ArrayBlocks*> watchedBlocks;
+
+std::size_t EntriesIn(const char* folder) {
+  return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(folder),
+                                                std::filesystem::directory_iterator()));
+}
+
+}  // namespace
+
+std::size_t CountThreads() { return EntriesIn("/proc/self/task"); }
+
+std::size_t CountHandles() { return EntriesIn("/proc/self/fd"); }
+
+std::size_t CountHeapBytes() {
+  if (&__sanitizer_get_current_allocated_bytes != nullptr) {
+    return __sanitizer_get_current_allocated_bytes();
+  }
+  const struct mallinfo2 heap = mallinfo2();
+  return heap.uordblks + heap.hblkhd;
+}
+
+// Never freed: modules free blocks as long as the process exists.
+void WatchArrayNew() { watchedBlocks = new ArrayBlocks; }
+
+bool IsFromArrayNew(const void* block) { return watchedBlocks.load()->Contains(block); }
+
+}  // namespace larder::tool
+
+// They replace those of the C++ runtime in this program and in the modules that it loads.
+
+void* operator new[](std::size_t size) {
+  void* block = operator new(size);
+  if (auto* blocks = larder::tool::watchedBlocks.load()) blocks->Add(block);
+  return block;
+}
+
+void operator delete[](void* block) noexcept {
+  if (auto* blocks = larder::tool::watchedBlocks.load()) blocks->Remove(block);
+  operator delete(block);
+}
+
+void operator delete[](void* block, std::size_t) noexcept { operator delete[](block); }

@@ -1,0 +1,19 @@
+# Registers the module and no other. On Linux that is done in a machine root of its own, a folder
+# that stands for the whole machine: programs use it if LARDER_ROOT names it. Windows has one
+# registry, and changing it needs an administrator.
+cmake_minimum_required(VERSION 3.25)
+cmake_path(GET MODULE PARENT_PATH folder)
+cmake_path(GET MODULE FILENAME file)
+string(REPLACE "/" "\\" location "${folder}/")
+string(LENGTH "${location}${file}" length)
+if(length GREATER 98)
+  message(FATAL_ERROR "The library reads at most 98 characters: ${location}${file}")
+endif()
+
+file(MAKE_DIRECTORY ${ROOT})
+set(ENV{LARDER_ROOT} ${ROOT})
+execute_process(COMMAND ${TOOL} registry set Install szLocation ${location}
+  COMMAND_ERROR_IS_FATAL ANY)
+execute_process(COMMAND ${TOOL} registry set "DataProviders\\{{name}}" szDLL ${file}
+  COMMAND_ERROR_IS_FATAL ANY)
+message("Ask the provider: LARDER_ROOT=${ROOT} larder query --type {{type}} FILE")
