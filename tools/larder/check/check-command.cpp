@@ -117,14 +117,20 @@ int PrintFindings(std::map<Rule, Finding> findings, Output& output) {
 
 struct Check {
   WideString module;
-  std::vector<std::string> options;  // of the child
+  WideString file;        // what is asked about, if there is no descriptor
+  WideString descriptor;  // path of the file with its bytes, or empty
   std::chrono::seconds limit;
 };
 
 int RunCheck(const Check& check, Output& output) {
+  if (!check.descriptor.empty())
+    (void)ReadDescriptor(check.descriptor);  // not a fault of the module
+  const std::vector<std::string> options = {"--file", platform::Utf8FromWide(check.file),
+                                            "--descriptor",
+                                            platform::Utf8FromWide(check.descriptor)};
   ReportingChild child;
   const platform::Code code =
-      RunReportingChild(kTrialCommand, check.options, check.module, check.limit, child);
+      RunReportingChild(kTrialCommand, options, check.module, check.limit, child);
   if (!Succeeded("start a process for the module", code)) return kExitFailed;
   return PrintFindings(Conclude(child, check.limit), output);
 }
@@ -144,12 +150,12 @@ Check CheckedCheck(const Arguments& arguments) {
   if (!seconds || *seconds == 0) {
     throw UsageError("--timeout", "not a number from 1 to 3600: " + arguments.seconds);
   }
-  Check check{CheckedPath("MODULE", *arguments.module), {}, std::chrono::seconds(*seconds)};
-  const bool isFile = !arguments.descriptor;
-  const std::string given =
-      isFile ? arguments.file.value_or(*arguments.module) : *arguments.descriptor;
-  check.options = {isFile ? "--file" : "--descriptor",
-                   platform::Utf8FromWide(CheckedPath(isFile ? "FILE" : "--descriptor", given))};
+  Check check{CheckedPath("MODULE", *arguments.module), {}, {}, std::chrono::seconds(*seconds)};
+  if (arguments.descriptor) {
+    check.descriptor = CheckedPath("--descriptor", *arguments.descriptor);
+  } else {
+    check.file = arguments.file ? CheckedPath("FILE", *arguments.file) : check.module;
+  }
   return check;
 }
 

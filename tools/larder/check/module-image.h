@@ -11,8 +11,8 @@
 namespace larder::tool {
 
 // A symbol that the module needs and that nothing in this process defines; empty if there is none.
-// With a Windows module it has its library's name in front. path: of a module that OpenModule has
-// loaded, or couldn't load. A file that isn't a module has none.
+// On Windows it has its library's name in front. path: of a module that OpenModule has loaded, or
+// for which it has returned kProcedureNotFound.
 [[nodiscard]] std::string FindUndefinedSymbol(const WideString& path);
 
 // The names of all exports of the module itself. A Windows export without a name is "#<ordinal>".

@@ -57,8 +57,11 @@ bool ModuleTrial::Load() {
   report.Begin(Rule::kLoading, "it is being loaded");
   const platform::Code code = platform::OpenModule(path, module);
   // Not every system fails for an undefined symbol.
-  const std::string symbol = FindUndefinedSymbol(path);
-  report.Judge(Rule::kSymbols, symbol.empty() ? "" : symbol + " isn't defined");
+  const bool canLackSymbol = code == platform::kSuccess || code == platform::kProcedureNotFound;
+  const std::string symbol = canLackSymbol ? FindUndefinedSymbol(path) : "";
+  if (canLackSymbol) {
+    report.Judge(Rule::kSymbols, symbol.empty() ? "" : symbol + " isn't defined");
+  }
   if (!symbol.empty()) return false;
   std::vector<std::string> missing;
   report.Judge(Rule::kLoading,
