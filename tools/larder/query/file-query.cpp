@@ -1,5 +1,7 @@
 #include "tools/larder/query/file-query.h"
 
+#include <larder/feed-stats.h>
+
 #include <algorithm>
 #include <cstddef>
 #include <cstring>
@@ -46,7 +48,9 @@ void TakeBlock(const void* block, const FileQuestion& question, FileAnswer& answ
     return;
   }
   const bool isFileRecord = header.providerType == LARDER_FEED_FILE_TYPE;
-  const std::size_t size = isFileRecord ? UsedSize(block) : std::min(readable, kMaxUnknownBytes);
+  const bool isStats = header.providerType == LARDER_FEED_STATS_TYPE;
+  const std::size_t printed = isStats ? sizeof(FeedStatsRecord) : kMaxUnknownBytes;
+  const std::size_t size = isFileRecord ? UsedSize(block) : std::min(readable, printed);
   const auto* bytes = static_cast<const unsigned char*>(block);
   answer.block.assign(bytes, bytes + size);
 }

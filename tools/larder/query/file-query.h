@@ -31,7 +31,7 @@ struct FileAnswer {
   std::uint64_t lastModified = 0;  // as passed to the library
   std::uint64_t size = 0;          // of the file in bytes; 0 if unknown
   // A copy of the provider's block; empty if there is no valid one. Of a file record, it has all
-  // chains; of any other, the first kMaxUnknownBytes at most.
+  // chains; of a statistics record, the known fields; of any other, kMaxUnknownBytes at most.
   std::vector<unsigned char> block;
   // The library's result; none if it wasn't called, LARDER_E_NO_DATA for a success without a block.
   std::optional<int> result;

@@ -1,6 +1,9 @@
 #include "tools/larder/query/record-text.h"
 
+#include <larder/feed-stats.h>
+
 #include <algorithm>
+#include <cstddef>
 #include <cstring>
 
 #include "records/record-cursor.h"
@@ -13,6 +16,30 @@ namespace {
 
 constexpr std::size_t kLabelWidth = 12;
 constexpr std::size_t kBytesPerLine = 16;
+
+// Of a FeedStatsRecord; each has 64 bits.
+struct Figure {
+  const char* name;
+  std::size_t offset;
+  bool isTime = false;
+};
+
+constexpr std::size_t kFigureLabelWidth = 16;
+constexpr Figure kFigures[] = {
+    {"since", offsetof(FeedStatsRecord, since), true},
+    {"getKeyCalls", offsetof(FeedStatsRecord, getKeyCalls)},
+    {"queryCalls", offsetof(FeedStatsRecord, queryCalls)},
+    {"freeQueryCalls", offsetof(FeedStatsRecord, freeQueryCalls)},
+    {"writeCalls", offsetof(FeedStatsRecord, writeCalls)},
+    {"bytesWritten", offsetof(FeedStatsRecord, bytesWritten)},
+    {"storeSince", offsetof(FeedStatsRecord, storeSince), true},
+    {"storeEntries", offsetof(FeedStatsRecord, storeEntries)},
+    {"storeBytes", offsetof(FeedStatsRecord, storeBytes)},
+    {"storeHits", offsetof(FeedStatsRecord, storeHits)},
+    {"storeMisses", offsetof(FeedStatsRecord, storeMisses)},
+    {"filesComputed", offsetof(FeedStatsRecord, filesComputed)},
+    {"storeRefused", offsetof(FeedStatsRecord, storeRefused)},
+};
 
 bool IsZero(std::span<const unsigned char> bytes) {
   return std::all_of(bytes.begin(), bytes.end(), [](unsigned char byte) { return byte == 0; });
@@ -128,10 +155,32 @@ bool HasNoImageDigests(const FileDataRecord& record) {
          IsZero(record.peSHA384) && IsZero(record.peSHA512);
 }
 
+namespace {
+
+// Those that the block has: later versions of the provider append some.
+std::string FiguresText(std::span<const unsigned char> block) {
+  std::string text;
+  for (const Figure& figure : kFigures) {
+    if (figure.offset + sizeof(std::uint64_t) > block.size()) break;
+    const auto value = ReadUnaligned<std::uint64_t>(block.data() + figure.offset);
+    std::string label = std::string("  ") + figure.name;
+    label.resize(kFigureLabelWidth, ' ');
+    text +=
+        RecordLine(label, figure.isTime && value != 0 ? TimeText(value) : std::to_string(value));
+  }
+  return text;
+}
+
+}  // namespace
+
 std::string BlockText(std::span<const unsigned char> block) {
   DataBlockHeader header{};
   std::memcpy(&header, block.data(), sizeof header);
   std::string text = HeaderText(header);
+  if (header.providerType == LARDER_FEED_STATS_TYPE &&
+      block.size() >= LARDER_FEED_STATS_FIRST_SIZE) {
+    return text + FiguresText(block);
+  }
   for (std::size_t offset = 0; offset < block.size(); offset += kBytesPerLine) {
     const std::size_t count = std::min(kBytesPerLine, block.size() - offset);
     text += RecordLine(offset == 0 ? "data" : "", Hex(block.subspan(offset, count)));

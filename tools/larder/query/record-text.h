@@ -37,7 +37,8 @@ std::uint32_t CertificateSize(const void* cert);
 // Whether the file isn't an image, so that all digests of the image are zero.
 bool HasNoImageDigests(const FileDataRecord& record);
 
-// A block of unknown form: type, size and bytes. block: its beginning, at least the header.
+// A block that isn't a file record: type and size, and the statistics provider's figures by name,
+// or bytes. block: its beginning, at least the header.
 std::string BlockText(std::span<const unsigned char> block);
 
 // The answer for one file as a line of JSON, in UTF-8 with a line feed; docs/tool.md has the
