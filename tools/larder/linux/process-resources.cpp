@@ -9,8 +9,11 @@
 #include <new>
 #include <unordered_set>
 
-// Defined in programs with a sanitizer, whose allocator doesn't count for mallinfo2.
-extern "C" __attribute__((weak)) std::size_t __sanitizer_get_current_allocated_bytes();  // NOLINT
+// Defined in programs with a sanitizer, which has an allocator of its own.
+extern "C" {
+__attribute__((weak)) std::size_t __sanitizer_get_current_allocated_bytes();  // NOLINT
+__attribute__((weak)) int __sanitizer_get_ownership(const volatile void*);    // NOLINT
+}
 
 namespace larder::tool {
 namespace {
@@ -60,21 +63,27 @@ std::size_t CountHeapBytes() {
 // Never freed: modules free blocks as long as the process exists.
 void WatchArrayNew() { watchedBlocks = new ArrayBlocks; }
 
-bool IsFromArrayNew(const void* block) { return watchedBlocks.load()->Contains(block); }
+bool IsFromArrayNew(const void* block) {
+  if (&__sanitizer_get_ownership != nullptr) return __sanitizer_get_ownership(block) != 0;
+  return watchedBlocks.load()->Contains(block);
+}
 
 }  // namespace larder::tool
 
-// They replace those of the C++ runtime in this program and in the modules that it loads.
+// They replace those of the C++ runtime in this program and in the modules that it loads. Weak,
+// because a sanitizer replaces them too.
 
-void* operator new[](std::size_t size) {
+__attribute__((weak)) void* operator new[](std::size_t size) {
   void* block = operator new(size);
   if (auto* blocks = larder::tool::watchedBlocks.load()) blocks->Add(block);
   return block;
 }
 
-void operator delete[](void* block) noexcept {
+__attribute__((weak)) void operator delete[](void* block) noexcept {
   if (auto* blocks = larder::tool::watchedBlocks.load()) blocks->Remove(block);
   operator delete(block);
 }
 
-void operator delete[](void* block, std::size_t) noexcept { operator delete[](block); }
+__attribute__((weak)) void operator delete[](void* block, std::size_t) noexcept {
+  operator delete[](block);
+}
