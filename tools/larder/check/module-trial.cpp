@@ -153,6 +153,7 @@ bool ModuleTrial::Unload() {
 
 void TryModule(const WideString& path, const std::vector<ObjectDescriptor>& objects,
                CheckReport& report) {
+  std::thread([] {}).join();  // a sanitizer starts a thread of its own with the first one
   ModuleTrial trial(path, report);
   if (!trial.Load() || !trial.Examine() || !trial.MakeProvider()) return;
   trial.Query(objects);
