@@ -28,7 +28,8 @@ WideView FoldCase(WideView path, WideString&) { return path; }
 Code NativePath(WideView path, std::string& native) {
   native = Utf8FromWide(path);
   if (native.find('\0') != std::string::npos) return kInvalidName;
-  std::replace(native.begin(), native.end(), '\\', '/');
+  // Without a condition on the store, the compiler makes vector instructions of it.
+  for (char& byte : native) byte = byte == '\\' ? '/' : byte;
   return kSuccess;
 }
 
