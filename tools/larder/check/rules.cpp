@@ -18,7 +18,7 @@ constexpr RuleEntry kRules[] = {
     {Rule::kMemory, "memory", "A block is allocated with new unsigned char[]"},
     {Rule::kFreeQuery, "FreeQuery", "FreeQuery frees the block and empties the buffer"},
     {Rule::kWrite, "Write", "Write returns or throws, also for an empty block"},
-    {Rule::kConcurrency, "concurrency", "Queries run on several threads at once"},
+    {Rule::kConcurrency, "concurrency", "Queries may run on several threads at once"},
     {Rule::kLeaks, "leaks", "A query and its FreeQuery leave no memory and no handle behind"},
     {Rule::kDestructor, "destructor", "The destructor returns"},
     {Rule::kThreads, "threads", "No thread is left after the destructor"},

@@ -60,7 +60,7 @@ void Check(const Arguments& arguments) {
   const std::string& name = arguments.name;
   if (name.empty() || name.front() == '-' ||
       name.find_first_not_of(kNameCharacters) != std::string::npos) {
-    throw UsageError("NAME", "not of letters, digits, \"-\" and \"_\": " + name);
+    throw UsageError("NAME", "not a name of letters, digits, \"-\" and \"_\": " + name);
   }
   if (!ParseUnsigned(arguments.type, kProviderTypeCount - 1)) {
     throw UsageError("--type", "not a number from 0 to 5: " + arguments.type);

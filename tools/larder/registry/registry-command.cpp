@@ -134,13 +134,13 @@ void RefuseLostBackslashes(const ValueName& target, const Arguments& arguments) 
   const WideView keys[] = {WideView(), kInstallKey, kProvidersKey, kLoggingKey};
   if (std::none_of(std::begin(keys), std::end(keys), isFirst)) {
     throw UsageError("SUBKEY", "the library has no key " + arguments.subkey +
-                                   ", but Install, Logging and DataProviders\\NAME; in a shell, "
+                                   ", only Install, Logging and DataProviders\\NAME; in a shell, "
                                    "put a subkey in single quotes");
   }
   const bool isLocation = isFirst(kInstallKey) && IsSameName(target.name, kLocationValue);
   if (isLocation && !arguments.data.empty() && arguments.data.find('\\') == std::string::npos) {
-    throw UsageError("DATA", "not a folder with backslashes, also at its end: " + arguments.data +
-                                 "; in a shell, put it in single quotes");
+    throw UsageError("DATA", "not a folder with backslashes, the last one at the end: " +
+                                 arguments.data + "; in a shell, put it in single quotes");
   }
 }
 
