@@ -39,8 +39,8 @@ BENCHMARK(Burst)->Name("BurstBy2")->Iterations(kLines)->Threads(2);
 void Drained(benchmark::State& state) { DrainedInto<DiskLog>(state, "lr_1.log"); }
 BENCHMARK(Drained)->Iterations(1)->UseManualTime();
 
-// Stops the logger's thread at the first line that this thread itself logs, so that no queued line
-// is written. Measures the lines of the other threads.
+// Blocks the logger's thread at the first line that it logs itself, so that it writes none of the
+// queued lines. Of the lines that this object's owner logs, keeps the size.
 class Barrier final : public LRLogListener {
  public:
   Barrier() { LRLogListenerList::Instance().AddListener(this); }

@@ -14,8 +14,8 @@
 
 namespace larder {
 
-inline constexpr int kLines =
-    100'000;  // for each thread; less than the peer's queue holds with two
+// For each thread. The lines of two threads fit into the peer's queue.
+inline constexpr int kLines = 100'000;
 inline constexpr std::uint64_t kKey = 1234567890;
 
 // The time that a caller spends, while nothing waits for the disk.

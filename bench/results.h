@@ -44,7 +44,7 @@ Result ResultOf(const Row& row, const Medians& medians);
 std::string FormatFigure(double figure, Unit unit);
 // A result, a must or an aim of the row: "1.52 times", "12.0 ns more"
 std::string FormatValue(const Row& row, double value);
-// "aim", "must", "missed"; "-" without a result
+// "aim", "must", "missed"; "–" without a result
 std::string Verdict(const Result& result);
 // The part of the must that is used up: 1 is the must, less is better.
 double ShareOfMust(const Row& row, double value);

@@ -1,8 +1,8 @@
 # larder_provider(NAME SOURCES source ... [LIBRARIES target ...] [EXPORTS list])
 # Adds a provider module as a target of this name. Its file is NAME.dll on every system, so that the
 # registry's data is the same. It exports the names in the list: GetProvider, unless EXPORTS gives
-# another list (of the form of larder-provider-exports.txt). Larder's own modules are built by it as
-# those of other authors are, who get it with find_package(larder).
+# another list (of the form of larder-provider-exports.txt). Larder's own modules are built by it too;
+# other authors get it with find_package(larder).
 include(${CMAKE_CURRENT_LIST_DIR}/larder-exports.cmake)
 
 function(larder_provider name)

@@ -43,7 +43,8 @@ BEGIN {
   outside["soak"] = "product platform"
   outside["samples"] = ""
   outside["include"] = ""
-  # Within the tool: check and setup -> status; check -> query; find, log, scan and status -> query, registry -> cli.
+  # Within the tool: check and setup -> status; check -> query; find, log, scan and status -> query,
+  # registry -> cli; new -> cli.
   tool["check"] = "check status query cli"
   tool["cli"] = "cli"
   tool["registry"] = "registry cli"

@@ -14,7 +14,7 @@
 
 namespace larder {
 
-// Whether anybody wants a line. Into an unwanted one nothing is inserted.
+// Whether anybody wants a line. Nothing is inserted into an unwanted one.
 enum class LineUse { kWanted, kUnwanted };
 
 // Holds a body made of pieces, and space in front of it for what the two sinks add: the seven

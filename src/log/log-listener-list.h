@@ -78,7 +78,7 @@ class alignas(64) LRLogListenerList {
 
   std::atomic<Array*> current{nullptr};
   std::atomic<std::uint32_t> period{0};
-  Counters counters[8];  // which one a reader uses, depends on its thread
+  Counters counters[8];  // which one a reader uses depends on its thread
 };
 
 }  // namespace larder

@@ -7,9 +7,9 @@
 // (log-listener-list.h), and evaluates its arguments for each. TRACE, WARN and ERROR are words at
 // the head of the line, not levels: one gate (log-gate.h) serves all three. With the gate closed a
 // statement costs one read, and its arguments aren't evaluated; with the gate open they are
-// evaluated once for the trace session, even if none wants the line, and once for the listeners, if
-// there has been one. A statement never throws: a failure inside ends it silently. log-line.h lists
-// the types of arguments.
+// evaluated once for the trace session, even if no session wants the line, and once for the
+// listeners if the process has ever had one. A statement never throws: a failure inside ends it
+// silently. log-line.h lists the types of arguments.
 #pragma once
 
 #include <cstddef>

@@ -45,8 +45,9 @@ void CloseRegistryKey(RegistryKey key) noexcept;
 
 // The name of the subkey or value with this index, in the registry's order, NUL-terminated. length:
 // in, the capacity of name in units; out, the length without the NUL. kNoMoreItems after the last
-// one, kMoreData for a name that doesn't fit. The key must not be used by two threads at once. The
-// time is linear if the indexes are asked for in order, from 0, and nothing changes the key.
+// one, kMoreData for a name that doesn't fit. The key must not be used by two threads at once.
+// Listing all names takes linear time if the index goes up from 0 and nothing changes the key
+// meanwhile.
 [[nodiscard]] Code RegistrySubkeyName(RegistryKey key, std::uint32_t index, LarderWideChar* name,
                                       std::uint32_t& length);
 [[nodiscard]] Code RegistryValueName(RegistryKey key, std::uint32_t index, LarderWideChar* name,

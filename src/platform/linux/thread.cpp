@@ -85,7 +85,7 @@ int StartWithSignalsBlocked(pthread_t& thread, Task* task) {
 }
 
 // A thread that was told to end does so soon, and being woken takes about as long, so the caller
-// doesn't sleep at first. It doesn't give way either: other programs could keep the processor.
+// doesn't sleep at first. It doesn't yield either: other programs could keep the processor.
 void Join(pthread_t thread) {
   using Clock = std::chrono::steady_clock;
   const Clock::time_point end = Clock::now() + std::chrono::microseconds(50);

@@ -12,7 +12,7 @@ namespace larder::tool {
 // Open descriptors; on Windows, handles of the system's objects.
 [[nodiscard]] std::size_t CountHandles();
 
-// Bytes allocated from the heaps of the C and C++ runtime.
+// Bytes that are allocated from the heap of the C and C++ runtime.
 [[nodiscard]] std::size_t CountHeapBytes();
 
 // Lets IsFromArrayNew know the blocks that are allocated from now on.

@@ -1,6 +1,7 @@
-# Registers the module and no other. On Linux that is done in a machine root of its own, a folder
-# that stands for the whole machine: programs use it if LARDER_ROOT names it. Windows has one
-# registry, and changing it needs an administrator.
+# Registers the module, and makes its folder that of all modules. On Linux that is done in a machine
+# root of its own, a folder that stands for the whole machine: programs use it if LARDER_ROOT names
+# it. Windows has one registry, and changing it needs an administrator; the modules of other providers
+# aren't found any more.
 cmake_minimum_required(VERSION 3.25)
 cmake_path(GET MODULE PARENT_PATH folder)
 cmake_path(GET MODULE FILENAME file)
