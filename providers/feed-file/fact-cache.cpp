@@ -2,7 +2,6 @@
 
 #include <mutex>
 #include <new>
-#include <utility>
 
 namespace larder::feed {
 namespace {

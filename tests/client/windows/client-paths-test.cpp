@@ -6,7 +6,6 @@
 #include <windows.h>
 
 #include <cstring>
-#include <fstream>
 
 #include "testing/test-machine.h"
 

@@ -43,6 +43,8 @@ class ModuleTrial {
 
  private:
   void TryExports();
+  bool CallGetProvider();
+  bool TryType();
 
   const WideString& path;
   CheckReport& report;
@@ -89,7 +91,9 @@ bool ModuleTrial::Examine() {
   return isShared;
 }
 
-bool ModuleTrial::MakeProvider() {
+bool ModuleTrial::MakeProvider() { return CallGetProvider() && TryType(); }
+
+bool ModuleTrial::CallGetProvider() {
   const auto getProvider =
       reinterpret_cast<GetProviderFunction>(platform::FindSymbol(module, kExport));
   if (getProvider == nullptr) return false;
@@ -98,12 +102,14 @@ bool ModuleTrial::MakeProvider() {
   Thrown thrown = CatchFrom([&] { getProvider(&provider); });
   if (!thrown.isAny && provider == nullptr) thrown.text = "it stores null: the host crashes";
   report.Judge(Rule::kGetProvider, thrown.text);
-  if (provider == nullptr || thrown.isAny) return false;
+  return provider != nullptr && !thrown.isAny;
+}
 
+bool ModuleTrial::TryType() {
   report.Begin(Rule::kGetType, "GetType runs");
   std::int32_t first = 0;
   std::int32_t second = 0;
-  thrown = CatchFrom([&] {
+  const Thrown thrown = CatchFrom([&] {
     first = provider->GetType();
     second = provider->GetType();
   });

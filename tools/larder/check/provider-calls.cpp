@@ -1,7 +1,6 @@
 #include "tools/larder/check/provider-calls.h"
 
 #include <cstdint>
-#include <utility>
 
 namespace larder::tool {
 

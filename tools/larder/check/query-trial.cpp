@@ -1,6 +1,5 @@
 #include "tools/larder/check/query-trial.h"
 
-#include <algorithm>
 #include <array>
 #include <atomic>
 #include <chrono>

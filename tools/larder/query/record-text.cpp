@@ -98,6 +98,20 @@ std::string HeaderText(const DataBlockHeader& header) {
          RecordLine("size", std::to_string(header.dataSize));
 }
 
+// Those that the block has: later versions of the provider append some.
+std::string FiguresText(std::span<const unsigned char> block) {
+  std::string text;
+  for (const Figure& figure : kFigures) {
+    if (figure.offset + sizeof(std::uint64_t) > block.size()) break;
+    const auto value = ReadUnaligned<std::uint64_t>(block.data() + figure.offset);
+    std::string label = std::string("  ") + figure.name;
+    label.resize(kFigureLabelWidth, ' ');
+    text +=
+        RecordLine(label, figure.isTime && value != 0 ? TimeText(value) : std::to_string(value));
+  }
+  return text;
+}
+
 }  // namespace
 
 std::string RecordLine(std::string label, const std::string& value) {
@@ -154,24 +168,6 @@ bool HasNoImageDigests(const FileDataRecord& record) {
   return IsZero(record.peMD5) && IsZero(record.peSHA1) && IsZero(record.peSHA256) &&
          IsZero(record.peSHA384) && IsZero(record.peSHA512);
 }
-
-namespace {
-
-// Those that the block has: later versions of the provider append some.
-std::string FiguresText(std::span<const unsigned char> block) {
-  std::string text;
-  for (const Figure& figure : kFigures) {
-    if (figure.offset + sizeof(std::uint64_t) > block.size()) break;
-    const auto value = ReadUnaligned<std::uint64_t>(block.data() + figure.offset);
-    std::string label = std::string("  ") + figure.name;
-    label.resize(kFigureLabelWidth, ' ');
-    text +=
-        RecordLine(label, figure.isTime && value != 0 ? TimeText(value) : std::to_string(value));
-  }
-  return text;
-}
-
-}  // namespace
 
 std::string BlockText(std::span<const unsigned char> block) {
   DataBlockHeader header{};
