@@ -13,6 +13,7 @@
 #include "tools/larder/cli/commands.h"
 #include "tools/larder/status/child-report.h"
 #include "tools/larder/status/module-file.h"
+#include "tools/larder/status/thrown.h"
 
 namespace larder::tool {
 namespace {
@@ -55,19 +56,6 @@ struct ProbeArguments {
   bool isLoadedOnly = false;
 };
 
-// The text of an exception thrown by a module; it must be read before the module is unloaded.
-template <typename Call>
-std::string FailureOf(Call call) {
-  try {
-    call();
-    return {};
-  } catch (const std::exception& error) {
-    return "it throws an exception: " + std::string(error.what()).substr(0, kMaxExceptionText);
-  } catch (...) {
-    return "it throws something that isn't a std::exception";
-  }
-}
-
 void ProbeStore(platform::ModuleHandle module, ProbeReport& report) {
   const auto visit = reinterpret_cast<VisitStoredRecordsFunction>(
       platform::FindSymbol(module, "VisitStoredRecords"));
@@ -85,7 +73,8 @@ void ProbeStore(platform::ModuleHandle module, ProbeReport& report) {
 void CallProvider(platform::ModuleHandle module, platform::Symbol symbol, ProbeReport& report) {
   IDataProvider* provider = nullptr;
   report.BeginStep(kGettingProvider);
-  std::string fault = FailureOf([&] { reinterpret_cast<GetProviderFunction>(symbol)(&provider); });
+  std::string fault =
+      CatchFrom([&] { reinterpret_cast<GetProviderFunction>(symbol)(&provider); }).text;
   if (!fault.empty()) return report.Write({{kFault, "in GetProvider, " + fault}});
   if (provider == nullptr) {
     // The library would call GetType on it.
@@ -93,7 +82,7 @@ void CallProvider(platform::ModuleHandle module, platform::Symbol symbol, ProbeR
         {{kFault, "its GetProvider returns no provider: the host crashes"}, {kIsFatal, true}});
   }
   report.BeginStep(kGettingType);
-  fault = FailureOf([&] { report.Write({{kType, provider->GetType()}}); });
+  fault = CatchFrom([&] { report.Write({{kType, provider->GetType()}}); }).text;
   if (!fault.empty()) return report.Write({{kFault, "in GetType, " + fault}});
   ProbeStore(module, report);
   report.BeginStep(kDestroying);
