@@ -12,7 +12,7 @@ target_compile_options(larder_options INTERFACE
 target_compile_definitions(larder_options INTERFACE
   $<$<PLATFORM_ID:Windows>:UNICODE;_UNICODE;NOMINMAX;WIN32_LEAN_AND_MEAN;_WIN32_WINNT=0x0A00>)
 if(NOT LARDER_SANITIZE)
-  # A file is linked without those functions of its objects that it doesn't use.
+  # Functions and data that nobody uses are left out of programs and libraries.
   target_compile_options(larder_options INTERFACE -ffunction-sections -fdata-sections)
   target_link_options(larder_options INTERFACE LINKER:--gc-sections)
 endif()

@@ -36,7 +36,7 @@ void AddRemoveCommand(const Command& top);
 // larder check: whether a provider module keeps the rules.
 void AddCheckCommand(const Command& top);
 
-// larder new provider: a folder with the beginning of a provider.
+// larder new provider: makes a folder with the project of a provider.
 void AddNewCommand(const Command& top);
 
 // larder probe-provider: loads one provider module. Not listed: "status" runs it in a child
