@@ -1,8 +1,9 @@
 #include "document.h"
 
 #include <fstream>
-#include <iterator>
 #include <stdexcept>
+
+#include "testing/files.h"
 
 namespace larder {
 namespace {
@@ -11,12 +12,6 @@ constexpr char kPage[] = "docs/benchmarks.md";
 constexpr char kPicture[] = "docs/benchmarks.svg";
 constexpr std::string_view kBegin = "<!-- ./dev bench --write replaces what follows -->\n";
 constexpr std::string_view kEnd = "<!-- until here -->\n";
-
-std::string Read(const char* path) {
-  std::ifstream file(path, std::ios::binary);
-  if (!file) throw std::runtime_error(std::string(path) + " can't be read");
-  return {std::istreambuf_iterator<char>(file), {}};
-}
 
 void Write(const char* path, const std::string& text) {
   std::ofstream file(path, std::ios::binary);
@@ -27,7 +22,7 @@ void Write(const char* path, const std::string& text) {
 }  // namespace
 
 void WriteDocument(const std::vector<Result>& results, const std::string& machine) {
-  std::string page = Read(kPage);
+  std::string page = ContentOf(kPage);
   const std::size_t begin = page.find(kBegin);
   const std::size_t end = page.find(kEnd);
   if (begin == page.npos || end == page.npos || end < begin) {
