@@ -58,6 +58,10 @@ ObjectDescriptor ReadDescriptor(const WideString& path) {
   if (code == platform::kSuccess) {
     code = platform::ReadNext(file.Get(), bytes.data(), bytes.size(), size);
   }
+  if (size == bytes.size()) {
+    throw std::runtime_error("the descriptor " + PathText(path) + " has " + std::to_string(size) +
+                             " bytes or more");
+  }
   if (code == platform::kSuccess) return bytes;
   throw std::runtime_error("cannot read the descriptor " + PathText(path) + ": " +
                            platform::SystemReason(code));
