@@ -18,18 +18,26 @@ constexpr int kOwnMark = 61;
 constinit std::atomic<ChangeQueue*> Kept{nullptr};
 constinit std::atomic<bool> IsUnloading{false};
 
+bool IsOwn(const ChangeQueue& queue) noexcept {
+  return queue.opener == getpid() && fcntl(queue.descriptor.Get(), F_GETSIG) == kOwnMark;
+}
+
+// Null if none was kept.
+std::unique_ptr<ChangeQueue> TakeKept() noexcept {
+  std::unique_ptr<ChangeQueue> kept(Kept.exchange(nullptr));
+  if (kept == nullptr || IsOwn(*kept)) return kept;
+  kept->descriptor.Release();  // it isn't this process's to close
+  return nullptr;
+}
+
 // A static object that is destroyed later may still give a queue back.
 struct Closer {
   ~Closer() {
     IsUnloading = true;
-    delete Kept.exchange(nullptr);
+    TakeKept();
   }
 };
 const Closer AtUnload;
-
-bool IsOwn(const ChangeQueue& queue) noexcept {
-  return queue.opener == getpid() && fcntl(queue.descriptor.Get(), F_GETSIG) == kOwnMark;
-}
 
 std::unique_ptr<ChangeQueue> OpenChangeQueue() noexcept {
   FileDescriptor opened(inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
@@ -45,10 +53,8 @@ std::unique_ptr<ChangeQueue> OpenChangeQueue() noexcept {
 }  // namespace
 
 std::unique_ptr<ChangeQueue> TakeChangeQueue() noexcept {
-  std::unique_ptr<ChangeQueue> kept(Kept.exchange(nullptr));
-  if (kept != nullptr && IsOwn(*kept)) return kept;
-  if (kept != nullptr) kept->descriptor.Release();  // it isn't this process's to close
-  return OpenChangeQueue();
+  std::unique_ptr<ChangeQueue> kept = TakeKept();
+  return kept != nullptr ? std::move(kept) : OpenChangeQueue();
 }
 
 void GiveBackChangeQueue(std::unique_ptr<ChangeQueue> queue) noexcept {

@@ -1,6 +1,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
+#include <stdio.h>
 #include <stdlib.h>
 #include <sys/inotify.h>
 #include <sys/prctl.h>
@@ -260,6 +261,20 @@ TEST_F(EventStoreTest, ADescriptorThatReplacedAKeptOneIsNotUsed) {
   EXPECT_EQ(inotify_rm_watch(number, 1), -1) << "it has a watch";
   EXPECT_FALSE(IsRaised(event));
   EXPECT_EQ(close(number), 0);
+}
+
+TEST_F(EventStoreTest, ADescriptorThatReplacedAKeptOneStaysOpenAtExit) {
+  const std::string written = Native("written").string();
+  const int result = RunInChild([&written] {
+    const std::set<int> before = OpenDescriptors();
+    OwnedEvent(u"Signal");
+    for (const int number : OpenedSince(before)) close(number);
+    FILE* const stream = fopen(written.c_str(), "we");
+    if (stream == nullptr || fputs("kept", stream) < 0) return 1;
+    exit(0);  // writes what the stream has buffered, after the destructors of static objects
+  });
+  EXPECT_EQ(result, 0);
+  EXPECT_EQ(Content("written"), "kept");
 }
 
 TEST_F(EventStoreTest, ASignalDoesNotEndAWaitButAClosedDescriptorDoes) {
