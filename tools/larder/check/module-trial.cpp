@@ -142,6 +142,7 @@ bool ModuleTrial::Destroy() {
   report.Begin(Rule::kDestructor, "its provider is destroyed");
   delete provider;
   report.Pass(Rule::kDestructor);
+  report.Begin(Rule::kThreads, "its threads end");
   const bool isThreadLeft = HasThreadsBeyond(threadsBefore);
   report.Judge(Rule::kThreads, isThreadLeft ? "a thread is still running" : "");
   return !isThreadLeft;  // the thread would go on in a module that is gone
