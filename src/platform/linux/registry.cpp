@@ -169,7 +169,8 @@ bool IsSameTime(const timespec& one, const timespec& other) {
 }
 
 // Whether no entry came or went between two queries of a directory's status. The clock may not have
-// advanced meanwhile, but most file systems count subdirectories as links.
+// advanced meanwhile, but most file systems count subdirectories as links, and changes through the
+// same key discard its listing.
 bool IsUnchanged(const struct stat& before, const struct stat& now) {
   return before.st_nlink == now.st_nlink && IsSameTime(before.st_mtim, now.st_mtim) &&
          IsSameTime(before.st_ctim, now.st_ctim);
@@ -619,6 +620,7 @@ Code SetRegistryValue(RegistryKey key, const WideString& name, std::uint32_t typ
   Code code = CheckKey(key, kKeySetValue, name);
   if (code != kSuccess) return code;
   if (data == nullptr && size > 0) return kInvalidParameter;
+  key->values = {};
   std::string fileName;
   code = FindValueFileName(key->directory.Get(), name, fileName);
   return code == kSuccess ? StoreValue(key->directory.Get(), fileName, {type, size}, data) : code;
@@ -627,6 +629,7 @@ Code SetRegistryValue(RegistryKey key, const WideString& name, std::uint32_t typ
 Code RemoveRegistryValue(RegistryKey key, const WideString& name) {
   Code code = CheckKey(key, kKeySetValue, name);
   if (code != kSuccess) return code;
+  key->values = {};
   std::string fileName = FileNameOf(name, EntryKind::kValue);
   if (unlinkat(key->directory.Get(), fileName.c_str(), 0) == 0) return kSuccess;
   if (errno != ENOENT) return CodeFromErrno(errno);
@@ -676,6 +679,7 @@ Code RemoveRegistryTree(const WideString& path) {
 Code RemoveRegistryKey(RegistryKey parent, const WideString& name) {
   // As on Windows, the access that the parent was opened for doesn't matter.
   if (const Code code = CheckKey(parent, 0); code != kSuccess) return code;
+  parent->subkeys = {};
   FileDescriptor directory(fcntl(parent->directory.Get(), F_DUPFD_CLOEXEC, 0));
   if (!directory.IsOpen()) return CodeFromErrno(errno);
   return RemoveKeyBelow(std::move(directory), name, Subkeys::kRefuse);
