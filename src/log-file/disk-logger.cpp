@@ -114,7 +114,10 @@ void DiskLogger::WriteAll(LRLogDiskWriterInfo* oldest) {
     if (i % kLinesForOneLook == 0) isSizeKnown = false;
     // Another processor wrote the next line. It is fetched during the system calls for this one.
     __builtin_prefetch(oldest->next);
-    Write(*oldest);
+    try {
+      Write(*oldest);
+    } catch (const std::bad_alloc&) {  // NOLINT(bugprone-empty-catch): this line is dropped
+    }
     ::operator delete(std::exchange(oldest, oldest->next));
   }
 }
