@@ -188,6 +188,8 @@ Code RunChild(const WideString& program, const std::vector<std::string>& argumen
   return code;
 }
 
+void EndWithStarter() noexcept { prctl(PR_SET_PDEATHSIG, SIGKILL); }
+
 FILE* TakeStandardOutput() noexcept {
   const int output = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, kFirstFreeDescriptor);
   const FileDescriptor nowhere(open("/dev/null", O_WRONLY | O_CLOEXEC));

@@ -39,6 +39,7 @@ std::string StatusText(std::uint32_t status) {
 ReportWriter::ReportWriter(std::string newKey)
     : key(std::move(newKey)), file(TakeStandardOutput()) {
   if (!file) throw std::runtime_error("cannot take standard output");
+  EndWithStarter();
 }
 
 void ReportWriter::Write(const Json& object) {

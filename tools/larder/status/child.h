@@ -34,6 +34,9 @@ struct ChildResult {
                                       const std::vector<std::string>& arguments,
                                       std::chrono::milliseconds limit, ChildResult& result);
 
+// Called in a child of RunChild: from here on it is killed if the process that started it is.
+void EndWithStarter() noexcept;
+
 // Takes standard output away from the rest of this process, and of the processes that it starts:
 // what they print from then on is discarded. Returns the former standard output, which no child
 // inherits; null if the system can't do that. The caller owns the file.
