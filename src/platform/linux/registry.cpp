@@ -54,10 +54,12 @@ struct StoredName {
   }
 };
 
-// The names in a directory as they were when it had this status.
+// The names in a directory as they were when it had this status, after so many changes through the
+// same key.
 struct Listing {
   std::vector<StoredName> names;
   struct stat status {};
+  std::uint32_t changes = 0;
 };
 
 }  // namespace
@@ -67,6 +69,7 @@ struct RegistryKeyObject {
   std::uint32_t access;
   Listing subkeys;
   Listing values;
+  std::atomic<std::uint32_t> changes{0};  // made through this key, by any thread
 };
 
 namespace {
@@ -170,18 +173,20 @@ bool IsSameTime(const timespec& one, const timespec& other) {
 
 // Whether no entry came or went between two queries of a directory's status. The clock may not have
 // advanced meanwhile, but most file systems count subdirectories as links, and changes through the
-// same key discard its listing.
+// same key are counted.
 bool IsUnchanged(const struct stat& before, const struct stat& now) {
   return before.st_nlink == now.st_nlink && IsSameTime(before.st_mtim, now.st_mtim) &&
          IsSameTime(before.st_ctim, now.st_ctim);
 }
 
 // An enumeration reads the directory at index 0, and again only if it has changed.
-Code Refresh(Listing& listing, int directory, EntryKind kind, std::uint32_t index,
+Code Refresh(Listing& listing, RegistryKey key, EntryKind kind, std::uint32_t index,
              const struct stat& status) {
-  if (index > 0 && IsUnchanged(listing.status, status)) return kSuccess;
-  listing = {{}, status};
-  const Code code = ListNames(directory, kind, listing.names);
+  const std::uint32_t changes = key->changes;
+  if (index > 0 && listing.changes == changes && IsUnchanged(listing.status, status))
+    return kSuccess;
+  listing = {{}, status, changes};
+  const Code code = ListNames(key->directory.Get(), kind, listing.names);
   if (code != kSuccess) listing = {};
   return code;
 }
@@ -620,7 +625,7 @@ Code SetRegistryValue(RegistryKey key, const WideString& name, std::uint32_t typ
   Code code = CheckKey(key, kKeySetValue, name);
   if (code != kSuccess) return code;
   if (data == nullptr && size > 0) return kInvalidParameter;
-  key->values = {};
+  ++key->changes;
   std::string fileName;
   code = FindValueFileName(key->directory.Get(), name, fileName);
   return code == kSuccess ? StoreValue(key->directory.Get(), fileName, {type, size}, data) : code;
@@ -629,7 +634,7 @@ Code SetRegistryValue(RegistryKey key, const WideString& name, std::uint32_t typ
 Code RemoveRegistryValue(RegistryKey key, const WideString& name) {
   Code code = CheckKey(key, kKeySetValue, name);
   if (code != kSuccess) return code;
-  key->values = {};
+  ++key->changes;
   std::string fileName = FileNameOf(name, EntryKind::kValue);
   if (unlinkat(key->directory.Get(), fileName.c_str(), 0) == 0) return kSuccess;
   if (errno != ENOENT) return CodeFromErrno(errno);
@@ -642,8 +647,7 @@ Code RegistrySubkeyName(RegistryKey key, std::uint32_t index, LarderWideChar* na
                         std::uint32_t& length) {
   struct stat status {};
   Code code = CheckKey(key, kKeyEnumerateSubKeys, status);
-  if (code == kSuccess)
-    code = Refresh(key->subkeys, key->directory.Get(), EntryKind::kKey, index, status);
+  if (code == kSuccess) code = Refresh(key->subkeys, key, EntryKind::kKey, index, status);
   return code == kSuccess ? CopyName(key->subkeys, index, name, length) : code;
 }
 
@@ -651,8 +655,7 @@ Code RegistryValueName(RegistryKey key, std::uint32_t index, LarderWideChar* nam
                        std::uint32_t& length) {
   struct stat status {};
   Code code = CheckKey(key, kKeyQueryValue, status);
-  if (code == kSuccess)
-    code = Refresh(key->values, key->directory.Get(), EntryKind::kValue, index, status);
+  if (code == kSuccess) code = Refresh(key->values, key, EntryKind::kValue, index, status);
   return code == kSuccess ? CopyName(key->values, index, name, length) : code;
 }
 
@@ -679,7 +682,7 @@ Code RemoveRegistryTree(const WideString& path) {
 Code RemoveRegistryKey(RegistryKey parent, const WideString& name) {
   // As on Windows, the access that the parent was opened for doesn't matter.
   if (const Code code = CheckKey(parent, 0); code != kSuccess) return code;
-  parent->subkeys = {};
+  ++parent->changes;
   FileDescriptor directory(fcntl(parent->directory.Get(), F_DUPFD_CLOEXEC, 0));
   if (!directory.IsOpen()) return CodeFromErrno(errno);
   return RemoveKeyBelow(std::move(directory), name, Subkeys::kRefuse);

@@ -62,6 +62,9 @@ void Check(const Arguments& arguments) {
       name.find_first_not_of(kNameCharacters) != std::string::npos) {
     throw UsageError("NAME", "not a name of letters, digits, \"-\" and \"_\": " + name);
   }
+  for (const char* taken : {"all", "clean", "help", "install", "register", "test"}) {
+    if (name == taken) throw UsageError("NAME", "a target of the project has this name: " + name);
+  }
   if (!ParseUnsigned(arguments.type, kProviderTypeCount - 1)) {
     throw UsageError("--type", "not a number from 0 to 5: " + arguments.type);
   }
