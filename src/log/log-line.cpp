@@ -54,7 +54,7 @@ void LogLine::InsertInteger(std::int64_t value) {
 void LogLine::InsertInteger(std::uint64_t value) {
   if (ended) return;
   char digits[20];
-  const auto end = std::to_chars(digits, digits + sizeof digits, value).ptr;
+  const auto* const end = std::to_chars(digits, digits + sizeof digits, value).ptr;
   Append(digits, static_cast<std::size_t>(end - digits));
 }
 

@@ -37,7 +37,7 @@ struct Closer {
     TakeKept();
   }
 };
-const Closer AtUnload;
+const Closer kAtUnload;
 
 std::unique_ptr<ChangeQueue> OpenChangeQueue() noexcept {
   FileDescriptor opened(inotify_init1(IN_CLOEXEC | IN_NONBLOCK));

@@ -140,7 +140,7 @@ Code MakeTemporaryFile(const WideString& directory, const WideString& prefix, Wi
   const unsigned start = ChooseStart(kNumbers);
   for (unsigned i = 0; i < kNumbers; ++i) {
     const std::string number = HexOf((start + i) % kNumbers + 1);
-    if (!CanBeWritten((native + number + wanted).c_str())) continue;
+    if (!CanBeWritten(std::string(native).append(number).append(wanted).c_str())) continue;
     const std::string rest = number + ".tmp";
     const Code code = CreateNewFile(native + rest);
     if (code == kAlreadyExists) continue;

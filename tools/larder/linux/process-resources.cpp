@@ -39,7 +39,7 @@ class ArrayBlocks {
   std::unordered_set<const void*> blocks;
 };
 
-std::atomic<ArrayBlocks*> watchedBlocks;
+std::atomic<ArrayBlocks*> WatchedBlocks;
 
 std::size_t EntriesIn(const char* folder) {
   return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(folder),
@@ -61,11 +61,11 @@ std::size_t CountHeapBytes() {
 }
 
 // Never freed: modules free blocks as long as the process exists.
-void WatchArrayNew() { watchedBlocks = new ArrayBlocks; }
+void WatchArrayNew() { WatchedBlocks = new ArrayBlocks; }
 
 bool IsFromArrayNew(const void* block) {
   if (&__sanitizer_get_ownership != nullptr) return __sanitizer_get_ownership(block) != 0;
-  return watchedBlocks.load()->Contains(block);
+  return WatchedBlocks.load()->Contains(block);
 }
 
 }  // namespace larder::tool
@@ -75,12 +75,12 @@ bool IsFromArrayNew(const void* block) {
 
 __attribute__((weak)) void* operator new[](std::size_t size) {
   void* block = operator new(size);
-  if (auto* blocks = larder::tool::watchedBlocks.load()) blocks->Add(block);
+  if (auto* blocks = larder::tool::WatchedBlocks.load()) blocks->Add(block);
   return block;
 }
 
 __attribute__((weak)) void operator delete[](void* block) noexcept {
-  if (auto* blocks = larder::tool::watchedBlocks.load()) blocks->Remove(block);
+  if (auto* blocks = larder::tool::WatchedBlocks.load()) blocks->Remove(block);
   operator delete(block);
 }
 

@@ -1,5 +1,7 @@
 #include "tools/larder/windows/image-imports.h"
 
+#include <cstddef>
+
 namespace larder::tool {
 namespace {
 

@@ -48,18 +48,18 @@ std::string FindUndefinedSymbol(const WideString& path) {
   return symbol;
 }
 
-std::vector<std::string> ExportsOf(platform::ModuleHandle handle) {
-  auto* module = reinterpret_cast<HMODULE>(handle);
+std::vector<std::string> ExportsOf(platform::ModuleHandle module) {
+  auto* image = reinterpret_cast<HMODULE>(module);
   std::vector<std::string> names;
   const auto* exports = reinterpret_cast<const IMAGE_EXPORT_DIRECTORY*>(
-      ImageDirectory(module, IMAGE_DIRECTORY_ENTRY_EXPORT));
+      ImageDirectory(image, IMAGE_DIRECTORY_ENTRY_EXPORT));
   if (exports == nullptr) return names;
-  const auto* offsets = TableAt<std::uint32_t>(module, exports->AddressOfNames);
+  const auto* offsets = TableAt<std::uint32_t>(image, exports->AddressOfNames);
   for (std::uint32_t i = 0; i < exports->NumberOfNames; ++i) {
-    names.emplace_back(TableAt<char>(module, offsets[i]));
+    names.emplace_back(TableAt<char>(image, offsets[i]));
   }
-  const std::set<std::uint32_t> named = NamedFunctions(module, *exports);
-  const auto* functions = TableAt<std::uint32_t>(module, exports->AddressOfFunctions);
+  const std::set<std::uint32_t> named = NamedFunctions(image, *exports);
+  const auto* functions = TableAt<std::uint32_t>(image, exports->AddressOfFunctions);
   for (std::uint32_t i = 0; i < exports->NumberOfFunctions; ++i) {
     if (functions[i] != 0 && !named.contains(i)) {
       names.push_back("#" + std::to_string(exports->Base + i));
