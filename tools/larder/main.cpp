@@ -1,5 +1,6 @@
 // larder: the command-line tool. See docs/tool.md.
 #include <exception>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -8,18 +9,31 @@
 #include "tools/larder/cli/console.h"
 #include "tools/larder/cli/module-search.h"
 #include "tools/larder/cli/output.h"
+#include "tools/larder/status/machine-root.h"
 
 namespace larder::tool {
 namespace {
+
+void RequireMachineRoot() {
+  if (const std::string fault = MachineRootFault(); !fault.empty()) throw std::runtime_error(fault);
+}
+
+// "status" prints the machine root's fault among others, and the last three use no machine.
+void AddCommands(const Command& top) {
+  const Command onMachine = top.Requiring(&RequireMachineRoot);
+  AddSetupCommand(onMachine);
+  AddStatusCommand(top);
+  for (const auto add : {&AddQueryCommand, &AddScanCommand, &AddFindCommand, &AddLogCommand,
+                         &AddNotifyCommand, &AddRegistryCommand, &AddRemoveCommand})
+    add(onMachine);
+  for (const auto add : {&AddCheckCommand, &AddNewCommand, &AddProbeCommand}) add(top);
+}
 
 int RunCommand(const std::vector<std::string>& arguments, Output& output) {
   CommandLine line("larder",
                    "Reads and changes the set-up of Larder, and queries files through it.",
                    "larder " LARDER_TOOL_VERSION);
-  for (const auto add : {&AddSetupCommand, &AddStatusCommand, &AddQueryCommand, &AddScanCommand,
-                         &AddFindCommand, &AddLogCommand, &AddNotifyCommand, &AddRegistryCommand,
-                         &AddRemoveCommand, &AddCheckCommand, &AddNewCommand, &AddProbeCommand})
-    add(line.Top());
+  AddCommands(line.Top());
   if (arguments.empty()) {
     (void)WriteText(Stream::kErrors, line.Help());
     return kExitUsage;

@@ -66,9 +66,17 @@ Action Printing(const std::string& text) {
 
 }  // namespace
 
+Command Command::Requiring(void (*check)()) const {
+  Command command = *this;
+  command.requirement = check;
+  return command;
+}
+
 Command Command::AddCommand(const char* name, const char* help) const {
   app->require_subcommand(0, 1);
-  return {*app->add_subcommand(name, help), *action};
+  Command command = *this;
+  command.app = app->add_subcommand(name, help);
+  return command;
 }
 
 Command Command::AddHiddenCommand(const char* name, const char* help) const {
@@ -120,7 +128,10 @@ void Command::Exclude(const char* name, const char* other) const {
 }
 
 void Command::OnChosen(const std::function<Action()>& check) const {
-  app->callback([check, chosen = action] { *chosen = check(); });
+  app->callback([check, chosen = action, require = requirement] {
+    *chosen = check();
+    if (require != nullptr) require();
+  });
 }
 
 CommandLine::CommandLine(const char* program, const char* help, const char* version)

@@ -44,6 +44,10 @@ class Command {
  public:
   Command(CLI::App& parser, Action& chosenAction) : app(&parser), action(&chosenAction) {}
 
+  // The same command. Commands that are added to it call check when they are chosen, after
+  // their arguments have been accepted; it throws if they can't succeed.
+  [[nodiscard]] Command Requiring(void (*check)()) const;
+
   // A subcommand. At most one can be given.
   Command AddCommand(const char* name, const char* help) const;
   // The same, not listed by --help.
@@ -73,6 +77,7 @@ class Command {
  private:
   CLI::App* app;
   Action* action;
+  void (*requirement)() = nullptr;
 };
 
 class CommandLine {

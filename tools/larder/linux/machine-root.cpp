@@ -1,6 +1,8 @@
 #include "tools/larder/status/machine-root.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
 
@@ -14,10 +16,10 @@ std::string MachineRootFault() {
   struct stat status {};
   if (root.empty()) return {};
   std::string reason;
-  if (stat(root.c_str(), &status) != 0) {
-    reason = platform::SystemReason(platform::CodeFromErrno(errno));
-  } else if (!S_ISDIR(status.st_mode)) {
+  if (stat(root.c_str(), &status) == 0 && !S_ISDIR(status.st_mode)) {
     reason = "it isn't a folder";
+  } else if (faccessat(AT_FDCWD, root.c_str(), X_OK, AT_EACCESS) != 0) {
+    reason = platform::SystemReason(platform::CodeFromErrno(errno));
   }
   if (reason.empty()) return {};
   return "the machine root that LARDER_ROOT names, " + root + ", can't be used: " + reason +

@@ -15,7 +15,6 @@
 #include "tools/larder/cli/path.h"
 #include "tools/larder/registry/registry-value.h"
 #include "tools/larder/setup/module-folder.h"
-#include "tools/larder/status/machine-root.h"
 #include "tools/larder/status/module-file.h"
 #include "tools/larder/status/provider-probe.h"
 
@@ -65,10 +64,6 @@ class Planner {
   explicit Planner(const SetupOptions& chosen) : options(chosen) {}
 
   SetupPlan Make() {
-    if (const std::string fault = MachineRootFault(); !fault.empty()) {
-      Refuse(fault);
-      return plan;
-    }
     if (IsInstalledInCommonFiles()) {
       Refuse("szLocation names the place of a real installation, " + Utf8(formerLocation));
       return plan;

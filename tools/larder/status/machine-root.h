@@ -5,7 +5,7 @@
 
 namespace larder::tool {
 
-// Why the library finds nothing there; empty if the folder exists, as it always does on Windows.
+// Why the library finds nothing there; empty if the folder can be used, as always on Windows.
 // The sources are linux/machine-root.cpp and windows/machine-root.cpp.
 [[nodiscard]] std::string MachineRootFault();
 
