@@ -10,7 +10,7 @@
 
 #include "log-file/disk-logger.h"
 #include "log/log-statement.h"
-#include "memory.h"
+#include "tools/larder/check/process-resources.h"
 
 namespace larder {
 namespace {
@@ -81,9 +81,9 @@ void QueuedLine(benchmark::State& state) {
     const DiskLog log(file);
     DiskLog::Line();  // the thread finds the file full, opens a new one, and logs that
     barrier.WaitUntilReached();
-    const std::size_t before = AllocatedBytes();
+    const std::size_t before = tool::CountHeapBytes();
     for (int i = 0; i < kQueued; ++i) DiskLog::Line();
-    const double taken = static_cast<double>(AllocatedBytes() - before) / kQueued;
+    const double taken = static_cast<double>(tool::CountHeapBytes() - before) / kQueued;
     state.counters[kFigure] = taken - static_cast<double>(barrier.TextSize());
     barrier.Open();
   }

@@ -1,6 +1,5 @@
 #include "soak/host-system.h"
 
-#include <malloc.h>
 #include <stdlib.h>
 #include <unistd.h>
 
@@ -9,7 +8,7 @@
 #include <thread>
 #include <vector>
 
-#include "testing/process.h"
+#include "tools/larder/check/process-resources.h"
 
 namespace larder::soak {
 namespace {
@@ -25,12 +24,10 @@ std::uint64_t ResidentBytes() {
 }  // namespace
 
 Footprint TakeFootprint() {
-  const struct mallinfo2 heap = ::mallinfo2();
-  const larder::Footprint counts = larder::TakeFootprint();
   return {.memory = ResidentBytes(),
-          .heap = heap.uordblks + heap.hblkhd,
-          .handles = counts.handles,
-          .threads = counts.threads};
+          .heap = tool::CountHeapBytes(),
+          .handles = tool::CountHandles(),
+          .threads = tool::CountThreads()};
 }
 
 void SetVariable(const char* name, const char* text) {

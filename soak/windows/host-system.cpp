@@ -8,18 +8,17 @@
 #include <thread>
 #include <vector>
 
-#include "testing/process.h"
+#include "tools/larder/check/process-resources.h"
 
 namespace larder::soak {
 
 Footprint TakeFootprint() {
-  const larder::Footprint counts = larder::TakeFootprint();
   PROCESS_MEMORY_COUNTERS memory{};
   GetProcessMemoryInfo(GetCurrentProcess(), &memory, sizeof memory);
   return {.memory = memory.WorkingSetSize,
           .heap = memory.PagefileUsage,
-          .handles = counts.handles,
-          .threads = counts.threads};
+          .handles = tool::CountHandles(),
+          .threads = tool::CountThreads()};
 }
 
 void SetVariable(const char* name, const char* text) { ::_putenv_s(name, text); }

@@ -13,6 +13,7 @@
 #include "support/registry.h"
 #include "support/scoped-handles.h"
 #include "testing/process.h"
+#include "tools/larder/check/process-resources.h"
 
 namespace larder {
 namespace {
@@ -64,18 +65,23 @@ void WarmUp() {
   }
 }
 
+struct Footprint {
+  std::size_t threads = tool::CountThreads();
+  std::size_t handles = tool::CountHandles();
+};
+
 // Repeats a life until three in a row leave nothing behind. What a single one leaves isn't a leak:
 // the system may not have finished a joined thread, and MinGW's thread library keeps a thread's
 // resources for the next one. A leak in every life fails.
 template <typename Live>
 void ExpectNothingLeft(const Live& live) {
-  Footprint before = TakeFootprint();
+  Footprint before;
   int inARow = 0;
   for (int life = 1; inARow < 3; ++life) {
     ASSERT_LE(life, 12) << before.threads << " threads, " << before.handles << " handles";
     live();
     EXPECT_FALSE(IsModuleLoaded(LARDER_LIBRARY_FILE)) << "after life " << life;
-    const Footprint after = TakeFootprint();
+    const Footprint after;
     const bool hasGrown = after.threads > before.threads || after.handles > before.handles;
     inARow = hasGrown ? 0 : inARow + 1;
     before = {std::max(before.threads, after.threads), std::max(before.handles, after.handles)};

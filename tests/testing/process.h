@@ -1,7 +1,6 @@
-// This process: its environment, its modules, and the resources that a library may leak.
+// Processes: the environment and the modules of this one, and the end of another.
 #pragma once
 
-#include <cstddef>
 #include <filesystem>
 #include <string>
 
@@ -15,12 +14,5 @@ bool IsModuleLoaded(const std::filesystem::path& path);
 
 // Whether a process has ended; waits up to a minute where a killed process may take a moment.
 bool HasEnded(long process);
-
-struct Footprint {
-  std::size_t threads = 0;
-  std::size_t handles = 0;  // open descriptors, handles of kernel objects
-};
-
-Footprint TakeFootprint();
 
 }  // namespace larder

@@ -4,17 +4,8 @@
 #include <stdlib.h>
 
 #include <fstream>
-#include <iterator>
 
 namespace larder {
-namespace {
-
-std::size_t EntriesIn(const char* folder) {
-  return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(folder),
-                                                std::filesystem::directory_iterator()));
-}
-
-}  // namespace
 
 void SetEnvironmentText(const std::string& name, const std::string& value) {
   ::setenv(name.c_str(), value.c_str(), 1);
@@ -30,9 +21,5 @@ bool IsModuleLoaded(const std::filesystem::path& path) {
 }
 
 bool HasEnded(long process) { return kill(static_cast<pid_t>(process), 0) != 0; }
-
-Footprint TakeFootprint() {
-  return {.threads = EntriesIn("/proc/self/task"), .handles = EntriesIn("/proc/self/fd")};
-}
 
 }  // namespace larder

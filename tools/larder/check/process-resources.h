@@ -1,4 +1,4 @@
-// What this process holds, for seeing what a module leaves behind. The sources are in linux/ and
+// What this process holds, to see what a module leaves behind. The sources are in linux/ and
 // windows/.
 #pragma once
 
@@ -14,12 +14,5 @@ namespace larder::tool {
 
 // Bytes that are allocated from the heap of the C and C++ runtime.
 [[nodiscard]] std::size_t CountHeapBytes();
-
-// Lets IsFromArrayNew know the blocks that are allocated from now on.
-void WatchArrayNew();
-
-// Whether the block was allocated with "new T[]" of the shared C++ runtime, so that delete[] can
-// free it. On Windows also true for a block of malloc, which delete[] can free there. Thread-safe.
-[[nodiscard]] bool IsFromArrayNew(const void* block);
 
 }  // namespace larder::tool

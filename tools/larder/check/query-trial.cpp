@@ -7,6 +7,7 @@
 #include <string>
 #include <thread>
 
+#include "tools/larder/check/array-blocks.h"
 #include "tools/larder/check/process-resources.h"
 #include "tools/larder/check/provider-calls.h"
 

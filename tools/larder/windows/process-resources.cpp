@@ -6,14 +6,6 @@
 #include <tlhelp32.h>
 
 namespace larder::tool {
-namespace {
-
-HANDLE RuntimeHeap() {
-  // NOLINTNEXTLINE(performance-no-int-to-ptr): the runtime has the handle as a number
-  return reinterpret_cast<HANDLE>(_get_heap_handle());
-}
-
-}  // namespace
 
 std::size_t CountThreads() {
   const HANDLE snapshot = CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0);
@@ -43,7 +35,8 @@ std::size_t CountHandles() {
 
 std::size_t CountHeapBytes() {
   std::size_t bytes = 0;
-  const HANDLE heap = RuntimeHeap();
+  // NOLINTNEXTLINE(performance-no-int-to-ptr): the runtime has the handle as a number
+  const HANDLE heap = reinterpret_cast<HANDLE>(_get_heap_handle());
   HeapLock(heap);
   PROCESS_HEAP_ENTRY entry{};
   while (HeapWalk(heap, &entry) != FALSE) {
@@ -52,10 +45,5 @@ std::size_t CountHeapBytes() {
   HeapUnlock(heap);
   return bytes;
 }
-
-void WatchArrayNew() {}
-
-// The runtime's new[] and malloc share one heap, which knows its blocks.
-bool IsFromArrayNew(const void* block) { return HeapValidate(RuntimeHeap(), 0, block) != FALSE; }
 
 }  // namespace larder::tool
