@@ -40,6 +40,8 @@ constexpr Row kRows[] = {
      "the store's own SELECT, prepared", kTimes, kNanoseconds, 0.6, 0.4},
     {"store", "a hit for the same file again and again", "StoreHitSameFile", "SelectSameRow",
      "the store's own SELECT, prepared", kTimes, kNanoseconds, 0.6, 0.4},
+    {"store", "a hit by a session of client.hpp", "SessionHit", "StoreHit", "the C functions",
+     kTimes, kNanoseconds, 1.05, 1.02},
     {"store", "a first hit among 1,000,000 entries", "StoreFirstHit/1000000", "StoreFirstHit/1000",
      "among 1,000", kTimes, kNanoseconds, 1.8, 1.5},
     {"scan", "scan of /usr/bin, nothing stored", "ScanWithEmptyStore", "RhashTree",

@@ -1,6 +1,8 @@
 // A query that the file provider answers from its store, through the exports and with the look at
-// the file, beside the store's own prepared SELECT of the same record without any look.
+// the file, beside the store's own prepared SELECT of the same record without any look, and beside
+// the same query by the classes of client.hpp.
 #include <larder/feed-file.h>
+#include <larder/client.hpp>
 
 #include <algorithm>
 #include <chrono>
@@ -71,6 +73,9 @@ class StoreMachine : public Machine {
   // Existing files whose records are in a store.
   static std::int64_t FilesIn(std::int64_t entries) { return std::min(entries, kFiles); }
   const WideString& Path(std::size_t index) const { return paths[index]; }
+  std::filesystem::path NativePath(std::size_t index) const {
+    return Folder() / ("file-" + std::to_string(index));
+  }
   const void* Descriptor(std::size_t index) const { return descriptors[index].data(); }
 
  private:
@@ -91,9 +96,9 @@ class StoreMachine : public Machine {
 
   void MakeFiles() {
     for (std::int64_t i = 0; i < kFiles; ++i) {
-      const std::string name = "file-" + std::to_string(i);
-      std::ofstream(Folder() / name) << name;
-      paths.push_back(WidePath(name));
+      const std::filesystem::path file = NativePath(static_cast<std::size_t>(i));
+      std::ofstream(file) << i;
+      paths.push_back(WidePath(file.filename().string()));
       const std::size_t size = (paths.back().size() + 1) * sizeof(LarderWideChar);
       std::vector<unsigned char>& descriptor = descriptors.emplace_back(8 + size);
       std::copy_n(reinterpret_cast<const unsigned char*>(paths.back().c_str()), size,
@@ -168,6 +173,23 @@ void AskAgain(benchmark::State& state, std::size_t files) {
 
 void StoreHit(benchmark::State& state) { AskAgain(state, kSmallStore); }
 BENCHMARK(StoreHit);
+
+void SessionHit(benchmark::State& state) {
+  auto& machine = Shared<StoreMachine>();
+  machine.UseStore(kSmallStore);
+  const Session session;
+  std::vector<FileObject> files;
+  for (std::size_t i = 0; i < kSmallStore; ++i) files.emplace_back(machine.NativePath(i));
+  const auto query = [&](const FileObject& file) {
+    if (!session.QueryFile(file, LARDER_FEED_FILE_STORED)) {
+      throw std::runtime_error("the store doesn't answer");
+    }
+  };
+  for (const FileObject& file : files) query(file);
+  std::minstd_rand random;
+  for (auto _ : state) query(files[random() % files.size()]);
+}
+BENCHMARK(SessionHit);
 
 void StoreHitSameFile(benchmark::State& state) { AskAgain(state, 1); }
 BENCHMARK(StoreHitSameFile);
