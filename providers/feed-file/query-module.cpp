@@ -10,8 +10,6 @@
 namespace larder::feed {
 namespace {
 
-constexpr const char* kExport = "GetFileQuery";
-
 [[noreturn]] void Fail(const WideString& path, const std::string& reason) {
   throw std::runtime_error("Can't use the query module " + Quoted(path) + ": " + reason);
 }
@@ -30,8 +28,8 @@ QueryModule::File::File(const WideString& path) {
 }
 
 std::unique_ptr<IFileQuery> QueryModule::File::MakeQuery(const WideString& path) const {
-  const platform::Symbol symbol = platform::FindSymbol(module.Get(), kExport);
-  if (symbol == nullptr) Fail(path, std::string("it doesn't export ") + kExport);
+  const platform::Symbol symbol = platform::FindSymbol(module.Get(), kFileQueryExport);
+  if (symbol == nullptr) Fail(path, std::string("it doesn't export ") + kFileQueryExport);
   IFileQuery* made = nullptr;
   // Unwinding unloads the module, and with it the code of the module's exception types, so only
   // exceptions of this module may leave.
@@ -40,9 +38,9 @@ std::unique_ptr<IFileQuery> QueryModule::File::MakeQuery(const WideString& path)
   } catch (const std::exception& error) {
     Fail(path, error.what());
   } catch (...) {
-    Fail(path, std::string(kExport) + " threw something that isn't a std::exception");
+    Fail(path, std::string(kFileQueryExport) + " threw something that isn't a std::exception");
   }
-  if (made == nullptr) Fail(path, std::string(kExport) + " created no object");
+  if (made == nullptr) Fail(path, std::string(kFileQueryExport) + " created no object");
   return std::unique_ptr<IFileQuery>(made);
 }
 

@@ -29,7 +29,7 @@ FileFigures FileProviderFigures() {
   // Keeps the module from being unloaded meanwhile.
   const platform::OwnedModule module(platform::FindLoadedModule(ModulePath()));
   const auto function = reinterpret_cast<GetFileFiguresFunction>(
-      platform::FindSymbol(module.Get(), "GetFileFigures"));
+      platform::FindSymbol(module.Get(), kFileFiguresExport));
   FileFigures figures;
   if (function != nullptr) function(&figures);
   return figures;

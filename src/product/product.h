@@ -72,4 +72,11 @@ inline constexpr std::uint32_t kMaxLogGenerations = 5;
 // Type numbers are below this, so a process has at most as many providers.
 inline constexpr std::int32_t kProviderTypeCount = 6;
 
+// Functions that modules export: each provider, each query module of the file provider, and the
+// file provider for other parts of the product.
+inline constexpr char kProviderExport[] = "GetProvider";
+inline constexpr char kFileQueryExport[] = "GetFileQuery";
+inline constexpr char kFileFiguresExport[] = "GetFileFigures";
+inline constexpr char kStoredRecordsExport[] = "VisitStoredRecords";
+
 }  // namespace larder

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "log/log-pieces.h"
+#include "product/product.h"
 #include "providers/provider-discovery.h"
 
 namespace larder {
@@ -35,7 +36,7 @@ DataProviderManager::Provider::Provider(AutoModuleHandle&& loadedModule)
     : module(std::move(loadedModule)) {
   ScopeTrace scope("Entering DataProviderManager::Provider::Provider()",
                    "Leaving DataProviderManager::Provider::Provider()");
-  const platform::Symbol symbol = platform::FindSymbol(module.Get(), "GetProvider");
+  const platform::Symbol symbol = platform::FindSymbol(module.Get(), kProviderExport);
   if (symbol == nullptr) {
     throw Failure(30, PointerText(module.Get()) + " does not have GetProvider symbol.");
   }

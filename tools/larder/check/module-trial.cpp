@@ -17,9 +17,8 @@
 namespace larder::tool {
 namespace {
 
-constexpr const char* kExport = "GetProvider";
 // By which feed-file serves other parts of Larder.
-constexpr const char* kOwnExports[] = {"GetFileFigures", "VisitStoredRecords"};
+constexpr const char* kOwnExports[] = {kFileFiguresExport, kStoredRecordsExport};
 constexpr std::size_t kMaxNames = 5;
 
 constexpr std::chrono::seconds kMaxThreadEnd(5);
@@ -73,7 +72,7 @@ bool ModuleTrial::Load() {
 
 void ModuleTrial::TryExports() {
   std::vector<std::string> names = ExportsOf(module);
-  if (std::erase(names, kExport) == 0) {
+  if (std::erase(names, kProviderExport) == 0) {
     return report.Fail(Rule::kExports, "GetProvider isn't exported");
   }
   for (const char* own : kOwnExports) std::erase(names, own);
@@ -95,7 +94,7 @@ bool ModuleTrial::MakeProvider() { return CallGetProvider() && TryType(); }
 
 bool ModuleTrial::CallGetProvider() {
   const auto getProvider =
-      reinterpret_cast<GetProviderFunction>(platform::FindSymbol(module, kExport));
+      reinterpret_cast<GetProviderFunction>(platform::FindSymbol(module, kProviderExport));
   if (getProvider == nullptr) return false;
   report.Begin(Rule::kGetProvider, "GetProvider runs");
   provider = nullptr;

@@ -64,7 +64,7 @@ platform::OwnedModule FileProviderModule() {
 void VisitStore(const StoredRecordVisitor& visit) {
   const platform::OwnedModule module = FileProviderModule();
   const auto function = reinterpret_cast<VisitStoredRecordsFunction>(
-      platform::FindSymbol(module.Get(), "VisitStoredRecords"));
+      platform::FindSymbol(module.Get(), kStoredRecordsExport));
   if (function == nullptr) {
     throw std::runtime_error("the file provider isn't the one of this version");
   }

@@ -211,7 +211,7 @@ void Planner::CheckModules() {
     if (!isProvider && value.name != kQueryModuleValue) continue;
     const WideString path = location + value.data;
     const std::string fault =
-        FindLoadFault(path, isProvider ? "GetProvider" : "GetFileQuery", kMaxLoadTime);
+        FindLoadFault(path, isProvider ? kProviderExport : kFileQueryExport, kMaxLoadTime);
     if (!fault.empty()) Refuse(PathText(path) + " can't be used: " + fault);
   }
 }

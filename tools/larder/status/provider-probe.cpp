@@ -9,6 +9,7 @@
 #include "platform/module.h"
 #include "platform/scoped-handle.h"
 #include "platform/wide.h"
+#include "product/product.h"
 #include "product/stored-records.h"
 #include "tools/larder/cli/commands.h"
 #include "tools/larder/status/child-report.h"
@@ -21,7 +22,6 @@ namespace {
 using Json = nlohmann::json;
 
 constexpr const char* kCommand = "probe-provider";
-constexpr const char* kProviderExport = "GetProvider";
 
 // The keys of the child's report. An object that names a step is written before the step begins.
 constexpr const char* kStep = "step";
@@ -58,7 +58,7 @@ struct ProbeArguments {
 
 void ProbeStore(platform::ModuleHandle module, ProbeReport& report) {
   const auto visit = reinterpret_cast<VisitStoredRecordsFunction>(
-      platform::FindSymbol(module, "VisitStoredRecords"));
+      platform::FindSymbol(module, kStoredRecordsExport));
   if (visit == nullptr) return;
   report.BeginStep(kReadingStore);
   std::string fault;
