@@ -36,6 +36,8 @@ using platform::FileDescriptor;
 constexpr std::size_t kMaxOutput = 0x10000;
 constexpr int kFirstFreeDescriptor = 3;
 
+pid_t StartedProcess = 0;  // the one that called EndWithStarter
+
 Code FromError(int error) { return error == 0 ? kSuccess : platform::CodeFromErrno(error); }
 
 class Actions {
@@ -188,7 +190,14 @@ Code RunChild(const WideString& program, const std::vector<std::string>& argumen
   return code;
 }
 
-void EndWithStarter() noexcept { prctl(PR_SET_PDEATHSIG, SIGKILL); }
+void EndWithStarter() noexcept {
+  StartedProcess = getpid();
+  prctl(PR_SET_PDEATHSIG, SIGKILL);
+}
+
+void EndIfCopied() noexcept {
+  if (StartedProcess != 0 && StartedProcess != getpid()) _exit(EXIT_SUCCESS);
+}
 
 FILE* TakeStandardOutput() noexcept {
   const int output = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, kFirstFreeDescriptor);

@@ -43,6 +43,7 @@ ReportWriter::ReportWriter(std::string newKey)
 }
 
 void ReportWriter::Write(const Json& object) {
+  EndIfCopied();
   const std::string line =
       "\n" + key + object.dump(-1, ' ', true, Json::error_handler_t::replace) + "\n";
   std::fwrite(line.data(), 1, line.size(), file.get());

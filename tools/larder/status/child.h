@@ -37,6 +37,10 @@ struct ChildResult {
 // Called in a child of RunChild: from here on it is killed if the process that started it is.
 void EndWithStarter() noexcept;
 
+// Ends this process if it is a copy of one that has called EndWithStarter: if a module has forked
+// (on Linux) and returns twice. The copies would go on with the same work, and be copied again.
+void EndIfCopied() noexcept;
+
 // Takes standard output away from the rest of this process, and of the processes that it starts:
 // what they print from then on is discarded. Returns the former standard output, which no child
 // inherits; null if the system can't do that. The caller owns the file.

@@ -17,9 +17,15 @@ struct Thrown {
   bool hasCodeZero = false;  // the host would take it for a success
 };
 
-// The text is read while the module is loaded, since the exception's code may be in it.
+struct CopyEnd {
+  ~CopyEnd() { EndIfCopied(); }
+};
+
+// The text is read while the module is loaded, since the exception's code may be in it. Doesn't
+// return in a copy of the process.
 template <typename Call>
 Thrown CatchFrom(const Call& call) {
+  const CopyEnd end;
   const auto textOf = [](const std::exception& error) {
     return "it throws an exception: " + std::string(error.what()).substr(0, kMaxExceptionText);
   };

@@ -198,6 +198,8 @@ Code RunChild(const WideString& program, const std::vector<std::string>& argumen
 
 void EndWithStarter() noexcept {}  // the job does it
 
+void EndIfCopied() noexcept {}  // no process can be copied
+
 std::FILE* TakeStandardOutput() noexcept {
   HANDLE copy = nullptr;
   const HANDLE self = GetCurrentProcess();
