@@ -163,7 +163,10 @@ class Record:
         return record if is_placeholder else replace(record, chains=chains)
 
     def pack(self) -> bytes:
-        """The record as a data block. RecordError if a digest hasn't its length."""
+        """The record as a data block. RecordError if a digest hasn't its length, or file_id isn't a
+        number of 64 bits."""
+        if not 0 <= self.file_id < 2**64:
+            raise RecordError(f"file_id is {self.file_id}, which isn't a number of 64 bits")
         chains = self.chains or (Chain((Certificate(b""),)),)
         packed = [_pack_chain(chain, i + 1 == len(chains)) for i, chain in enumerate(chains)]
         facts = (self.md5, self.sha1, self.sha256, self.sha384, self.sha512, self.pe_md5,
@@ -235,8 +238,11 @@ def file_object(path: AnyPath, last_modified: int = 0) -> bytes:
 
     PathError if the path can't be expressed: it is empty, has a NUL in it, or is too long for the
     system (4095 bytes on Linux, 32766 units on Windows); on Linux also if it isn't UTF-8 or has a
-    backslash in a name.
+    backslash in a name. ValueError if last_modified isn't a number of 64 bits, for example for a time
+    before 1601.
     """
+    if not 0 <= last_modified < 2**64:
+        raise ValueError(f"last_modified is {last_modified}, which isn't a number of 64 bits")
     units = _windows_units(path) if sys.platform == "win32" else _posix_units(path)
     return struct.pack("<Q", last_modified) + units + b"\0\0"
 

@@ -275,6 +275,8 @@ inline std::vector<std::byte> MakeFileRecord(FileDataRecord facts, std::vector<C
 
 // The file's modification time as a file provider's descriptor has it: 100 ns units since
 // 1601-01-01 UTC (FILETIME). Follows links. std::filesystem::filesystem_error if it can't be read.
+// On Linux, times from 1678 to 2261 only, which is the range of std::filesystem's clock with
+// libstdc++: a later one is an error, for an earlier one the number is wrong.
 inline std::uint64_t LastModified(const std::filesystem::path& path) {
 #ifdef _WIN32
   // std::filesystem::last_write_time has whole seconds with some runtimes.

@@ -107,8 +107,9 @@ class RecordTest(unittest.TestCase):
             record = larder.Record(file_id=2**64 - 1, sha256=bytes(range(32)), chains=chains)
             self.assertEqual(larder.Record.parse(record.pack() + b"behind"), record)
         self.assertEqual(len(larder.Record().pack()), 400)
-        with self.assertRaises(larder.RecordError):
-            larder.Record(sha1=b"short").pack()
+        for wrong in ({"sha1": b"short"}, {"file_id": -1}, {"file_id": 2**64}):
+            with self.assertRaises(larder.RecordError):
+                larder.Record(**wrong).pack()
 
     def test_a_damaged_record_is_refused(self):
         good = larder.Record(chains=(self.CHAIN, self.CHAIN)).pack()
@@ -135,6 +136,11 @@ class PathTest(unittest.TestCase):
             units = (expected + "\0").encode("utf-16-le")
             self.assertEqual(larder.file_object(path, 2**32 + 5), struct.pack("<II", 5, 1) + units)
         larder.file_object("/" + "x" * 4094)
+
+    def test_times_that_no_descriptor_can_have_are_refused(self):
+        for time in (-1, 2**64):
+            with self.assertRaises(ValueError):
+                larder.file_object("/", time)
 
     def test_paths_that_cant_be_expressed_are_refused(self):
         for path in ("", b"", "/a\0b", "/a\\b", b"l\xe9", b"/\xc0\x80", "/\ud800",
