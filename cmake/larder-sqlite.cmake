@@ -44,5 +44,3 @@ else()
     HAVE_USLEEP=1  # without it a busy connection waits whole seconds
     USE_PREAD=1)
 endif()
-install(FILES ${LARDER_SQLITE_SOURCE}/LICENSE.md
-  DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/larder RENAME LICENSE.sqlite)

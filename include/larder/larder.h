@@ -15,6 +15,16 @@
 
 #include <larder/records.h>
 
+/* The version of these headers, and of the package that they belong to; not the version that
+ * LarderQuery takes. */
+#define LARDER_VERSION_MAJOR 0
+#define LARDER_VERSION_MINOR 1
+#define LARDER_VERSION_PATCH 0
+#define LARDER_VERSION_TEXT "0.1.0"
+/* For comparisons: 0.1.0 is 100, 1.2.3 is 10203. */
+#define LARDER_VERSION \
+  (LARDER_VERSION_MAJOR * 10000 + LARDER_VERSION_MINOR * 100 + LARDER_VERSION_PATCH)
+
 /* Define LARDER_STATIC only to link the library's object files into a program; the library's own
  * build does. */
 #if !defined(_WIN32)
