@@ -1,23 +1,26 @@
 # The licences of everything that is shipped, in share/doc/larder/licenses. Each comes from where its
-# code comes from; a package isn't made without them.
-set(licenses ${CMAKE_INSTALL_DATADIR}/doc/larder/licenses)
-install(FILES ${PROJECT_SOURCE_DIR}/LICENSE DESTINATION ${licenses} RENAME larder COMPONENT library)
-
-# larder_install_license(NAME FILE COMPONENT)
-function(larder_install_license name file component)
-  if(EXISTS ${file})
-    install(FILES ${file} DESTINATION ${licenses} RENAME ${name} COMPONENT ${component})
-  elseif(LARDER_PACKAGING)
-    message(FATAL_ERROR "The licence of ${name}, ${file}, is missing.")
-  endif()
-endfunction()
-
+# code comes from. cpack makes no package without them; see larder-check-licenses.cmake.
 set(debian /usr/share/doc)
-larder_install_license(cli11 ${debian}/libcli11-dev/copyright tool)
-larder_install_license(nlohmann-json ${debian}/nlohmann-json3-dev/copyright tool)
-larder_install_license(sqlite ${LARDER_SQLITE_SOURCE}/LICENSE.md tool)
-larder_install_license(xxhash ${debian}/libxxhash-dev/copyright tool)
+set(LARDER_OTHER_LICENSES
+  cli11 ${debian}/libcli11-dev/copyright
+  nlohmann-json ${debian}/nlohmann-json3-dev/copyright
+  sqlite ${LARDER_SQLITE_SOURCE}/LICENSE.md
+  xxhash ${debian}/libxxhash-dev/copyright)
 if(WIN32)
-  larder_install_license(gcc-runtime ${debian}/gcc-mingw-w64-base/copyright library)
-  larder_install_license(winpthreads ${debian}/mingw-w64-x86-64-dev/copyright library)
+  list(APPEND LARDER_OTHER_LICENSES
+    gcc-runtime ${debian}/gcc-mingw-w64-base/copyright
+    gpl-3 /usr/share/common-licenses/GPL-3  # gcc-runtime refers to it
+    mingw-w64-winpthreads ${debian}/mingw-w64-x86-64-dev/copyright)
 endif()
+
+set(LARDER_MISSING_LICENSES)
+set(licenses larder ${PROJECT_SOURCE_DIR}/LICENSE ${LARDER_OTHER_LICENSES})
+while(licenses)
+  list(POP_FRONT licenses name file)
+  if(NOT EXISTS ${file})
+    list(APPEND LARDER_MISSING_LICENSES ${file})
+    continue()
+  endif()
+  install(FILES ${file} DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/larder/licenses RENAME ${name}
+    COMPONENT licenses)
+endwhile()

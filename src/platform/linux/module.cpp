@@ -3,6 +3,7 @@
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <link.h>
+#include <sys/auxv.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -10,7 +11,9 @@
 #include <cerrno>
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -102,6 +105,14 @@ Code ReasonOfFailure(bool examined) {
   return kModuleNotFound;
 }
 
+// The path that execve got. A relative one is of no use: the current folder may have changed.
+Code StartedImagePath(WideString& path) {
+  const char* name = reinterpret_cast<const char*>(getauxval(AT_EXECFN));
+  if (name == nullptr || *name != '/') return kFileNotFound;
+  const std::unique_ptr<char, decltype(&std::free)> full(realpath(name, nullptr), &std::free);
+  return full != nullptr ? WidePath(full.get(), path) : CodeFromErrno(errno);
+}
+
 }  // namespace
 
 Code OpenModule(const WideString& path, ModuleHandle& module) {
@@ -145,7 +156,7 @@ Code HostImagePath(WideString& path) {
   std::string native(256, '\0');
   for (;;) {
     const ssize_t length = readlink("/proc/self/exe", native.data(), native.size());
-    if (length < 0) return CodeFromErrno(errno);
+    if (length < 0) return StartedImagePath(path);  // no /proc, as in some chroots
     if (static_cast<std::size_t>(length) < native.size()) {
       native.resize(static_cast<std::size_t>(length));
       return WidePath(native, path);

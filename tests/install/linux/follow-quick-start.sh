@@ -1,0 +1,34 @@
+#!/usr/bin/env bash
+# In the new Debian: runs the page's commands as root or as an ordinary user, as the page says, and
+# checks what they print and what they leave behind.
+set -euo pipefail
+cd /quick-start
+useradd --create-home user
+
+# PROGRAM...: what a part of the page prints goes to a file, and to the log.
+as_root() { bash -ex "$1.sh" 2>&1 | tee "$1.out"; }
+as_user() { (cd /home/user && runuser -u user -- bash -ex "/quick-start/$1.sh") 2>&1 | tee "$1.out"; }
+# PART PATTERN [COUNT]
+expect() {
+  local count
+  count=$(grep -c -- "$2" "$1.out" || true)
+  [[ $count -eq ${3:-1} ]] || { echo "$count times instead of ${3:-1} in $1: $2"; exit 1; }
+}
+
+find / -xdev -not -path '/quick-start/*' -not -path '/proc/*' | sort >before
+as_root install
+as_user client
+expect client '^LarderInit will return Success (0)$'
+expect client "^$(sha256sum /usr/bin/env | cut -d ' ' -f 1)\$" 2
+as_user provider
+expect provider '^ 1  symbols       ok$'
+expect provider '^18  .* ok$'
+expect provider 'my-feed-keeps-the-rules .*Passed'
+expect provider '^type        4$'
+expect provider '^LarderInit will return Success (0)$'
+as_root remove
+find / -xdev -not -path '/quick-start/*' -not -path '/proc/*' | sort >after
+if comm -13 before after | grep -iE '^/[^h].*(larder|velmor)'; then
+  echo "The packages left these files."
+  exit 1
+fi
