@@ -2,7 +2,7 @@
 # programs use the registry of the wine prefix that all tests share.
 cmake_policy(VERSION 3.25)
 
-set(prefix ${FOLDER}/prefix)
+set(prefix ${PREFIX})
 set(consumer ${FOLDER}/consumer)
 
 function(must_run)
@@ -62,15 +62,15 @@ endfunction()
 file(REMOVE_RECURSE ${FOLDER} ${MACHINE})
 file(MAKE_DIRECTORY ${MACHINE})
 set(ENV{LARDER_ROOT} ${MACHINE})
-must_run(${CMAKE_COMMAND} --install ${BUILD} --prefix ${prefix})
+if(NOT EXISTS ${prefix})
+  must_run(${CMAKE_COMMAND} --install ${BUILD} --prefix ${prefix})
+endif()
 file(GLOB headers RELATIVE ${prefix}/include/larder ${prefix}/include/larder/*)
 if(NOT headers STREQUAL "client.hpp;feed-file.h;feed-stats.h;larder.h;provider.h;records.h")
   message(FATAL_ERROR "the installed headers are ${headers}")
 endif()
 build(${CONSUMER} ${consumer} -DSAMPLE=${SAMPLE} -DPROVIDER=${PROVIDER})
 
-# Only the installed files run: programs find the library and the C++ runtime there.
-set(ENV{WINEPATH} Z:${prefix}/${BINDIR})
 if(NOT DEFINED ENV{WINEPREFIX})  # by default programs of the consumer's build folder get a prefix of their own
   set(ENV{WINEPREFIX} ${BUILD}/wine)
 endif()
@@ -83,13 +83,15 @@ expect("text: 8\nends in: s\ninit: -3\ninit again: -3\nquery: -5\nwrite: -5\nfre
   ${cClient})
 
 # The providers' folders are relative to this test's, because a text in the registry has at most 98
-# characters. On Windows the tool loads no module by a path that begins at the current folder.
+# characters. On Windows, where the tool loads no module by a path that begins at the current folder,
+# they are on the drive L:, which is this test's folder.
+cmake_path(GET FOLDER PARENT_PATH here)
+cmake_path(RELATIVE_PATH prefix BASE_DIRECTORY ${here} OUTPUT_VARIABLE modules)
+string(REPLACE "/" "\\" modules "${modules}")
 set(here ".\\")
 if(EXE)
-  cmake_path(GET FOLDER PARENT_PATH folderAbove)
-  file(CREATE_LINK ${folderAbove} $ENV{WINEPREFIX}/dosdevices/l: SYMBOLIC)
   set(here "L:\\")
-  set(file Z:${file})  # the current drive is L: from now on
+  set(file Z:${file})
 endif()
 
 register("${here}installed\\consumer\\" PathLength path-length.dll)
@@ -97,12 +99,15 @@ expect("text: 8\nends in: s\ninit: 0\ninit again: -11\nquery: -4\nwrite: -4\nfre
   ${cClient})
 expect("file .*\ntype +4\nsize +12\n.*" ${TOOL} query --type 4 ${file})
 
-register("${here}installed\\prefix\\${MODULE_FOLDER}\\"
+register("${here}${modules}\\${MODULE_FOLDER}\\"
   FeedFile feed-file.dll FeedTest feed-test.dll FeedStats feed-stats.dll)
 expect(".*sha256 +${digest}\n.*" ${TOOL} query ${file})
 foreach(extension c cpp)
   expect("${digest}\n" ${consumer}/${extension}-client${EXE} ${file})
 endforeach()
+if(EXE)
+  include(${CMAKE_CURRENT_LIST_DIR}/windows/clients.cmake)
+endif()
 if(PYTHON AND NOT SANITIZE)  # it contains no runtime of a sanitizer
   set(ENV{PYTHONPATH} ${prefix}/${PYTHONDIR})
   expect("${digest}\n" ${PYTHON} ${SAMPLE}.py ${file})
