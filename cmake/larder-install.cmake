@@ -6,7 +6,7 @@ install(EXPORT larder-targets NAMESPACE larder:: FILE larder-targets.cmake
   DESTINATION ${packageFolder} COMPONENT development)
 configure_package_config_file(${CMAKE_CURRENT_LIST_DIR}/larder-config.cmake.in
   ${CMAKE_CURRENT_BINARY_DIR}/larder-config.cmake
-  INSTALL_DESTINATION ${packageFolder} PATH_VARS CMAKE_INSTALL_BINDIR
+  INSTALL_DESTINATION ${packageFolder} PATH_VARS CMAKE_INSTALL_BINDIR CMAKE_INSTALL_LIBDIR
   NO_SET_AND_CHECK_MACRO NO_CHECK_REQUIRED_COMPONENTS_MACRO)
 write_basic_package_version_file(${CMAKE_CURRENT_BINARY_DIR}/larder-config-version.cmake
   COMPATIBILITY SameMinorVersion)

@@ -6,6 +6,10 @@
 include(${CMAKE_CURRENT_LIST_DIR}/larder-exports.cmake)
 
 function(larder_provider name)
+  if(MSVC)
+    message(FATAL_ERROR "${name}: the library can't load providers of Microsoft's compiler, because "
+      "its virtual tables and exceptions are others. Build it with MinGW-w64.")
+  endif()
   cmake_parse_arguments(PARSE_ARGV 1 P "" "EXPORTS" "SOURCES;LIBRARIES")
   if(NOT P_EXPORTS)
     set(P_EXPORTS ${CMAKE_CURRENT_FUNCTION_LIST_DIR}/larder-provider-exports.txt)

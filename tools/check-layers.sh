@@ -77,7 +77,7 @@ function report(rule) {
 function has_word(words, word) { return index(" " words " ", " " word " ") > 0 }
 
 function system_folder() {
-  return FILENAME ~ /^(src\/platform|tools\/larder|providers\/feed-file|soak|bench)\/(linux|windows)\// || FILENAME ~ /^tests\/(.*\/)?(linux|windows)\//
+  return FILENAME ~ /^(src\/platform|tools\/larder|providers\/feed-file|soak|bench|samples)\/(linux|windows)\// || FILENAME ~ /^tests\/(.*\/)?(linux|windows)\//
 }
 
 # <header>: the standard library anywhere, the rest where it belongs.

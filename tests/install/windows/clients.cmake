@@ -7,21 +7,27 @@ file(MAKE_DIRECTORY ${FOLDER}/host)
 file(COPY ${consumer}/load-larder.exe DESTINATION ${FOLDER}/host)
 expect("No data available\n" ${FOLDER}/host/load-larder.exe)
 
-# Microsoft's ABI: every header of the C interface, and a client linked with the import library.
-set(compile ${CLANG} --target=x86_64-pc-windows-msvc -Wall -Wextra -pedantic -Werror -I${prefix}/include)
+# Every header of the C interface for Microsoft's ABI. As system headers they would give no warnings.
 foreach(header feed-file feed-stats larder records)
-  foreach(language c11 c++11)
-    string(REGEX REPLACE "[0-9]+$" "" kind ${language})
-    must_run(${compile} -std=${language} -x ${kind}-header -fsyntax-only ${prefix}/include/larder/${header}.h)
+  foreach(language c c++)
+    must_run(${CLANG} --target=x86_64-pc-windows-msvc -std=${language}11
+      -Wall -Wextra -pedantic -Werror -fsyntax-only
+      -I${prefix}/include -x ${language}-header ${prefix}/include/larder/${header}.h)
   endforeach()
 endforeach()
+
+# A client that clang-cl compiles and lld-link links with larder.lib. By that name clang takes the
+# options of Microsoft's compiler.
+set(source ${CMAKE_CURRENT_LIST_DIR}/microsoft)
 set(folder ${FOLDER}/microsoft)
 file(MAKE_DIRECTORY ${folder})
-must_run(${LLVM_DLLTOOL} -m i386:x86-64 -d ${CMAKE_CURRENT_LIST_DIR}/kernel32.def -l ${folder}/kernel32.lib)
-must_run(${compile} -std=c11 -c ${CMAKE_CURRENT_LIST_DIR}/microsoft-client.c -o ${folder}/client.obj)
-must_run(${LLD_LINK} /nodefaultlib /entry:Start /subsystem:console /out:${folder}/client.exe
-  ${folder}/client.obj ${prefix}/${LIBDIR}/larder.lib ${folder}/kernel32.lib)
-file(GLOB dlls ${prefix}/${BINDIR}/lib*-?.dll)
-file(COPY ${prefix}/${BINDIR}/larder.dll ${dlls} DESTINATION ${folder})
+file(CREATE_LINK ${CLANG} ${folder}/clang-cl SYMBOLIC)
+must_run(${LLVM_DLLTOOL} -m i386:x86-64 -d ${source}/kernel32.def -l ${folder}/kernel32.lib)
+must_run(${CMAKE_COMMAND} -G ${GENERATOR} -S ${source} -B ${folder} -DCMAKE_PREFIX_PATH=${prefix}
+  -DCMAKE_BUILD_TYPE=${BUILD_TYPE} -DKERNEL32=${folder}/kernel32.lib -DCMAKE_SYSTEM_NAME=Windows
+  -DCMAKE_C_COMPILER=${folder}/clang-cl -DCMAKE_C_COMPILER_TARGET=x86_64-pc-windows-msvc
+  -DCMAKE_C_COMPILER_WORKS=ON -DCMAKE_C_STANDARD_LIBRARIES=
+  -DCMAKE_LINKER=${LLD_LINK} -DCMAKE_MT=${LLVM_MT})
+must_run(${CMAKE_COMMAND} --build ${folder})
 file(SHA256 ${folder}/client.exe clientDigest)
 expect("${clientDigest}\n" ${folder}/client.exe)

@@ -1,5 +1,8 @@
-find_program(LARDER_CLANG clang REQUIRED DOC "Compiles a client for Microsoft's ABI")
-find_program(LARDER_LLD_LINK lld-link REQUIRED DOC "Links it (Debian: lld)")
+# Debian's packages clang, lld and llvm.
+find_program(LARDER_CLANG clang REQUIRED DOC "Compiles for Microsoft's ABI")
+find_program(LARDER_LLD_LINK lld-link REQUIRED DOC "Links it")
+find_program(LARDER_LLVM_MT llvm-mt REQUIRED DOC "CMake looks for it beside lld-link")
+find_program(LARDER_LLVM_DLLTOOL NAMES llvm-dlltool llvm-dlltool-14 REQUIRED)
 
 # The package for Windows. Its folder has a name with a space and a letter that isn't ASCII.
 set(folder "${CMAKE_CURRENT_BINARY_DIR}/Entpackte Übung")

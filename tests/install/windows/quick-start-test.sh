@@ -13,8 +13,9 @@ awk -v heading="## On Windows" -f "$(dirname "$0")/../commands-of-page.awk" "$pa
 cd "$folder"
 PATH=$folder/programs:$PATH bash -ex commands >out 2>&1 </dev/null || { cat out; exit 1; }
 
+tr -d '\r' <out >lines
 expect() {
-  tr -d '\r' <out | grep -q "$1" || { cat out; echo "missing: $1"; exit 1; }
+  grep -q "$1" lines || { cat lines; echo "missing: $1"; exit 1; }
 }
 expect "^LarderInit will return Success (0)$"
 expect "^$(sha256sum <facts/CMakeLists.txt | cut -d ' ' -f 1)$"
