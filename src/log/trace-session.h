@@ -1,5 +1,5 @@
-// The trace sink: a session of ETW, which a controller starts and stops from outside while the host
-// runs.
+// The trace sink: a session of the system's, which a controller starts and stops from outside while
+// the host runs. The words are those of ETW; platform/trace.h says what Linux makes of them.
 #pragma once
 
 #include <atomic>
@@ -9,9 +9,9 @@
 
 namespace larder {
 
-// What the session has requested. One static instance, TraceBlock. ETW's thread writes it without a
-// lock while statements read it: a reader may see the level of one session and the flags of the
-// next, which adds or loses at most one line. The order and widths of the fields are ETW's
+// What the session has requested. One static instance, TraceBlock. The system's thread writes it
+// without a lock while statements read it: a reader may see the level of one session and the flags
+// of the next, which adds or loses at most one line. The order and widths of the fields are ETW's
 // convention for tracing by messages (WPP).
 struct TraceControlBlock {
   TraceControlBlock* next = nullptr;                 // always null: there is one block
@@ -52,7 +52,7 @@ void DetachTrace() noexcept;
 // Stores what a controller requests in the TraceControlBlock that context points to: a session's
 // handle, level and flags, or zeros when the session ends, and opens or closes the gate
 // (log-gate.h) for the trace. kInvalidParameter, with nothing stored, for any other request code.
-// ETW calls it on a thread of its own.
+// The system calls it on a thread of its own.
 platform::Code TraceControlCallback(std::uint32_t requestCode, void* context,
                                     std::uint32_t* bufferSize, void* buffer) noexcept;
 

@@ -149,16 +149,7 @@ TEST_F(Exports, OnlyQueryPassesAProvidersCodeOn) {
 
 TEST(Session, TheLogHasEveryStepOfAWholeLife) {
   HostMachine host;
-  host.AddProvider("A", "type-3.dll");
-  host.AddProvider("B", "type-1.dll");
-  const TestDescriptor descriptor(LARDER_WIDE("C:\\file"));
-  LarderHandle handle = nullptr;
-  DataBlockHeader* data = nullptr;
-  ASSERT_EQ(LarderInit(UnexpectedCall, &handle), LARDER_OK);
-  ASSERT_EQ(LarderQuery(handle, &descriptor, 3, 0, &data, LARDER_QUERY_VERSION), LARDER_OK);
-  ASSERT_EQ(LarderWrite(handle, &descriptor, 1, data), LARDER_OK);
-  ASSERT_EQ(LarderFreeQuery(handle, data), LARDER_OK);
-  ASSERT_EQ(LarderRelease(), LARDER_OK);
+  LiveGoldenSession(host);
   EXPECT_EQ(host.LogText(), ContentOf(LARDER_TEST_GOLDEN "/session.txt"));
   EXPECT_THAT(host.Events(),
               testing::ElementsAre("type-3 loaded", "type-3 created", "type-1 loaded",

@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <fstream>
 #include <regex>
+#include <utility>
 
 #include "log/log-pieces.h"
 #include "support/registry.h"
@@ -55,8 +56,10 @@ int HostMachine::Count(const std::string& event) const {
   return static_cast<int>(std::count(events.begin(), events.end(), event));
 }
 
-std::string HostMachine::LogText() const {
-  std::string text = log.Text();
+std::string HostMachine::LogText() const { return Neutral(log.Text()); }
+
+std::string HostMachine::Neutral(std::string text) const {
+  text = RecordedLog::Neutral(std::move(text));
   const std::string folder = WideToUtf8(machine.WideFolder());
   for (std::size_t at; (at = text.find(folder)) != std::string::npos;) {
     text.replace(at, folder.size(), "<folder>\\");

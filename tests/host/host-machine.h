@@ -30,6 +30,7 @@ class HostMachine {
   // RecordedLog::Text with the machine's folder as "<folder>" and the system's texts of codes as
   // "<text>".
   std::string LogText() const;
+  std::string Neutral(std::string text) const;  // the same for a text of whole lines
 
   RecordedLog log;
   TestMachine machine;
@@ -42,6 +43,10 @@ struct TestDescriptor {
   std::uint32_t lastModified[2] = {0, 0};
   LarderWideChar filePath[260] = {};
 };
+
+// One life of a handle with two providers; tests/golden/session.txt has its log. For programs that
+// link the library's objects.
+void LiveGoldenSession(HostMachine& host);
 
 // A callback that fails the test.
 void UnexpectedCall(std::int32_t message);

@@ -46,7 +46,6 @@ std::vector<std::string> RecordedLog::Lines() const {
 }
 
 std::string RecordedLog::Text() const {
-  static const std::regex kHandle("\\b(?!0{16}|F{16})[0-9A-F]{16}\\b");
   std::string text;
   {
     const std::lock_guard lock(mutex);
@@ -54,6 +53,11 @@ std::string RecordedLog::Text() const {
       if (entry.thread == std::this_thread::get_id()) text += BodyOf(entry.line) + "\n";
     }
   }
+  return Neutral(text);
+}
+
+std::string RecordedLog::Neutral(std::string text) {
+  static const std::regex kHandle("\\b(?!0{16}|F{16})[0-9A-F]{16}\\b");
   text = std::regex_replace(text, kHandle, "<handle>");
   return Replaced(text, WideToUtf8(GetModuleName()), "<host>");
 }

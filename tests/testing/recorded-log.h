@@ -25,6 +25,7 @@ class RecordedLog : public LRLogListener {
   // The calling thread's lines, each ended by a line feed, with the host's image as "<host>" and
   // every handle and pointer except the empty ones as "<handle>".
   std::string Text() const;
+  static std::string Neutral(std::string text);  // the same for a text of whole lines
   bool Contains(const std::string& part) const;
   void Clear();
   // Returns as soon as there is a line that contains the part.

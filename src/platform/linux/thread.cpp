@@ -15,6 +15,7 @@
 #include "platform/cancellation.h"
 #include "platform/linux/kernel-object.h"
 #include "platform/linux/native.h"
+#include "platform/linux/start-thread.h"
 
 namespace larder::platform {
 namespace {
@@ -72,18 +73,6 @@ sigset_t SentSignals() {
   return signals;
 }
 
-// A new thread inherits the signal mask of its creator, so the signals are blocked before it
-// starts. Returns 0 or a value of errno.
-int StartWithSignalsBlocked(pthread_t& thread, Task* task) {
-  const sigset_t signals = SentSignals();
-  sigset_t before;
-  int error = pthread_sigmask(SIG_BLOCK, &signals, &before);
-  if (error != 0) return error;
-  error = pthread_create(&thread, nullptr, RunTask, task);
-  pthread_sigmask(SIG_SETMASK, &before, nullptr);
-  return error;
-}
-
 // A thread that was told to end does so soon, and being woken takes about as long, so the caller
 // doesn't sleep at first. It doesn't yield either: other programs could keep the processor.
 void Join(pthread_t thread) {
@@ -97,12 +86,24 @@ void Join(pthread_t thread) {
 
 }  // namespace
 
+// A new thread inherits the signal mask of its creator, so the signals are blocked before it
+// starts.
+int StartWithSignalsBlocked(pthread_t& thread, void* (*body)(void* argument), void* argument) {
+  const sigset_t signals = SentSignals();
+  sigset_t before;
+  int error = pthread_sigmask(SIG_BLOCK, &signals, &before);
+  if (error != 0) return error;
+  error = pthread_create(&thread, nullptr, body, argument);
+  pthread_sigmask(SIG_SETMASK, &before, nullptr);
+  return error;
+}
+
 Code StartThread(void (*body)(void* argument), void* argument, Handle& thread) noexcept {
   thread = nullptr;
   std::unique_ptr<Task> task(new (std::nothrow) Task{body, argument});
   std::unique_ptr<ThreadObject> object(new (std::nothrow) ThreadObject);
   if (!task || !object || !object->image.Open()) return kNotEnoughMemory;
-  const int error = StartWithSignalsBlocked(object->thread, task.get());
+  const int error = StartWithSignalsBlocked(object->thread, RunTask, task.get());
   if (error != 0) {
     object->image.Close();
     return CodeFromErrno(error);
