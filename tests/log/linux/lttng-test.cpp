@@ -1,7 +1,12 @@
 // The trace session of Linux: the library's lines in a session of LTTng's.
+#include <dlfcn.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <larder/larder.h>
 
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
 #include <optional>
 #include <string>
 #include <thread>
@@ -11,7 +16,9 @@
 #include "log/linux/lttng-daemon.h"
 #include "log/log-statement.h"
 #include "log/trace-session.h"
+#include "platform/linux/child-process.h"
 #include "testing/files.h"
+#include "testing/process.h"
 
 namespace larder {
 namespace {
@@ -22,7 +29,7 @@ class Lttng : public testing::Test {
  protected:
   void SetUp() override {
     if (!LttngDaemon::IsInstalled()) GTEST_SKIP() << "lttng-tools or babeltrace2 isn't installed";
-    daemon.emplace(host.machine.Folder());
+    if (getenv("LD_PRELOAD") == nullptr) daemon.emplace(host.machine.Folder());
   }
   ~Lttng() override { DetachTrace(); }
 
@@ -91,23 +98,44 @@ TEST_F(Lttng, EachThreadsLinesAreWholeAndInOrderUpTo64KiB) {
   }
 }
 
-TEST_F(Lttng, AForkedChildIsInNoSession) {
-  daemon->Start();
+// Returns 0 if the child was in the session, or wasn't, as it should be.
+int ForkWhileTraced(bool isFollowed) {
   AttachTrace();
   LogTrace("Before");
   const pid_t child = fork();
   if (child == 0) {
-    const bool isEnabled = IsTraceEnabled();
+    while (isFollowed && !IsTraceEnabled()) std::this_thread::yield();
+    const bool isAsExpected = IsTraceEnabled() == isFollowed;
     LogTrace("In the child");
-    DetachTrace();  // waits for no thread
-    exit(isEnabled ? 1 : 0);
+    DetachTrace();  // doesn't wait for the parent's thread
+    exit(isAsExpected ? 0 : 1);
   }
-  int status = 0;
+  int status = -1;
   waitpid(child, &status, 0);
-  EXPECT_EQ(status, 0);
   LogTrace("After");
+  DetachTrace();
+  return status;
+}
+
+// Each run of this program starts without LTTng. The daemon doesn't stand the preloaded library.
+TEST_F(Lttng, AForkedChildIsInTheSessionIfLttngFollowsForks) {
+  const char* const preloaded = getenv("LD_PRELOAD");
+  if (preloaded != nullptr) {
+    EXPECT_EQ(ForkWhileTraced(*preloaded != '\0'), 0);
+    return;
+  }
+  daemon->Start();
+  for (const std::string library : {"", "liblttng-ust-fork.so.1"}) {
+    const std::string self = std::filesystem::read_symlink("/proc/self/exe").string();
+    EXPECT_EQ(std::system(("LD_PRELOAD=" + library + " " + self + " --gtest_filter=*" +
+                           testing::UnitTest::GetInstance()->current_test_info()->name())
+                              .c_str()),
+              0)
+        << library;
+  }
   daemon->Stop();
-  EXPECT_THAT(Texts(), ElementsAre("TRACE: Before", "TRACE: After"));
+  EXPECT_THAT(Texts(), ElementsAre("TRACE: Before", "TRACE: After", "TRACE: Before",
+                                   "TRACE: In the child", "TRACE: After"));
 }
 
 TEST_F(Lttng, ASessionThatIsOnEarlierHasTheLinesOfAWholeLife) {
@@ -124,6 +152,62 @@ TEST_F(Lttng, ASessionThatIsOnEarlierHasTheLinesOfAWholeLife) {
   }
   traced.erase(0, traced.find("TRACE: Entering LarderInit()"));
   EXPECT_EQ(host.Neutral(traced), golden);
+}
+
+// The library itself, in a folder of its own; each part in a process that hasn't loaded LTTng.
+class LttngLibrary : public Lttng {
+ protected:
+  static constexpr char kObject[] = "liblarder-lttng.so";
+
+  LttngLibrary() {
+    host.AddProvider("FeedTest", "feed-test.dll");
+    std::filesystem::copy_file(LARDER_LIBRARY, library);
+  }
+
+  // Loads, uses and unloads the library. Returns the number of threads while it was loaded, or -1.
+  int LiveOnce() const {
+    void* const module = dlopen(library.c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (module == nullptr) return -1;
+    const auto init = reinterpret_cast<decltype(&LarderInit)>(dlsym(module, "LarderInit"));
+    const auto release = reinterpret_cast<decltype(&LarderRelease)>(dlsym(module, "LarderRelease"));
+    LarderHandle handle = nullptr;
+    const bool isGood = init(UnexpectedCall, &handle) == LARDER_OK && release() == LARDER_OK;
+    const std::size_t threads = TakeFootprint().threads;
+    dlclose(module);
+    return isGood && !IsModuleLoaded(library) ? static_cast<int>(threads) : -1;
+  }
+
+  const std::filesystem::path folder = host.machine.Folder();
+  const std::filesystem::path library = folder / "liblarder.so";
+};
+
+TEST_F(LttngLibrary, LivesWithoutItsObjectAndWithAFileThatIsntOne) {
+  const std::filesystem::path bin = std::filesystem::path(LARDER_LIBRARY).parent_path();
+  const std::string object = ContentOf(bin / kObject);
+  const std::vector<std::string> others = {"text", object.substr(0, 8192),
+                                           ContentOf(folder / "feed-test.dll")};
+  EXPECT_EQ(RunInChild([&] { return LiveOnce(); }), 1);
+  for (const std::string& content : others) {
+    std::ofstream(folder / kObject) << content;
+    EXPECT_EQ(RunInChild([&] { return LiveOnce(); }), 1) << content.size() << " bytes";
+  }
+}
+
+TEST_F(LttngLibrary, MayBeUnloadedWhileASessionIsOn) {
+  std::filesystem::copy_file(std::filesystem::path(LARDER_LIBRARY).replace_filename(kObject),
+                             folder / kObject);
+  daemon->Start();
+  EXPECT_EQ(RunInChild([&] {
+              constexpr std::size_t kLttngs = 2;
+              for (int life = 0; life < 2; ++life) {
+                if (LiveOnce() != 2 + kLttngs || TakeFootprint().threads != 1 + kLttngs) return 1;
+              }
+              return 0;
+            }),
+            0);
+  daemon->Stop();
+  const std::vector<std::string> texts = Texts();
+  EXPECT_EQ(std::ranges::count(texts, "TRACE: Leaving LarderInit()"), 2);
 }
 
 }  // namespace
