@@ -44,7 +44,7 @@ BEGIN {
   outside["samples"] = ""
   outside["include"] = ""
   # Within the tool: check and setup -> status; check -> query; find, log, scan and status -> query,
-  # registry -> cli; new -> cli.
+  # registry -> cli; new and trace -> cli.
   tool["check"] = "check status query cli"
   tool["cli"] = "cli"
   tool["registry"] = "registry cli"
@@ -55,8 +55,9 @@ BEGIN {
   tool["scan"] = "scan query cli"
   tool["status"] = "status log query registry cli"
   tool["setup"] = "setup status registry cli"
-  tool["linux"] = "linux check status scan query cli"
-  tool["windows"] = "windows check status scan query cli"
+  tool["trace"] = "trace cli"
+  tool["linux"] = "linux check status scan trace query cli"
+  tool["windows"] = "windows check status scan trace query cli"
 
   split("assert complex ctype errno fenv float inttypes iso646 limits locale math setjmp signal " \
         "stdalign stdarg stdatomic stdbool stddef stdint stdio stdlib stdnoreturn string tgmath " \

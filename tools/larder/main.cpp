@@ -23,8 +23,9 @@ void AddCommands(const Command& top) {
   const Command onMachine = top.Requiring(&RequireMachineRoot);
   AddSetupCommand(onMachine);
   AddStatusCommand(top);
-  for (const auto add : {&AddQueryCommand, &AddScanCommand, &AddFindCommand, &AddLogCommand,
-                         &AddNotifyCommand, &AddRegistryCommand, &AddRemoveCommand})
+  for (const auto add :
+       {&AddQueryCommand, &AddScanCommand, &AddFindCommand, &AddLogCommand, &AddTraceCommand,
+        &AddNotifyCommand, &AddRegistryCommand, &AddRemoveCommand})
     add(onMachine);
   for (const auto add : {&AddCheckCommand, &AddNewCommand, &AddProbeCommand}) add(top);
 }

@@ -19,5 +19,7 @@ struct LttngObject {
 // structure, so that an object of another version isn't used.
 using GetLttngObject = const LttngObject* (*)() noexcept;
 inline constexpr char kGetLttngObject[] = "LarderLttngObject1";
+// The file's name. It is used if it lies beside the library.
+inline constexpr char kLttngObjectName[] = "liblarder-lttng.so";
 
 }  // namespace larder::platform

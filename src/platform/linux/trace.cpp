@@ -30,7 +30,6 @@
 namespace larder::platform {
 namespace {
 
-constexpr char kObjectName[] = "liblarder-lttng.so";
 constexpr std::uint64_t kRegistration = 1;
 constexpr std::uint64_t kSession = 1;
 // As ETW's limit of a message.
@@ -48,7 +47,7 @@ const LttngObject* OpenObject() {
   const std::unique_ptr<char, decltype(&free)> real(realpath(image.dli_fname, nullptr), &free);
   if (real == nullptr) return nullptr;
   std::string path = real.get();
-  path.replace(path.rfind('/') + 1, std::string::npos, kObjectName);
+  path.replace(path.rfind('/') + 1, std::string::npos, kLttngObjectName);
   WideString wide;
   ModuleHandle module = nullptr;
   if (WidePath(path, wide) != kSuccess || OpenModule(wide, module) != kSuccess) return nullptr;

@@ -24,6 +24,9 @@ void AddFindCommand(const Command& top);
 // larder log on | off | path | list | show: the log that the library writes to disk.
 void AddLogCommand(const Command& top);
 
+// larder trace start | stop | show: a session that records the lines of running programs.
+void AddTraceCommand(const Command& top);
+
 // larder notify: gives the installer's signal as an installer does, or waits for it as a client.
 void AddNotifyCommand(const Command& top);
 

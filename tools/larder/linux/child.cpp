@@ -3,7 +3,6 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
-#include <spawn.h>
 #include <stdio.h>
 #include <sys/prctl.h>
 #include <sys/syscall.h>
@@ -22,6 +21,7 @@
 
 #include "platform/linux/file-descriptor.h"
 #include "platform/linux/native.h"
+#include "tools/larder/linux/spawn.h"
 
 namespace larder::tool {
 namespace {
@@ -37,44 +37,6 @@ constexpr std::size_t kMaxOutput = 0x10000;
 constexpr int kFirstFreeDescriptor = 3;
 
 pid_t StartedProcess = 0;  // the one that called EndWithStarter
-
-Code FromError(int error) { return error == 0 ? kSuccess : platform::CodeFromErrno(error); }
-
-class Actions {
- public:
-  explicit Actions(int output) : error(posix_spawn_file_actions_init(&actions)) {
-    if (error != 0) return;
-    Note(posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0));
-    Note(posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0));
-    Note(posix_spawn_file_actions_adddup2(&actions, output, STDOUT_FILENO));
-    Note(posix_spawn_file_actions_addclosefrom_np(&actions, kFirstFreeDescriptor));
-  }
-  ~Actions() { posix_spawn_file_actions_destroy(&actions); }
-  Actions(const Actions&) = delete;
-  Actions& operator=(const Actions&) = delete;
-
-  [[nodiscard]] int Error() const { return error; }
-  [[nodiscard]] const posix_spawn_file_actions_t* Get() const { return &actions; }
-
- private:
-  void Note(int code) {
-    if (error == 0) error = code;
-  }
-
-  posix_spawn_file_actions_t actions{};
-  int error;
-};
-
-Code Start(const std::string& program, std::vector<std::string> arguments, int output,
-           pid_t& child) {
-  std::vector<char*> pointers{const_cast<char*>(program.c_str())};
-  for (std::string& argument : arguments) pointers.push_back(argument.data());
-  pointers.push_back(nullptr);
-  const Actions actions(output);
-  if (actions.Error() != 0) return FromError(actions.Error());
-  return FromError(
-      posix_spawn(&child, program.c_str(), actions.Get(), nullptr, pointers.data(), environ));
-}
 
 // Adds what can be read at once, up to the limit; the rest is discarded. False at the end.
 bool ReadOutput(int pipe, std::string& output) {
@@ -106,9 +68,7 @@ Code WaitForEnd(pid_t child, int pipe, std::chrono::milliseconds limit, ChildRes
                                                          result.output, code);
   if (isTimedOut || code != kSuccess) kill(child, SIGKILL);
   int status = 0;
-  while (waitpid(child, &status, 0) < 0) {
-    if (errno != EINTR) return platform::CodeFromErrno(errno);
-  }
+  if (const Code ended = WaitForChild(child, status); ended != kSuccess) return ended;
   if (isTimedOut) {
     result.kind = ChildResult::Kind::kTimedOut;
   } else if (WIFSIGNALED(status)) {
@@ -175,10 +135,9 @@ Code RunChild(const WideString& program, const std::vector<std::string>& argumen
   if (fcntl(reading.Get(), F_SETFL, O_NONBLOCK) != 0 || prctl(PR_SET_CHILD_SUBREAPER, 1) != 0) {
     return platform::CodeFromErrno(errno);
   }
-  signal(SIGCHLD, SIG_DFL);  // ignored, which is inherited, it would leave nothing to wait for
   std::set<pid_t> spared = Children();
   pid_t child = 0;
-  if (const Code code = Start(native, arguments, writing.Get(), child); code != kSuccess) {
+  if (const Code code = Spawn(native, arguments, {writing.Get()}, child); code != kSuccess) {
     return code;
   }
   writing = FileDescriptor();

@@ -69,6 +69,7 @@ MachineStatus FindMachineStatus(std::chrono::milliseconds limit) {
   status.providers = FindProviders(status.location, limit, status.providersFault);
   status.rootFault = MachineRootFault();
   status.log = FindLogStatus();
+  status.trace = FindTraceObject(limit);
   status.store = FindStoreStatus(status.providers);
   status.event = FindEventStatus();
   status.verdict = Judge(status);

@@ -10,6 +10,7 @@
 #include "platform/wide.h"
 #include "tools/larder/status/data-status.h"
 #include "tools/larder/status/provider-status.h"
+#include "tools/larder/status/trace-object.h"
 
 namespace larder::tool {
 
@@ -30,18 +31,19 @@ struct MachineStatus {
   std::vector<ProviderStatus> providers;
   std::string rootFault;  // why the library finds nothing on this machine
   LogStatus log;
+  TraceObject trace;
   StoreStatus store;
   EventStatus event;
   Verdict verdict;
   // Whether all that programs of this user use is as it should be.
   [[nodiscard]] bool IsGood() const {
-    return verdict.IsGood() && rootFault.empty() && log.fault.empty() && store.fault.empty() &&
-           event.fault.empty();
+    return verdict.IsGood() && rootFault.empty() && log.fault.empty() && trace.fault.empty() &&
+           store.fault.empty() && event.fault.empty();
   }
 };
 
-// limit: the time that each module may take. Tries the modules one after the other, each in a child
-// process.
+// limit: the time that each module may take, and the object of trace sessions. Tries them one after
+// the other, each in a child process.
 [[nodiscard]] MachineStatus FindMachineStatus(std::chrono::milliseconds limit);
 
 }  // namespace larder::tool

@@ -65,6 +65,14 @@ std::string LogText(const LogStatus& log) {
          Line("  files", files) + LineIfAny("  note", log.note) + LineIfAny("  fault", log.fault);
 }
 
+std::string TraceText(const TraceObject& trace) {
+  if (trace.path.empty()) return {};
+  const char* state = "none: the object isn't there; the package larder-lttng has it";
+  if (trace.isThere) state = trace.fault.empty() ? "ready" : "none";
+  return "\n" + Line("trace", state) + Line("  object", PathText(trace.path)) +
+         LineIfAny("  fault", trace.fault);
+}
+
 std::string StoreText(const StoreStatus& store) {
   if (!store.isThere) return {};
   return "\n" + Line("store", store.state) + Line("  folder", PathText(store.folder)) +
@@ -94,7 +102,8 @@ std::string Text(const MachineStatus& status) {
   if (!status.providersFault.empty())
     text += "\n" + Line("providers", "none: " + status.providersFault);
   for (const ProviderStatus& provider : status.providers) text += ProviderText(provider);
-  text += LogText(status.log) + StoreText(status.store) + EventText(status.event);
+  text += LogText(status.log) + TraceText(status.trace) + StoreText(status.store) +
+          EventText(status.event);
   return text + "\n" + Printable(VerdictText(status.verdict)) + "\n";
 }
 
@@ -118,6 +127,12 @@ Json ProviderJson(const ProviderStatus& provider) {
           {"missing", probe.missing},
           {"fault", OrNull(probe.fault)},
           {"endFault", OrNull(probe.endFault)}};
+}
+
+Json TraceJson(const TraceObject& trace) {
+  if (trace.path.empty()) return {};
+  return {
+      {"object", PathText(trace.path)}, {"exists", trace.isThere}, {"fault", OrNull(trace.fault)}};
 }
 
 Json StoreJson(const StoreStatus& store) {
@@ -148,6 +163,7 @@ Json ToJson(const MachineStatus& status) {
             {"bytes", status.log.bytes},
             {"note", OrNull(status.log.note)},
             {"fault", OrNull(status.log.fault)}}},
+          {"trace", TraceJson(status.trace)},
           {"store", StoreJson(status.store)},
           {"event", {{"raised", status.event.isRaised}, {"fault", OrNull(status.event.fault)}}},
           {"init",
