@@ -44,9 +44,11 @@ BEGIN {
   outside["samples"] = ""
   outside["include"] = ""
   # Within the tool: check and setup -> status; check -> query; find, log, scan and status -> query,
-  # registry -> cli; new and trace -> cli.
+  # registry -> cli; completion -> log, registry; manual, new and trace -> cli.
   tool["check"] = "check status query cli"
   tool["cli"] = "cli"
+  tool["completion"] = "completion log registry cli"
+  tool["manual"] = "cli"
   tool["registry"] = "registry cli"
   tool["query"] = "query cli"
   tool["find"] = "find query cli"

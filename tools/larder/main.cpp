@@ -18,7 +18,7 @@ void RequireMachineRoot() {
   if (const std::string fault = MachineRootFault(); !fault.empty()) throw std::runtime_error(fault);
 }
 
-// "status" prints the machine root's fault among others, and the last three use no machine.
+// "status" prints the machine root's fault among others, and the last ones use no machine.
 void AddCommands(const Command& top) {
   const Command onMachine = top.Requiring(&RequireMachineRoot);
   AddSetupCommand(onMachine);
@@ -27,7 +27,9 @@ void AddCommands(const Command& top) {
        {&AddQueryCommand, &AddScanCommand, &AddFindCommand, &AddLogCommand, &AddTraceCommand,
         &AddNotifyCommand, &AddRegistryCommand, &AddRemoveCommand})
     add(onMachine);
-  for (const auto add : {&AddCheckCommand, &AddNewCommand, &AddProbeCommand}) add(top);
+  for (const auto add :
+       {&AddCheckCommand, &AddNewCommand, &AddProbeCommand, &AddCompleteCommand, &AddManualCommand})
+    add(top);
 }
 
 int RunCommand(const std::vector<std::string>& arguments, Output& output) {

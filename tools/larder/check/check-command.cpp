@@ -150,11 +150,8 @@ WideString CheckedPath(const std::string& name, const std::string& argument) {
 
 Check CheckedCheck(const Arguments& arguments) {
   if (!arguments.module) throw UsageError("MODULE", "is missing");
-  const auto seconds = ParseUnsigned(arguments.seconds, kMaxSeconds);
-  if (!seconds || *seconds == 0) {
-    throw UsageError("--timeout", "not a number from 1 to 3600: " + arguments.seconds);
-  }
-  Check check{CheckedPath("MODULE", *arguments.module), {}, {}, std::chrono::seconds(*seconds)};
+  const std::chrono::seconds limit(NumberArgument("--timeout", arguments.seconds, 1, kMaxSeconds));
+  Check check{CheckedPath("MODULE", *arguments.module), {}, {}, limit};
   if (arguments.descriptor) {
     check.descriptor = CheckedPath("--descriptor", *arguments.descriptor);
   } else {
@@ -173,8 +170,8 @@ void AddTrialCommand(const Command& top) {
   const Command trial = top.AddHiddenCommand(kTrialCommand, "Try the rules on a module");
   trial.AddRequired("KEY", arguments->key, "");
   trial.AddRequired("MODULE", arguments->module, "");
-  trial.AddOption("--file", arguments->file, "");
-  trial.AddOption("--descriptor", arguments->descriptor, "");
+  trial.AddOption("--file", "FILE", arguments->file, "");
+  trial.AddOption("--descriptor", "FILE", arguments->descriptor, "");
   trial.OnChosen([arguments] { return [arguments](Output&) -> int { RunTrial(*arguments); }; });
 }
 
@@ -183,12 +180,16 @@ void AddTrialCommand(const Command& top) {
 void AddCheckCommand(const Command& top) {
   const auto arguments = std::make_shared<Arguments>();
   const Command check = top.AddCommand("check", "Try the rules for providers on a module");
-  check.AddOption("MODULE", arguments->module, "File of the module");
-  check.AddOption("FILE", arguments->file,
-                  "File that the provider is asked about (default: the module)");
-  check.AddOption("--descriptor", arguments->descriptor,
+  check.AddDetails(
+      "Prints each rule with ok, FAILED or not run. It needs no registry; the module\n"
+      "runs in a child process. Exit status 0 means that all rules are ok.");
+  check.AddOptional("MODULE", arguments->module, "File of the module");
+  check.AddOptional("FILE", arguments->file,
+                    "File that the provider is asked about (default: the module)");
+  check.AddOption("--descriptor", "FILE", arguments->descriptor,
                   "File with the bytes of a descriptor, for providers of other objects");
-  check.AddOption("--timeout", arguments->seconds, "Seconds that the module may take (default 60)");
+  check.AddOption("--timeout", "SECONDS", arguments->seconds,
+                  "Seconds that the module may take (default 60)");
   check.AddFlag("--rules", arguments->isList, "Print the rules instead");
   check.Exclude("--descriptor", "FILE");
   check.OnChosen([arguments] { return CheckedAction(*arguments); });

@@ -5,6 +5,7 @@
 // gives some words a special meaning that doesn't fit here.
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -13,6 +14,7 @@
 #include <vector>
 
 #include "platform/wide.h"
+#include "tools/larder/cli/command-info.h"
 #include "tools/larder/cli/output.h"
 
 namespace CLI {  // NOLINT(readability-identifier-naming): the parser's own
@@ -38,8 +40,10 @@ class UsageError : public std::runtime_error {
       : UsageError(name + ": " + reason) {}
 };
 
-// Declares a command. A name that begins with "-" is an option, any other a positional argument.
-// The variables must outlive the parsing. They keep their values if the user gives none.
+// Declares a command. The name of an option begins with "-", that of a positional argument doesn't.
+// The form of an option's value is what the help shows for it: "N"; "FILE", "DIR" and "MODULE" are
+// paths; "A|B" permits these two words only. The variables must outlive the parsing. They keep
+// their values if the user gives none.
 class Command {
  public:
   Command(CLI::App& parser, Action& chosenAction) : app(&parser), action(&chosenAction) {}
@@ -52,23 +56,28 @@ class Command {
   Command AddCommand(const char* name, const char* help) const;
   // The same, not listed by --help.
   Command AddHiddenCommand(const char* name, const char* help) const;
+  // What --help says after the options. Empty lines separate paragraphs.
+  void AddDetails(const char* text) const;
 
   void AddFlag(const char* name, bool& isGiven, const char* help) const;
-  void AddOption(const char* name, std::string& value, const char* help) const;
-  void AddOption(const char* name, std::optional<std::string>& value, const char* help) const;
-  // An option that may be repeated. form: of a value, for --help.
+  void AddOption(const char* name, const char* form, std::string& value, const char* help) const;
+  void AddOption(const char* name, const char* form, std::optional<std::string>& value,
+                 const char* help) const;
+  // An option that may be repeated.
   void AddOption(const char* name, const char* form, std::vector<std::string>& values,
                  const char* help) const;
-  void AddChoice(const char* name, std::string& value, const std::vector<std::string>& choices,
-                 const char* help) const;
-  // An option whose value may be omitted, and is empty then. form: of the value, for --help.
+  // An option whose value may be omitted, and is empty then. form: in brackets.
   void AddOptionOrFlag(const char* name, const char* form, std::optional<std::string>& value,
                        const char* help) const;
+  void AddOptional(const char* name, std::optional<std::string>& value, const char* help) const;
   void AddRequired(const char* name, std::string& value, const char* help) const;
   // One or more.
   void AddRequired(const char* name, std::vector<std::string>& values, const char* help) const;
   // Two flags or options that have been added can't be given together.
   void Exclude(const char* name, const char* other) const;
+
+  // What has been declared so far. Leaves out hidden commands.
+  [[nodiscard]] CommandInfo Info() const;
 
   // check is called if the line has this command. It validates the arguments, throwing UsageError,
   // and returns the action.
@@ -97,6 +106,15 @@ class CommandLine {
   std::unique_ptr<CLI::App> app;
   Action action;
 };
+
+// "NAME: not a number RANGE: ARGUMENT"
+UsageError NotANumber(const std::string& name, const std::string& range,
+                      const std::string& argument);
+
+// The number of ParseUnsigned. Throws UsageError with the argument's name and the range if the text
+// is none.
+std::uint64_t NumberArgument(const std::string& name, const std::string& argument,
+                             std::uint64_t least, std::uint64_t most);
 
 // Throws UsageError with the argument's name if it isn't UTF-8.
 WideString WideArgument(const std::string& name, const std::string& argument);

@@ -42,6 +42,14 @@ void AddCheckCommand(const Command& top);
 // larder new provider: makes a folder with the project of a provider.
 void AddNewCommand(const Command& top);
 
+// larder complete: what may come next on a command line that a shell's user is typing. Not listed:
+// the shells' completion calls it.
+void AddCompleteCommand(const Command& top);
+
+// larder print-manual: the options and commands as text of a manual page. Not listed: the build
+// calls it.
+void AddManualCommand(const Command& top);
+
 // larder probe-provider: loads one provider module. Not listed: "status" runs it in a child
 // process. Its source is status/provider-probe.cpp.
 void AddProbeCommand(const Command& top);

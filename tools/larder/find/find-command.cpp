@@ -161,8 +161,12 @@ int RunFind(const Search& search, Output& output) {
 void AddFindCommand(const Command& top) {
   const auto arguments = std::make_shared<Arguments>();
   const Command find = top.AddCommand("find", "Print the files with a digest or a signer");
-  find.AddOption("DIGEST", arguments->digest, "MD5, SHA-1 or SHA-2 digest of a file or an image");
-  find.AddOption("--signer", arguments->signer, "Text in the subject of a certificate");
+  find.AddDetails(
+      "Searches the file provider's store, so it finds files that some program has\n"
+      "queried. A file that has changed since is reported on standard error instead.\n"
+      "Exit status 0 means that at least one file was found.");
+  find.AddOptional("DIGEST", arguments->digest, "MD5, SHA-1 or SHA-2 digest of a file or an image");
+  find.AddOption("--signer", "TEXT", arguments->signer, "Text in the subject of a certificate");
   find.AddFlag("--json", arguments->json, "Print a line of JSON for each file");
   find.OnChosen([arguments] {
     return [search = CheckedSearch(*arguments)](Output& output) { return RunFind(search, output); };

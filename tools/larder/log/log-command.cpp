@@ -106,8 +106,8 @@ struct ShowArguments {
 void AddShow(const Command& log) {
   const auto arguments = std::make_shared<ShowArguments>();
   const Command show = log.AddCommand("show", "Print the lines of a run, the oldest first");
-  show.AddOption("RUN", arguments->run,
-                 "Name of the run's file as \"list\" prints it, or a path; none: the newest run");
+  show.AddOptional("RUN", arguments->run,
+                   "Name of the run's file as \"list\" prints it, or a path; none: the newest run");
   show.AddFlag("--follow", arguments->isFollowing, "Print on as lines come, until interrupted");
   show.OnChosen([arguments] {
     WideArgument("RUN", arguments->run.value_or(""));

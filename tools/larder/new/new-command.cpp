@@ -1,6 +1,7 @@
 #include <filesystem>
 #include <fstream>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <system_error>
@@ -8,7 +9,6 @@
 #include "platform/message.h"
 #include "product/product.h"
 #include "tools/larder/cli/commands.h"
-#include "tools/larder/cli/text.h"
 #include "tools/larder/new/templates.h"
 
 namespace larder::tool {
@@ -19,12 +19,12 @@ constexpr const char* kNameCharacters =
 
 struct Arguments {
   std::string name;
-  std::string type;
+  std::optional<std::string> type;
 };
 
 std::string Filled(std::string text, const Arguments& arguments) {
   for (const auto& [mark, value] :
-       {std::pair{"{{name}}", arguments.name}, std::pair{"{{type}}", arguments.type}}) {
+       {std::pair{"{{name}}", arguments.name}, std::pair{"{{type}}", *arguments.type}}) {
     const std::size_t length = std::char_traits<char>::length(mark);
     for (std::size_t at = 0; (at = text.find(mark, at)) != std::string::npos; at += value.size()) {
       text.replace(at, length, value);
@@ -50,7 +50,7 @@ int MakeProvider(const Arguments& arguments, Output& output) {
   for (const Template& each : ProviderTemplates()) {
     const std::filesystem::path file = folder / Filled(each.file, arguments);
     WriteFile(file, Filled(each.text, arguments));
-    output.Write("made\t" + file.generic_string() + "\n");
+    output.Write("created\t" + file.generic_string() + "\n");
   }
   return kExitOk;
 }
@@ -65,9 +65,8 @@ void Check(const Arguments& arguments) {
   for (const char* taken : {"all", "clean", "help", "install", "register", "test"}) {
     if (name == taken) throw UsageError("NAME", "a target of the project has this name: " + name);
   }
-  if (!ParseUnsigned(arguments.type, kProviderTypeCount - 1)) {
-    throw UsageError("--type", "not a number from 0 to 5: " + arguments.type);
-  }
+  if (!arguments.type) throw UsageError("--type", "is missing");
+  NumberArgument("--type", *arguments.type, 0, kProviderTypeCount - 1);
 }
 
 }  // namespace
@@ -77,8 +76,11 @@ void AddNewCommand(const Command& top) {
   const Command provider =
       top.AddCommand("new", "Begin a project")
           .AddCommand("provider", "Make a folder with a provider that keeps all rules");
+  provider.AddDetails(
+      "The folder has a source file, CMake's project with a test that runs \"larder\n"
+      "check\", and a script that registers the module.");
   provider.AddRequired("NAME", arguments->name, "Name of the provider, and of the new folder");
-  provider.AddOption("--type", arguments->type, "The provider's type, from 0 to 5 (required)");
+  provider.AddOption("--type", "N", arguments->type, "The provider's type, from 0 to 5 (required)");
   provider.OnChosen([arguments] {
     Check(*arguments);
     return [arguments](Output& output) { return MakeProvider(*arguments, output); };

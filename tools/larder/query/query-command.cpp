@@ -42,13 +42,11 @@ Form CheckedForm(const Arguments& arguments, std::int32_t type) {
 
 Query CheckedQuery(const Arguments& arguments) {
   const auto type = ParseInt32(arguments.type);
-  if (!type) throw UsageError("--type", "not a 32-bit number: " + arguments.type);
-  const auto option = ParseUnsigned(arguments.option, std::numeric_limits<std::uint32_t>::max());
-  if (!option) {
-    throw UsageError("--option", "not a number from 0 to 4294967295: " + arguments.option);
-  }
+  if (!type) throw NotANumber("--type", "from -2147483648 to 2147483647", arguments.type);
+  const std::uint64_t option =
+      NumberArgument("--option", arguments.option, 0, std::numeric_limits<std::uint32_t>::max());
   const Form form = CheckedForm(arguments, *type);
-  return {arguments.files, {*type, static_cast<std::uint32_t>(*option), form != Form::kText}, form};
+  return {arguments.files, {*type, static_cast<std::uint32_t>(option), form != Form::kText}, form};
 }
 
 // Empty when there is nothing to print.
@@ -95,9 +93,12 @@ int RunQuery(const Query& query, Output& output) {
 void AddQueryCommand(const Command& top) {
   const auto arguments = std::make_shared<Arguments>();
   const Command query = top.AddCommand("query", "Print what a provider knows about files");
+  query.AddDetails(
+      "Prints a label and a value on each line, and an empty line between two files.\n"
+      "Certificates are read from the file; nothing is verified.");
   query.AddRequired("FILE", arguments->files, "Files to ask about");
-  query.AddOption("--type", arguments->type, "Type of the provider (default 1, files)");
-  query.AddOption("--option", arguments->option, "Query option for the provider (default 0)");
+  query.AddOption("--type", "N", arguments->type, "Type of the provider (default 1, files)");
+  query.AddOption("--option", "N", arguments->option, "Query option for the provider (default 0)");
   query.AddFlag("--dump", arguments->dump, "Print whole records, names of certificates included");
   query.AddFlag("--json", arguments->json, "Print a line of JSON for each file");
   query.Exclude("--json", "--dump");

@@ -104,8 +104,11 @@ void AddNotifyCommand(const Command& top) {
   const auto arguments = std::make_shared<Arguments>();
   const Command notify =
       top.AddCommand("notify", "Give the installer's signal, or wait for it as a client");
-  notify.AddOption("MESSAGE", arguments->message,
-                   "Text to announce; clients know \"upgrade\" and \"uninstall\"");
+  notify.AddDetails(
+      "Give one of MESSAGE, --reset and --wait. MESSAGE is written to the registry;\n"
+      "then the event is raised, and stays so until somebody lowers it.");
+  notify.AddOptional("MESSAGE", arguments->message,
+                     "Text to announce; clients know \"upgrade\" and \"uninstall\"");
   notify.AddFlag("--reset", arguments->isReset, "Lower the event again");
   notify.AddFlag("--wait", arguments->isWait,
                  "Print what a client is notified of, until interrupted");

@@ -90,7 +90,7 @@ int PrintTree(Output& output) {
 }
 
 constexpr const char* kSubkeyHelp =
-    "Key below the library's root, levels separated by backslashes; empty for the root itself";
+    "Key, with backslashes between its levels; empty for the root itself";
 
 // As the user gave them.
 struct Arguments {
@@ -147,9 +147,7 @@ void RefuseLostBackslashes(const ValueName& target, const Arguments& arguments) 
 RegistryValue CheckedValue(const Arguments& arguments) {
   if (arguments.type == "REG_DWORD") {
     const std::optional<RegistryValue> value = DwordValue(arguments.data);
-    if (!value) {
-      throw UsageError("DATA", "not a number from 0 to 4294967295: " + arguments.data);
-    }
+    if (!value) throw NotANumber("DATA", "from 0 to 4294967295", arguments.data);
     return *value;
   }
   const bool isExpand = arguments.type == "REG_EXPAND_SZ";
@@ -196,7 +194,7 @@ void AddSet(const Command& registry) {
   set.AddRequired("SUBKEY", arguments->subkey, kSubkeyHelp);
   set.AddRequired("NAME", arguments->name.emplace(), "Name of the value");
   set.AddRequired("DATA", arguments->data, "Text, or a number (decimal, or hexadecimal after 0x)");
-  set.AddChoice("--type", arguments->type, {"REG_SZ", "REG_EXPAND_SZ", "REG_DWORD"},
+  set.AddOption("--type", "REG_SZ|REG_EXPAND_SZ|REG_DWORD", arguments->type,
                 "Type of the value (default REG_SZ)");
   set.OnChosen([arguments] {
     const ValueName target = CheckedTarget(*arguments);
@@ -222,7 +220,7 @@ void AddDelete(const Command& registry) {
   const Command remove =
       registry.AddCommand("delete", "Delete a value, or a key with everything below it");
   remove.AddRequired("SUBKEY", arguments->subkey, kSubkeyHelp);
-  remove.AddOption("NAME", arguments->name, "Name of the value; none: the whole key");
+  remove.AddOptional("NAME", arguments->name, "Name of the value; none: the whole key");
   remove.OnChosen([arguments] { return CheckedDelete(*arguments); });
 }
 
@@ -230,6 +228,11 @@ void AddDelete(const Command& registry) {
 
 void AddRegistryCommand(const Command& top) {
   const Command registry = top.AddCommand("registry", "List, read and change the configuration");
+  registry.AddDetails(
+      "A SUBKEY is below the library's part of the registry, Software\\Velmor\\Larder,\n"
+      "with backslashes between its levels on every system. In a shell, put it in\n"
+      "single quotes: 'DataProviders\\FeedFile'. Changes take effect when a program\n"
+      "next starts the library.");
   AddList(registry);
   AddGet(registry);
   AddSet(registry);

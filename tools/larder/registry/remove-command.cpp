@@ -94,11 +94,14 @@ void AddRemoveCommand(const Command& top) {
   const auto arguments = std::make_shared<Arguments>();
   const Command remove =
       top.AddCommand("remove", "Delete what an installation left on the machine");
+  remove.AddDetails(
+      "Give at least one of --registry, --data and --program. Prints what exists and\n"
+      "would be deleted, and asks.");
   remove.AddFlag("--registry", arguments->isRegistry, "The library's part of the registry");
   remove.AddFlag("--data", arguments->isData, "The data directory with all logs");
   remove.AddOptionOrFlag("--program", "[DIR]", arguments->program,
-                         "The directory of the modules; DIR, spelled as szLocation, if that is "
-                         "another than the usual one");
+                         "The folder of the modules; DIR, spelled as szLocation, if it isn't the "
+                         "usual one");
   remove.AddFlag("--yes", arguments->isYes, "Don't ask");
   remove.OnChosen([arguments] {
     if (!arguments->isRegistry && !arguments->isData && !arguments->program) {

@@ -15,15 +15,9 @@ namespace {
 constexpr std::size_t kMaxThreads = 256;
 
 // By default, the number of cores.
-std::size_t CheckedThreads(const std::string& text) {
-  if (text.empty())
-    return std::clamp<std::size_t>(std::thread::hardware_concurrency(), 1, kMaxThreads);
-  const auto threads = ParseUnsigned(text, kMaxThreads);
-  if (threads.value_or(0) == 0) {
-    throw UsageError("--threads",
-                     "not a number from 1 to " + std::to_string(kMaxThreads) + ": " + text);
-  }
-  return *threads;
+std::size_t CheckedThreads(const std::optional<std::string>& text) {
+  if (text) return NumberArgument("--threads", *text, 1, kMaxThreads);
+  return std::clamp<std::size_t>(std::thread::hardware_concurrency(), 1, kMaxThreads);
 }
 
 // "4096", "64K", "10M", "2G".
@@ -35,10 +29,8 @@ std::uint64_t CheckedSize(const std::string& text) {
   const std::uint64_t limit = std::numeric_limits<std::uint64_t>::max() >> shift;
   const auto number = ParseUnsigned(text.substr(0, text.size() - (hasUnit ? 1 : 0)), limit);
   if (!number) {
-    throw UsageError("--max-size",
-                     "not a number of bytes, or of K, M or G (1024, 1024^2 and "
-                     "1024^3 bytes): " +
-                         text);
+    throw NotANumber("--max-size",
+                     "of bytes below 2^64, or of K, M or G (1024, 1024^2 and 1024^3 bytes)", text);
   }
   return *number << shift;
 }
@@ -67,17 +59,25 @@ WalkRules CheckedRules(const ScanArguments& arguments) {
 }  // namespace
 
 void DeclareScan(const Command& scan, const std::shared_ptr<ScanArguments>& arguments) {
+  scan.AddDetails(
+      "Prints the SHA-256 of each regular file in the format of sha256sum, sorted by\n"
+      "name. Links aren't followed. Failures are listed at the end, on standard\n"
+      "error.\n"
+      "\n"
+      "In GLOB, * stands for any characters, ? for one, and [...] for one of a set;\n"
+      "none of them for a separator. A GLOB without a separator is compared with\n"
+      "names at any depth, another one with the whole path below DIR.");
   scan.AddRequired("DIR", arguments->roots, "Folders, or files, to begin with");
   scan.AddOption("--exclude", "GLOB", arguments->excluded,
                  "Pass over files and folders with this name, or path if GLOB has a separator");
   scan.AddFlag("--one-file-system", arguments->oneFileSystem,
                "Pass over folders on another file system than DIR");
-  scan.AddOption("--max-size", arguments->maxSize,
+  scan.AddOption("--max-size", "SIZE", arguments->maxSize,
                  "Pass over files with more bytes; K, M and G are powers of 1024");
   scan.AddFlag("--recall", arguments->recall,
                "Take files, too, whose content has to be fetched from a cloud");
-  scan.AddOption("--option", arguments->option, "Query option for the provider (default 0)");
-  scan.AddOption("--threads", arguments->threads,
+  scan.AddOption("--option", "N", arguments->option, "Query option for the provider (default 0)");
+  scan.AddOption("--threads", "N", arguments->threads,
                  "Files to query at the same time (default: the number of cores)");
   scan.AddFlag("-0", arguments->nul, "End lines in NUL instead of a line feed; escape no names");
   scan.AddFlag("--json", arguments->json, "Print a line of JSON for each file");
@@ -87,13 +87,11 @@ void DeclareScan(const Command& scan, const std::shared_ptr<ScanArguments>& argu
 }
 
 Scan CheckedScan(const ScanArguments& arguments) {
-  const auto option = ParseUnsigned(arguments.option, std::numeric_limits<std::uint32_t>::max());
-  if (!option) {
-    throw UsageError("--option", "not a number from 0 to 4294967295: " + arguments.option);
-  }
+  const std::uint64_t option =
+      NumberArgument("--option", arguments.option, 0, std::numeric_limits<std::uint32_t>::max());
   Scan scan;
   scan.roots = arguments.roots;
-  scan.question = {LARDER_FEED_FILE_TYPE, static_cast<std::uint32_t>(*option), true};
+  scan.question = {LARDER_FEED_FILE_TYPE, static_cast<std::uint32_t>(option), true};
   scan.rules = CheckedRules(arguments);
   scan.threads = CheckedThreads(arguments.threads);
   if (arguments.json) scan.form = ScanForm::kJson;

@@ -28,7 +28,7 @@ struct Scan {
 struct ScanArguments {
   std::vector<std::string> roots;
   std::string option = "0";
-  std::string threads;
+  std::optional<std::string> threads;
   std::vector<std::string> excluded;
   std::optional<std::string> maxSize;
   bool oneFileSystem = false;

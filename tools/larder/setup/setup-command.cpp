@@ -114,6 +114,15 @@ Action ChosenAction(const Arguments& arguments) {
 void AddSetupCommand(const Command& top) {
   const auto arguments = std::make_shared<Arguments>();
   const Command setup = top.AddCommand("setup", "Register the providers of this installation");
+  setup.AddDetails(
+      "Run it as root or as an administrator. The modules are those in the program's\n"
+      "own folder or, if it is installed apart from them, in the installation's\n"
+      "folder of modules. Other providers and their values stay. The folders of the\n"
+      "logs and of the store are created.\n"
+      "\n"
+      "The output has a line for each folder and value; its first word says what\n"
+      "happened to it. Everything is checked first, and if a check fails, nothing is\n"
+      "changed.");
   setup.AddFlag("--log", arguments->options.withLog, "Switch the log on as well");
   setup.AddFlag("--only", arguments->options.isOnly, "Delete all other providers");
   setup.AddFlag("--test-provider", arguments->options.withTestProvider,

@@ -185,7 +185,7 @@ void AddProbeCommand(const Command& top) {
   const Command probe = top.AddHiddenCommand(kCommand, "Load a provider module");
   probe.AddRequired("KEY", arguments->key, "");
   probe.AddRequired("MODULE", arguments->path, "");
-  probe.AddOption("--export", arguments->exportName, "");
+  probe.AddOption("--export", "NAME", arguments->exportName, "");
   probe.AddFlag("--load-only", arguments->isLoadedOnly, "");
   probe.OnChosen([arguments] { return [arguments](Output&) { return RunProbe(*arguments); }; });
 }

@@ -189,17 +189,18 @@ void AddStatusCommand(const Command& top) {
   const auto arguments = std::make_shared<Arguments>();
   const Command status = top.AddCommand(
       "status", "Print what the library finds here, and what LarderInit will return and why");
+  status.AddDetails(
+      "Each module is loaded in a process of its own, so that one that crashes is\n"
+      "named. Exit status 0 means that LarderInit will succeed, and that programs of\n"
+      "this user can use the log and the store.");
   status.AddFlag("--json", arguments->isJson, "Print one JSON object instead");
-  status.AddOption("--timeout", arguments->seconds,
+  status.AddOption("--timeout", "SECONDS", arguments->seconds,
                    "Seconds that a module may take to load (default 10)");
   status.OnChosen([arguments] {
-    const auto seconds = ParseUnsigned(arguments->seconds, kMaxSeconds);
-    if (!seconds || *seconds == 0) {
-      throw UsageError("--timeout", "not a number from 1 to 3600: " + arguments->seconds);
-    }
-    return [arguments, limit = std::chrono::seconds(*seconds)](Output& output) {
-      return RunStatus(arguments->isJson, limit, output);
-    };
+    const std::chrono::seconds limit(
+        NumberArgument("--timeout", arguments->seconds, 1, kMaxSeconds));
+    return
+        [arguments, limit](Output& output) { return RunStatus(arguments->isJson, limit, output); };
   });
 }
 
