@@ -26,6 +26,8 @@ constexpr Row kRows[] = {
      "spdlog, async, flushing each line", kSpeed, kNanoseconds, 1.3, 1.6},
     {"logger", "memory for a queued line beyond its text", "QueuedLine", "SpdlogSlot",
      "spdlog's queue slot", kFigure, kBytes, 128, 64},
+    {"trace", "open statement into a session of LTTng", "TracedStatement", "Tracepoint",
+     "the tracepoint, the same text", kTimes, kNanoseconds, 2.5, 1.6},
     {"init", "LarderInit + LarderRelease, 1 module", "InitAndRelease/1", "LoadAndUnload/1",
      "dlopen + dlsym + dlclose, a thread", kTimes, kNanoseconds, 1.5, 1.2},
     {"init", "LarderInit + LarderRelease, 3 modules", "InitAndRelease/3", "LoadAndUnload/3",

@@ -35,12 +35,12 @@ class OrdinaryUser {
 
 class LttngDaemon {
  public:
-  static bool IsInstalled() {
-    return std::system("command -v lttng-sessiond babeltrace2 >/dev/null") == 0;
-  }
+  static bool IsInstalled() { return std::system("command -v lttng-sessiond >/dev/null") == 0; }
 
   // Processes of this user that load LTTng during this object's lifetime can be traced.
-  explicit LttngDaemon(const std::filesystem::path& own) : folder(own) {
+  // kind: arguments of "lttng create".
+  explicit LttngDaemon(const std::filesystem::path& own, const std::string& kind = "")
+      : folder(own) {
     setenv("LTTNG_HOME", folder.c_str(), 1);
     sigset_t signals;
     sigset_t before;
@@ -55,7 +55,7 @@ class LttngDaemon {
     sigwait(&signals, &signal);
     sigprocmask(SIG_SETMASK, &before, nullptr);
     if (signal != SIGUSR1) throw std::runtime_error("lttng-sessiond doesn't start");
-    CreateSession();
+    CreateSession(kind);
   }
   ~LttngDaemon() { End(SIGTERM); }
   LttngDaemon(const LttngDaemon&) = delete;
@@ -68,6 +68,8 @@ class LttngDaemon {
     daemon = 0;
   }
 
+  // Before Lines.
+  void RecordThreads() { Run("add-context -u -c memory -t vtid"); }
   void Start() { Run("start lines"); }
   void Stop() { Run("stop lines"); }
 
@@ -90,12 +92,11 @@ class LttngDaemon {
     _exit(127);
   }
 
-  // Every event of the library, with the thread that caused it.
-  void CreateSession() {
-    Run("create lines --output=" + (folder / "trace").string());
+  // Every event of the library.
+  void CreateSession(const std::string& kind) {
+    Run("create lines " + kind + " --output=" + (folder / "trace").string());
     // The lines of a test fit into it, whether or not they are read meanwhile.
     Run("enable-channel -u memory --subbuf-size=128K --num-subbuf=8");
-    Run("add-context -u -c memory -t vtid");
     Run("enable-event -u -c memory larder:* --loglevel=INFO");
   }
   void Run(const std::string& command) { Shell("lttng --no-sessiond --quiet " + command); }
