@@ -5,6 +5,7 @@
 #include <optional>
 
 #include "log/linux/lttng-daemon.h"
+#include "testing/process.h"
 #include "tools/tool-test.h"
 
 namespace larder {
@@ -62,6 +63,16 @@ TEST_F(TraceTest, ASessionRecordsLinesByteForByteAndIsReadWhileItRunsAndAfterwar
     if (event["line"] == expected) found.push_back(event["line"]);
   }
   EXPECT_THAT(found, ElementsAre(expected));
+}
+
+TEST_F(TraceTest, AStartThatFailsHalfwayLeavesNothing) {
+  MakeFile("lttng", "#!/bin/sh\ntest $1 != start && exec /usr/bin/lttng \"$@\"\n");
+  std::filesystem::permissions("lttng", std::filesystem::perms::owner_all);
+  SetEnvironmentText("PATH", machine.Folder());
+  Fails({"trace", "start", "--output", "trace"}, "cannot start the session: exit status 1");
+  EXPECT_FALSE(std::filesystem::exists("trace"));
+  SetEnvironmentText("PATH", "/usr/bin:/bin");
+  MustRun({"trace", "start", "--output", "trace"});
 }
 
 }  // namespace

@@ -1,6 +1,8 @@
 #include "tools/larder/linux/trace-reader.h"
 
+#include <algorithm>
 #include <charconv>
+#include <optional>
 #include <sstream>
 #include <stdexcept>
 #include <string_view>
@@ -40,12 +42,14 @@ std::string TakeQuoted(std::string_view& rest) {
   std::string text;
   rest.remove_prefix(1);
   while (!rest.empty() && rest.front() != '"') {
-    const std::size_t plain = std::min(rest.find_first_of("\\\""), rest.size());
-    text += rest.substr(0, plain);
-    rest.remove_prefix(plain);
-    if (rest.size() < 2 || rest.front() != '\\') continue;
-    rest.remove_prefix(1);
-    text += TakeEscaped(rest);
+    if (rest.front() == '\\' && rest.size() > 1) {
+      rest.remove_prefix(1);
+      text += TakeEscaped(rest);
+    } else {
+      const std::size_t plain = std::min(rest.find_first_of("\\\"", 1), rest.size());
+      text += rest.substr(0, plain);
+      rest.remove_prefix(plain);
+    }
   }
   if (!rest.empty()) rest.remove_prefix(1);
   return text;
@@ -116,9 +120,8 @@ std::string CauseOf(const ProgramEnd& end) {
   return cause;
 }
 
-}  // namespace
-
-std::optional<TraceLine> ParseTraceEvent(const std::string& event) {
+// An event as babeltrace2 prints it; nothing for an event that isn't a line of Larder's.
+std::optional<TraceLine> ParseEvent(const std::string& event) {
   if (!IsEvent(event, kLineEvent)) return {};
   TraceLine line;
   line.time = TimeOf(event);
@@ -137,21 +140,9 @@ std::optional<TraceLine> ParseTraceEvent(const std::string& event) {
   return line;
 }
 
-TraceLosses ReadTrace(const std::filesystem::path& folder, const TakeTraceLine& take) {
-  if (!HasFile(folder, "metadata")) {
-    if (HasFile(folder, "ust")) return {};
-    throw std::runtime_error("cannot read " + folder.string() + ": it isn't a trace");
-  }
-  bool isWanted = true;
-  TraceLosses losses;
-  const auto takeEvent = [&](const std::string& event) {
-    if (IsEvent(event, kDroppedLineEvent)) ++losses.tooLong;
-    const std::optional<TraceLine> line = ParseTraceEvent(event);
-    isWanted = !line || take(*line);
-    return isWanted;
-  };
-  ProgramEnd end;
-  // What is in front of the event's name: the time, and the URI "emf", which LTTng's events lack.
+void RunReader(const std::filesystem::path& folder, const TakeOutputLine& takeEvent,
+               ProgramEnd& end) {
+  // In front of an event's name are its time and the URI "emf", which LTTng's events lack.
   const platform::Code code =
       RunProgram("babeltrace2",
                  {"--log-level=NONE", "--clock-gmt", "--clock-date", "--no-delta", "--fields=emf",
@@ -164,6 +155,25 @@ TraceLosses ReadTrace(const std::filesystem::path& folder, const TakeTraceLine& 
   if (code != platform::kSuccess) {
     throw std::runtime_error("cannot run babeltrace2: " + platform::SystemReason(code));
   }
+}
+
+}  // namespace
+
+TraceLosses ReadTrace(const std::filesystem::path& folder, const TakeTraceLine& take) {
+  if (!HasFile(folder, "metadata")) {
+    if (HasFile(folder, "ust")) return {};
+    throw std::runtime_error("cannot read " + folder.string() + ": it isn't a trace");
+  }
+  TraceLosses losses;
+  bool isWanted = true;
+  const auto takeEvent = [&](const std::string& event) {
+    if (IsEvent(event, kDroppedLineEvent)) ++losses.tooLong;
+    const std::optional<TraceLine> line = ParseEvent(event);
+    isWanted = !line || take(*line);
+    return isWanted;
+  };
+  ProgramEnd end;
+  RunReader(folder, takeEvent, end);
   if (isWanted && !end.isSuccess) {
     throw std::runtime_error("cannot read all of " + folder.string() + ": " + CauseOf(end));
   }

@@ -4,7 +4,6 @@
 #include <cstdint>
 #include <filesystem>
 #include <functional>
-#include <optional>
 #include <string>
 
 namespace larder::tool {
@@ -20,9 +19,6 @@ struct TraceLine {
 
 // False: no more lines are wanted.
 using TakeTraceLine = std::function<bool(const TraceLine&)>;
-
-// An event as babeltrace2 prints it; nothing for an event that isn't a line of Larder.
-[[nodiscard]] std::optional<TraceLine> ParseTraceEvent(const std::string& event);
 
 // Lines that a session hasn't recorded.
 struct TraceLosses {

@@ -12,7 +12,7 @@ void AddStart(const Command& trace) {
   const auto folder = std::make_shared<std::optional<std::string>>();
   const Command start =
       trace.AddCommand("start", "Record the lines of all programs from now on, running ones too");
-  start.AddOption("--output", *folder, "Folder of the trace: a new or an empty one");
+  start.AddOption("--output", "DIR", *folder, "Folder of the trace: a new or an empty one");
   start.OnChosen([folder] {
     WideArgument("--output", folder->value_or(""));
     return [folder](Output& output) { return StartTrace(*folder, output); };
@@ -26,7 +26,7 @@ void AddStop(const Command& trace) {
 void AddShow(const Command& trace) {
   const auto arguments = std::make_shared<TraceShowArguments>();
   const Command show = trace.AddCommand("show", "Print the lines of a trace, the oldest first");
-  show.AddOption("DIR", arguments->folder, "Folder of the trace; none: the last one");
+  show.AddOptional("DIR", arguments->folder, "Folder of the trace; none: the last one");
   show.AddFlag("--json", arguments->isJson, "Print one JSON object a line instead (Linux)");
   show.OnChosen([arguments] {
     WideArgument("DIR", arguments->folder.value_or(""));
