@@ -1,0 +1,33 @@
+#!/usr/bin/env bash
+# BUILD PAGES PYTHON: runs what the pages tell users of an installation to type, in an installation of
+# its own and on a machine of its own. PAGES has the code of the pages, see code-of-page.awk.
+set -euo pipefail
+build=$1 pages=$2 python=$3
+
+folder=$(mktemp -d)  # its path is short, as that of the modules must be
+trap 'rm -rf "$folder"' EXIT
+cmake --install "$build" --prefix "$folder/prefix" >"$folder/log"
+mkdir "$folder/machine" "$folder/work"
+export PATH=$folder/prefix/bin:$PATH LARDER_ROOT=$folder/machine
+cd "$folder/work"
+echo abc >FILE
+
+# PAGE/SECTION...: the commands of these sections, in one shell
+run() {
+  local section
+  for section in "$@"; do
+    [[ -s $pages/$section ]] || { echo "the page has no code for $section" >&2; return 1; }
+  done
+  if ! (cd "$pages" && cat "$@") | bash -eux >"$folder/log" 2>&1; then
+    cat "$folder/log"
+    return 1
+  fi
+}
+
+run README/setting-up-a-machine.sh
+run troubleshooting/from-symptom-to-cause.sh
+run notifications/with-the-tool.sh
+cp "$pages/provider-guide/a-complete-provider.cpp" length-provider.cpp
+cp "$pages/provider-guide/building-it.cmake" CMakeLists.txt
+run provider-guide/{building-it,checking-it,registering-it}.sh
+PYTHONPATH=$folder/prefix/share/larder/python "$python" -B "$pages/client-guide/examples.python"

@@ -1,0 +1,8 @@
+/* The installer of docs/notifications.md. */
+#include <windows.h>
+
+void Upgrade(void);
+
+void Upgrade(void) {
+#include "notifications/windows.c"
+}
