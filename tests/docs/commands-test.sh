@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
-# BUILD PAGES PYTHON: runs what the pages tell users of an installation to type, in an installation of
-# its own and on a machine of its own. PAGES has the code of the pages, see code-of-page.awk.
+# BUILD PAGES PYTHON COMPILER: runs what the pages tell users of an installation to type, in an
+# installation and on a machine of its own. PAGES has the code of the pages, see code-of-page.awk.
 set -euo pipefail
 build=$1 pages=$2 python=$3
+export CXX=$4
 
 folder=$(mktemp -d)  # its path is short, as that of the modules must be
 trap 'rm -rf "$folder"' EXIT
@@ -27,7 +28,21 @@ run() {
 run README/setting-up-a-machine.sh
 run troubleshooting/from-symptom-to-cause.sh
 run notifications/with-the-tool.sh
+
+# The provider, in a project of its own.
 cp "$pages/provider-guide/a-complete-provider.cpp" length-provider.cpp
 cp "$pages/provider-guide/building-it.cmake" CMakeLists.txt
 run provider-guide/{building-it,checking-it,registering-it}.sh
+
+# The clients.
+mkdir client
+cp "$pages/README/a-client.cpp" client/read-facts.cpp
+{
+  echo "cmake_minimum_required(VERSION 3.25)"
+  echo "project(read-facts LANGUAGES CXX)"
+  cat "$pages/README/a-client.cmake"
+} >client/CMakeLists.txt
+cmake -S client -B client/build >"$folder/log"
+cmake --build client/build >"$folder/log"
+[[ $(client/build/read-facts FILE) == $(sha256sum <FILE | cut -d ' ' -f 1) ]]
 PYTHONPATH=$folder/prefix/share/larder/python "$python" -B "$pages/client-guide/examples.python"
