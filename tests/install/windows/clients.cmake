@@ -29,5 +29,9 @@ must_run(${CMAKE_COMMAND} -G ${GENERATOR} -S ${source} -B ${folder} -DCMAKE_PREF
   -DCMAKE_C_COMPILER_WORKS=ON -DCMAKE_C_STANDARD_LIBRARIES=
   -DCMAKE_LINKER=${LLD_LINK} -DCMAKE_MT=${LLVM_MT})
 must_run(${CMAKE_COMMAND} --build ${folder})
+file(READ ${folder}/import-library library)
+if(NOT library STREQUAL "larder.lib")  # lld-link takes GNU's as well
+  message(FATAL_ERROR "the client was linked with ${library}")
+endif()
 file(SHA256 ${folder}/client.exe clientDigest)
 expect("${clientDigest}\n" ${folder}/client.exe)
