@@ -19,6 +19,7 @@
 #include "platform/linux/child-process.h"
 #include "testing/files.h"
 #include "testing/process.h"
+#include "tools/larder/check/process-resources.h"
 
 namespace larder {
 namespace {
@@ -174,7 +175,7 @@ class LttngLibrary : public Lttng {
     const auto release = reinterpret_cast<decltype(&LarderRelease)>(dlsym(module, "LarderRelease"));
     LarderHandle handle = nullptr;
     const bool isGood = init(UnexpectedCall, &handle) == LARDER_OK && release() == LARDER_OK;
-    const std::size_t threads = TakeFootprint().threads;
+    const std::size_t threads = tool::CountThreads();
     dlclose(module);
     return isGood && !IsModuleLoaded(library) ? static_cast<int>(threads) : -1;
   }
@@ -202,7 +203,7 @@ TEST_F(LttngLibrary, MayBeUnloadedWhileASessionIsOn) {
   EXPECT_EQ(RunInChild([&] {
               constexpr std::size_t kLttngs = 2;
               for (int life = 0; life < 2; ++life) {
-                if (LiveOnce() != 2 + kLttngs || TakeFootprint().threads != 1 + kLttngs) return 1;
+                if (LiveOnce() != 2 + kLttngs || tool::CountThreads() != 1 + kLttngs) return 1;
               }
               return 0;
             }),

@@ -71,9 +71,9 @@ void SetUpSession(const fs::path& folder) {
                {"enable-event", "--userspace", SessionOption(), "larder:*"});
   MustRunLttng("add the context", {"add-context", "--userspace", SessionOption(), "--type=vpid",
                                    "--type=vtid", "--type=procname"});
-  RememberTraceFolder(folder);
   MustRunLttng("start the session", {"start", TraceSessionName()});
   RequireNoInterrupt();
+  RememberTraceFolder(folder);
 }
 
 void StartSession(const fs::path& folder) {
@@ -89,19 +89,19 @@ void StartSession(const fs::path& folder) {
 
 }  // namespace
 
-int StartTrace(const std::optional<std::string>& given, Output& output) {
+int StartTrace(const std::optional<std::string>& folder, Output& output) {
   RequireTraceObject();
   RequireNoSession();
   const Interrupt interrupt;
-  const fs::path folder = given ? FullFolder(*given) : NewTraceFolder();
-  MakeTraceFolder(folder);
+  const fs::path target = folder ? FullFolder(*folder) : NewTraceFolder();
+  MakeTraceFolder(target);
   try {
-    StartSession(folder);
+    StartSession(target);
   } catch (const std::exception&) {
-    RemoveEmptyFolders(folder);
+    RemoveEmptyFolders(target);
     throw;
   }
-  output.Write(RecordLine("session", TraceSessionName()) + RecordLine("folder", folder.string()) +
+  output.Write(RecordLine("session", TraceSessionName()) + RecordLine("folder", target.string()) +
                RecordLine("programs", WhosePrograms()));
   return kExitOk;
 }

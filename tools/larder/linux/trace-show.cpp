@@ -47,7 +47,7 @@ std::string LineJson(const TraceLine& line) {
 // files that it is writing.
 fs::path ReadableFolder(const std::optional<std::string>& given) {
   const fs::path last = LastTraceFolder();
-  const fs::path folder = given ? FullFolder(*given) : last;
+  fs::path folder = given ? FullFolder(*given) : last;
   if (folder.empty()) throw std::runtime_error("this user has no trace; give the folder of one");
   if (folder != last || !HasTraceSession()) return folder;
   std::string reason;
