@@ -43,8 +43,9 @@ void ToolTest::CopyTool(const std::string& name) {
   std::filesystem::create_directory(folder);
   for (const auto& entry : std::filesystem::directory_iterator(BuiltFile(""))) {
     const auto file = entry.path().filename();
-    const bool isModule = file.extension() == ".dll" || file.extension() == ".so";
-    if (isModule || file == LARDER_TOOL_FILE) std::filesystem::copy_file(entry, folder / file);
+    const bool isLibrary = file.string().find(".so") != std::string::npos;  // with a version or not
+    if (isLibrary || file.extension() == ".dll" || file == LARDER_TOOL_FILE)
+      std::filesystem::copy(entry, folder / file, std::filesystem::copy_options::copy_symlinks);
   }
   tool = folder / LARDER_TOOL_FILE;
 }
