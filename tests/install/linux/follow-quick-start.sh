@@ -15,15 +15,25 @@ expect() {
   [[ $count -eq ${3:-1} ]] || { echo "$count times instead of ${3:-1} in $1: $2"; exit 1; }
 }
 
+# "larder check" counts threads, for which it needs /proc. An ordinary container can't mount that.
+has_proc=true
+if [[ ! -e /proc/self ]]; then
+  has_proc=false
+  echo "There is no /proc, so these commands of the page aren't run:"
+  grep -E '^(larder check|ctest) ' provider.sh
+  sed -Ei '/^(larder check|ctest) /d' provider.sh
+fi
+
 find / -xdev -not -path '/quick-start/*' -not -path '/proc/*' | sort >before
 as_root install
 as_user client
 expect client '^LarderInit will return Success (0)$'
 expect client "^$(sha256sum /usr/bin/env | cut -d ' ' -f 1)\$" 2
 as_user provider
-expect provider '^ 1  symbols       ok$'
-expect provider '^18  .* ok$'
-expect provider 'my-feed-keeps-the-rules .*Passed'
+if $has_proc; then
+  expect provider '^[ 1][0-9]  .* ok$' 18
+  expect provider 'my-feed-keeps-the-rules .*Passed'
+fi
 expect provider '^type        4$'
 expect provider '^LarderInit will return Success (0)$'
 as_root remove
