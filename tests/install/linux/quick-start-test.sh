@@ -23,10 +23,12 @@ for part in install client provider remove; do
   [[ -s $folder/quick-start/$part.sh ]] || { echo "the page has no commands for: $part"; exit 1; }
 done
 
-# What runs in the new Debian gets none of this process's environment.
-inside='env --ignore-environment PATH=/usr/sbin:/usr/bin:/sbin:/bin chroot "$1" bash'
-status=0
-mmdebstrap --variant=apt --format=null --dpkgopt=force-unsafe-io \
+# What runs in the new Debian gets none of this process's environment but how to reach the network.
+inside='env --ignore-environment PATH=/usr/sbin:/usr/bin:/sbin:/bin ${http_proxy:+http_proxy="$http_proxy"} \
+  ${https_proxy:+https_proxy="$https_proxy"} chroot "$1" bash'
+mode=unshare status=0
+if [[ $(id -u) -eq 0 ]]; then mode=root; fi
+mmdebstrap --mode=$mode --variant=apt --format=null --dpkgopt=force-unsafe-io \
   --aptopt='Acquire::Retries "3"' --aptopt='Acquire::Languages "none"' \
   --customize-hook="copy-in '$folder/quick-start' /" \
   --customize-hook='echo "The root is made."' \
