@@ -13,6 +13,8 @@ struct LttngObject {
   // Do nothing if no session wants it. Never block, unless the session's channel is set up to.
   void (*recordLine)(const char* line) noexcept;
   void (*recordDroppedLine)(std::size_t size) noexcept;
+  // Whether sessions get the lines of a forked child.
+  bool (*followsForks)() noexcept;
 };
 
 // The object's only export returns its functions. The number in its name changes with the

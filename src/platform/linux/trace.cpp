@@ -18,14 +18,14 @@
 #include "platform/module.h"
 #include "platform/thread.h"
 
-// Only the object liblarder-lttng.so links LTTng. It is used if it lies beside the library, and
-// then stays loaded: LTTng doesn't survive the removal of a tracepoint that a session uses.
+// Only the object liblarder-lttng.so links LTTng. It is opened if it lies beside the library, and
+// never closed: LTTng doesn't survive the removal of a tracepoint that a session uses.
 //
-// LTTng calls nobody when a session starts, changes or ends. It stores the tracepoint's state in a
-// word, and a thread looks at that a few times a second. If the statements read the word, the gate
-// would be two words, for everybody. A function of ours could be attached to the tracepoint, but
-// it is called only when the gate is open; or to the tracepoint that LTTng passes when a session
-// starts, but not when an event is added to a session that is on, nor when a session ends.
+// LTTng calls nobody when a session starts, changes or ends. It stores the state of the tracepoint
+// in a word, and a thread looks at that word a few times a second. If the statements read it, the
+// gate would be two words, for everybody. A function can be attached to a tracepoint, but to this
+// one in vain, since nothing passes it while the gate is closed; and the one that LTTng itself
+// passes when a session starts tells nothing of an event that is added later, nor of the end.
 
 namespace larder::platform {
 namespace {
@@ -52,9 +52,7 @@ const LttngObject* OpenObject() {
   ModuleHandle module = nullptr;
   if (WidePath(path, wide) != kSuccess || OpenModule(wide, module) != kSuccess) return nullptr;
   const auto get = reinterpret_cast<GetLttngObject>(FindSymbol(module, kGetLttngObject));
-  if (get != nullptr) return get();
-  CloseModule(module);
-  return nullptr;
+  return get == nullptr ? nullptr : get();
 }
 
 timespec NextLook() {
@@ -72,7 +70,7 @@ class Registration {
     object = &opened;
     function = given;
     context = givenContext;
-    followsForks = IsForkFollowed();
+    followsForks = object->followsForks();
     if (!std::exchange(hasForkFunction, true)) CallInForkedChild(&ContinueInForkedChild);
     // Here and not only on the thread: a session that is on has the library's first lines.
     Look();
@@ -89,14 +87,6 @@ class Registration {
   [[nodiscard]] const LttngObject& Object() const noexcept { return *object; }
 
  private:
-  // The library liblttng-ust-fork.so, preloaded by the user, registers forked children with LTTng.
-  static bool IsForkFollowed() noexcept {
-    void* const library = dlopen("liblttng-ust-fork.so.1", RTLD_NOW | RTLD_NOLOAD);
-    if (library == nullptr) return static_cast<void>(dlerror()), false;
-    dlclose(library);
-    return true;
-  }
-
   static void ContinueInForkedChild();
 
   void Look() noexcept { Report(object->isEnabled()); }

@@ -5,6 +5,7 @@
 #include <larder/larder.h>
 
 #include <algorithm>
+#include <atomic>
 #include <filesystem>
 #include <fstream>
 #include <optional>
@@ -139,6 +140,26 @@ TEST_F(Lttng, AForkedChildIsInTheSessionIfLttngFollowsForks) {
   daemon->Stop();
   EXPECT_THAT(Texts(), ElementsAre("TRACE: Before", "TRACE: After", "TRACE: Before",
                                    "TRACE: In the child", "TRACE: After"));
+}
+
+TEST_F(Lttng, AForkedChildExitsWhateverTheParentsThreadsDid) {
+  daemon->Start();
+  AttachTrace();
+  std::atomic<bool> isDone{false};
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 4; ++i) {
+    threads.emplace_back([&] {
+      while (!isDone) LogTrace("Busy");
+    });
+  }
+  for (int i = 0; i < 20; ++i) {
+    const pid_t child = fork();
+    if (child == 0) exit(IsTraceEnabled() ? 1 : 0);
+    EXPECT_EQ(WaitForChild(child), 0);
+  }
+  isDone = true;
+  for (std::thread& thread : threads) thread.join();
+  daemon->Stop();
 }
 
 TEST_F(Lttng, ASessionThatIsOnEarlierHasTheLinesOfAWholeLife) {
