@@ -65,6 +65,7 @@ inline std::string ErrorText(std::int32_t code) {
 // A function of the library failed. what() has its name, the code's text and the code.
 class Error : public std::runtime_error {
  public:
+  // function: its name. failure: what it returned.
   Error(const std::string& function, std::int32_t failure)
       : std::runtime_error(function + ": " + Describe(failure)), code(failure) {}
 
@@ -468,6 +469,7 @@ class Session {
     if (!block) return std::nullopt;
     return FileRecord(*std::move(block));
   }
+  // The same for the current version of the file with this path; see FileObject for paths.
   [[nodiscard]] std::optional<FileRecord> QueryFile(
       const std::filesystem::path& file, std::uint32_t queryOption = LARDER_FEED_FILE_NOW) const {
     return QueryFile(FileObject(file), queryOption);

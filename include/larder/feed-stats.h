@@ -24,8 +24,8 @@ typedef struct FeedStatsRecord {
   uint64_t getKeyCalls;    /* one for each LarderQuery and LarderWrite */
   uint64_t queryCalls;     /* this one included */
   uint64_t freeQueryCalls; /* blocks freed */
-  uint64_t writeCalls;
-  uint64_t bytesWritten; /* total size of the blocks written, including their headers */
+  uint64_t writeCalls;     /* LarderWrite */
+  uint64_t bytesWritten;   /* total size of the blocks written, including their headers */
 
   /* The file provider (feed-file.dll) in this process and its store; all zero without one. All
    * processes of the machine share the store; each has its own counters. */

@@ -73,25 +73,27 @@ extern "C" {
  * A provider's own codes. LarderQuery returns what a provider raises, and a provider can raise 0:
  * set *data to null before the call, and check it even after LARDER_OK. */
 
-/* Result codes. LARDER_E_ALREADY_INITIALIZED is a success: the handle is valid and the call took a
- * reference. The number in LARDER_E_PARAMETER_n isn't always the position of the argument; each
- * function documents the code that it returns. */
-#define LARDER_OK 0
-#define LARDER_E_DLL_NOT_FOUND (-1)
-#define LARDER_E_REGISTRY_KEY_NOT_FOUND (-2)
-#define LARDER_E_DB_OPEN_FAILED (-3)
-#define LARDER_E_GENERIC (-4)
-#define LARDER_E_INVALID_HANDLE (-5)
-#define LARDER_E_PARAMETER_1 (-6)
-#define LARDER_E_PARAMETER_2 (-7)
-#define LARDER_E_PARAMETER_3 (-8)
-#define LARDER_E_PARAMETER_4 (-9)
-#define LARDER_E_PARAMETER_5 (-10)
-#define LARDER_E_ALREADY_INITIALIZED (-11)
-#define LARDER_E_INSTALL_IN_PROGRESS (-12)
-#define LARDER_E_NO_DATA (-13)
-#define LARDER_E_WRONG_VERSION (-14)
-#define LARDER_E_FILE_ID_MISMATCH (-15)
+/* Result codes
+ *
+ * Each function documents when it returns them. The number in LARDER_E_PARAMETER_n isn't always the
+ * position of the argument. The library itself doesn't return those that are marked as reserved. */
+
+#define LARDER_OK 0                          /* success */
+#define LARDER_E_DLL_NOT_FOUND (-1)          /* reserved: a module isn't found */
+#define LARDER_E_REGISTRY_KEY_NOT_FOUND (-2) /* reserved: a registry key isn't found */
+#define LARDER_E_DB_OPEN_FAILED (-3)         /* the providers couldn't be loaded */
+#define LARDER_E_GENERIC (-4)                /* any other failure; the log has the reason */
+#define LARDER_E_INVALID_HANDLE (-5)         /* not the current handle */
+#define LARDER_E_PARAMETER_1 (-6)            /* an argument is null */
+#define LARDER_E_PARAMETER_2 (-7)            /* an argument is null */
+#define LARDER_E_PARAMETER_3 (-8)            /* an argument is null */
+#define LARDER_E_PARAMETER_4 (-9)            /* reserved */
+#define LARDER_E_PARAMETER_5 (-10)           /* reserved */
+#define LARDER_E_ALREADY_INITIALIZED (-11)   /* a success: the call took a reference */
+#define LARDER_E_INSTALL_IN_PROGRESS (-12)   /* reserved: Larder is being installed */
+#define LARDER_E_NO_DATA (-13)               /* the provider has no data for the object */
+#define LARDER_E_WRONG_VERSION (-14)         /* the client's header has another version */
+#define LARDER_E_FILE_ID_MISMATCH (-15)      /* file provider: the file has changed */
 
 /* The version of the query interface that this header declares. */
 #define LARDER_QUERY_VERSION 1
@@ -131,6 +133,7 @@ LARDER_API int32_t LarderInit(LarderNotifyCallback callback, LarderHandle* handl
 LARDER_API int32_t LarderRelease(void);
 
 /* Reads a provider's data block for an object.
+ *   handle            from LarderInit
  *   objectDescriptor  required; the provider defines its format (file provider:
  *                     FileObjectDescriptor)
  *   providerType      0 to 5
@@ -159,6 +162,8 @@ LARDER_API int32_t LarderQuery(LarderHandle handle, const void* objectDescriptor
 
 /* Returns a block from LarderQuery to the provider that created it, to be freed. Once the argument
  * checks pass, the pointer is invalid, whatever the result.
+ *   handle  from LarderInit
+ *   data    required; the block
  *
  * The arguments are checked in this order:
  * LARDER_E_INVALID_HANDLE  handle isn't the current handle
@@ -171,6 +176,7 @@ LARDER_API int32_t LarderQuery(LarderHandle handle, const void* objectDescriptor
 LARDER_API int32_t LarderFreeQuery(LarderHandle handle, DataBlockHeader* data);
 
 /* Passes a copy of a block to a provider, to be stored.
+ *   handle            from LarderInit
  *   objectDescriptor  required; see LarderQuery
  *   providerType      0 to 5; the providerType inside the block is ignored
  *   data              required; data->dataSize bytes are read. The caller keeps the block.
@@ -189,6 +195,7 @@ LARDER_API int32_t LarderWrite(LarderHandle handle, const void* objectDescriptor
 
 /* Writes the English text of a result code, NUL-terminated; empty for a code that isn't listed
  * above.
+ *   code        any number
  *   bufferSize  capacity of buffer in wide characters, including the terminator
  *   buffer      may be null
  * Returns the required size in wide characters, including the terminator. Writes nothing if the

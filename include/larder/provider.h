@@ -56,16 +56,22 @@ inline namespace larder_module {
 // fields, so their order and width are fixed.
 class DbBuffer {
  public:
-  std::uint64_t size = 0;         // bytes in data; 0 in the buffer passed to FreeQuery
-  unsigned char* data = nullptr;  // the block, or null
+  // Bytes in data; 0 in the buffer passed to FreeQuery.
+  std::uint64_t size = 0;
+  // The block, or null.
+  unsigned char* data = nullptr;
 
+  // No block.
   DbBuffer() noexcept;
   // Allocates an uninitialized block; none if size is 0. Throws std::bad_alloc.
   explicit DbBuffer(std::uint64_t size);
+  // Takes the other's block and leaves the other empty.
   DbBuffer(DbBuffer&& other) noexcept;
+  // The same, after freeing this one's block.
   DbBuffer& operator=(DbBuffer&& other) noexcept;
   DbBuffer(const DbBuffer&) = delete;
   DbBuffer& operator=(const DbBuffer&) = delete;
+  // Frees the block.
   ~DbBuffer();
 
   // Frees the block and leaves the buffer empty.
@@ -177,6 +183,7 @@ class IDataProvider {
 #define LARDER_PROVIDER_EXPORT extern "C" __attribute__((visibility("default")))
 #endif
 
+// GetProvider, as the host finds it.
 using GetProviderFunction = void (*)(IDataProvider** out);
 
 #endif

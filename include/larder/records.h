@@ -13,18 +13,23 @@
 #include <uchar.h>
 #endif
 
+/* The static assertion of C11 and of C++. */
 #ifdef __cplusplus
 #define LARDER_STATIC_ASSERT(condition, text) static_assert(condition, text)
 #else
 #define LARDER_STATIC_ASSERT(condition, text) _Static_assert(condition, text)
 #endif
 
-/* A UTF-16 code unit, and a string literal of them. Paths use backslashes on every system. */
+/* A UTF-16 code unit. Paths use backslashes on every system. */
 #ifdef _WIN32
 typedef wchar_t LarderWideChar;
-#define LARDER_WIDE(literal) L##literal
 #else
 typedef char16_t LarderWideChar;
+#endif
+/* A string literal of UTF-16 code units. */
+#ifdef _WIN32
+#define LARDER_WIDE(literal) L##literal
+#else
 #define LARDER_WIDE(literal) u##literal
 #endif
 LARDER_STATIC_ASSERT(sizeof(LarderWideChar) == 2, "a wide character is 16 bits");
@@ -47,20 +52,20 @@ typedef struct FileObjectDescriptor {
 
 /* The file provider's data block. The first CertChainRecord follows at offset 384. */
 typedef struct FileDataRecord {
-  uint32_t dataSize;
-  int32_t providerType;
-  uint64_t fileId;     /* identity of the file within the machine */
-  uint8_t fileMD5[16]; /* digests of the file's bytes */
-  uint8_t fileSHA1[20];
-  uint8_t fileSHA256[32];
-  uint8_t fileSHA384[48];
-  uint8_t fileSHA512[64];
-  uint8_t peMD5[16]; /* digests of a PE image, as its signatures cover it; zero for other files */
-  uint8_t peSHA1[20];
-  uint8_t peSHA256[32];
-  uint8_t peSHA384[48];
-  uint8_t peSHA512[64];
-  uint8_t reserved[8]; /* passed through, not interpreted */
+  uint32_t dataSize;      /* as in DataBlockHeader */
+  int32_t providerType;   /* as in DataBlockHeader */
+  uint64_t fileId;        /* identity of the file within the machine */
+  uint8_t fileMD5[16];    /* MD5 of the file's bytes */
+  uint8_t fileSHA1[20];   /* SHA-1 of the file's bytes */
+  uint8_t fileSHA256[32]; /* SHA-256 of the file's bytes */
+  uint8_t fileSHA384[48]; /* SHA-384 of the file's bytes */
+  uint8_t fileSHA512[64]; /* SHA-512 of the file's bytes */
+  uint8_t peMD5[16];      /* MD5 of a PE image, as its signatures cover it; zero for other files */
+  uint8_t peSHA1[20];     /* SHA-1, as peMD5 */
+  uint8_t peSHA256[32];   /* SHA-256, as peMD5 */
+  uint8_t peSHA384[48];   /* SHA-384, as peMD5 */
+  uint8_t peSHA512[64];   /* SHA-512, as peMD5 */
+  uint8_t reserved[8];    /* passed through, not interpreted */
 } FileDataRecord;
 
 /* One certificate chain. Its first CertDataRecord follows at offset 8. A link is a distance in
