@@ -1,10 +1,12 @@
 // A trace session from its start to its end.
+#include <dlfcn.h>
 #include <gmock/gmock.h>
 
 #include <nlohmann/json.hpp>
 #include <optional>
 
 #include "log/linux/lttng-daemon.h"
+#include "platform/linux/lttng-object.h"
 #include "testing/process.h"
 #include "tools/tool-test.h"
 
@@ -73,6 +75,23 @@ TEST_F(TraceTest, AStartThatFailsHalfwayLeavesNothing) {
   EXPECT_FALSE(std::filesystem::exists("trace"));
   SetEnvironmentText("PATH", "/usr/bin:/bin");
   MustRun({"trace", "start", "--output", "trace"});
+}
+
+// A line that doesn't fit into a buffer is lost as if the buffer were full.
+TEST_F(TraceTest, WhatASessionHasLostIsCounted) {
+  MustRun({"trace", "start", "--output", "trace"});
+  void* const module = dlopen(BuiltFile(platform::kLttngObjectName).c_str(), RTLD_NOW);
+  ASSERT_NE(module, nullptr);
+  const auto get =
+      reinterpret_cast<platform::GetLttngObject>(dlsym(module, platform::kGetLttngObject));
+  get()->recordLine(std::string(1'000'000, 'x').c_str());
+  get()->recordDroppedLine(65'537);
+  get()->recordLine("last");
+  EXPECT_THAT(MustRun({"trace", "stop"}),
+              EndsWith("lines       1\nlost        1\ntoo long    1\n"));
+  EXPECT_EQ(Run(tool, {"trace", "show"}).errors,
+            "larder: lines that are missing because the session's buffers were full: more than 0\n"
+            "larder: lines that are missing because they have more than 64 KiB: 1\n");
 }
 
 }  // namespace

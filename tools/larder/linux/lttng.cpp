@@ -1,6 +1,5 @@
 #include "tools/larder/linux/lttng.h"
 
-#include <algorithm>
 #include <stdexcept>
 #include <string_view>
 
@@ -10,20 +9,33 @@
 
 namespace larder::tool {
 
-bool RunLttng(const std::vector<std::string>& arguments, std::string& reason) {
+namespace {
+
+std::string ReasonOf(const ProgramEnd& end) {
+  constexpr std::string_view kMark = "Error: ";
+  const std::size_t mark = end.errors.find(kMark);
+  if (mark == std::string::npos) return end.end;
+  const std::string reason = end.errors.substr(mark + kMark.size());
+  return reason.substr(0, reason.find('\n'));
+}
+
+}  // namespace
+
+bool RunLttng(const std::vector<std::string>& arguments, std::string& answer) {
   ProgramEnd end;
-  const auto discard = [](const std::string&) { return true; };
-  const platform::Code code = RunProgram("lttng", arguments, discard, end);
+  answer.clear();
+  const auto take = [&answer](const std::string& line) {
+    answer += line + "\n";
+    return true;
+  };
+  const platform::Code code = RunProgram("lttng", arguments, take, end);
   if (code == platform::kFileNotFound) {
     throw std::runtime_error("lttng isn't installed; install the package lttng-tools");
   }
   if (code != platform::kSuccess) {
     throw std::runtime_error("cannot run lttng: " + platform::SystemReason(code));
   }
-  constexpr std::string_view kMark = "Error: ";
-  const std::size_t mark = end.errors.find(kMark);
-  reason = mark == std::string::npos ? end.end : end.errors.substr(mark + kMark.size());
-  reason.erase(std::min(reason.find('\n'), reason.size()));
+  if (!end.isSuccess) answer = ReasonOf(end);
   return end.isSuccess;
 }
 

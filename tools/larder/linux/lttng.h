@@ -6,9 +6,9 @@
 
 namespace larder::tool {
 
-// Returns false if it fails; reason then has its message. Throws std::runtime_error if it can't be
-// run.
-[[nodiscard]] bool RunLttng(const std::vector<std::string>& arguments, std::string& reason);
+// Returns whether it succeeds. answer: what it printed or, if it fails, its reason. Throws
+// std::runtime_error if it can't be run.
+[[nodiscard]] bool RunLttng(const std::vector<std::string>& arguments, std::string& answer);
 
 // Whether this user has the session of "larder trace".
 [[nodiscard]] bool HasTraceSession();

@@ -178,6 +178,8 @@ TraceLosses ReadTrace(const std::filesystem::path& folder, const TakeTraceLine& 
     throw std::runtime_error("cannot read all of " + folder.string() + ": " + CauseOf(end));
   }
   losses.discarded = DiscardedOf(end.errors);
+  // For the first buffer, which has no count before it.
+  losses.isDiscardedMore = end.errors.find("Tracer may have discarded ") != std::string::npos;
   return losses;
 }
 

@@ -22,8 +22,9 @@ using TakeTraceLine = std::function<bool(const TraceLine&)>;
 
 // Lines that a session hasn't recorded.
 struct TraceLosses {
-  std::uint64_t discarded = 0;  // the session's buffers were full
-  std::uint64_t tooLong = 0;    // longer than 64 KiB
+  std::uint64_t discarded = 0;   // the session's buffers were full
+  bool isDiscardedMore = false;  // there were more of them; the trace doesn't say how many
+  std::uint64_t tooLong = 0;     // longer than 64 KiB
 };
 
 // Passes all lines in the order of their times. A session without a line isn't an error. Throws

@@ -2,6 +2,8 @@
 
 #include <unistd.h>
 
+#include <algorithm>
+#include <charconv>
 #include <chrono>
 #include <filesystem>
 #include <stdexcept>
@@ -66,6 +68,16 @@ std::string WhosePrograms() {
   return "of this user; for those of others, be root";
 }
 
+// From "Warning: 43547 events were discarded", the answer to the end of a session.
+std::uint64_t DiscardedOf(const std::string& answer) {
+  constexpr std::string_view kMark = "Warning: ";
+  const std::size_t mark = answer.find(kMark);
+  std::uint64_t count = 0;
+  if (mark == std::string::npos) return count;
+  std::from_chars(answer.data() + mark + kMark.size(), answer.data() + answer.size(), count);
+  return count;
+}
+
 void SetUpSession(const fs::path& folder) {
   MustRunLttng("enable Larder's events",
                {"enable-event", "--userspace", SessionOption(), "larder:*"});
@@ -108,9 +120,9 @@ int StartTrace(const std::optional<std::string>& folder, Output& output) {
 
 int StopTrace(Output& output) {
   RequireSession();
-  std::string reason;
-  if (!RunLttng({"destroy", TraceSessionName()}, reason)) {
-    throw std::runtime_error("cannot end the session: " + reason);
+  std::string answer;
+  if (!RunLttng({"destroy", TraceSessionName()}, answer)) {
+    throw std::runtime_error("cannot end the session: " + answer);
   }
   const fs::path folder = LastTraceFolder();
   output.Write(RecordLine("folder", folder.string()));
@@ -118,7 +130,7 @@ int StopTrace(Output& output) {
   const auto count = [&lines](const TraceLine&) { return ++lines, true; };
   const TraceLosses losses = ReadTrace(folder, count);
   output.Write(RecordLine("lines", std::to_string(lines)) +
-               RecordLine("lost", std::to_string(losses.discarded)));
+               RecordLine("lost", std::to_string(std::max(DiscardedOf(answer), losses.discarded))));
   if (losses.tooLong != 0) output.Write(RecordLine("too long", std::to_string(losses.tooLong)));
   return kExitOk;
 }

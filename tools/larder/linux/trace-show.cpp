@@ -55,9 +55,16 @@ fs::path ReadableFolder(const std::optional<std::string>& given) {
   throw std::runtime_error("cannot read the session that runs: " + reason);
 }
 
-void ReportLoss(std::uint64_t lines, const std::string& reason) {
-  if (lines != 0)
-    PrintError("lines that are missing because " + reason + ": " + std::to_string(lines));
+void ReportLosses(const TraceLosses& losses) {
+  std::string discarded = std::to_string(losses.discarded);
+  if (losses.isDiscardedMore) discarded = "more than " + discarded;
+  if (discarded != "0") {
+    PrintError("lines that are missing because the session's buffers were full: " + discarded);
+  }
+  if (losses.tooLong != 0) {
+    PrintError("lines that are missing because they have more than 64 KiB: " +
+               std::to_string(losses.tooLong));
+  }
 }
 
 }  // namespace
@@ -68,9 +75,7 @@ int ShowTrace(const TraceShowArguments& arguments, Output& output) {
     output.Write(arguments.isJson ? LineJson(line) : LineText(line));
     return !output.Failed();
   };
-  const TraceLosses losses = ReadTrace(folder, print);
-  ReportLoss(losses.discarded, "the session's buffers were full");
-  ReportLoss(losses.tooLong, "they have more than 64 KiB");
+  ReportLosses(ReadTrace(folder, print));
   return kExitOk;
 }
 
