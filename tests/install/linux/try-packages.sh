@@ -41,11 +41,13 @@ prints feed-file.dll module FeedFile
 
 echo "Another installation's registry stays"
 larder registry set Install szLocation '\opt\other\'
+larder registry delete 'DataProviders\FeedFile'
+larder registry delete 'DataProviders\FeedStats'
 dpkg -i ./*.deb
 prints '\opt\other\' location
+prints '' module FeedFile
 dpkg --purge larder
 prints "$registry/Install/szLocation.value" find $registry -iname 'szLocation.value'
-prints "$registry/DataProviders/FeedFile/szDLL.value" find $registry/DataProviders/FeedFile -iname 'szDLL.value'
 rm -r /etc/larder /var/lib/Velmor
 
 echo "An installation that failed can be finished"
