@@ -96,7 +96,7 @@ class LttngDaemon {
   void CreateSession(const std::string& kind) {
     Run("create lines " + kind + " --output=" + (folder / "trace").string());
     // The lines of a test fit into it, whether or not they are read meanwhile.
-    Run("enable-channel -u memory --subbuf-size=128K --num-subbuf=8");
+    Run("enable-channel -u memory --subbuf-size=128K --num-subbuf=4");
     Run("enable-event -u -c memory larder:* --loglevel=INFO");
   }
   void Run(const std::string& command) { Shell("lttng --no-sessiond --quiet " + command); }

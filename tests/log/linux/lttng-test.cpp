@@ -27,11 +27,13 @@ namespace {
 
 using testing::ElementsAre;
 
+constexpr char kIsFollowed[] = "LARDER_TEST_IS_FORK_FOLLOWED";
+
 class Lttng : public testing::Test {
  protected:
   void SetUp() override {
     if (!LttngDaemon::IsInstalled()) GTEST_SKIP() << "lttng-tools isn't installed";
-    if (getenv("LD_PRELOAD") != nullptr) return;  // the program that started this one has a daemon
+    if (getenv(kIsFollowed) != nullptr) return;  // the program that started this one has a daemon
     daemon.emplace(host.machine.Folder());
     daemon->RecordThreads();
   }
@@ -121,22 +123,18 @@ int ForkWhileTraced(bool isFollowed) {
   return status;
 }
 
-// Each run of this program starts without LTTng. The daemon doesn't stand the preloaded library.
+// Runs this program again: liblttng-ust-fork.so must be preloaded, and the daemon doesn't stand it.
 TEST_F(Lttng, AForkedChildIsInTheSessionIfLttngFollowsForks) {
-  const char* const preloaded = getenv("LD_PRELOAD");
-  if (preloaded != nullptr) {
-    EXPECT_EQ(ForkWhileTraced(*preloaded != '\0'), 0);
+  if (const char* const isFollowed = getenv(kIsFollowed)) {
+    EXPECT_EQ(ForkWhileTraced(*isFollowed == '1'), 0);
     return;
   }
   daemon->Start();
-  for (const std::string library : {"", "liblttng-ust-fork.so.1"}) {
-    const std::string self = std::filesystem::read_symlink("/proc/self/exe").string();
-    EXPECT_EQ(std::system(("LD_PRELOAD=" + library + " " + self + " --gtest_filter=*" +
-                           testing::UnitTest::GetInstance()->current_test_info()->name())
-                              .c_str()),
-              0)
-        << library;
-  }
+  const std::string self = std::filesystem::read_symlink("/proc/self/exe").string() +
+                           " --gtest_filter=*IfLttngFollowsForks";
+  EXPECT_EQ(std::system((kIsFollowed + ("=0 " + self)).c_str()), 0);
+  EXPECT_EQ(std::system((kIsFollowed + ("=1 LD_PRELOAD=liblttng-ust-fork.so.1 " + self)).c_str()),
+            0);
   daemon->Stop();
   EXPECT_THAT(Texts(), ElementsAre("TRACE: Before", "TRACE: After", "TRACE: Before",
                                    "TRACE: In the child", "TRACE: After"));
