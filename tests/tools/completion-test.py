@@ -87,10 +87,12 @@ def commands_of(shell, *command):
 
 
 def check(shell, line, expected):
+    # First, because the shell doesn't answer if a quote stays open.
+    print(f"{NAME}: larder {line}<Tab>", flush=True)
     found = shell.complete("larder " + line)
     if found == expected:
         return 0
-    print(f"{NAME}: larder {line}<Tab>\n  expected {expected}\n  found    {found}")
+    print(f"  expected {expected}\n  found    {found}")
     return 1
 
 

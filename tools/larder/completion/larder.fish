@@ -18,5 +18,5 @@ function __larder_words
     printf '%s\n' $lines
 end
 
-complete -c larder -n __larder_completes_paths -F
+# Without -f, fish completes paths.
 complete -c larder -n 'not __larder_completes_paths' -f -a '(__larder_words)'
