@@ -67,6 +67,8 @@ foreach(script postinst prerm)
 endforeach()
 set(CPACK_DEBIAN_TOOL_PACKAGE_CONTROL_EXTRA
   ${files}/postinst ${files}/prerm ${CMAKE_CURRENT_LIST_DIR}/postrm)
+set(CPACK_DEBIAN_TOOL_PACKAGE_SUGGESTS larder-lttng)
 
 larder_deb(lttng larder-lttng libs ours
   "The library's trace session for LTTng.")
+set(CPACK_DEBIAN_LTTNG_PACKAGE_RECOMMENDS "lttng-tools, babeltrace2")
