@@ -13,8 +13,11 @@ prints() {
 module() { larder registry get "DataProviders\\$1" szDLL 2>/dev/null; }
 location() { larder registry get Install szLocation; }
 
+echo "The trace session's package brings what it needs"
+apt-get install -y --no-install-recommends ./*.deb
+prints 'trace       ready' bash -c 'larder status | grep "^trace"'
+
 echo "An upgrade keeps what was changed, and lowers the event again that it raises"
-dpkg -i ./*.deb
 package_location=$(location)
 larder registry delete 'DataProviders\FeedStats' szDLL
 dpkg -i ./*.deb
@@ -61,5 +64,5 @@ rmdir /var/lib/Velmor
 dpkg --configure larder
 prints "$package_location" location
 
-dpkg --purge larder liblarder-dev liblarder0
+dpkg --purge larder larder-lttng liblarder-dev liblarder0
 prints '' find /etc /var/lib /run /usr -path /var/lib/dpkg/info -prune -o -iname '*larder*' -print -o -iname velmor -print
