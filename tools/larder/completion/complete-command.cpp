@@ -26,7 +26,9 @@ void AddSubkeys(const WideString& subkey, std::vector<std::string>& result) {
   if (code != platform::kSuccess) return;
   (void)ReadNames(key.Get(), &platform::RegistrySubkeyName, names);
   for (const WideString& name : names) {
-    const WideString path = subkey.empty() ? name : subkey + LARDER_WIDE('\\') + name;
+    WideString path = subkey;
+    if (!path.empty()) path += LARDER_WIDE('\\');
+    path += name;
     result.push_back(platform::Utf8FromWide(path));
     AddSubkeys(path, result);
   }
@@ -36,6 +38,7 @@ std::vector<std::string> NamesOfRuns() {
   std::vector<std::string> names;
   std::vector<LogRun> runs;
   (void)FindLogRuns(runs);
+  names.reserve(runs.size());
   for (const LogRun& run : runs) names.push_back(PathText(GetFileNameInPath(run.path)));
   return names;
 }
