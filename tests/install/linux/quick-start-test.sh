@@ -17,11 +17,7 @@ command -v mmdebstrap >/dev/null || skip "mmdebstrap isn't installed"
 rm -rf "$folder"
 mkdir -p "$folder/quick-start"
 cp "$packages"/*.deb "$here/follow-quick-start.sh" "$here/try-packages.sh" "$folder/quick-start"
-for part in install client provider remove; do
-  awk -v heading="## On Linux: $part" -f "$here/../commands-of-page.awk" "$page" \
-    >"$folder/quick-start/$part.sh"
-  [[ -s $folder/quick-start/$part.sh ]] || { echo "the page has no commands for: $part"; exit 1; }
-done
+awk -v folder="$folder/quick-start" -f "$here/../../docs/code-of-page.awk" "$page"
 
 # What runs in the new Debian gets none of this process's environment but how to reach the network.
 inside='env --ignore-environment PATH=/usr/sbin:/usr/bin:/sbin:/bin ${http_proxy:+http_proxy="$http_proxy"} \

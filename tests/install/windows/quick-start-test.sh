@@ -9,9 +9,9 @@ rm -rf "$folder"
 mkdir -p "$folder/programs"
 ln -s "$emulator" "$folder/programs/wine"
 cp "$zip" "$folder"
-awk -v heading="## On Windows" -f "$(dirname "$0")/../commands-of-page.awk" "$page" >"$folder/commands"
+awk -v folder="$folder" -f "$(dirname "$0")/../../docs/code-of-page.awk" "$page"
 cd "$folder"
-PATH=$folder/programs:$PATH bash -ex commands >out 2>&1 </dev/null || { cat out; exit 1; }
+PATH=$folder/programs:$PATH bash -ex on-windows.sh >out 2>&1 </dev/null || { cat out; exit 1; }
 
 tr -d '\r' <out >lines
 expect() {
