@@ -14,7 +14,7 @@ set(CPACK_PACKAGE_DESCRIPTION_SUMMARY ${PROJECT_DESCRIPTION})
 set(CPACK_PACKAGE_DIRECTORY ${PROJECT_SOURCE_DIR}/build/packages)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_VERBATIM_VARIABLES ON)
-# No package is made without the licences of all that it contains.
+# No package is made without the licenses of all that it contains.
 set(CPACK_PROJECT_CONFIG_FILE ${CMAKE_CURRENT_LIST_DIR}/larder-check-licenses.cmake)
 set(CPACK_LARDER_MISSING_LICENSES ${LARDER_MISSING_LICENSES})
 
@@ -29,7 +29,7 @@ include(CPack)
 add_custom_target(packages COMMAND ${CMAKE_CPACK_COMMAND}
   WORKING_DIRECTORY ${CMAKE_BINARY_DIR} USES_TERMINAL VERBATIM)
 add_dependencies(packages larder larder_tool feed-file feed-stats feed-test stock-file-query)
-foreach(target larder_import_library larder-lttng)
+foreach(target larder_import_library larder_lttng larder_manual)
   if(TARGET ${target})
     add_dependencies(packages ${target})
   endif()
