@@ -1,6 +1,6 @@
 # cpack reads this first.
 if(CPACK_LARDER_MISSING_LICENSES)
   list(JOIN CPACK_LARDER_MISSING_LICENSES "\n  " files)
-  message(FATAL_ERROR "No package is made, because these licences were missing when the build folder was "
+  message(FATAL_ERROR "No package is made, because these licenses were missing when the build folder was "
     "configured:\n  ${files}")
 endif()

@@ -1,4 +1,4 @@
-# The licences of everything that is shipped, in share/doc/larder/licenses. Each comes from where its
+# The licenses of everything that is shipped, in share/doc/larder/licenses. Each comes from where its
 # code comes from. cpack makes no package without them; see larder-check-licenses.cmake.
 set(debian /usr/share/doc)
 set(LARDER_OTHER_LICENSES

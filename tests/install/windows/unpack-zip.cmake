@@ -1,5 +1,5 @@
 # Makes the package with cpack from the build folder BUILD and unpacks it into FOLDER. Checks what
-# isn't used by running it: licences and version resources. See CMakeLists.txt for the variables.
+# isn't used by running it: licenses and version resources. See CMakeLists.txt for the variables.
 cmake_policy(VERSION 3.25)
 
 if(NOT DEFINED ENV{WINEPREFIX})
@@ -15,12 +15,12 @@ set(tree ${FOLDER}/${NAME})
 file(GLOB have RELATIVE ${tree}/share/doc/larder/licenses ${tree}/share/doc/larder/licenses/*)
 set(want cli11 gcc-runtime gpl-3 larder mingw-w64-winpthreads nlohmann-json sqlite xxhash)
 if(NOT have STREQUAL want)
-  message(FATAL_ERROR "the licences are ${have}")
+  message(FATAL_ERROR "the licenses are ${have}")
 endif()
 file(STRINGS ${tree}/share/doc/larder/licenses/gcc-runtime exception REGEX "^GCC RUNTIME LIBRARY EXCEPTION")
 file(STRINGS ${tree}/share/doc/larder/licenses/mingw-w64-winpthreads threads REGEX "^Files:.*/winpthreads/")
 if(NOT exception OR NOT threads)
-  message(FATAL_ERROR "the licences of the C++ runtime aren't those of its libraries")
+  message(FATAL_ERROR "the licenses of the C++ runtime aren't those of its libraries")
 endif()
 
 file(GLOB files ${tree}/bin/*)
