@@ -17,10 +17,10 @@
 
 /* The version of these headers, and of the package that they belong to; not the version that
  * LarderQuery takes. */
-#define LARDER_VERSION_MAJOR 0
-#define LARDER_VERSION_MINOR 1
-#define LARDER_VERSION_PATCH 0
 #define LARDER_VERSION_TEXT "0.1.0"
+#define LARDER_VERSION_MAJOR 0 /* the first number of the version */
+#define LARDER_VERSION_MINOR 1 /* the second one */
+#define LARDER_VERSION_PATCH 0 /* the third one */
 /* For comparisons: 0.1.0 is 100, 1.2.3 is 10203. */
 #define LARDER_VERSION \
   (LARDER_VERSION_MAJOR * 10000 + LARDER_VERSION_MINOR * 100 + LARDER_VERSION_PATCH)
