@@ -5,7 +5,7 @@ set -euo pipefail
 cd /quick-start
 useradd --create-home user
 
-# PROGRAM...: what a part of the page prints goes to a file, and to the log.
+# PART: runs the commands of this part of the page. What they print goes to a file, and to the log.
 as_root() { bash -ex "on-linux-$1.sh" 2>&1 | tee "$1.out"; }
 as_user() { (cd /home/user && runuser -u user -- bash -ex "/quick-start/on-linux-$1.sh") 2>&1 | tee "$1.out"; }
 # PART PATTERN [COUNT]
