@@ -16,6 +16,7 @@
 //   </>                 is what the system has between the names in a path
 //   <folder> <location> are the machine's folder, as a path and as the registry has it
 //   <data> <built>      are the library's data folder and the folder of what is built
+//   <modules>           is an installation's folder of the modules, below its prefix
 //
 // Words of a command end at blanks. In a word between single quotes blanks are characters like any
 // other, as backslashes are everywhere. "<<< WORD" is a line on standard input, and "| grep TEXT"
@@ -215,7 +216,8 @@ class TranscriptTest : public ToolTest {
                        {"folder", machine.Folder().string()},
                        {"location", Location()},
                        {"data", machine.Data().generic_string()},
-                       {"built", BuiltFile("").parent_path().make_preferred().string()}};
+                       {"built", BuiltFile("").parent_path().make_preferred().string()},
+                       {"modules", LARDER_INSTALLED_MODULES}};
 };
 
 void TranscriptTest::Play(const Case& played) {
