@@ -13,6 +13,7 @@ set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 # What each package has in its folder below share/doc.
 set(files ${CMAKE_CURRENT_BINARY_DIR}/debian)
 file(TIMESTAMP ${PROJECT_SOURCE_DIR}/CHANGELOG.md date "%a, %d %b %Y %H:%M:%S +0000" UTC)
+file(TIMESTAMP ${PROJECT_SOURCE_DIR}/CHANGELOG.md year "%Y" UTC)
 configure_file(${CMAKE_CURRENT_LIST_DIR}/changelog.in ${files}/changelog @ONLY)
 execute_process(COMMAND gzip --best --no-name --force --keep changelog
   WORKING_DIRECTORY ${files} COMMAND_ERROR_IS_FATAL ANY)
@@ -20,6 +21,7 @@ execute_process(COMMAND gzip --best --no-name --force --keep changelog
 # larder_write_copyright(FILE [name license]...)
 function(larder_write_copyright result)
   file(READ ${CMAKE_CURRENT_FUNCTION_LIST_DIR}/copyright text)
+  string(CONFIGURE "${text}" text @ONLY)
   while(ARGN)
     list(POP_FRONT ARGN name license)
     if(EXISTS ${license})
