@@ -5,6 +5,7 @@
 
 #include <cstring>
 #include <fstream>
+#include <string>
 
 #include "host/host-machine.h"
 #include "testing/process.h"
@@ -38,6 +39,14 @@ class Client : public testing::Test {
 
   HostMachine host;
 };
+
+// CMake reads the text, and programs compare the numbers.
+TEST(Version, HasTheSameNumbersAsItsText) {
+  std::string text = std::to_string(LARDER_VERSION_MAJOR);
+  for (const int number : {LARDER_VERSION_MINOR, LARDER_VERSION_PATCH})
+    text += "." + std::to_string(number);
+  EXPECT_EQ(text, LARDER_VERSION_TEXT);
+}
 
 TEST_F(Client, TheProvidersStayLoadedUntilTheLastBlockIsFreed) {
   std::optional<Session> session(std::in_place);
