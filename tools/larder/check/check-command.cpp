@@ -11,6 +11,7 @@
 #include "platform/scoped-handle.h"
 #include "tools/larder/check/array-blocks.h"
 #include "tools/larder/check/module-trial.h"
+#include "tools/larder/check/process-resources.h"
 #include "tools/larder/cli/command.h"
 #include "tools/larder/cli/commands.h"
 #include "tools/larder/cli/console.h"
@@ -162,7 +163,10 @@ Check CheckedCheck(const Arguments& arguments) {
 
 Action CheckedAction(const Arguments& arguments) {
   if (arguments.isList) return &ListRules;
-  return [check = CheckedCheck(arguments)](Output& output) { return RunCheck(check, output); };
+  return [check = CheckedCheck(arguments)](Output& output) {
+    (void)CountThreads();  // fails here, and not as a fault of the module
+    return RunCheck(check, output);
+  };
 }
 
 void AddTrialCommand(const Command& top) {

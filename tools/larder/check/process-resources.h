@@ -1,5 +1,5 @@
 // What this process holds, to see what a module leaves behind. The sources are in linux/ and
-// windows/.
+// windows/. On Linux the first two need /proc, and throw std::runtime_error without it.
 #pragma once
 
 #include <cstddef>

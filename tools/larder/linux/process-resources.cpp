@@ -4,6 +4,9 @@
 
 #include <filesystem>
 #include <iterator>
+#include <stdexcept>
+#include <string>
+#include <system_error>
 
 // Defined in programs with a sanitizer, which has an allocator of its own.
 extern "C" __attribute__((weak)) std::size_t __sanitizer_get_current_allocated_bytes();  // NOLINT
@@ -12,8 +15,13 @@ namespace larder::tool {
 namespace {
 
 std::size_t EntriesIn(const char* folder) {
-  return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(folder),
-                                                std::filesystem::directory_iterator()));
+  std::error_code error;
+  const std::filesystem::directory_iterator entries(folder, error);
+  if (error) {
+    throw std::runtime_error("cannot count threads and descriptors by " + std::string(folder) +
+                             ": " + error.message());
+  }
+  return static_cast<std::size_t>(std::distance(entries, std::filesystem::directory_iterator()));
 }
 
 }  // namespace
