@@ -2,6 +2,7 @@
 #include <exception>
 
 #include "api/int-larder-handle.h"
+#include "log/log-listener-list.h"
 #include "log/log-statement.h"
 #include "log/trace-session.h"
 #include "platform/entry.h"
@@ -34,6 +35,8 @@ bool platform::OnModuleAttach(void* moduleInstance) noexcept {
   return GuardedStep([&] {
     AttachTrace();
     ModuleInstance = moduleInstance;
+    // Made now. In a forked child, a thread that only the parent has may hold the lock of atexit.
+    LRLogListenerList::Instance();
     CallInForkedChild(ForgetHandleInForkedChild);
   });
 }
