@@ -22,14 +22,28 @@ struct TracedLine {
   std::string text;
 };
 
-// Makes this process one of an ordinary user: all of root's use the system's daemon.
+// Makes this process one of an ordinary user, if that is possible: all of root's use the system's
+// daemon.
 class OrdinaryUser {
  public:
   OrdinaryUser() {
     constexpr uid_t kNobody = 65534;
-    if (geteuid() != 0) return;
+    if (geteuid() != 0 || !CanEnterFolder()) return;
     if (setgroups(0, nullptr) != 0 || setgid(kNobody) != 0 || setuid(kNobody) != 0)
       throw std::runtime_error("can't become an ordinary user");
+  }
+
+  static bool IsThisUser() { return geteuid() != 0; }
+
+ private:
+  // Whether all users can enter the current folder.
+  static bool CanEnterFolder() {
+    namespace fs = std::filesystem;
+    for (fs::path folder = fs::current_path();; folder = folder.parent_path()) {
+      if ((fs::status(folder).permissions() & fs::perms::others_exec) == fs::perms::none)
+        return false;
+      if (folder == folder.root_path()) return true;
+    }
   }
 };
 

@@ -32,6 +32,7 @@ constexpr char kIsFollowed[] = "LARDER_TEST_IS_FORK_FOLLOWED";
 class Lttng : public testing::Test {
  protected:
   void SetUp() override {
+    if (!OrdinaryUser::IsThisUser()) GTEST_SKIP() << "only root can enter the build folder";
     if (!LttngDaemon::IsInstalled()) GTEST_SKIP() << "lttng-tools isn't installed";
     if (getenv(kIsFollowed) != nullptr) return;  // the program that started this one has a daemon
     daemon.emplace(host.machine.Folder());

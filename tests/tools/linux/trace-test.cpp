@@ -20,6 +20,7 @@ using testing::HasSubstr;
 class TraceTest : OrdinaryUser, public ToolTest {
  protected:
   void SetUp() override {
+    if (!OrdinaryUser::IsThisUser()) GTEST_SKIP() << "only root can enter the build folder";
     if (!LttngDaemon::IsInstalled()) GTEST_SKIP() << "lttng-tools or babeltrace2 isn't installed";
     daemon.emplace(machine.Folder());
   }
