@@ -22,6 +22,10 @@ fs::path TracesFolder() {
   if (home == nullptr) home = std::getenv("HOME");
   // NOLINTEND(concurrency-mt-unsafe)
   if (home == nullptr) throw std::runtime_error("there is no home folder: HOME isn't set");
+  if (*home != '/') {
+    throw std::runtime_error("there is no home folder: \"" + std::string(home) +
+                             "\" isn't a full path");
+  }
   return fs::path(home) / "lttng-traces";
 }
 
@@ -83,7 +87,7 @@ void RememberTraceFolder(const fs::path& folder) {
   const fs::path link = LastTraceLink();
   std::error_code error;
   fs::create_directories(link.parent_path(), error);
-  fs::remove(link, error);
+  if (fs::is_symlink(link, error)) fs::remove(link, error);  // another file stays
   fs::create_directory_symlink(folder, link, error);
   if (error) ThrowFailure("make the link", link, error.message());
 }

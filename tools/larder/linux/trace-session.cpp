@@ -125,6 +125,11 @@ int StopTrace(Output& output) {
     throw std::runtime_error("cannot end the session: " + answer);
   }
   const fs::path folder = LastTraceFolder();
+  if (folder.empty()) {
+    throw std::runtime_error(
+        "the session has ended, but this home folder has no link to its trace; was it started with "
+        "another HOME?");
+  }
   output.Write(RecordLine("folder", folder.string()));
   std::uint64_t lines = 0;
   const auto count = [&lines](const TraceLine&) { return ++lines, true; };
