@@ -1,5 +1,5 @@
 # The licenses of everything that is shipped, in share/doc/larder/licenses. Each comes from where its
-# code comes from. cpack makes no package without them; see larder-check-licenses.cmake.
+# code comes from. cpack makes no package without them: see larder-before-packing.cmake.
 set(debian /usr/share/doc)
 set(LARDER_OTHER_LICENSES
   cli11 ${debian}/libcli11-dev/copyright

@@ -15,7 +15,7 @@ set(CPACK_PACKAGE_DIRECTORY ${PROJECT_SOURCE_DIR}/build/packages)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_VERBATIM_VARIABLES ON)
 # No package is made without the licenses of all that it contains.
-set(CPACK_PROJECT_CONFIG_FILE ${CMAKE_CURRENT_LIST_DIR}/larder-check-licenses.cmake)
+set(CPACK_PROJECT_CONFIG_FILE ${CMAKE_CURRENT_LIST_DIR}/larder-before-packing.cmake)
 set(CPACK_LARDER_MISSING_LICENSES ${LARDER_MISSING_LICENSES})
 
 if(WIN32)

@@ -35,13 +35,13 @@ endfunction()
 larder_write_copyright(${files}/ours/copyright)
 larder_write_copyright(${files}/all/copyright ${LARDER_OTHER_LICENSES})
 
-# larder_deb(COMPONENT NAME SECTION COPYRIGHT TEXT): COPYRIGHT is "ours" or "all"; TEXT is the second
-# part of the description.
-macro(larder_deb component name section copyright text)
+# larder_deb(COMPONENT NAME SECTION COPYRIGHT SYNOPSIS TEXT): COPYRIGHT is "ours" or "all"; SYNOPSIS and
+# TEXT are the description.
+macro(larder_deb component name section copyright synopsis text)
   string(TOUPPER ${component} upper)
   set(CPACK_DEBIAN_${upper}_PACKAGE_NAME ${name})
   set(CPACK_DEBIAN_${upper}_PACKAGE_SECTION ${section})
-  set(CPACK_COMPONENT_${upper}_DESCRIPTION "${text}")
+  set(CPACK_DEBIAN_${upper}_DESCRIPTION "${synopsis}\n${text}")
   if(NOT ${component} STREQUAL library)
     set(CPACK_COMPONENT_${upper}_DEPENDS library)
   endif()
@@ -51,17 +51,20 @@ macro(larder_deb component name section copyright text)
 endmacro()
 
 larder_deb(library liblarder${PROJECT_VERSION_MAJOR} libs ours
-  "The library that programs load. It needs provider modules, such as those\n of the package larder.")
+  "facts about files and other objects, from provider modules"
+  "The library that programs load. It needs provider modules, such as those\nof the package larder.")
 configure_file(${CMAKE_CURRENT_LIST_DIR}/shlibs.in ${files}/shlibs @ONLY)
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_CONTROL_EXTRA ${files}/shlibs ${CMAKE_CURRENT_LIST_DIR}/triggers)
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_RECOMMENDS larder)
 
 larder_deb(development liblarder-dev libdevel ours
-  "Headers, the CMake package, documentation and samples for authors of clients\n and of provider modules.")
+  "facts about files and other objects - development files"
+  "Headers, the CMake package, documentation and samples for authors of clients\nand of provider modules.")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_RECOMMENDS larder)
 
 larder_deb(tool larder utils all
-  "The command-line tool and the provider modules. Installing the package\n registers the providers.")
+  "facts about files and other objects - command-line tool and providers"
+  "The command-line tool and the provider modules. Installing the package\nregisters the providers.")
 cmake_path(ABSOLUTE_PATH LARDER_INSTALL_MODULEDIR BASE_DIRECTORY ${CPACK_PACKAGING_INSTALL_PREFIX}
   OUTPUT_VARIABLE modules)
 string(REPLACE "/" "\\" modules "${modules}/")  # as the registry has it
@@ -73,5 +76,6 @@ set(CPACK_DEBIAN_TOOL_PACKAGE_CONTROL_EXTRA
 set(CPACK_DEBIAN_TOOL_PACKAGE_SUGGESTS larder-lttng)
 
 larder_deb(lttng larder-lttng libs ours
-  "The library's trace session for LTTng.")
+  "facts about files and other objects - trace sessions"
+  "The shared object by which sessions of LTTng get the library's lines. It adds\nthree threads to each program that loads the library.")
 set(CPACK_DEBIAN_LTTNG_PACKAGE_RECOMMENDS "lttng-tools, babeltrace2")

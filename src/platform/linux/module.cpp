@@ -107,7 +107,8 @@ Code ReasonOfFailure(bool examined) {
 
 // The path that execve got. A relative one is of no use: the current folder may have changed.
 Code StartedImagePath(WideString& path) {
-  const char* name = reinterpret_cast<const char*>(getauxval(AT_EXECFN));
+  const char* name =
+      reinterpret_cast<const char*>(getauxval(AT_EXECFN));  // NOLINT(performance-no-int-to-ptr)
   if (name == nullptr || *name != '/') return kFileNotFound;
   const std::unique_ptr<char, decltype(&std::free)> full(realpath(name, nullptr), &std::free);
   return full != nullptr ? WidePath(full.get(), path) : CodeFromErrno(errno);

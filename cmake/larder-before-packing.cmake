@@ -4,3 +4,6 @@ if(CPACK_LARDER_MISSING_LICENSES)
   message(FATAL_ERROR "No package is made, because these licenses were missing when the build folder was "
     "configured:\n  ${files}")
 endif()
+if(CPACK_GENERATOR STREQUAL DEB)
+  unset(CPACK_PACKAGE_DESCRIPTION_SUMMARY)  # each package has its own
+endif()
