@@ -69,7 +69,7 @@ std::string WhosePrograms() {
 }
 
 // From "Warning: 43547 events were discarded", the answer to the end of a session.
-std::uint64_t DiscardedOf(const std::string& answer) {
+std::uint64_t DiscardedAtEnd(const std::string& answer) {
   constexpr std::string_view kMark = "Warning: ";
   const std::size_t mark = answer.find(kMark);
   std::uint64_t count = 0;
@@ -134,8 +134,9 @@ int StopTrace(Output& output) {
   std::uint64_t lines = 0;
   const auto count = [&lines](const TraceLine&) { return ++lines, true; };
   const TraceLosses losses = ReadTrace(folder, count);
-  output.Write(RecordLine("lines", std::to_string(lines)) +
-               RecordLine("lost", std::to_string(std::max(DiscardedOf(answer), losses.discarded))));
+  output.Write(
+      RecordLine("lines", std::to_string(lines)) +
+      RecordLine("lost", std::to_string(std::max(DiscardedAtEnd(answer), losses.discarded))));
   if (losses.tooLong != 0) output.Write(RecordLine("too long", std::to_string(losses.tooLong)));
   return kExitOk;
 }
