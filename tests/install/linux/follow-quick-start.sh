@@ -20,8 +20,8 @@ has_proc=true
 if [[ ! -e /proc/self ]]; then
   has_proc=false
   echo "There is no /proc, so these commands of the page aren't run:"
-  grep -E '^(larder check|ctest) ' provider.sh
-  sed -Ei '/^(larder check|ctest) /d' provider.sh
+  grep -E '^(larder check|ctest) ' on-linux-provider.sh
+  sed -Ei '/^(larder check|ctest) /d' on-linux-provider.sh
 fi
 
 find / -xdev -not -path '/quick-start/*' -not -path '/proc/*' | sort >before
